@@ -1,0 +1,998 @@
+/*
+ * vexora.h - the interface of the Vexora imaging library (VEXORA.DLL, libvexora.so).
+ *
+ * Every image the library computes on is a packed device-independent bitmap (DIB) in the
+ * Windows layout, held in a movable memory block and passed as an HDIB:
+ *
+ *   BITMAPINFOHEADER (40 bytes) | colour table (RGBQUAD entries) | pixel rows, bottom row first
+ *
+ * Row stride is ((biWidth * biBitCount + 31) / 32) * 4 bytes. Every HDIB an export returns is a
+ * new block owned by the caller, who frees it with GlobalFree. Exports lock the blocks they are
+ * given and unlock them before returning.
+ *
+ * Failure is a zero or null result (or a negative status where a family says so); most exports
+ * also leave the reason in the module error code (ImgError, ImgErrorString). Nothing throws.
+ *
+ * On Windows the exports use the __stdcall convention and undecorated names; on Linux the C
+ * convention. The Win32 types come from <windows.h> or, elsewhere, from vexora_win32.h.
+ */
+#ifndef VEXORA_H
+#define VEXORA_H
+
+#include "vexora_win32.h"
+
+#if defined(_WIN32)
+#define VXCALL __stdcall
+#define VXAPI
+#elif defined(VEXORA_BUILDING_LIBRARY)
+#define VXCALL
+#define VXAPI __attribute__((visibility("default")))
+#else
+#define VXCALL
+#define VXAPI
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* A movable memory block holding one packed DIB. */
+typedef HGLOBAL HDIB;
+
+/* Module error codes (ImgError, ImgErrorString). */
+#define IMGERR_SUCCESS 0
+#define IMGERR_NOMEMORY 1
+#define IMGERR_CREATEDC 2
+#define IMGERR_OPENFILE 3
+#define IMGERR_IO 4
+#define IMGERR_OPENCLIPBOARD 5
+#define IMGERR_CLIPBOARDRECEIVE 6
+#define IMGERR_COPYBITS 7
+#define IMGERR_PARAMETER 8
+#define IMGERR_FILEFORMAT 9
+#define IMGERR_CREATEPALETTE 10
+#define IMGERR_CREATEBITMAP 11
+#define IMGERR_MAPMODE 12
+#define IMGERR_BITCOUNT 13
+#define IMGERR_CLIPFORMATNOTFOUND 14
+#define IMGERR_BITMAPPARAMS 15
+#define IMGERR_CREATEMETAFILE 16
+#define IMGERR_LOCKMEMORY 17
+#define IMGERR_COMPRESSED 18
+#define IMGERR_DIBSIZE 19
+#define IMGERR_DITHERPARAM 20
+#define IMGERR_HEADERBITCOUNT 21
+#define IMGERR_CAPIXDEPTH 22
+#define IMGERR_PRINTERDC 23
+#define IMGERR_NORASTER 24
+#define IMGERR_DISPLAYDC 25
+#define IMGERR_SETABORTPROC 26
+#define IMGERR_STARTDOC 27
+#define IMGERR_NEXTBAND 28
+#define IMGERR_CLIPBOARD 29
+#define IMGERR_NOTHINGTODO 30
+
+/* ------------------------------------------------------------------------------------------ */
+/* DIB model, version and library frame                                                       */
+/* ------------------------------------------------------------------------------------------ */
+
+/*
+ * Byte size of the colour table of a locked DIB header: the colour count times 4 when biSize
+ * is exactly 40, times 3 otherwise (a 12-byte core header has 3-byte entries). The colour
+ * count is biClrUsed when biSize is 40 and biClrUsed is non-zero, else 2, 16 or 256 for 1, 4
+ * and 8 bits and 0 for any other depth. The caller guarantees the header is readable (40
+ * bytes, or 12 for a core header). Sets no error.
+ */
+VXAPI DWORD VXCALL PaletteSize(LPVOID header);
+
+/* The colour count of a locked header (the count PaletteSize multiplies). */
+VXAPI DWORD VXCALL DIBColorCount(LPVOID header);
+
+/* The address of the pixel rows of a locked DIB: header + biSize + PaletteSize(header). */
+VXAPI LPSTR VXCALL DIBPixelBits(LPVOID header);
+
+/* The length of an open file; its position is left where it was. */
+VXAPI DWORD VXCALL FileLength(HFILE file);
+
+/*
+ * Reads a DIB header and colour table from an open file at its current position: a
+ * BITMAPFILEHEADER followed by a 40-byte or 12-byte header, or a bare packed DIB when the
+ * file does not start with "BM". Returns a new block with the 40-byte header (a core header
+ * is widened; a zero biSizeImage and biClrUsed are filled in) and the colour table, and leaves
+ * the file at the first pixel byte (at bfOffBits when the file header gives one).
+ * Errors: HFILE_ERROR -> IMGERR_PARAMETER; short header -> IMGERR_IO; header size other than
+ * 12 or 40 -> IMGERR_FILEFORMAT. Allocation failure returns 0 and leaves the code alone.
+ * Decided here, to keep every later size computation in range: a width of 0 or less, a
+ * height of 0, a pixel area of 2^32 bytes or more, and a colour table of more than 256
+ * entries that runs past the end of the file are refused with IMGERR_FILEFORMAT. A table of
+ * up to 256 entries that the file cuts short is read as far as it goes, the rest left zero.
+ * A negative height (rows stored top-down) is kept as it is; sizes count its |height| rows.
+ */
+VXAPI HDIB VXCALL ReadDIBInfo(HFILE file);
+
+/*
+ * A logical palette holding the DIB's colour table (peFlags 0), owned by the caller
+ * (DeleteObject). Returns 0 without an error for a null handle, a block that cannot be
+ * locked or is too small for its header and table, and a DIB without a colour table;
+ * IMGERR_CREATEPALETTE when the palette cannot be made.
+ */
+VXAPI HPALETTE VXCALL CreateDIBPalette(HDIB dib);
+
+/*
+ * Copies the version text "Version 5.56": nothing for size <= 0, exactly size bytes without a
+ * terminator for size 1 to 12, the text and its terminator for size 13 or more.
+ */
+VXAPI void VXCALL GetImageVersion(LPSTR buffer, int size);
+
+#if defined(_WIN32)
+/* The module entry point: records the instance handle at process attach. */
+BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved);
+#endif
+
+/* ------------------------------------------------------------------------------------------ */
+/* Error reporting                                                                            */
+/* ------------------------------------------------------------------------------------------ */
+
+/*
+ * Stores code as the module error code when 0 <= code <= 31 and returns the code that was
+ * current before the call; other values leave the code unchanged.
+ */
+VXAPI int VXCALL SetImgError(int code);
+
+/* The current module error code. */
+VXAPI int VXCALL ImgError(void);
+
+/*
+ * The message of code (of the current module error code when code < 0 or code > 31).
+ * With a buffer, copies the message and its terminator (50 bytes hold any message) and
+ * returns buffer. With a null buffer, shows the message in a box captioned "VEXORA error"
+ * with the exclamation icon (on Linux: through the message sink) and returns null.
+ * Codes without a message of their own (31 and the values some operations store directly)
+ * give the text "Unknown error".
+ */
+VXAPI LPSTR VXCALL ImgErrorString(LPSTR buffer, int code);
+
+/* ------------------------------------------------------------------------------------------ */
+/* Windows bitmap files                                                                       */
+/* ------------------------------------------------------------------------------------------ */
+
+/*
+ * Loads a BMP file (or a bare packed DIB) into a new DIB block of biSize + colour table +
+ * biSizeImage bytes; pixels are read from bfOffBits when the file header gives it. A short
+ * pixel area is not an error: the missing rows read as zero. Compressed (RLE) DIBs load with
+ * their compressed size. Errors: IMGERR_OPENFILE when the file cannot be opened, else those of
+ * ReadDIBInfo; a block that cannot be grown returns 0 with the code unchanged.
+ * Decided here: an uncompressed DIB whose biSizeImage is smaller than its rows need gets a
+ * block large enough for all its rows (the header is kept), so that every operation can use it.
+ */
+VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName);
+
+/*
+ * Writes the DIB as a BMP file: a 14-byte file header ("BM", bfSize = block size + 14,
+ * bfOffBits = 14 + biSize + colour table) followed by the whole memory block, slack included.
+ * Errors: null DIB -> IMGERR_PARAMETER; file cannot be created -> IMGERR_OPENFILE; a failed or
+ * short write -> IMGERR_IO (the file is left as far as written). Does not clear the code on
+ * success. Decided here: a block that cannot be locked or is too small to hold its own header
+ * and colour table is refused with IMGERR_PARAMETER before the file is created.
+ */
+VXAPI BOOL VXCALL SaveDIB(LPCSTR fileName, HDIB dib);
+
+/* Loads a BMP file into a device bitmap (LoadDIBFromFile, then ConvertDIBToBitmap). */
+VXAPI HBITMAP VXCALL LoadBitmapFromFile(LPCSTR fileName);
+
+/* Saves a device bitmap as a BMP file (ConvertBitmapToDIB, then SaveDIB). */
+VXAPI BOOL VXCALL SaveBitmap(LPCSTR fileName, HBITMAP bitmap, HPALETTE palette);
+
+/* ------------------------------------------------------------------------------------------ */
+/* Colour-table inversions                                                                    */
+/* ------------------------------------------------------------------------------------------ */
+
+/*
+ * For a 1-bit DIB: swaps the colours of entries 0 and 1 (reserved bytes stay) and inverts
+ * every pixel byte, so the picture looks the same while every index is complemented. Other
+ * depths, null handles and blocks too small for their header say are left alone.
+ */
+VXAPI void VXCALL InvertMonoDIB(HDIB dib);
+
+/*
+ * Replaces blue, green and red of the first biClrUsed colour entries with 255 minus
+ * themselves and returns 1, for a DIB whose biSize is 40; returns 0 otherwise, for a null
+ * handle and for a block too small for the entries.
+ */
+VXAPI BOOL VXCALL InvertDIBPalette(HDIB dib);
+
+/* ------------------------------------------------------------------------ */
+/* Constants and records                                                     */
+/* ------------------------------------------------------------------------ */
+
+/* Table modes shared by ComputeHistogram and ComputeLUT. */
+#define TABLE_CREATE   30  /* allocate a new table */
+#define TABLE_COMPUTE  31  /* (re)compute an existing table */
+#define TABLE_FREE     32  /* free a table */
+
+/* Format codes answered by GetImageFormat and taken by LoadImageIntoDIB /
+   SaveDIBInImageFormat. Code 11 is never produced. */
+#define FMT_UNKNOWN    0   /* nothing recognised */
+#define FMT_TIFF       1   /* "II" or "MM" */
+#define FMT_PCX        2   /* first byte 0x0A */
+#define FMT_DCX        3   /* multi-page PCX, magic 0x3ADE68B1 */
+#define FMT_GIF        4   /* "GIF87a" / "GIF89a" */
+#define FMT_TGA        5   /* recognised by the ".TGA" name ending only */
+#define FMT_BMP        6   /* "BM" */
+#define FMT_WMF        7   /* Windows metafile (placeable or plain) */
+#define FMT_CLP        8   /* clipboard file, signature 50000 */
+#define FMT_COLORFAX   9   /* colour fax set description (profile file) */
+#define FMT_TEXT       10  /* plain text with CR LF line ends */
+#define FMT_CALS       12  /* CALS raster ("srcdocid:") */
+#define FMT_JPEG       13  /* bytes FF D8 */
+#define FMT_PNG        14  /* "PNG" at bytes 1..3 */
+#define FMT_EMF        15  /* enhanced metafile (" EMF" at offset 40) */
+
+/* Status values RotateDIB stores in its error cell (outside the IMGERR_
+   message table). */
+#define ROTATE_OK              0
+#define ROTATE_ERR_COMPRESSED  500  /* biCompression is not 0 */
+#define ROTATE_ERR_SIZE        501  /* width or height is 0 */
+#define ROTATE_ERR_NOMEMORY    503  /* result block not allocated (after a retry) */
+#define ROTATE_ERR_LOCK        505  /* source or result block not lockable */
+#define ROTATE_ERR_PARAMETER   506  /* null handle, or biSize is not 40 */
+
+/* Values CombineBMP / CombineDIB store directly in the module code
+   (no message text exists for them). */
+#define COMBINE_ERR_MASKSIZE   501  /* mask size differs from source size */
+#define COMBINE_ERR_NOMEMORY   504  /* destination copy not allocated */
+#define COMBINE_ERR_LOCK       505  /* source or new copy not lockable */
+#define COMBINE_ERR_NOSOURCE   506  /* source handle is null */
+#define COMBINE_ERR_DUPLICATE  507  /* source bitmap could not be duplicated */
+#define COMBINE_ERR_COMPRESSED 508  /* compressed source when a copy is made */
+#define COMBINE_ERR_TOBITMAP   510  /* DIB to device bitmap conversion failed */
+
+/* A zoom ratio: x scale = xMul / xDiv, y scale = yMul / yDiv.
+   Same layout as the four-integer zoom arrays the display calls take. */
+typedef struct VXZOOMRATIO {
+    LONG xMul;   /* offset 0 */
+    LONG xDiv;   /* offset 4 */
+    LONG yMul;   /* offset 8 */
+    LONG yDiv;   /* offset 12 */
+} VXZOOMRATIO;   /* 16 bytes */
+
+/* Display flags (VXDISPLAYSTATE.flags, and the flags/mode arguments of the
+   display, scrolling-view and print-layout calls). */
+#define DISPLAY_ZOOMED      0x0004u /* set when a rubber-band zoom was applied;
+                                       the scrolling view sets it when it had
+                                       to drop DISPLAY_TRUESIZE */
+#define DISPLAY_FIT         0x0008u /* fit to the client area, aspect kept */
+#define DISPLAY_INVERT      0x0020u /* draw inverted (NOTSRCCOPY) */
+#define DISPLAY_TRUESIZE    0x0040u /* scale by device dpi / image dpi */
+#define DISPLAY_CENTER      0x0080u /* centre an image smaller than the client */
+#define DISPLAY_STRETCH     0x0100u /* fill the client area, aspect not kept */
+#define DISPLAY_NOVSCROLL   0x0200u /* never show the vertical scroll bar */
+#define DISPLAY_NOHSCROLL   0x0400u /* never show the horizontal scroll bar */
+#define DISPLAY_MAKEBITMAP  0x0800u /* DisplayDIBStart only: draw through a
+                                       device bitmap; cleared once made */
+
+/* Bits of VXDISPLAYSTATE.owned. */
+#define DISPLAY_OWNS_BITMAP   0x1   /* engine made `bitmap` and deletes it */
+#define DISPLAY_OWNS_PALETTE  0x2   /* engine made `palette` and deletes it */
+
+/* Display state record: one per window, allocated by the application,
+   cleared by DisplayWmCreate and passed to every Display... call.
+   All integer fields are 32-bit; offsets are given for 32-bit Windows
+   (4-byte handles) and, after "x64:", for 64-bit builds (8-byte handles). */
+typedef struct VXDISPLAYSTATE {
+    POINT       originLogical;  /*   0: device (0,0) in logical units (x 0, y 4) */
+    POINT       originDevice;   /*   8: logical (0,0) in device units (x 8, y 12) */
+    DWORD       flags;          /*  16: DISPLAY_... flags */
+    LONG        hMin;           /*  20: horizontal scroll minimum, -1 = no scrolling */
+    LONG        vMin;           /*  24: vertical scroll minimum, -1 = no scrolling */
+    LONG        hMax;           /*  28: horizontal scroll maximum */
+    LONG        vMax;           /*  32: vertical scroll maximum */
+    LONG        scrollX;        /*  36: scroll position, device pixels */
+    LONG        scrollY;        /*  40 */
+    VXZOOMRATIO zoom;           /*  44: xMul 44, xDiv 48, yMul 52, yDiv 56 */
+    LONG        centreX;        /*  60: centring offset, <= 0 when image is smaller */
+    LONG        centreY;        /*  64 */
+    LONG        imageWidth;     /*  68: pixels */
+    LONG        imageHeight;    /*  72 */
+    LONG        bitsPerPixel;   /*  76 */
+    RECT        client;         /*  80: left 80, top 84, right 88, bottom 92 */
+    LONG        windowOrgX;     /*  96: window origin of the last full mapping */
+    LONG        windowOrgY;     /* 100 */
+    LONG        deviceDpiX;     /* 104: window device, logical pixels per inch */
+    LONG        deviceDpiY;     /* 108 */
+    LONG        imageDpiX;      /* 112: image dots per inch */
+    LONG        imageDpiY;      /* 116 */
+    HPALETTE    palette;        /* 120 (x64: 120), or NULL */
+    HDIB        dib;            /* 124 (x64: 128), or NULL */
+    HBITMAP     bitmap;         /* 128 (x64: 136), or NULL */
+    LONG        owned;          /* 132 (x64: 144): DISPLAY_OWNS_... bits */
+    LONG        reserved[8];    /* 136..167 (x64: 148..179): spare room, cleared
+                                   by DisplayWmCreate, unused */
+} VXDISPLAYSTATE;   /* 168 bytes on 32-bit Windows; 184 on 64-bit builds */
+
+/* View record of the scrolling DIB view (DisplayCPP...) and of the
+   stateless DisplayImage / DisplayDIBImage painters. */
+typedef struct VXVIEW {
+    LONG x;    /* 0: horizontal scroll position in image pixels; -1 = dx holds
+                     a position in hundredths of an inch */
+    LONG y;    /* 4: the same vertically */
+    LONG dx;   /* 8: pending horizontal move: device pixels when x >= 0,
+                     hundredths of an inch when x < 0; cleared by the layout */
+    LONG dy;   /* 12: the same vertically */
+} VXVIEW;      /* 16 bytes */
+
+/* Rubber-band zoom commands (VXBZOOM.mode and the mode argument of
+   BZoomStart / BZoomStep), plus the drag bit. */
+#define BZOOM_DRAG     0x10  /* a mouse drag is in progress (captures the mouse) */
+#define BZOOM_KEEP     17    /* keep the zoom, recentre only */
+#define BZOOM_STEPIN   18    /* next step of the zoom-in table */
+#define BZOOM_STEPOUT  19    /* next step of the zoom-out table */
+#define BZOOM_FINEIN   20    /* small increment in */
+#define BZOOM_FINEOUT  21    /* small increment out */
+
+/* Length of a scale-step table: entry 0 is the count (1..10), entries
+   1..count the rising steps, entry 1 equal to the base. */
+#define BZOOM_STEP_TABLE_LEN  11
+
+/* Rubber-band zoom record, owned by the application, cleared by BZoomStart.
+   All fields 32-bit signed. */
+typedef struct VXBZOOM {
+    LONG        mode;          /*  0: BZOOM_ command, plus BZOOM_DRAG while dragging */
+    VXZOOMRATIO newZoom;       /*  4: result: xMul 4, xDiv 8, yMul 12, yDiv 16 */
+    LONG        newScrollX;    /* 20: logical point that becomes the view's top-left */
+    LONG        newScrollY;    /* 24 */
+    LONG        screenPoints;  /* 28: non-zero when points are screen coordinates */
+    LONG        startX;        /* 32: band rectangle, client coordinates */
+    LONG        startY;        /* 36 */
+    LONG        endX;          /* 40 */
+    LONG        endY;          /* 44 */
+    VXZOOMRATIO curZoom;       /* 48: zoom before the command: 48, 52, 56, 60 */
+    LONG        bandShown;     /* 64: 1 once the band has been drawn */
+} VXBZOOM;   /* 68 bytes */
+
+/* Screen view record used by BZoomScreenEnd / BZoomScreenStep: a view that
+   keeps its zoom as floating-point factors. Layout is this library's own. */
+typedef struct VXSCREENVIEW {
+    double zoomX;        /*  0: horizontal zoom factor (xMul / xDiv) */
+    double zoomY;        /*  8: vertical zoom factor */
+    LONG   deviceDpiX;   /* 16: device resolution, pixels per inch */
+    LONG   deviceDpiY;   /* 20 */
+    LONG   scrollX;      /* 24: scroll position, device pixels */
+    LONG   scrollY;      /* 28 */
+    LONG   hasHRange;    /* 32: non-zero when the horizontal axis scrolls */
+    LONG   hasVRange;    /* 36: non-zero when the vertical axis scrolls */
+    LONG   reserved[6];  /* 40..63: spare, keep zero */
+} VXSCREENVIEW;   /* 64 bytes */
+
+/* Print options block: ten 32-bit integers, read and written back by the
+   print calls and filled by the print dialog. Pass NULL for the defaults
+   (VXPRINTOPTIONS_DEFAULTS). */
+typedef struct VXPRINTOPTIONS {
+    int showPrintDialog;    /*  0 [0]: no printer DC given: 1 = print dialog,
+                                       0 = default printer (default 1) */
+    int centreVertically;   /*  4 [1]: default 1 */
+    int centreHorizontally; /*  8 [2]: default 1 */
+    int fitToPage;          /* 12 [3]: fit keeping the aspect (default 1) */
+    int copies;             /* 16 [4]: page passes per image (default 1) */
+    int useMemoryDC;        /* 20 [5]: draw through a printer-compatible memory
+                                       DC on colour printers (default 0) */
+    int stretchToPage;      /* 24 [6]: fill the page, aspect lost (default 0) */
+    int printAllPages;      /* 28 [7]: show "Page: n / total" (default 1) */
+    int useImageDpi;        /* 32 [8]: use the image's resolution (default 1) */
+    int noCancelBox;        /* 36 [9]: 1 = no cancel box, no abort procedure
+                                       (default 0) */
+} VXPRINTOPTIONS;   /* 40 bytes */
+
+#define VXPRINTOPTIONS_DEFAULTS { 1, 1, 1, 1, 1, 0, 0, 1, 1, 0 }
+
+/* ------------------------------------------------------------------------ */
+/* DIBs, device bitmaps and palettes                                        */
+/* ------------------------------------------------------------------------ */
+
+/* Makes a device bitmap from a DIB (monochrome when the DIB is 1-bit),
+   realising the DIB's own palette. Returns NULL on failure; a failed
+   CreateDIBitmap sets IMGERR_CREATEBITMAP in the module code, a null handle
+   or missing DC sets nothing. */
+VXAPI HBITMAP VXCALL ConvertDIBToBitmap(HDIB dib);
+
+/* Makes a DIB (1, 4, 8 or 24 bits) from a device bitmap, one scan line at a
+   time. `palette` may be NULL: the display's palette or a default table is
+   used. Returns NULL on failure; sets no error code. */
+VXAPI HDIB VXCALL ConvertBitmapToDIB(HBITMAP bitmap, HPALETTE palette);
+
+/* Returns a new 1-bit device bitmap of the same size, each pixel mapped to
+   black or white. NULL on failure: IMGERR_PARAMETER (null bitmap) or
+   IMGERR_NOMEMORY in the module code. */
+VXAPI HBITMAP VXCALL ConvertToMonochromeBitmap(HBITMAP bitmap);
+
+/* Returns a copy of a device bitmap. NULL on failure: IMGERR_NOMEMORY or
+   IMGERR_COPYBITS in the module code. */
+VXAPI HBITMAP VXCALL DuplicateBitmap(HBITMAP bitmap);
+
+/* Returns a logical palette holding the display's current system palette;
+   the caller deletes it. NULL on failure: IMGERR_CREATEDC or
+   IMGERR_CREATEPALETTE in the module code. */
+VXAPI HPALETTE VXCALL GetCurrentPalette(void);
+
+/* Fills `table` with the display's palette colours (SIZEPALETTE entries,
+   normally 256; the caller provides the room). Returns TRUE, or FALSE when
+   the display has no palette; sets no error code. */
+VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table);
+
+/* ------------------------------------------------------------------------ */
+/* Geometry: quarter turns and flips                                         */
+/* ------------------------------------------------------------------------ */
+
+/* Quarter turn clockwise into a new DIB (width and height, resolutions
+   swapped). Returns NULL when the result cannot be allocated; sets no error
+   code and does not check depth or compression (16/32-bit give zero pixels). */
+VXAPI HDIB VXCALL RotateDIB90(HDIB dib);
+
+/* Quarter turn anticlockwise, landing one column to the right: result column
+   0 stays zero and the bottom source row spills one pixel past each result
+   row (into padding, the next row, or 4 bytes of block slack). NULL when the
+   result cannot be allocated; sets no error code. */
+VXAPI HDIB VXCALL RotateDIB270(HDIB dib);
+
+/* Half turn into a new DIB. NULL when the result cannot be allocated; sets
+   no error code. */
+VXAPI HDIB VXCALL RotateDIB180(HDIB dib);
+
+/* Rows in reverse order (top-to-bottom mirror), any depth. NULL when the
+   result cannot be allocated; sets no error code. */
+VXAPI HDIB VXCALL FlipDIBVertical(HDIB dib);
+
+/* Each row mirrored left-to-right. NULL when the result cannot be
+   allocated; sets no error code. */
+VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib);
+
+/* ------------------------------------------------------------------------ */
+/* Geometry: rotation by any angle and skew                                  */
+/* ------------------------------------------------------------------------ */
+
+/* Turns a 1/4/8/24-bit DIB by `angle` whole degrees about its centre
+   (positive = counter-clockwise as displayed) into a larger DIB of even
+   size, nearest-neighbour; mode 0 = floating-point walk, 1 = integer walk.
+   `status` (required) receives 0 or a ROTATE_ERR_ value; the module code is
+   untouched. `corners` (8 ints, optional) receives the rotated corners. */
+VXAPI HDIB VXCALL RotateDIB(HDIB dib, int angle, int mode, DWORD *status,
+                            int *corners);
+
+/* Shears a DIB by |offset| whole pixels: direction non-zero = horizontal
+   (wider), 0 = vertical (taller); the sign of `offset` picks the edge that
+   moves. Clears the module code; on failure returns NULL with the same
+   IMGERR_ code in the module code and in *error (written only on failure).
+   `corners` (8 ints) receives the moved corners once the size checks pass. */
+VXAPI HDIB VXCALL SkewDIB(HDIB dib, int direction, int offset, DWORD *error,
+                          int *corners);
+
+/* ------------------------------------------------------------------------ */
+/* Geometry: scaling and interactive zoom                                    */
+/* ------------------------------------------------------------------------ */
+
+/* Resamples a whole DIB to newWidth x newHeight (32-bit arguments, only the
+   low 16 bits used, unsigned): 1-bit nearest neighbour; 4/8/24-bit bilinear
+   (method 0) or cubic (method non-zero). NULL on failure with IMGERR_
+   PARAMETER, IMGERR_NOMEMORY or IMGERR_HEADERBITCOUNT in the module code;
+   the 1-bit path fails without setting a code. */
+VXAPI HDIB VXCALL ScaleDIB(HDIB dib, int method, int newWidth, int newHeight);
+
+/* Crops (x, y, width, height) from a 4/8/24-bit DIB (4/8-bit read as a gray
+   ramp) and magnifies it by xFactor and yFactor; method 0 bilinear, 1 cubic.
+   The result size is truncated to 16 bits per axis. NULL on any failure;
+   never sets the module code. */
+VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height,
+                               int xFactor, int yFactor, int method);
+
+/* Lets the user drag a rectangle from `start` (a mouse-message lParam:
+   client x low 16 bits, y high 16 bits) and turns it into a percentage
+   (capped at 500) written to ratio[4] = {zoom, 100, zoom, 100}; ratio is
+   read first as {xMul, xDiv, yMul, yDiv}. Returns UpdateWindow's result;
+   beeps and returns when the start point is outside the client area. */
+VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio);
+
+/* ------------------------------------------------------------------------ */
+/* Tone: histogram and look-up tables                                        */
+/* ------------------------------------------------------------------------ */
+
+/* Maintains a 256-bin (16-bit, wrapping) histogram of a 256x256 region of an
+   8-bit DIB at origin[2] = {x, y}, updated incrementally for moves of up to
+   128 pixels. mode: TABLE_CREATE (returns a new block), TABLE_COMPUTE
+   (returns hHist), TABLE_FREE (returns NULL). Failures return NULL and
+   report through *error only (0 on entry). */
+VXAPI HGLOBAL VXCALL ComputeHistogram(HDIB dib, int mode, HGLOBAL hHist,
+                                      int *origin, DWORD *error);
+
+/* Builds a 256-entry tone table with contrast pivoted on the histogram's
+   mean (128 when hHist is NULL) plus a brightness offset. mode: TABLE_CREATE
+   (new identity table), TABLE_COMPUTE (fills and returns hLut), TABLE_FREE
+   (frees hLut and returns the value given). Reports through *error only. */
+VXAPI HGLOBAL VXCALL ComputeLUT(HGLOBAL hHist, int mode, HGLOBAL hLut,
+                                int contrast, int brightness, DWORD *error);
+
+/* Maps an 8-bit DIB through a tone table into a gray image with a gray-ramp
+   colour table: in place (newDib 0, returns dib) or into a new DIB. NULL on
+   failure; reports through *error only (0 on entry). */
+VXAPI HDIB VXCALL ApplyLUT(HDIB dib, HGLOBAL hLut, BOOL newDib, DWORD *error);
+
+/* ------------------------------------------------------------------------ */
+/* Tone: grayscale conversion                                                */
+/* ------------------------------------------------------------------------ */
+
+/* Converts a 1/4/8/24-bit DIB to gray: 4-bit stays 4-bit, others become
+   8-bit. weighted: non-zero = luminance weights, 0 = plain average;
+   monoMode, for 1-bit sources only: 0 expand, 1 3x3 spread, 2 5x5 spread.
+   Clears the module code; on failure sets an IMGERR_ code there, NULL. */
+VXAPI HDIB VXCALL ConvColorDIBtoGrayscale(HDIB dib, int monoMode,
+                                          BOOL weighted);
+
+/* Renders a plain 1-bit DIB as 8-bit gray counting its darker colour, with
+   mode 0 (expand), 1 (3x3 spread) or 2 (5x5 spread). Clears the module code,
+   then on failure sets an IMGERR_ code there (any non-1-bit image gives
+   IMGERR_COMPRESSED) and returns NULL. */
+VXAPI HDIB VXCALL ConvMonoDIBtoGrayscale(HDIB dib, int mode);
+
+/* ------------------------------------------------------------------------ */
+/* Tone: convolution filters                                                 */
+/* ------------------------------------------------------------------------ */
+
+/* Filters an 8-bit DIB with an n x n kernel (size 3..7): type 1 kernel from
+   `kernel` (n*n weights + divisor, 32-bit), 2 from `kernelFile`, 3 mean,
+   4 smoothing, 5/6 sharpening. In place (newDib 0, returns dib) or into a
+   new DIB; output gets a gray ramp. NULL on failure; reports through *error
+   only (0 on entry). */
+VXAPI HDIB VXCALL Convolve(HDIB dib, BOOL newDib, int type, int size,
+                           LPCSTR kernelFile, const int *kernel, DWORD *error);
+
+/* Filters a 24-bit DIB through its gray values (grayMode 1 weighted, else
+   average) and adds the change to blue, green and red alike. `type` is a
+   16-bit argument (1..6); `size` is 32-bit, read as signed 16-bit (3..7);
+   caller kernels use 16-bit entries. NULL on failure; reports through
+   *error only (0 on entry). */
+VXAPI HDIB VXCALL ColorConvolution(HDIB dib, BOOL newDib, int grayMode,
+                                   short type, int size, LPCSTR kernelFile,
+                                   const short *kernel, DWORD *error);
+
+/* ------------------------------------------------------------------------ */
+/* Tone: depth conversion, combining, brightness and contrast                */
+/* ------------------------------------------------------------------------ */
+
+/* Expands an 8-bit DIB to 24 bits through its colour table. Clears the
+   module code; on failure returns NULL with an IMGERR_ code there (1/4-bit:
+   IMGERR_BITCOUNT; a 24-bit source stores 31, which has no message). */
+VXAPI HDIB VXCALL Convert8to24(HDIB dib);
+
+/* Pastes device bitmap hSrc into *phDest at (x, y): opaque, or OR'ed when
+   altMode is set; with hMask, white mask pixels let the source through
+   (altMode: XOR instead). hSrc and a 1-bit mask are left modified. A NULL
+   *phDest receives a copy of hSrc (result TRUE). Failure: FALSE, with a
+   COMBINE_ERR_ value stored in the module code. */
+VXAPI BOOL VXCALL CombineBMP(int x, int y, HBITMAP *phDest, HBITMAP hSrc,
+                             HBITMAP hMask, BOOL altMode);
+
+/* CombineBMP for DIBs: converts to device bitmaps, pastes, and reads the
+   result back into *phDest's own block. A NULL *phDest receives a copy of
+   hSrc (result TRUE). Failure: FALSE, COMBINE_ERR_ value in the module code. */
+VXAPI BOOL VXCALL CombineDIB(int x, int y, HDIB *phDest, HDIB hSrc,
+                             HDIB hMask, BOOL altMode);
+
+/* Applies brightness and contrast (percent, -100..100; 32-bit arguments read
+   as signed 16-bit) to a 4/8-bit colour table or every 24-bit byte, into a
+   new DIB. Clears the module code; on failure returns NULL with an IMGERR_
+   code there. */
+VXAPI HDIB VXCALL ColorBrightnessContrast(HDIB dib, int brightness,
+                                          int contrast);
+
+/* ------------------------------------------------------------------------ */
+/* Dithering and halftoning                                                  */
+/* ------------------------------------------------------------------------ */
+
+/* Floyd-Steinberg error diffusion of a 4/8/24-bit DIB to `depth` 1, 4 or 8
+   bits (below the source depth), with a fixed palette. Returns NULL on
+   failure with an IMGERR_ code in the module code; IMGERR_SUCCESS on success. */
+VXAPI HDIB VXCALL DitherFS4(HDIB dib, int depth);
+
+/* Jarvis-Judice-Ninke error diffusion to 1, 4 or 8 bits, otherwise as
+   DitherFS4 (note: a null handle gives IMGERR_LOCKMEMORY and a failed lock
+   IMGERR_NOMEMORY). Module code on failure; IMGERR_SUCCESS on success. */
+VXAPI HDIB VXCALL DitherJJN(HDIB dib, int depth);
+
+/* 2x2 block-redistribution dither to `depth` 1 or 4, carrying the remainder
+   whole. Returns NULL on failure with an IMGERR_ code in the module code;
+   IMGERR_SUCCESS on success. */
+VXAPI HDIB VXCALL DitherSmooth(HDIB dib, int depth);
+
+/* As DitherSmooth, but halves the remainder carried between windows, giving
+   crisper edges. Module code on failure; IMGERR_SUCCESS on success. */
+VXAPI HDIB VXCALL DitherSharp(HDIB dib, int depth);
+
+/* Makes a 1-bit DIB from a 4/8/24-bit DIB: mode (16-bit unsigned) 0
+   threshold, 1 error diffusion, 2 ordered 16x16 screen, after adding
+   `brightness` to each luminance. NULL on failure with IMGERR_PARAMETER or
+   IMGERR_NOMEMORY in the 16-bit *error cell (unwritten on success); the
+   module code is never touched. */
+VXAPI HDIB VXCALL Halftone(HDIB dib, WORD mode, int brightness, WORD *error);
+
+/* ------------------------------------------------------------------------ */
+/* File formats: detection and load/save dispatch                            */
+/* ------------------------------------------------------------------------ */
+
+/* Reads up to 512 bytes of the file and returns its FMT_ code (FMT_UNKNOWN
+   when nothing matches; the TGA test looks at the name only). An unreadable
+   file is not reported as such, but the fax-set test leaves IMGERR_OPENFILE
+   in the module code for a file that does not exist. */
+VXAPI int VXCALL GetImageFormat(LPCSTR fileName);
+
+/* Loads page `page` of any recognised image file into a new DIB, through
+   the BMP, clipboard, metafile and fax-set readers or a format module.
+   NULL on failure; an unloadable format sets IMGERR_FILEFORMAT and stores 9
+   in *status, which format modules also use. */
+VXAPI HDIB VXCALL LoadImageIntoDIB(LPCSTR fileName, int page, int *status);
+
+/* Saves a DIB in format `format` (FMT_ code) through the library's writers
+   or a format module; option and param are handed to the module. Returns
+   the writer's result (non-zero for success); 0 without an error code for
+   unsupported formats, and 0 after a message box for a missing module. */
+VXAPI int VXCALL SaveDIBInImageFormat(LPCSTR fileName, HDIB dib, int format,
+                                      int option, int param);
+
+/* ------------------------------------------------------------------------ */
+/* File formats: run-length compression                                      */
+/* ------------------------------------------------------------------------ */
+
+/* Encodes an uncompressed 8-bit (RLE8) or 4-bit (RLE4) DIB into a new DIB.
+   Returns NULL on failure with IMGERR_PARAMETER or IMGERR_NOMEMORY in the
+   module code; sets IMGERR_SUCCESS on success. */
+VXAPI HDIB VXCALL CompressDIB(HDIB dib);
+
+/* Decodes an RLE8 or RLE4 DIB into a new plain DIB. Returns NULL on failure
+   with IMGERR_PARAMETER or IMGERR_NOMEMORY in the module code; sets
+   IMGERR_SUCCESS on success. */
+VXAPI HDIB VXCALL ExpandCompressedDIB(HDIB dib);
+
+/* ------------------------------------------------------------------------ */
+/* File formats: clipboard files                                             */
+/* ------------------------------------------------------------------------ */
+
+/* Reads the first entry of clipboard format `format` (16-bit: CF_TEXT,
+   CF_METAFILEPICT, CF_DIB give an HBITMAP; CF_BITMAP gives an HGLOBAL of the
+   raw bytes). NULL on failure with IMGERR_OPENFILE, IMGERR_FILEFORMAT,
+   IMGERR_CLIPFORMATNOTFOUND, IMGERR_IO or IMGERR_NOMEMORY in the module code. */
+VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format);
+
+/* Writes a new clipboard file holding the bitmap as one CF_DIB entry.
+   Returns TRUE, or FALSE when the bitmap cannot be converted or the file
+   cannot be created (IMGERR_OPENFILE in the module code). */
+VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap);
+
+/* ------------------------------------------------------------------------ */
+/* File formats: colour fax sets                                             */
+/* ------------------------------------------------------------------------ */
+
+/* Returns the page count ("TotalPages") of a colour fax set description, or
+   -1 when the key is missing or the file does not exist (the latter sets
+   IMGERR_OPENFILE in the module code). */
+VXAPI int VXCALL GetNumberOfImagesInFaxFile(LPCSTR fileName);
+
+/* Loads page `page` (from 1) of a colour fax set, combining its 1-bit planes
+   into a 4-bit DIB (a single plane is returned as is). NULL on failure: a
+   missing set file sets IMGERR_OPENFILE and *status = 3; a page out of range
+   sets nothing; plane load failures keep their own codes and *status. */
+VXAPI HDIB VXCALL LoadColorFaxPage(LPCSTR fileName, int page, int *status);
+
+/* ------------------------------------------------------------------------ */
+/* File formats: text rendered into bitmaps                                  */
+/* ------------------------------------------------------------------------ */
+
+/* Reads a text file (converted from the OEM code page when ansi is FALSE)
+   and renders it black on white into a 1-bit device bitmap. NULL on failure
+   with IMGERR_OPENFILE, IMGERR_NOMEMORY or IMGERR_IO in the module code; a
+   rendering failure is reported as IMGERR_SUCCESS. */
+VXAPI HBITMAP VXCALL LoadASCIIFile(LPCSTR fileName, BOOL ansi);
+
+/* Renders the text in a movable block (its last byte is overwritten with 0)
+   into a 1-bit device bitmap, squeezing it vertically if a full-height
+   bitmap cannot be made. NULL on failure with IMGERR_NOMEMORY or
+   IMGERR_CREATEDC in the module code. */
+VXAPI HBITMAP VXCALL LoadASCIIIntoBitmap(HGLOBAL text);
+
+/* ------------------------------------------------------------------------ */
+/* Display engine (state record)                                             */
+/* ------------------------------------------------------------------------ */
+
+/* Starts showing a device bitmap in hWnd. resolution: {x, y} dpi or NULL
+   (device's); position: in {x, y} image pixels to scroll to, out the four
+   origin fields (room for 4 ints), or NULL; zoom: {xMul, xDiv, yMul, yDiv}
+   or NULL; the palette is used, not owned. Returns the stored flags, 0 when
+   state is NULL. Sets no error code. */
+VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette,
+                                const int *resolution, int *position,
+                                const int *zoom, DWORD flags,
+                                VXDISPLAYSTATE *state);
+
+/* Starts showing a DIB in hWnd: resolution from its header, an owned palette
+   made from it, and with DISPLAY_MAKEBITMAP an owned device bitmap for
+   drawing. position and zoom as for DisplayStart. Returns the flags
+   argument, 0 when state is NULL. */
+VXAPI DWORD VXCALL DisplayDIBStart(HWND hWnd, HDIB hDIB, int *position,
+                                   const int *zoom, DWORD flags,
+                                   VXDISPLAYSTATE *state);
+
+/* WM_CREATE handler: clears the whole state record. Returns 0; 1 when hWnd
+   is NULL. */
+VXAPI LRESULT VXCALL DisplayWmCreate(HWND hWnd, WPARAM wParam, LPARAM lParam,
+                                     VXDISPLAYSTATE *state);
+
+/* WM_DESTROY handler: deletes the bitmap and palette the engine owns and
+   clears those handles. Returns 0; 1 when hWnd is NULL. */
+VXAPI LRESULT VXCALL DisplayWmDestroy(HWND hWnd, WPARAM wParam, LPARAM lParam,
+                                      VXDISPLAYSTATE *state);
+
+/* WM_SIZE handler: stores the client rectangle, recomputes the mapping and
+   scroll bars. A size message arriving while one is handled is ignored.
+   Returns 0; 1 when hWnd is NULL. */
+VXAPI LRESULT VXCALL DisplayWmSize(HWND hWnd, WPARAM wParam, LPARAM lParam,
+                                   VXDISPLAYSTATE *state);
+
+/* WM_VSCROLL handler: scroll code in LOWORD(wParam), thumb in HIWORD(wParam);
+   moves by whole zoomed pixels and scrolls the window. Returns 0; 1 when
+   hWnd is NULL. */
+VXAPI LRESULT VXCALL DisplayWmVertScroll(HWND hWnd, WPARAM wParam,
+                                         LPARAM lParam, VXDISPLAYSTATE *state);
+
+/* WM_HSCROLL handler, as DisplayWmVertScroll on the horizontal axis.
+   Returns 0; 1 when hWnd is NULL. */
+VXAPI LRESULT VXCALL DisplayWmHorzScroll(HWND hWnd, WPARAM wParam,
+                                         LPARAM lParam, VXDISPLAYSTATE *state);
+
+/* WM_PAINT handler: draws the visible part of the image and fills the rest
+   of the paint rectangle with the class background brush. Returns 0 (1 when
+   hWnd is NULL). */
+VXAPI LRESULT VXCALL DisplayWmPaint(HWND hWnd, VXDISPLAYSTATE *state);
+
+/* Scrolls both axes to `point` (device pixels), snapped and clamped as the
+   scroll messages do, and repaints only the uncovered strips. Returns 0;
+   1 when hWnd or point is NULL. */
+VXAPI int VXCALL DisplaySetScrollPos(HWND hWnd, VXDISPLAYSTATE *state,
+                                     LPPOINT point);
+
+/* Draws the current image into any device context (printer, memory, window)
+   with the state's mapping, after clamping the scroll position. Returns the
+   flags, 0 when state is NULL. */
+VXAPI DWORD VXCALL DisplayDIBImageDC(HDC hDC, VXDISPLAYSTATE *state);
+
+/* Same operation as DisplayDIBImageDC, kept under its second name. Returns
+   the flags, 0 when state is NULL. */
+VXAPI DWORD VXCALL DisplayImageDC(HDC hDC, VXDISPLAYSTATE *state);
+
+/* Applies the state's mapping to a device context without resetting scroll
+   or centring, for the application's own drawing over the image. Returns
+   the flags, 0 when state is NULL. */
+VXAPI DWORD VXCALL MapDisplayDC(HDC hDC, VXDISPLAYSTATE *state);
+
+/* Returns the library-wide low-memory stretch switch (default 0): when on,
+   visible parts of DIBs are resampled by the library before drawing. */
+VXAPI int VXCALL GetLowMemStretch(void);
+
+/* Sets the low-memory stretch switch and returns its previous value. */
+VXAPI int VXCALL SetLowMemStretch(int value);
+
+/* Stateless WM_PAINT handler for a device bitmap, in hundredths of an inch:
+   mode DISPLAY_FIT shrinks to fit, DISPLAY_INVERT inverts. view carries the
+   scroll position in and out; resolution {x, y} dpi or NULL; zoom {xMul,
+   xDiv, yMul, yDiv} or NULL. Returns EndPaint's result. */
+VXAPI BOOL VXCALL DisplayImage(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette,
+                               VXVIEW *view, const int *resolution,
+                               const int *zoom, DWORD mode);
+
+/* Stateless WM_PAINT handler for a DIB (resolution from its header, palette
+   made and deleted here); uses the low-memory stretch path when it is on.
+   Returns EndPaint's result. */
+VXAPI BOOL VXCALL DisplayDIBImage(HWND hWnd, HDIB hDIB, VXVIEW *view,
+                                  const int *zoom, DWORD mode);
+
+/* ------------------------------------------------------------------------ */
+/* Display: scrolling DIB view in physical units                             */
+/* ------------------------------------------------------------------------ */
+
+/* Paints a DIB inside BeginPaint/EndPaint with the view's scroll position,
+   zoom {xNum, xDen, yNum, yDen} (used when all are >= 1) and DISPLAY_ flags.
+   Returns the flags after layout (DISPLAY_ZOOMED added when true size could
+   not be honoured). */
+VXAPI DWORD VXCALL DisplayCPPImage(HWND hWnd, HDIB hDIB, VXVIEW *view,
+                                   const int *zoom, DWORD flags);
+
+/* WM_SIZE handler of the scrolling view: `size` is the message's lParam
+   (width low 16 bits, height high 16 bits). Lays out, sets the scroll bars
+   (hundredths of an inch) and invalidates with erase. Returns the flags. */
+VXAPI DWORD VXCALL DisplayCPPSize(HWND hWnd, HDIB hDIB, VXVIEW *view,
+                                  const int *zoom, DWORD flags, LPARAM size);
+
+/* WM_HSCROLL handler of the scrolling view: applies scroll code `code` (and
+   `thumb` for thumb moves) to the view, lays out, sets the scroll bars and
+   invalidates. Returns the flags after layout. */
+VXAPI DWORD VXCALL DisplayCPPHScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
+                                     const int *zoom, DWORD flags, int code,
+                                     int thumb);
+
+/* WM_VSCROLL handler of the scrolling view, as DisplayCPPHScroll on the
+   vertical axis. Returns the flags after layout. */
+VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
+                                     const int *zoom, DWORD flags, int code,
+                                     int thumb);
+
+/* ------------------------------------------------------------------------ */
+/* Zoom: rubber band and zoom steps                                          */
+/* ------------------------------------------------------------------------ */
+
+/* Sets the library-wide scale steps: base 1..1000 and two tables of
+   BZOOM_STEP_TABLE_LEN ints (count, then rising steps starting at base), each
+   optional. Returns TRUE, or FALSE (nothing changed) when the base or a
+   given table is invalid. */
+VXAPI BOOL VXCALL BZoomSetScaleSteps(int base, const int *zoomIn,
+                                     const int *zoomOut);
+
+/* Copies the scale-step tables into the given arrays (each optional, room
+   for BZOOM_STEP_TABLE_LEN ints) and returns the base. */
+VXAPI int VXCALL BZoomGetScaleSteps(int *zoomIn, int *zoomOut);
+
+/* Starts a zoom on button-down: clears `zoom`, records the start point
+   (optional; screen coordinates when screenPoints), the current zoom
+   {xMul, xDiv, yMul, yDiv} (optional, else base:base) and the mode; with
+   BZOOM_DRAG in mode it captures the mouse. */
+VXAPI void VXCALL BZoomStart(HWND hWnd, LPPOINT start, const int *currentZoom,
+                             int mode, VXBZOOM *zoom, BOOL screenPoints);
+
+/* Mouse-move during a drag: once the point is 6 pixels or more from the
+   start on both axes, draws and then tracks the rubber band (XOR pen). Does
+   nothing outside drag mode. */
+VXAPI void VXCALL BZoomUpdate(HWND hWnd, LPPOINT point, VXBZOOM *zoom);
+
+/* Button-up: ends a drag, computes the new zoom (rectangle zoom or the
+   record's command) and, when a point is known, applies it to the display
+   state and sets zoom->newScrollX/Y for the application to scroll to. */
+VXAPI void VXCALL BZoomEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom,
+                           VXDISPLAYSTATE *state);
+
+/* Applies a zoom command (BZOOM_STEPIN...) without the mouse: a start and an
+   end without points, starting from `currentZoom` {xMul, xDiv, yMul, yDiv}. */
+VXAPI void VXCALL BZoomStep(HWND hWnd, const int *currentZoom, int mode,
+                            VXBZOOM *zoom, VXDISPLAYSTATE *state);
+
+/* BZoomEnd for a screen view record with floating-point zoom: scroll
+   positions are rescaled in proportion to the old ones. */
+VXAPI void VXCALL BZoomScreenEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom,
+                                 VXSCREENVIEW *view);
+
+/* BZoomStep for a screen view record. */
+VXAPI void VXCALL BZoomScreenStep(HWND hWnd, const int *currentZoom, int mode,
+                                  VXBZOOM *zoom, VXSCREENVIEW *view);
+
+/* ------------------------------------------------------------------------ */
+/* Magnifier lens (one per process)                                          */
+/* ------------------------------------------------------------------------ */
+
+/* Sets the lens size in pixels (default 180 x 80), used from the next
+   M_StartMagnify. Returns 1. */
+VXAPI int VXCALL M_SetSizes(int width, int height);
+
+/* Returns the lens width in pixels. */
+VXAPI int VXCALL M_GetWidth(void);
+
+/* Returns the lens height in pixels. */
+VXAPI int VXCALL M_GetHeight(void);
+
+/* Starts the lens on hWnd: snapshots the client area, hides the cursor and
+   makes the lens bitmap; hPalette (optional) is used for every blit.
+   Returns 1. */
+VXAPI int VXCALL M_StartMagnify(HWND hWnd, HPALETTE hPalette);
+
+/* Computes in *rect the source rectangle centred on (x, y) that fills the
+   lens interior at ratio {xNum, xDen, yNum, yDen} (reductions reset to
+   10:10). Returns 1, or 0 when ratio or rect is NULL or ratio[2]/ratio[3]
+   is 0. */
+VXAPI int VXCALL M_CalcRect(int x, int y, int *ratio, LPRECT rect);
+
+/* Fills the lens from the (x, y, width, height) rectangle of hBitmap,
+   stretched, gray outside the bitmap, and draws the bevelled frame. Does
+   nothing when the lens is not active. */
+VXAPI void VXCALL M_StretchBitmap(HBITMAP hBitmap, int x, int y, int width,
+                                  int height);
+
+/* Moves the lens to client point (x, y), restoring the window under its
+   previous place. Does nothing when the lens is not active. */
+VXAPI void VXCALL M_CopyBitmap(HWND hWnd, int x, int y);
+
+/* Stops the lens: restores the window and the cursor and frees the lens
+   bitmaps. Returns 1. */
+VXAPI int VXCALL M_StopMagnify(void);
+
+/* ------------------------------------------------------------------------ */
+/* Printing: jobs                                                            */
+/* ------------------------------------------------------------------------ */
+
+/* Opens a print job on hPrinterDC, or (when NULL) on the printer chosen in
+   the print dialog or the default printer; shows the cancel box. options
+   (in/out) or NULL for defaults. Returns 0, IMGERR_NOTHINGTODO (dialog
+   cancelled), IMGERR_PRINTERDC, 1 (no raster support), -5 (no cancel box),
+   or a negative code from the abort procedure or document start. */
+VXAPI int VXCALL PrepareToPrint(HWND hWnd, HDC hPrinterDC,
+                                VXPRINTOPTIONS *options, LPCSTR docName,
+                                int pageCount);
+
+/* Lays out and prints one DIB as page `page` (from 0) of the open job,
+   offset by (xOffset, yOffset), band by band, `copies` times; resolution
+   {x, y} dpi or NULL; `reserved` should be 0. Returns 0, or the negative
+   code of a failed band or abort escape (0 at once when no job is open). */
+VXAPI int VXCALL PrintDIBPage(HDIB hDIB, const int *resolution, DWORD reserved,
+                              int page, int xOffset, int yOffset);
+
+/* Sets the job's continue flag: the next PrintDIBPage goes on without
+   ending the page in progress first. */
+VXAPI void VXCALL PrintPageContinue(void);
+
+/* Ends the page and document, deletes hPrinterDC (and the job's memory DC)
+   and destroys the cancel box. Returns 0, or -1 when ending the document
+   fails. */
+VXAPI int VXCALL EndPrint(HDC hPrinterDC);
+
+/* One-call print of a DIB: PrepareToPrint (one page), PrintDIBPage, then
+   always EndPrint. Returns the first non-zero code of those, else 0. Sets no
+   module error code. */
+VXAPI int VXCALL PrintDIB(HWND hWnd, HDC hPrinterDC, HDIB hDIB, LPCSTR docName,
+                          const int *resolution, VXPRINTOPTIONS *options,
+                          DWORD reserved);
+
+/* One-call print of a device bitmap: converts it to a DIB (failure: 1), then
+   PrintDIB, then frees the DIB. Returns PrintDIB's result. */
+VXAPI int VXCALL PrintImage(HWND hWnd, HDC hPrinterDC, HBITMAP hBitmap,
+                            HPALETTE hPalette, LPCSTR docName,
+                            const int *resolution, VXPRINTOPTIONS *options,
+                            DWORD reserved);
+
+/* Dialog procedure of the modeless "Cancel Printing" box: any command sets
+   the job's abort flag; message 2024 (WM_USER + 1000) sets the text of
+   control 121 from lParam. */
+VXAPI INT_PTR VXCALL PrintCancelDlgProc(HWND hDlg, UINT message, WPARAM wParam,
+                                        LPARAM lParam);
+
+/* Abort procedure of the print job: pumps the message queue between bands.
+   Returns TRUE to continue, FALSE once the job is aborted (a non-zero
+   `code` aborts and becomes the job's last error). */
+VXAPI BOOL VXCALL PrintAbortProc(HDC hDC, int code);
+
+/* ------------------------------------------------------------------------ */
+/* Printing: print and printer-setup dialogs                                 */
+/* ------------------------------------------------------------------------ */
+
+/* Runs the modal printer-setup dialog, which lists the profile's printers and
+   makes the chosen one the default. Returns a 239-byte movable block on OK
+   (the caller frees it), NULL on Cancel or failure. */
+VXAPI HGLOBAL VXCALL PrinterSetup(HWND hWndOwner);
+
+/* Dialog procedure of the printer-setup dialog. */
+VXAPI INT_PTR VXCALL PrinterSetupProc(HWND hDlg, UINT message, WPARAM wParam,
+                                      LPARAM lParam);
+
+/* Dialog procedure of the print dialog: picks a printer and the print
+   options; ends with the printer DC on OK, 0 on Cancel. */
+VXAPI INT_PTR VXCALL PrintPageProc(HWND hDlg, UINT message, WPARAM wParam,
+                                   LPARAM lParam);
+
+/*
+ * Further exports whose argument lists are not fixed in this header yet:
+ * device-bitmap turns and flips RotateBitmap90, RotateBitmap180,
+ * RotateBitmap270, FlipBitmapVertical, FlipBitmapHorizontal, InvertBitmap;
+ * metafile bridge LoadMetaFileIntoBitmap(fileName),
+ * DrawMetaFileIntoBitmap(metafile, w, h, 0), SaveBitmapIntoMetaFile(dc,
+ * bitmap, fileName), SaveBitmapIntoEnhMetaFile(dc, bitmap, fileName),
+ * SaveDIBIntoMetaFile, SaveDIBIntoEnhMetaFile, PlaceMetaFileIntoBMPFromCLP,
+ * PlaceMetaFileIntoDIBFromCLP.
+ */
+
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* VEXORA_H */

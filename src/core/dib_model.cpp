@@ -1,0 +1,247 @@
+// dib_model.cpp - the DIB model and the library frame: PaletteSize, DIBColorCount,
+// DIBPixelBits, ReadDIBInfo, CreateDIBPalette, GetImageVersion and the attach/detach logic
+// behind the module entry point.
+//
+// ReadDIBInfo is the one reader of DIB headers from files. It accepts a BITMAPFILEHEADER or a
+// bare packed DIB (no "BM": the header is read where the file stands), a 40-byte info header or
+// a 12-byte core header (widened to 40 bytes, its 3-byte colour entries to RGBQUADs), fills in
+// a zero biSizeImage and biClrUsed, and leaves the file at the first pixel byte. It also
+// refuses the headers whose sizes no block could hold (see the export's comment), so that the
+// loaders above it never compute a wrapped size.
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <vector>
+
+#include "vexora.h"
+
+#include "dib_layout.hpp"
+#include "errors.hpp"
+#include "file_io.hpp"
+#include "guards.hpp"
+#include "library.hpp"
+
+namespace vx {
+namespace {
+
+constexpr char kVersionText[] = "Version 5.56";
+constexpr int kVersionLength = sizeof kVersionText - 1;  // 12 characters
+constexpr DWORD kHostingLayerBit = 0x80000000u;
+
+// Colour tables larger than any depth needs must lie inside the file; smaller ones may be cut
+// short by a truncated file and are then read as far as they go.
+constexpr uint32_t kLargestDepthTable = 256;
+
+struct FrameState {
+    HINSTANCE instance = nullptr;
+    bool attached = false;
+    bool detached = false;
+};
+FrameState g_frame;
+
+// Rebuilds a core header (12 bytes at the start of `header`) as a 40-byte info header in place.
+void WidenCoreHeader(uint8_t* header, uint32_t colorCount) {
+    const uint16_t width = LoadU16(header + bch::kWidth);
+    const uint16_t height = LoadU16(header + bch::kHeight);
+    const uint16_t planes = LoadU16(header + bch::kPlanes);
+    const uint16_t bitCount = LoadU16(header + bch::kBitCount);
+    std::memset(header, 0, kInfoHeaderSize);
+    StoreU32(header + bih::kSize, kInfoHeaderSize);
+    StoreI32(header + bih::kWidth, width);
+    StoreI32(header + bih::kHeight, height);
+    StoreU16(header + bih::kPlanes, planes);
+    StoreU16(header + bih::kBitCount, bitCount);
+    StoreU32(header + bih::kClrUsed, colorCount);
+    StoreU32(header + bih::kClrImportant, colorCount);
+}
+
+// Whether the pixel area the header describes can exist in a block addressed by 32 bits.
+bool HasRepresentableSize(const uint8_t* header, uint32_t colorCount) {
+    const int32_t width = LoadI32(header + bih::kWidth);
+    const int32_t height = LoadI32(header + bih::kHeight);
+    if (width <= 0 || height == 0) return false;
+    const uint64_t rows = height < 0 ? -int64_t{height} : height;
+    const uint64_t image = RowStride64(static_cast<uint64_t>(width), LoadU16(header + bih::kBitCount)) * rows;
+    return kInfoHeaderSize + uint64_t{colorCount} * 4 + image <= UINT32_MAX;
+}
+
+// Bytes from the current position to the end of the file, or UINT64_MAX when unknown.
+uint64_t BytesLeft(HFILE file) {
+    const LONG here = _llseek(file, 0, FILE_CURRENT);
+    if (here < 0) return UINT64_MAX;
+    const DWORD length = FileLength(file);
+    return length >= static_cast<DWORD>(here) ? length - static_cast<DWORD>(here) : 0;
+}
+
+}  // namespace
+
+bool ReadExactly(HFILE file, void* buffer, uint32_t bytes) {
+    return _lread(file, buffer, bytes) == bytes;
+}
+
+HINSTANCE LibraryInstance() { return g_frame.instance; }
+
+BOOL LibraryEntry(HINSTANCE instance, DWORD reason, DWORD version) {
+    const bool hostingLayer = (version & kHostingLayerBit) != 0;
+    switch (reason) {
+    case 1:  // process attach
+        if (hostingLayer && g_frame.attached) return FALSE;
+        g_frame.attached = true;
+        g_frame.instance = instance;
+        return TRUE;
+    case 0:  // process detach
+        if (hostingLayer && g_frame.detached) return FALSE;
+        g_frame.detached = true;
+        return TRUE;
+    case 2:  // thread attach
+    case 3:  // thread detach
+        return TRUE;
+    default:
+        return FALSE;
+    }
+}
+
+}  // namespace vx
+
+using namespace vx;
+
+extern "C" {
+
+VXAPI DWORD VXCALL PaletteSize(LPVOID header) {
+    return header ? DibPaletteBytes(static_cast<const uint8_t*>(header)) : 0;
+}
+
+VXAPI DWORD VXCALL DIBColorCount(LPVOID header) {
+    return header ? vx::DibColorCount(static_cast<const uint8_t*>(header)) : 0;
+}
+
+VXAPI LPSTR VXCALL DIBPixelBits(LPVOID header) {
+    if (header == nullptr) return nullptr;
+    auto* bytes = static_cast<uint8_t*>(header);
+    return reinterpret_cast<LPSTR>(bytes + LoadU32(bytes) + DibPaletteBytes(bytes));
+}
+
+VXAPI HDIB VXCALL ReadDIBInfo(HFILE file) {
+    return ExportGuard(
+        [&]() -> HDIB {
+            if (file == HFILE_ERROR) {
+                SetModuleError(IMGERR_PARAMETER);
+                return nullptr;
+            }
+            const LONG start = _llseek(file, 0, FILE_CURRENT);
+
+            uint8_t fileHeader[kFileHeaderSize];
+            if (!ReadExactly(file, fileHeader, sizeof fileHeader)) {
+                SetModuleError(IMGERR_IO);
+                return nullptr;
+            }
+            uint32_t offBits = LoadU32(fileHeader + 10);
+            if (LoadU16(fileHeader) != kBmpSignature) {  // a bare packed DIB
+                offBits = 0;
+                _llseek(file, start, FILE_BEGIN);
+            }
+
+            uint8_t header[kInfoHeaderSize];
+            if (!ReadExactly(file, header, sizeof header)) {
+                SetModuleError(IMGERR_IO);
+                return nullptr;
+            }
+            const uint32_t colorCount = DibColorCount(header);
+            const uint32_t headerSize = LoadU32(header);
+            const bool core = headerSize == kCoreHeaderSize;
+            if (core) {
+                WidenCoreHeader(header, colorCount);
+                _llseek(file, -static_cast<LONG>(kInfoHeaderSize - kCoreHeaderSize), FILE_CURRENT);
+            } else if (headerSize != kInfoHeaderSize) {
+                SetModuleError(IMGERR_FILEFORMAT);
+                return nullptr;
+            }
+            const uint32_t entryBytes = core ? 3 : 4;
+            if (!HasRepresentableSize(header, colorCount) ||
+                (colorCount > kLargestDepthTable &&
+                 uint64_t{colorCount} * entryBytes > BytesLeft(file))) {
+                SetModuleError(IMGERR_FILEFORMAT);
+                return nullptr;
+            }
+
+            const int32_t height = LoadI32(header + bih::kHeight);
+            const uint32_t rows = static_cast<uint32_t>(height < 0 ? -int64_t{height} : height);
+            if (LoadU32(header + bih::kSizeImage) == 0)
+                StoreU32(header + bih::kSizeImage,
+                         RowStride(static_cast<uint32_t>(LoadI32(header + bih::kWidth)),
+                                   LoadU16(header + bih::kBitCount)) * rows);
+            if (LoadU32(header + bih::kClrUsed) == 0)
+                StoreU32(header + bih::kClrUsed, DibColorCount(header));
+
+            OwnedBlock block = OwnedBlock::Allocate(kInfoHeaderSize + uint64_t{colorCount} * 4);
+            if (!block) return nullptr;
+            {
+                BlockLock lock(block.get());
+                if (!lock) return nullptr;
+                std::memcpy(lock.data(), header, sizeof header);
+                uint8_t* table = lock.data() + kInfoHeaderSize;
+                if (colorCount > 0) {
+                    // A short table is not an error: the rest of the block stays zero.
+                    _lread(file, table, colorCount * entryBytes);
+                    if (core) {
+                        // Widen 3-byte entries to RGBQUADs from the last one down, so that no
+                        // entry is overwritten before it has moved.
+                        for (uint32_t i = colorCount; i-- > 0;) {
+                            table[i * 4 + 3] = 0;
+                            table[i * 4 + 2] = table[i * 3 + 2];
+                            table[i * 4 + 1] = table[i * 3 + 1];
+                            table[i * 4 + 0] = table[i * 3 + 0];
+                        }
+                    }
+                }
+            }
+            if (offBits != 0) {
+                const int64_t pixels = int64_t{start} + offBits;
+                if (pixels <= INT32_MAX) _llseek(file, static_cast<LONG>(pixels), FILE_BEGIN);
+            }
+            return block.release();
+        },
+        []() -> HDIB { return nullptr; });
+}
+
+VXAPI HPALETTE VXCALL CreateDIBPalette(HDIB dib) {
+    return ExportGuard(
+        [&]() -> HPALETTE {
+            if (dib == nullptr) return nullptr;
+            BlockLock lock(dib);
+            if (!lock) return nullptr;
+            const auto layout = InspectDib(lock.data(), lock.size());
+            if (!layout || layout->colorCount == 0) return nullptr;
+            const uint32_t n = layout->colorCount;
+            // Entries are read after a 40-byte header whatever biSize says.
+            if (kInfoHeaderSize + uint64_t{n} * 4 > lock.size()) return nullptr;
+
+            // A LOGPALETTE is a 4-byte head followed by the entries.
+            std::vector<uint8_t> storage(offsetof(LOGPALETTE, palPalEntry) +
+                                         uint64_t{n} * sizeof(PALETTEENTRY));
+            auto* logical = reinterpret_cast<LOGPALETTE*>(storage.data());
+            logical->palVersion = 0x300;
+            logical->palNumEntries = static_cast<WORD>(n);
+            const uint8_t* table = lock.data() + kInfoHeaderSize;
+            uint8_t* entries = storage.data() + offsetof(LOGPALETTE, palPalEntry);
+            for (uint32_t i = 0; i < n; ++i) {
+                const PALETTEENTRY entry{table[i * 4 + 2], table[i * 4 + 1], table[i * 4 + 0], 0};
+                std::memcpy(entries + i * sizeof entry, &entry, sizeof entry);
+            }
+            HPALETTE palette = CreatePalette(logical);
+            if (palette == nullptr) SetModuleError(IMGERR_CREATEPALETTE);
+            return palette;
+        },
+        []() -> HPALETTE {
+            SetModuleError(IMGERR_CREATEPALETTE);
+            return nullptr;
+        });
+}
+
+VXAPI void VXCALL GetImageVersion(LPSTR buffer, int size) {
+    if (buffer == nullptr || size <= 0) return;
+    // Up to 12 bytes are copied without a terminator: the caller terminates what it asked for.
+    std::memcpy(buffer, kVersionText, size > kVersionLength ? kVersionLength + 1 : size);
+}
+
+}  // extern "C"

@@ -1,0 +1,14 @@
+// errors.hpp - the module error code, as the library's operations set it.
+#pragma once
+
+namespace vx {
+
+// Stores a code without the range test of SetImgError: a few operations store values that
+// have no message (the 500 range), and must be able to.
+void SetModuleError(int code);
+int ModuleError();
+
+// The message of a code from 0 to 30; a fixed text for any code without a message.
+const char* ErrorMessage(int code);
+
+}  // namespace vx

@@ -1,0 +1,123 @@
+// guards.hpp - RAII for every pair the platform pairs: lock and unlock of a memory block,
+// allocation and release of a block being built, open and close of a file, and the wait
+// cursor. An export builds its result inside an OwnedBlock and hands it to the caller with
+// release(), so that ownership passing out of the library is visible where it happens; every
+// other exit path frees what was taken.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <utility>
+
+#include "vexora.h"
+
+#include "platform/platform.hpp"
+
+namespace vx {
+
+// A block locked for the lifetime of the guard.
+class BlockLock {
+public:
+    BlockLock() = default;
+    explicit BlockLock(HGLOBAL block) : block_(block) {
+        if (block_ != nullptr) {
+            data_ = static_cast<uint8_t*>(GlobalLock(block_));
+            if (data_ != nullptr) size_ = GlobalSize(block_);
+        }
+    }
+    BlockLock(const BlockLock&) = delete;
+    BlockLock& operator=(const BlockLock&) = delete;
+    BlockLock(BlockLock&& other) noexcept { *this = std::move(other); }
+    BlockLock& operator=(BlockLock&& other) noexcept {
+        if (this != &other) {
+            unlock();
+            block_ = std::exchange(other.block_, nullptr);
+            data_ = std::exchange(other.data_, nullptr);
+            size_ = std::exchange(other.size_, 0);
+        }
+        return *this;
+    }
+    ~BlockLock() { unlock(); }
+
+    explicit operator bool() const { return data_ != nullptr; }
+    uint8_t* data() const { return data_; }
+    size_t size() const { return size_; }
+
+    void unlock() {
+        if (data_ != nullptr) GlobalUnlock(block_);
+        data_ = nullptr;
+        size_ = 0;
+    }
+
+private:
+    HGLOBAL block_ = nullptr;
+    uint8_t* data_ = nullptr;
+    size_t size_ = 0;
+};
+
+// A block the library allocated and still owns; freed on destruction unless released.
+class OwnedBlock {
+public:
+    OwnedBlock() = default;
+    explicit OwnedBlock(HGLOBAL block) : block_(block) {}
+    // Allocates a zero-filled movable block, the way the library allocates every result.
+    static OwnedBlock Allocate(uint64_t bytes, UINT flags = GMEM_MOVEABLE | GMEM_ZEROINIT) {
+        if (bytes > UINT32_MAX) return OwnedBlock();  // blocks are addressed by 32-bit sizes
+        return OwnedBlock(GlobalAlloc(flags, static_cast<size_t>(bytes)));
+    }
+    OwnedBlock(const OwnedBlock&) = delete;
+    OwnedBlock& operator=(const OwnedBlock&) = delete;
+    OwnedBlock(OwnedBlock&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
+    OwnedBlock& operator=(OwnedBlock&& other) noexcept {
+        if (this != &other) {
+            reset();
+            block_ = std::exchange(other.block_, nullptr);
+        }
+        return *this;
+    }
+    ~OwnedBlock() { reset(); }
+
+    explicit operator bool() const { return block_ != nullptr; }
+    HGLOBAL get() const { return block_; }
+    // Replaces the handle after a successful GlobalReAlloc.
+    void assign(HGLOBAL block) { block_ = block; }
+    [[nodiscard]] HGLOBAL release() { return std::exchange(block_, nullptr); }
+    void reset() {
+        if (block_ != nullptr) GlobalFree(block_);
+        block_ = nullptr;
+    }
+
+private:
+    HGLOBAL block_ = nullptr;
+};
+
+// An open file handle, closed on destruction.
+class FileHandle {
+public:
+    FileHandle() = default;
+    explicit FileHandle(HFILE file) : file_(file) {}
+    FileHandle(const FileHandle&) = delete;
+    FileHandle& operator=(const FileHandle&) = delete;
+    ~FileHandle() {
+        if (valid()) _lclose(file_);
+    }
+    bool valid() const { return file_ != HFILE_ERROR && file_ >= 0; }
+    HFILE get() const { return file_; }
+
+private:
+    HFILE file_ = HFILE_ERROR;
+};
+
+// Runs an export's body so that no exception crosses the interface: running out of memory
+// gives onNoMemory(), which sets the family's code and returns its failure value.
+template <typename Body, typename OnNoMemory>
+auto ExportGuard(Body&& body, OnNoMemory&& onNoMemory) noexcept -> decltype(body()) {
+    try {
+        return body();
+    } catch (...) {
+        return onNoMemory();
+    }
+}
+
+}  // namespace vx
