@@ -1,0 +1,80 @@
+#include "cli.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <system_error>
+
+namespace vexora_tool {
+namespace fs = std::filesystem;
+
+BITMAPINFOHEADER HeaderOf(const Dib& dib) {
+    BITMAPINFOHEADER header{};
+    if (!dib) return header;
+    const void* p = GlobalLock(dib.get());
+    if (p != nullptr) {
+        if (GlobalSize(dib.get()) >= sizeof header) std::memcpy(&header, p, sizeof header);
+        GlobalUnlock(dib.get());
+    }
+    return header;
+}
+
+std::string LibraryErrorText() {
+    char text[64] = {};
+    if (ImgError() == IMGERR_SUCCESS) return ImgErrorString(text, IMGERR_NOMEMORY);
+    return ImgErrorString(text, -1);
+}
+
+Dib LoadBitmapFile(const std::string& path) {
+    SetImgError(IMGERR_SUCCESS);
+    Dib dib(LoadDIBFromFile(path.c_str()));
+    if (!dib) throw OperationFailed("cannot load '" + path + "': " + LibraryErrorText());
+    return dib;
+}
+
+namespace {
+
+bool SameFile(const std::string& a, const std::string& b) {
+    std::error_code ec;
+    return !a.empty() && !b.empty() && fs::exists(a, ec) && fs::exists(b, ec) &&
+           fs::equivalent(a, b, ec);
+}
+
+std::string TemporaryNameBeside(const std::string& path) {
+    std::random_device entropy;
+    const fs::path target(path);
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        fs::path candidate = target;
+        candidate += ".tmp-" + std::to_string(entropy() % 1000000);
+        std::error_code ec;
+        if (!fs::exists(candidate, ec)) return candidate.string();
+    }
+    throw OperationFailed("cannot find a temporary name beside '" + path + "'");
+}
+
+}  // namespace
+
+void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input) {
+    if (SameFile(path, input)) throw UsageError("the output '" + path + "' is the input file; choose another name");
+    const std::string temporary = TemporaryNameBeside(path);
+    SetImgError(IMGERR_SUCCESS);
+    if (!SaveDIB(temporary.c_str(), dib.get())) {
+        const std::string reason = LibraryErrorText();
+        std::error_code ec;
+        fs::remove(temporary, ec);
+        throw OperationFailed("cannot write '" + path + "': " + reason);
+    }
+    std::error_code ec;
+    fs::rename(temporary, path, ec);
+    if (ec) {
+        fs::remove(temporary, ec);
+        throw OperationFailed("cannot write '" + path + "': " + ec.message());
+    }
+}
+
+long DotsPerInch(LONG pelsPerMeter) {
+    return static_cast<long>(pelsPerMeter * 0.0254 + (pelsPerMeter >= 0 ? 0.5 : -0.5));
+}
+
+}  // namespace vexora_tool

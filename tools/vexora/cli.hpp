@@ -1,0 +1,74 @@
+// cli.hpp - what every subcommand of the vexora tool shares: owned DIB handles, the library's
+// error text, usage errors, and writing an output file so that a failure never leaves half of
+// it behind and never touches the input.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "vexora.h"
+
+namespace vexora_tool {
+
+// Exit codes of the tool.
+inline constexpr int kExitSuccess = 0;
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitUsage = 2;
+
+// A command line the tool cannot make sense of; main prints it with a hint and exits 2.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// An operation that failed; main prints it and exits 1.
+struct OperationFailed : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// A DIB handle owned by the tool, freed with GlobalFree.
+class Dib {
+public:
+    Dib() = default;
+    explicit Dib(HDIB handle) : handle_(handle) {}
+    Dib(const Dib&) = delete;
+    Dib& operator=(const Dib&) = delete;
+    Dib(Dib&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    Dib& operator=(Dib&& other) noexcept {
+        if (this != &other) {
+            reset();
+            handle_ = std::exchange(other.handle_, nullptr);
+        }
+        return *this;
+    }
+    ~Dib() { reset(); }
+    explicit operator bool() const { return handle_ != nullptr; }
+    HDIB get() const { return handle_; }
+    void reset() {
+        if (handle_) GlobalFree(handle_);
+        handle_ = nullptr;
+    }
+
+private:
+    HDIB handle_ = nullptr;
+};
+
+// The header of a DIB, copied out of its block.
+BITMAPINFOHEADER HeaderOf(const Dib& dib);
+
+// The library's text for the current error code. Failures that leave the code at 0 are the
+// allocation failures of the library, so they read as its "Not enough memory." text.
+std::string LibraryErrorText();
+
+// Loads a BMP file through the library, or throws OperationFailed with the library's reason.
+Dib LoadBitmapFile(const std::string& path);
+
+// Saves through the library into a temporary file beside `path` and renames it into place.
+// Refuses (UsageError) when `path` names the same file as `input`.
+void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input = {});
+
+// Dots per inch from pixels per metre, rounded.
+long DotsPerInch(LONG pelsPerMeter);
+
+}  // namespace vexora_tool

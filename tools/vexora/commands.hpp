@@ -1,0 +1,46 @@
+// commands.hpp - the subcommands of the vexora tool and their help texts.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli.hpp"
+
+namespace vexora_tool {
+
+inline constexpr const char* kToolHelp =
+    "usage: vexora COMMAND [ARGS...]\n"
+    "\n"
+    "Load, convert and inspect device-independent bitmaps with the Vexora library.\n"
+    "\n"
+    "commands:\n"
+    "  info FILE...          describe each file's image header\n"
+    "  convert IN OUT [OP]   load IN, apply the operations OP in order, save OUT\n"
+    "  demo [DIR]            write a sample image, every operation's result and an\n"
+    "                        index.html showing them side by side (default DIR: vexora-demo)\n"
+    "\n"
+    "Run 'vexora COMMAND --help' for a command's options.\n"
+    "Exit status: 0 success, 1 an operation failed, 2 the command line is wrong.\n";
+
+inline constexpr const char* kInfoHelp =
+    "usage: vexora info FILE...\n"
+    "\n"
+    "Describes each file as the library reads it: size, depth, colours, compression,\n"
+    "resolution in dots per inch, header kind and where the pixel data lies.\n"
+    "Exit status 1 when any file cannot be read.\n";
+
+inline constexpr const char* kDemoHelp =
+    "usage: vexora demo [DIR]\n"
+    "\n"
+    "Synthesises a sample image (24-bit and 8-bit: gradients, colour bars, fine lines and\n"
+    "small lettering), runs every operation of the library on it and writes each result as\n"
+    "a BMP file into DIR (default: vexora-demo), with an index.html that shows them side by\n"
+    "side with captions. Every file written is read back and compared.\n";
+
+std::string ConvertHelp();
+
+int RunInfo(const std::vector<std::string>& args);
+int RunConvert(const std::vector<std::string>& args);
+int RunDemo(const std::vector<std::string>& args);
+
+}  // namespace vexora_tool

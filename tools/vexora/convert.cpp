@@ -1,0 +1,69 @@
+// convert.cpp - `vexora convert IN OUT [OPERATION...]`: load, transform in order, save.
+// The whole command line is checked before anything is read or written.
+#include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "commands.hpp"
+#include "operations.hpp"
+
+namespace vexora_tool {
+
+std::string ConvertHelp() {
+    std::string help =
+        "usage: vexora convert IN OUT [OPERATION...]\n"
+        "\n"
+        "Loads the bitmap IN, applies the operations in the order given and saves the result\n"
+        "as the bitmap OUT. OUT is written to a temporary file first and renamed into place,\n"
+        "so a failure leaves no partial file; OUT may not be IN.\n"
+        "\n"
+        "operations:\n";
+    for (const auto& op : Operations()) {
+        std::string name = "  --" + std::string(op.option);
+        if (!op.argument.empty()) name += " " + std::string(op.argument);
+        if (name.size() < 24) name.resize(24, ' ');
+        else name += "\n" + std::string(24, ' ');
+        help += name + std::string(op.help) + "\n";
+    }
+    return help;
+}
+
+int RunConvert(const std::vector<std::string>& args) {
+    std::vector<std::string> files;
+    std::vector<std::pair<const Operation*, std::string>> steps;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        if (arg == "--help" || arg == "-h") {
+            std::cout << ConvertHelp();
+            return kExitSuccess;
+        }
+        if (arg.rfind("--", 0) != 0 || arg.size() == 2) {
+            files.push_back(arg);
+            continue;
+        }
+        std::string name = arg.substr(2), value;
+        const bool inlineValue = name.find('=') != std::string::npos;
+        if (inlineValue) {
+            value = name.substr(name.find('=') + 1);
+            name.resize(name.find('='));
+        }
+        const Operation* op = FindOperation(name);
+        if (op == nullptr) throw UsageError("convert: unknown operation '--" + name + "'");
+        if (op->argument.empty() && inlineValue)
+            throw UsageError("convert: --" + name + " takes no argument");
+        if (!op->argument.empty() && !inlineValue) {
+            if (i + 1 >= args.size()) throw UsageError("convert: --" + name + " needs " + std::string(op->argument));
+            value = args[++i];
+        }
+        steps.emplace_back(op, value);
+    }
+    if (files.size() != 2) throw UsageError("convert: name one input and one output file");
+
+    Dib image = LoadBitmapFile(files[0]);
+    for (const auto& [op, value] : steps) op->apply(image, value);
+    SaveBitmapFile(image, files[1], files[0]);
+    return kExitSuccess;
+}
+
+}  // namespace vexora_tool

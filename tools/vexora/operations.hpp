@@ -1,0 +1,26 @@
+// operations.hpp - the image operations the tool offers, as one table that `convert` turns
+// into options and `--help` lists. Each library family adds its entries here.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli.hpp"
+
+namespace vexora_tool {
+
+struct Operation {
+    std::string_view option;    // the long option, without "--"
+    std::string_view argument;  // the argument's name in --help, empty when it takes none
+    std::string_view help;      // one line for --help
+    // Replaces `image` by the result; throws OperationFailed or UsageError.
+    void (*apply)(Dib& image, const std::string& argument);
+};
+
+const std::vector<Operation>& Operations();
+
+// The operation for `option` (without "--"), or null.
+const Operation* FindOperation(std::string_view option);
+
+}  // namespace vexora_tool
