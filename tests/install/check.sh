@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Installs a built tree into a staging prefix and builds a small program against it twice:
+# once through find_package(vexora), once through pkg-config. Usage: check.sh BUILD-DIR WORK-DIR
+set -euo pipefail
+build=$(realpath "$1") work=$(realpath -m "$2")
+here=$(cd "$(dirname "$0")" && pwd)
+rm -rf "$work" && mkdir -p "$work"
+prefix="$work/prefix"
+cmake --install "$build" --prefix "$prefix" >/dev/null
+
+cmake -S "$here/consumer" -B "$work/cmake-consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/cmake-consumer" >/dev/null
+"$work/cmake-consumer/consumer"
+
+libdir=$(find "$prefix" -name vexora.pc -printf '%h\n' | head -n1)
+PKG_CONFIG_PATH="$libdir" cc "$here/consumer/consumer.c" -o "$work/pkg-consumer" \
+  $(PKG_CONFIG_PATH="$libdir" pkg-config --cflags --libs vexora) -Wl,-rpath,"$libdir/.."
+"$work/pkg-consumer"
+echo "1 passed, 0 failed: installed copy usable through find_package and pkg-config"
