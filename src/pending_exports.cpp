@@ -1,0 +1,105 @@
+// pending_exports.cpp - the exports whose operations are not built yet.
+//
+// Every function of the interface is exported from the first release on, so that an
+// application that imports any of them loads against this library. Until its operation is
+// built, each one does nothing, writes through none of its pointers and returns its failure
+// value (0, a null handle or FALSE). Each definition leaves this file when its operation lands.
+#include "vexora.h"
+
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+
+extern "C" {
+VXAPI HBITMAP VXCALL LoadBitmapFromFile(LPCSTR fileName) { return 0; }
+VXAPI BOOL VXCALL SaveBitmap(LPCSTR fileName, HBITMAP bitmap, HPALETTE palette) { return 0; }
+VXAPI HBITMAP VXCALL ConvertDIBToBitmap(HDIB dib) { return 0; }
+VXAPI HDIB VXCALL ConvertBitmapToDIB(HBITMAP bitmap, HPALETTE palette) { return 0; }
+VXAPI HBITMAP VXCALL ConvertToMonochromeBitmap(HBITMAP bitmap) { return 0; }
+VXAPI HBITMAP VXCALL DuplicateBitmap(HBITMAP bitmap) { return 0; }
+VXAPI HPALETTE VXCALL GetCurrentPalette(void) { return 0; }
+VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table) { return 0; }
+VXAPI HDIB VXCALL RotateDIB90(HDIB dib) { return 0; }
+VXAPI HDIB VXCALL RotateDIB270(HDIB dib) { return 0; }
+VXAPI HDIB VXCALL RotateDIB180(HDIB dib) { return 0; }
+VXAPI HDIB VXCALL FlipDIBVertical(HDIB dib) { return 0; }
+VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib) { return 0; }
+VXAPI HDIB VXCALL RotateDIB(HDIB dib, int angle, int mode, DWORD *status, int *corners) { return 0; }
+VXAPI HDIB VXCALL SkewDIB(HDIB dib, int direction, int offset, DWORD *error, int *corners) { return 0; }
+VXAPI HDIB VXCALL ScaleDIB(HDIB dib, int method, int newWidth, int newHeight) { return 0; }
+VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height, int xFactor, int yFactor, int method) { return 0; }
+VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio) { return 0; }
+VXAPI HGLOBAL VXCALL ComputeHistogram(HDIB dib, int mode, HGLOBAL hHist, int *origin, DWORD *error) { return 0; }
+VXAPI HGLOBAL VXCALL ComputeLUT(HGLOBAL hHist, int mode, HGLOBAL hLut, int contrast, int brightness, DWORD *error) { return 0; }
+VXAPI HDIB VXCALL ApplyLUT(HDIB dib, HGLOBAL hLut, BOOL newDib, DWORD *error) { return 0; }
+VXAPI HDIB VXCALL ConvColorDIBtoGrayscale(HDIB dib, int monoMode, BOOL weighted) { return 0; }
+VXAPI HDIB VXCALL ConvMonoDIBtoGrayscale(HDIB dib, int mode) { return 0; }
+VXAPI HDIB VXCALL Convolve(HDIB dib, BOOL newDib, int type, int size, LPCSTR kernelFile, const int *kernel, DWORD *error) { return 0; }
+VXAPI HDIB VXCALL ColorConvolution(HDIB dib, BOOL newDib, int grayMode, short type, int size, LPCSTR kernelFile, const short *kernel, DWORD *error) { return 0; }
+VXAPI HDIB VXCALL Convert8to24(HDIB dib) { return 0; }
+VXAPI BOOL VXCALL CombineBMP(int x, int y, HBITMAP *phDest, HBITMAP hSrc, HBITMAP hMask, BOOL altMode) { return 0; }
+VXAPI BOOL VXCALL CombineDIB(int x, int y, HDIB *phDest, HDIB hSrc, HDIB hMask, BOOL altMode) { return 0; }
+VXAPI HDIB VXCALL ColorBrightnessContrast(HDIB dib, int brightness, int contrast) { return 0; }
+VXAPI HDIB VXCALL DitherFS4(HDIB dib, int depth) { return 0; }
+VXAPI HDIB VXCALL DitherJJN(HDIB dib, int depth) { return 0; }
+VXAPI HDIB VXCALL DitherSmooth(HDIB dib, int depth) { return 0; }
+VXAPI HDIB VXCALL DitherSharp(HDIB dib, int depth) { return 0; }
+VXAPI HDIB VXCALL Halftone(HDIB dib, WORD mode, int brightness, WORD *error) { return 0; }
+VXAPI int VXCALL GetImageFormat(LPCSTR fileName) { return 0; }
+VXAPI HDIB VXCALL LoadImageIntoDIB(LPCSTR fileName, int page, int *status) { return 0; }
+VXAPI int VXCALL SaveDIBInImageFormat(LPCSTR fileName, HDIB dib, int format, int option, int param) { return 0; }
+VXAPI HDIB VXCALL CompressDIB(HDIB dib) { return 0; }
+VXAPI HDIB VXCALL ExpandCompressedDIB(HDIB dib) { return 0; }
+VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format) { return 0; }
+VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap) { return 0; }
+VXAPI int VXCALL GetNumberOfImagesInFaxFile(LPCSTR fileName) { return 0; }
+VXAPI HDIB VXCALL LoadColorFaxPage(LPCSTR fileName, int page, int *status) { return 0; }
+VXAPI HBITMAP VXCALL LoadASCIIFile(LPCSTR fileName, BOOL ansi) { return 0; }
+VXAPI HBITMAP VXCALL LoadASCIIIntoBitmap(HGLOBAL text) { return 0; }
+VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette, const int *resolution, int *position, const int *zoom, DWORD flags, VXDISPLAYSTATE *state) { return 0; }
+VXAPI DWORD VXCALL DisplayDIBStart(HWND hWnd, HDIB hDIB, int *position, const int *zoom, DWORD flags, VXDISPLAYSTATE *state) { return 0; }
+VXAPI LRESULT VXCALL DisplayWmCreate(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
+VXAPI LRESULT VXCALL DisplayWmDestroy(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
+VXAPI LRESULT VXCALL DisplayWmSize(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
+VXAPI LRESULT VXCALL DisplayWmVertScroll(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
+VXAPI LRESULT VXCALL DisplayWmHorzScroll(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
+VXAPI LRESULT VXCALL DisplayWmPaint(HWND hWnd, VXDISPLAYSTATE *state) { return 0; }
+VXAPI int VXCALL DisplaySetScrollPos(HWND hWnd, VXDISPLAYSTATE *state, LPPOINT point) { return 0; }
+VXAPI DWORD VXCALL DisplayDIBImageDC(HDC hDC, VXDISPLAYSTATE *state) { return 0; }
+VXAPI DWORD VXCALL DisplayImageDC(HDC hDC, VXDISPLAYSTATE *state) { return 0; }
+VXAPI DWORD VXCALL MapDisplayDC(HDC hDC, VXDISPLAYSTATE *state) { return 0; }
+VXAPI int VXCALL GetLowMemStretch(void) { return 0; }
+VXAPI int VXCALL SetLowMemStretch(int value) { return 0; }
+VXAPI BOOL VXCALL DisplayImage(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette, VXVIEW *view, const int *resolution, const int *zoom, DWORD mode) { return 0; }
+VXAPI BOOL VXCALL DisplayDIBImage(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD mode) { return 0; }
+VXAPI DWORD VXCALL DisplayCPPImage(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags) { return 0; }
+VXAPI DWORD VXCALL DisplayCPPSize(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, LPARAM size) { return 0; }
+VXAPI DWORD VXCALL DisplayCPPHScroll(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, int code, int thumb) { return 0; }
+VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, int code, int thumb) { return 0; }
+VXAPI BOOL VXCALL BZoomSetScaleSteps(int base, const int *zoomIn, const int *zoomOut) { return 0; }
+VXAPI int VXCALL BZoomGetScaleSteps(int *zoomIn, int *zoomOut) { return 0; }
+VXAPI void VXCALL BZoomStart(HWND hWnd, LPPOINT start, const int *currentZoom, int mode, VXBZOOM *zoom, BOOL screenPoints) { }
+VXAPI void VXCALL BZoomUpdate(HWND hWnd, LPPOINT point, VXBZOOM *zoom) { }
+VXAPI void VXCALL BZoomEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom, VXDISPLAYSTATE *state) { }
+VXAPI void VXCALL BZoomStep(HWND hWnd, const int *currentZoom, int mode, VXBZOOM *zoom, VXDISPLAYSTATE *state) { }
+VXAPI void VXCALL BZoomScreenEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom, VXSCREENVIEW *view) { }
+VXAPI void VXCALL BZoomScreenStep(HWND hWnd, const int *currentZoom, int mode, VXBZOOM *zoom, VXSCREENVIEW *view) { }
+VXAPI int VXCALL M_SetSizes(int width, int height) { return 0; }
+VXAPI int VXCALL M_GetWidth(void) { return 0; }
+VXAPI int VXCALL M_GetHeight(void) { return 0; }
+VXAPI int VXCALL M_StartMagnify(HWND hWnd, HPALETTE hPalette) { return 0; }
+VXAPI int VXCALL M_CalcRect(int x, int y, int *ratio, LPRECT rect) { return 0; }
+VXAPI void VXCALL M_StretchBitmap(HBITMAP hBitmap, int x, int y, int width, int height) { }
+VXAPI void VXCALL M_CopyBitmap(HWND hWnd, int x, int y) { }
+VXAPI int VXCALL M_StopMagnify(void) { return 0; }
+VXAPI int VXCALL PrepareToPrint(HWND hWnd, HDC hPrinterDC, VXPRINTOPTIONS *options, LPCSTR docName, int pageCount) { return 0; }
+VXAPI int VXCALL PrintDIBPage(HDIB hDIB, const int *resolution, DWORD reserved, int page, int xOffset, int yOffset) { return 0; }
+VXAPI void VXCALL PrintPageContinue(void) { }
+VXAPI int VXCALL EndPrint(HDC hPrinterDC) { return 0; }
+VXAPI int VXCALL PrintDIB(HWND hWnd, HDC hPrinterDC, HDIB hDIB, LPCSTR docName, const int *resolution, VXPRINTOPTIONS *options, DWORD reserved) { return 0; }
+VXAPI int VXCALL PrintImage(HWND hWnd, HDC hPrinterDC, HBITMAP hBitmap, HPALETTE hPalette, LPCSTR docName, const int *resolution, VXPRINTOPTIONS *options, DWORD reserved) { return 0; }
+VXAPI INT_PTR VXCALL PrintCancelDlgProc(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) { return 0; }
+VXAPI BOOL VXCALL PrintAbortProc(HDC hDC, int code) { return 0; }
+VXAPI HGLOBAL VXCALL PrinterSetup(HWND hWndOwner) { return 0; }
+VXAPI INT_PTR VXCALL PrinterSetupProc(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) { return 0; }
+VXAPI INT_PTR VXCALL PrintPageProc(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) { return 0; }
+
+}  // extern "C"
