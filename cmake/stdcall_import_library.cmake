@@ -1,3 +1,4 @@
+cmake_minimum_required(VERSION 3.25)
 # Makes the import library of the 32-bit VEXORA.DLL.
 #
 # The DLL exports plain names (RotateDIB90), but a 32-bit caller compiled against vexora.h

@@ -1,5 +1,6 @@
+cmake_minimum_required(VERSION 3.25)
 # Runs the vexora tool once and checks its exit code and output.
-#   TOOL         the tool's path (EMULATOR, when set, runs it)
+#   TOOL         the tool's path (EMULATOR, '|'-separated, runs it when set)
 #   ARGS         its arguments, separated by '|'
 #   WORKDIR      directory to run in
 #   EXIT         expected exit code
@@ -7,7 +8,8 @@
 #   ABSENT       a file that must not exist afterwards
 #   SAME_FILES   two files ('|'-separated) that must be identical afterwards
 string(REPLACE "|" ";" args "${ARGS}")
-execute_process(COMMAND ${EMULATOR} ${TOOL} ${args}
+string(REPLACE "|" ";" emulator "${EMULATOR}")
+execute_process(COMMAND ${emulator} ${TOOL} ${args}
   WORKING_DIRECTORY ${WORKDIR}
   RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
 if(NOT rc STREQUAL "${EXIT}")
