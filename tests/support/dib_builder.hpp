@@ -1,0 +1,63 @@
+// dib_builder.hpp - test helpers: packed DIBs with seeded pixels, BMP file images, and a
+// temporary directory that removes itself.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vexora.h"
+
+namespace vxtest {
+
+using Bytes = std::vector<uint8_t>;
+
+struct FreeBlock {
+    void operator()(void* block) const { GlobalFree(block); }
+};
+using Block = std::unique_ptr<void, FreeBlock>;  // frees a block however the test ends
+
+struct DibSpec {
+    int32_t width = 8;
+    int32_t height = 4;
+    uint16_t bitCount = 8;
+    uint32_t clrUsed = 0;     // stored as given; the table has clrUsed or 2^bitCount entries
+    bool coreHeader = false;  // a 12-byte header with 3-byte entries
+    uint32_t seed = 1;        // table and pixel bytes are a function of the seed
+};
+
+Bytes PackedDib(const DibSpec& spec);     // header, table (reserved bytes 0), rows
+uint32_t PixelOffset(const DibSpec& spec);  // header and table bytes
+HDIB BlockFrom(const Bytes& bytes);       // a movable block holding exactly `bytes`
+HDIB MakeDib(const DibSpec& spec, uint32_t slack = 0);  // PackedDib, then slack bytes of 0xEE
+Bytes BlockBytes(HDIB block);             // all GlobalSize bytes
+Bytes BmpFile(const Bytes& packedDib, uint32_t offBits);  // "BM" header in front
+Bytes PlainBmp(const DibSpec& spec);      // BmpFile with bfOffBits at the pixels
+
+// Bounds-checked little-endian fields: a wrong offset in a test throws instead of scribbling.
+inline void PutU16(Bytes& b, size_t at, uint16_t v) { std::memcpy(&b.at(at + 1) - 1, &v, 2); }
+inline void PutU32(Bytes& b, size_t at, uint32_t v) { std::memcpy(&b.at(at + 3) - 3, &v, 4); }
+inline uint32_t GetU32(const Bytes& b, size_t at) {
+    uint32_t v;
+    std::memcpy(&v, &b.at(at + 3) - 3, 4);
+    return v;
+}
+Bytes ReadFileBytes(const std::filesystem::path& path);
+
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    std::string path(const std::string& name) const;
+    std::string write(const std::string& name, const Bytes& bytes) const;  // returns the path
+
+private:
+    std::filesystem::path dir_;
+};
+
+}  // namespace vxtest
