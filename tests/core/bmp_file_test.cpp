@@ -1,0 +1,179 @@
+// Reading DIB headers from files, loading and saving BMP files, and files built to hurt.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "dib_builder.hpp"
+
+using namespace vxtest;
+
+namespace {
+
+Bytes Loaded(const TempDir& dir, const Bytes& file) {
+    Block dib(LoadDIBFromFile(dir.write("in.bmp", file).c_str()));
+    return dib ? BlockBytes(dib.get()) : Bytes{};
+}
+
+}  // namespace
+
+// Reading starts where the file stands and leaves it at the first pixel byte: after the table,
+// or at bfOffBits counted from where the file header began.
+TEST(ReadDIBInfo, ReadsHeaderAndTableAndStopsAtThePixels) {
+    Bytes info = PackedDib({5, 3, 4}), core = PackedDib({5, 3, 4, 0, true});
+    PutU32(info, 20, 0);  // biSizeImage and biClrUsed are filled in
+    const struct { const char* name; Bytes file; LONG pixels; } cases[] = {
+        {"bare packed DIB", info, 7 + 104},
+        {"offBits 0", BmpFile(info, 0), 7 + 14 + 104},
+        {"offBits past a gap", BmpFile(info, 14 + 104 + 6), 7 + 14 + 104 + 6},
+        {"core header", BmpFile(core, 0), 7 + 14 + 12 + 48},
+    };
+    TempDir dir;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Bytes file(7 + c.file.size(), 0xCC);
+        std::copy(c.file.begin(), c.file.end(), file.begin() + 7);
+        const HFILE f = _lopen(dir.write("info.bmp", file).c_str(), OF_READ);
+        ASSERT_EQ(_llseek(f, 7, FILE_BEGIN), 7);
+        Block block(ReadDIBInfo(f));
+        EXPECT_EQ(_llseek(f, 0, FILE_CURRENT), c.pixels);
+        _lclose(f);
+        const Bytes got = BlockBytes(block.get());
+        ASSERT_EQ(got.size(), 104u);
+        EXPECT_EQ(GetU32(got, 20), 12u);  // 4 bytes a row, 3 rows
+        EXPECT_EQ(GetU32(got, 32), 16u);
+    }
+    SetImgError(IMGERR_SUCCESS);
+    EXPECT_EQ(ReadDIBInfo(HFILE_ERROR), nullptr);
+    EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
+}
+
+// A plain file loads as its packed DIB byte for byte, and saving that gives the file back.
+TEST(LoadDIBFromFile, RoundTripsEveryDepthAtAwkwardWidths) {
+    TempDir dir;
+    for (const uint16_t depth : {1, 4, 8, 24}) {
+        for (const int32_t width : {1, 3, 31, 33}) {
+            const DibSpec spec{width, 3, depth, depth == 24 ? 0u : 1u << depth, false, width * 31u + depth};
+            SCOPED_TRACE(testing::Message() << depth << "-bit, width " << width << ", seed " << spec.seed);
+            Block dib(LoadDIBFromFile(dir.write("in.bmp", PlainBmp(spec)).c_str()));
+            ASSERT_NE(dib, nullptr);
+            EXPECT_EQ(BlockBytes(dib.get()), PackedDib(spec));
+            ASSERT_TRUE(SaveDIB(dir.path("out.bmp").c_str(), dib.get()));
+            EXPECT_EQ(ReadFileBytes(dir.path("out.bmp")), PlainBmp(spec));
+        }
+    }
+    SetImgError(IMGERR_SUCCESS);
+    EXPECT_EQ(LoadDIBFromFile(dir.path("absent.bmp").c_str()), nullptr);
+    EXPECT_EQ(ImgError(), IMGERR_OPENFILE);
+}
+
+// Files that are not plain BMP files but load, leaving the error code alone.
+TEST(LoadDIBFromFile, WidensCoreHeadersAndToleratesOddSizesAndDamage) {
+    const Bytes core = PackedDib({5, 2, 8, 0, true});
+    Bytes widened = PackedDib({5, 2, 8, 256});
+    const uint32_t fields[4] = {0, 0, 256, 256};  // no resolution; clrUsed and clrImportant
+    std::memcpy(&widened[24], fields, sizeof fields);
+    for (int i = 0; i < 256; ++i) std::memcpy(&widened[40 + i * 4], &core[12 + i * 3], 3);
+    std::copy(core.begin() + 780, core.end(), widened.begin() + 1064);
+    const DibSpec topDown{5, -2, 8, 256}, many{4, 2, 8, 300};
+    Bytes understated = PackedDib({9, 4, 8, 256}), rle = understated;
+    PutU32(understated, 20, 4);  // the block still gets room for all rows
+    PutU32(rle, 16, BI_RLE8);
+    PutU32(rle, 20, 10);  // a compressed DIB loads with its own size
+    // The DIB in a file, with its bytes from `at` on read as zero.
+    auto zeroFrom = [](const Bytes& file, size_t at) {
+        Bytes b(file.begin() + 14, file.end());
+        std::fill(b.begin() + at, b.end(), 0);
+        return b;
+    };
+    const Bytes cutRows = PlainBmp({5, 4, 8, 256}), shortTable = PlainBmp({4, 2, 8, 200});
+    Bytes farPixels = cutRows;
+    PutU32(farPixels, 10, 100000);
+    const struct { const char* name; Bytes file, dib; } cases[] = {
+        {"core header", BmpFile(core, 0), widened},
+        {"top-down rows", PlainBmp(topDown), PackedDib(topDown)},
+        {"understated biSizeImage", BmpFile(understated, 14 + 1064), understated},
+        {"RLE8", BmpFile(rle, 0), Bytes(rle.begin(), rle.begin() + 1064 + 10)},
+        {"more than 256 colours", PlainBmp(many), PackedDib(many)},
+        {"rows cut short", Bytes(cutRows.begin(), cutRows.end() - 12), zeroFrom(cutRows, 1064 + 20)},
+        {"pixels past the end", farPixels, zeroFrom(farPixels, 1064)},
+        {"table cut short", Bytes(shortTable.begin(), shortTable.begin() + 454), zeroFrom(shortTable, 440)},
+    };
+    TempDir dir;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        SetImgError(IMGERR_COPYBITS);
+        EXPECT_EQ(Loaded(dir, c.file), c.dib);
+        EXPECT_EQ(ImgError(), IMGERR_COPYBITS);
+    }
+}
+
+TEST(SaveDIB, WritesTheFileHeaderAndTheWholeBlockSlackIncluded) {
+    TempDir dir;
+    for (const DibSpec& spec : {DibSpec{7, 3, 4}, DibSpec{7, 3, 8, 0, true}}) {
+        Bytes bytes = PackedDib(spec);
+        bytes.resize(bytes.size() + 16, 0xEE);
+        Block dib(BlockFrom(bytes));
+        SetImgError(IMGERR_OPENFILE);  // success does not clear it
+        ASSERT_TRUE(SaveDIB(dir.path("out.bmp").c_str(), dib.get()));
+        EXPECT_EQ(ReadFileBytes(dir.path("out.bmp")), BmpFile(bytes, 14 + PixelOffset(spec)));
+        EXPECT_EQ(ImgError(), IMGERR_OPENFILE);
+        EXPECT_EQ(BlockBytes(dib.get()), bytes);
+    }
+}
+
+TEST(SaveDIB, RefusesBadBlocksBeforeTouchingTheFile) {
+    TempDir dir;
+    const Bytes kept = {'k', 'e', 'e', 'p'};
+    const std::string path = dir.write("keep.bmp", kept);
+    Bytes cut = PackedDib({4, 4, 8});
+    cut.resize(140);
+    Block undersized(BlockFrom(cut)), tiny(BlockFrom({40, 0, 0})), dib(MakeDib({4, 4, 8}));
+    for (HDIB bad : {static_cast<HDIB>(nullptr), undersized.get(), tiny.get()}) {
+        SetImgError(IMGERR_SUCCESS);
+        EXPECT_FALSE(SaveDIB(path.c_str(), bad));
+        EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
+        EXPECT_EQ(ReadFileBytes(path), kept);
+    }
+    EXPECT_FALSE(SaveDIB(dir.path("no/such/dir.bmp").c_str(), dib.get()));
+    EXPECT_EQ(ImgError(), IMGERR_OPENFILE);
+#ifndef _WIN32
+    EXPECT_FALSE(SaveDIB("/dev/full", dib.get()));  // every write fails there
+    EXPECT_EQ(ImgError(), IMGERR_IO);
+#endif
+}
+
+// Damaged and malicious files: each is refused with its code; the sanitizer build checks that
+// none of them makes a read or write outside a block.
+TEST(HostileFiles, AreRefusedWithTheirCode) {
+    const Bytes rgb = PlainBmp({4, 2, 24}), indexed = PlainBmp({4, 2, 8});
+    auto with = [](Bytes b, size_t at, uint32_t v) { PutU32(b, at, v); return b; };
+    auto cut = [](const Bytes& b, size_t n) { return Bytes(b.begin(), b.begin() + n); };
+    Bytes core = BmpFile(PackedDib({4, 2, 8, 0, true}), 0);
+    PutU16(core, 18, 0);
+    const struct { const char* name; Bytes file; int code; } cases[] = {
+        {"empty", {}, IMGERR_IO},
+        {"cut in the file header", cut(rgb, 9), IMGERR_IO},
+        {"cut in the info header", cut(rgb, 34), IMGERR_IO},
+        {"bare DIB cut in its header", cut(PackedDib({4, 2, 24}), 30), IMGERR_IO},
+        {"wrong signature", with(rgb, 0, 0x00005842), IMGERR_FILEFORMAT},
+        {"header size 108", with(rgb, 14, 108), IMGERR_FILEFORMAT},
+        {"header size 124", with(rgb, 14, 124), IMGERR_FILEFORMAT},
+        {"header size 0", with(rgb, 14, 0), IMGERR_FILEFORMAT},
+        {"width 0", with(rgb, 18, 0), IMGERR_FILEFORMAT},
+        {"negative width", with(rgb, 18, 0xFFFFFFFC), IMGERR_FILEFORMAT},
+        {"height 0", with(rgb, 22, 0), IMGERR_FILEFORMAT},
+        {"core width 0", core, IMGERR_FILEFORMAT},
+        {"65536 x 65536 x 8 wraps to 0", with(with(indexed, 18, 65536), 22, 65536), IMGERR_FILEFORMAT},
+        {"stride wraps", with(rgb, 18, 0x40000000), IMGERR_FILEFORMAT},
+        {"height INT_MIN", with(rgb, 22, 0x80000000), IMGERR_FILEFORMAT},
+        {"1000 colours past the end", with(indexed, 46, 1000), IMGERR_FILEFORMAT},
+        {"2^32-1 colours", with(indexed, 46, 0xFFFFFFFF), IMGERR_FILEFORMAT},
+    };
+    TempDir dir;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        SetImgError(IMGERR_SUCCESS);
+        EXPECT_EQ(Loaded(dir, c.file), Bytes{});
+        EXPECT_EQ(ImgError(), c.code);
+    }
+}
