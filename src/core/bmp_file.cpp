@@ -83,7 +83,9 @@ VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName) {
             }
             const uint64_t total = pixelOffset + pixelBytes;
             if (total > UINT32_MAX) return nullptr;
-            HGLOBAL grown = GlobalReAlloc(block.get(), static_cast<size_t>(total), 0);
+            // Growth is zeroed so that rows a short file leaves out read as zero; Windows does
+            // that only when asked.
+            HGLOBAL grown = GlobalReAlloc(block.get(), static_cast<size_t>(total), GMEM_ZEROINIT);
             if (grown == nullptr) return nullptr;
             block.assign(grown);
 
