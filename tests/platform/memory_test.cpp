@@ -61,7 +61,7 @@ TEST(GlobalMemory, ReAllocKeepsContentAndZeroFillsGrowth) {
         GlobalUnlock(block);
         for (const size_t next : {size / 2, size, size * 3}) {
             SCOPED_TRACE(testing::Message() << size << " -> " << next);
-            block = GlobalReAlloc(block, next, 0);
+            block = GlobalReAlloc(block, next, GMEM_ZEROINIT);
             ASSERT_EQ(GlobalSize(block), next);
             auto* p = static_cast<uint8_t*>(GlobalLock(block));
             EXPECT_TRUE(All(p, size / 2, 0xAB));
