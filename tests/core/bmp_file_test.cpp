@@ -110,9 +110,8 @@ TEST(LoadDIBFromFile, WidensCoreHeadersAndToleratesOddSizesAndDamage) {
 TEST(SaveDIB, WritesTheFileHeaderAndTheWholeBlockSlackIncluded) {
     TempDir dir;
     for (const DibSpec& spec : {DibSpec{7, 3, 4}, DibSpec{7, 3, 8, 0, true}}) {
-        Bytes bytes = PackedDib(spec);
-        bytes.resize(bytes.size() + 16, 0xEE);
-        Block dib(BlockFrom(bytes));
+        Block dib(MakeDib(spec, 16));  // the slack is written too, and counted in bfSize
+        const Bytes bytes = BlockBytes(dib.get());
         SetImgError(IMGERR_OPENFILE);  // success does not clear it
         ASSERT_TRUE(SaveDIB(dir.path("out.bmp").c_str(), dib.get()));
         EXPECT_EQ(ReadFileBytes(dir.path("out.bmp")), BmpFile(bytes, 14 + PixelOffset(spec)));
