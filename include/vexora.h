@@ -162,8 +162,10 @@ VXAPI LPSTR VXCALL ImgErrorString(LPSTR buffer, int code);
  * pixel area is not an error: the missing rows read as zero. Compressed (RLE) DIBs load with
  * their compressed size. Errors: IMGERR_OPENFILE when the file cannot be opened, else those of
  * ReadDIBInfo; a block that cannot be grown returns 0 with the code unchanged.
- * Decided here: an uncompressed DIB whose biSizeImage is smaller than its rows need gets a
- * block large enough for all its rows (the header is kept), so that every operation can use it.
+ * Decided here, for uncompressed DIBs whose biSizeImage disagrees with their rows (the header
+ * is kept as it is): a biSizeImage smaller than the rows need still gets a block for all the
+ * rows, so that every operation can use it; a larger one is honoured only as far as the file
+ * holds bytes, so that a tiny file cannot ask for a huge block.
  */
 VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName);
 

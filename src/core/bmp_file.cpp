@@ -13,6 +13,7 @@
 
 #include "dib_layout.hpp"
 #include "errors.hpp"
+#include "file_io.hpp"
 #include "guards.hpp"
 #include "platform/platform.hpp"
 
@@ -76,10 +77,12 @@ VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName) {
                 const auto layout = InspectDib(lock.data(), lock.size());
                 if (!layout) return nullptr;
                 pixelOffset = layout->pixelOffset;
-                // biSizeImage is trusted as the pixel size; an uncompressed DIB still gets
-                // room for all of its rows when the header understates it.
+                // biSizeImage is trusted as the pixel size. An uncompressed DIB gets room for
+                // all of its rows when the header understates them, and no more than the file
+                // holds when it overstates them (a 100-byte file cannot ask for gigabytes).
                 pixelBytes = layout->sizeImage;
-                if (!layout->compressed()) pixelBytes = std::max(pixelBytes, layout->imageBytes);
+                if (!layout->compressed())
+                    pixelBytes = std::max(layout->imageBytes, std::min(pixelBytes, BytesLeft(file.get())));
             }
             const uint64_t total = pixelOffset + pixelBytes;
             if (total > UINT32_MAX) return nullptr;

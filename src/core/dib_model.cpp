@@ -65,19 +65,7 @@ bool HasRepresentableSize(const uint8_t* header, uint32_t colorCount) {
     return kInfoHeaderSize + uint64_t{colorCount} * 4 + image <= UINT32_MAX;
 }
 
-// Bytes from the current position to the end of the file, or UINT64_MAX when unknown.
-uint64_t BytesLeft(HFILE file) {
-    const LONG here = _llseek(file, 0, FILE_CURRENT);
-    if (here < 0) return UINT64_MAX;
-    const DWORD length = FileLength(file);
-    return length >= static_cast<DWORD>(here) ? length - static_cast<DWORD>(here) : 0;
-}
-
 }  // namespace
-
-bool ReadExactly(HFILE file, void* buffer, uint32_t bytes) {
-    return _lread(file, buffer, bytes) == bytes;
-}
 
 HINSTANCE LibraryInstance() { return g_frame.instance; }
 

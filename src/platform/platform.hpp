@@ -18,7 +18,7 @@ public:
     WaitCursor& operator=(const WaitCursor&) = delete;
 
 private:
-    void* previous_ = nullptr;
+    [[maybe_unused]] void* previous_ = nullptr;  // the cursor to restore (Windows)
 };
 
 }  // namespace vx::platform

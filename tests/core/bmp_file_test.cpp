@@ -86,8 +86,10 @@ TEST(LoadDIBFromFile, WidensCoreHeadersAndToleratesOddSizesAndDamage) {
         return b;
     };
     const Bytes cutRows = PlainBmp({5, 4, 8, 256}), shortTable = PlainBmp({4, 2, 8, 200});
-    Bytes farPixels = cutRows;
+    Bytes farPixels = cutRows, overstated = cutRows, overstatedDib = PackedDib({5, 4, 8, 256});
     PutU32(farPixels, 10, 100000);
+    PutU32(overstated, 14 + 20, 0xF0000000u);  // honoured only as far as the file holds bytes
+    PutU32(overstatedDib, 20, 0xF0000000u);
     const struct { const char* name; Bytes file, dib; } cases[] = {
         {"core header", BmpFile(core, 0), widened},
         {"top-down rows", PlainBmp(topDown), PackedDib(topDown)},
@@ -96,6 +98,7 @@ TEST(LoadDIBFromFile, WidensCoreHeadersAndToleratesOddSizesAndDamage) {
         {"more than 256 colours", PlainBmp(many), PackedDib(many)},
         {"rows cut short", Bytes(cutRows.begin(), cutRows.end() - 12), zeroFrom(cutRows, 1064 + 20)},
         {"pixels past the end", farPixels, zeroFrom(farPixels, 1064)},
+        {"overstated biSizeImage", overstated, overstatedDib},
         {"table cut short", Bytes(shortTable.begin(), shortTable.begin() + 454), zeroFrom(shortTable, 440)},
     };
     TempDir dir;
