@@ -52,13 +52,13 @@ TEST(LoadDIBFromFile, RoundTripsEveryDepthAtAwkwardWidths) {
     TempDir dir;
     for (const uint16_t depth : {1, 4, 8, 24}) {
         for (const int32_t width : {1, 3, 31, 33}) {
-            const DibSpec spec{width, 3, depth, depth == 24 ? 0u : 1u << depth, false, width * 31u + depth};
-            SCOPED_TRACE(testing::Message() << depth << "-bit, width " << width << ", seed " << spec.seed);
-            Block dib(LoadDIBFromFile(dir.write("in.bmp", PlainBmp(spec)).c_str()));
+            const DibShape shape{width, 3, depth, depth == 24 ? 0u : 1u << depth, false, width * 31u + depth};
+            SCOPED_TRACE(testing::Message() << depth << "-bit, width " << width << ", seed " << shape.seed);
+            Block dib(LoadDIBFromFile(dir.write("in.bmp", PlainBmp(shape)).c_str()));
             ASSERT_NE(dib, nullptr);
-            EXPECT_EQ(BlockBytes(dib.get()), PackedDib(spec));
+            EXPECT_EQ(BlockBytes(dib.get()), PackedDib(shape));
             ASSERT_TRUE(SaveDIB(dir.path("out.bmp").c_str(), dib.get()));
-            EXPECT_EQ(ReadFileBytes(dir.path("out.bmp")), PlainBmp(spec));
+            EXPECT_EQ(ReadFileBytes(dir.path("out.bmp")), PlainBmp(shape));
         }
     }
     SetImgError(IMGERR_SUCCESS);
@@ -74,7 +74,7 @@ TEST(LoadDIBFromFile, WidensCoreHeadersAndToleratesOddSizesAndDamage) {
     std::memcpy(&widened[24], fields, sizeof fields);
     for (int i = 0; i < 256; ++i) std::memcpy(&widened[40 + i * 4], &core[12 + i * 3], 3);
     std::copy(core.begin() + 780, core.end(), widened.begin() + 1064);
-    const DibSpec topDown{5, -2, 8, 256}, many{4, 2, 8, 300};
+    const DibShape topDown{5, -2, 8, 256}, many{4, 2, 8, 300};
     Bytes understated = PackedDib({9, 4, 8, 256}), rle = understated;
     PutU32(understated, 20, 4);  // the block still gets room for all rows
     PutU32(rle, 16, BI_RLE8);
@@ -112,12 +112,12 @@ TEST(LoadDIBFromFile, WidensCoreHeadersAndToleratesOddSizesAndDamage) {
 
 TEST(SaveDIB, WritesTheFileHeaderAndTheWholeBlockSlackIncluded) {
     TempDir dir;
-    for (const DibSpec& spec : {DibSpec{7, 3, 4}, DibSpec{7, 3, 8, 0, true}}) {
-        Block dib(MakeDib(spec, 16));  // the slack is written too, and counted in bfSize
+    for (const DibShape& shape : {DibShape{7, 3, 4}, DibShape{7, 3, 8, 0, true}}) {
+        Block dib(MakeDib(shape, 16));  // the slack is written too, and counted in bfSize
         const Bytes bytes = BlockBytes(dib.get());
         SetImgError(IMGERR_OPENFILE);  // success does not clear it
         ASSERT_TRUE(SaveDIB(dir.path("out.bmp").c_str(), dib.get()));
-        EXPECT_EQ(ReadFileBytes(dir.path("out.bmp")), BmpFile(bytes, 14 + PixelOffset(spec)));
+        EXPECT_EQ(ReadFileBytes(dir.path("out.bmp")), BmpFile(bytes, 14 + PixelOffset(shape)));
         EXPECT_EQ(ImgError(), IMGERR_OPENFILE);
         EXPECT_EQ(BlockBytes(dib.get()), bytes);
     }

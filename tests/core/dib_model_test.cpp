@@ -39,12 +39,12 @@ TEST(GetImageVersion, CopiesAsManyBytesAsAskedUpToTheTerminator) {
 
 TEST(CreateDIBPalette, HoldsTheColourTableAndNeverTouchesTheCode) {
     SetImgError(IMGERR_IO);
-    for (const DibSpec& spec : {DibSpec{5, 2, 8, 3}, DibSpec{9, 2, 1}, DibSpec{3, 3, 4}}) {
-        Block dib(MakeDib(spec));
+    for (const DibShape& shape : {DibShape{5, 2, 8, 3}, DibShape{9, 2, 1}, DibShape{3, 3, 4}}) {
+        Block dib(MakeDib(shape));
         const Bytes bytes = BlockBytes(dib.get());
         HPALETTE palette = CreateDIBPalette(dib.get());
         const UINT n = GetPaletteEntries(palette, 0, 0, nullptr);
-        ASSERT_EQ(n, (PixelOffset(spec) - 40) / 4) << spec.bitCount;
+        ASSERT_EQ(n, (PixelOffset(shape) - 40) / 4) << shape.bitCount;
         std::vector<PALETTEENTRY> entries(n);
         ASSERT_EQ(GetPaletteEntries(palette, 0, n, entries.data()), n);
         for (UINT i = 0; i < n; ++i) {

@@ -10,13 +10,13 @@
 
 namespace vxtest {
 
-uint32_t PixelOffset(const DibSpec& s) {
+uint32_t PixelOffset(const DibShape& s) {
     uint32_t entries = s.bitCount <= 8 ? 1u << s.bitCount : 0;
     if (!s.coreHeader && s.clrUsed != 0) entries = s.clrUsed;
     return s.coreHeader ? 12 + entries * 3 : 40 + entries * 4;
 }
 
-Bytes PackedDib(const DibSpec& s) {
+Bytes PackedDib(const DibShape& s) {
     const uint32_t rows = static_cast<uint32_t>(s.height < 0 ? -s.height : s.height);
     const uint32_t stride = (static_cast<uint32_t>(s.width) * s.bitCount + 31) / 32 * 4;
     Bytes b(PixelOffset(s) + stride * rows);
@@ -49,8 +49,8 @@ HDIB BlockFrom(const Bytes& bytes) {
     return block;
 }
 
-HDIB MakeDib(const DibSpec& spec, uint32_t slack) {
-    Bytes bytes = PackedDib(spec);
+HDIB MakeDib(const DibShape& shape, uint32_t slack) {
+    Bytes bytes = PackedDib(shape);
     bytes.resize(bytes.size() + slack, 0xEE);
     return BlockFrom(bytes);
 }
@@ -73,7 +73,7 @@ Bytes BmpFile(const Bytes& packed, uint32_t offBits) {
     return file;
 }
 
-Bytes PlainBmp(const DibSpec& spec) { return BmpFile(PackedDib(spec), 14 + PixelOffset(spec)); }
+Bytes PlainBmp(const DibShape& shape) { return BmpFile(PackedDib(shape), 14 + PixelOffset(shape)); }
 
 Bytes ReadFileBytes(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);

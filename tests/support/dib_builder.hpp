@@ -20,7 +20,7 @@ struct FreeBlock {
 };
 using Block = std::unique_ptr<void, FreeBlock>;  // frees a block however the test ends
 
-struct DibSpec {
+struct DibShape {
     int32_t width = 8;
     int32_t height = 4;
     uint16_t bitCount = 8;
@@ -29,13 +29,13 @@ struct DibSpec {
     uint32_t seed = 1;        // table and pixel bytes are a function of the seed
 };
 
-Bytes PackedDib(const DibSpec& spec);     // header, table (reserved bytes 0), rows
-uint32_t PixelOffset(const DibSpec& spec);  // header and table bytes
+Bytes PackedDib(const DibShape& shape);     // header, table (reserved bytes 0), rows
+uint32_t PixelOffset(const DibShape& shape);  // header and table bytes
 HDIB BlockFrom(const Bytes& bytes);       // a movable block holding exactly `bytes`
-HDIB MakeDib(const DibSpec& spec, uint32_t slack = 0);  // PackedDib, then slack bytes of 0xEE
+HDIB MakeDib(const DibShape& shape, uint32_t slack = 0);  // PackedDib, then slack bytes of 0xEE
 Bytes BlockBytes(HDIB block);             // all GlobalSize bytes
 Bytes BmpFile(const Bytes& packedDib, uint32_t offBits);  // "BM" header in front
-Bytes PlainBmp(const DibSpec& spec);      // BmpFile with bfOffBits at the pixels
+Bytes PlainBmp(const DibShape& shape);      // BmpFile with bfOffBits at the pixels
 
 // Bounds-checked little-endian fields: a wrong offset in a test throws instead of scribbling.
 inline void PutU16(Bytes& b, size_t at, uint16_t v) { std::memcpy(&b.at(at + 1) - 1, &v, 2); }
