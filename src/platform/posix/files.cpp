@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -85,8 +86,10 @@ void FillPathName(OFSTRUCT* info, const char* path) {
     char full[PATH_MAX];
     const char* name = path;
     if (realpath(path, full) != nullptr) name = full;
-    std::strncpy(info->szPathName, name, OFS_MAXPATHNAME - 1);
-    info->szPathName[OFS_MAXPATHNAME - 1] = '\0';
+    // The structure has room for 127 characters; a longer path is cut there, as on Windows.
+    const size_t length = std::min<size_t>(std::strlen(name), OFS_MAXPATHNAME - 1);
+    std::memcpy(info->szPathName, name, length);
+    info->szPathName[length] = '\0';
 }
 
 }  // namespace
