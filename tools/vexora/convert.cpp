@@ -10,6 +10,31 @@
 
 namespace vexora_tool {
 
+namespace {
+
+// Words of `text` in lines of at most `width` characters, continuation lines indented.
+std::string Wrapped(std::string_view text, size_t indent, size_t width) {
+    std::string out;
+    size_t column = indent;
+    while (!text.empty()) {
+        const size_t space = text.find(' ');
+        const std::string_view word = text.substr(0, space);
+        if (column > indent && column + 1 + word.size() > width) {
+            out += "\n" + std::string(indent, ' ');
+            column = indent;
+        } else if (column > indent) {
+            out += ' ';
+            ++column;
+        }
+        out += word;
+        column += word.size();
+        text = space == std::string_view::npos ? std::string_view() : text.substr(space + 1);
+    }
+    return out;
+}
+
+}  // namespace
+
 std::string ConvertHelp() {
     std::string help =
         "usage: vexora convert IN OUT [OPERATION...]\n"
@@ -24,7 +49,7 @@ std::string ConvertHelp() {
         if (!op.argument.empty()) name += " " + std::string(op.argument);
         if (name.size() < 24) name.resize(24, ' ');
         else name += "\n" + std::string(24, ' ');
-        help += name + std::string(op.help) + "\n";
+        help += name + Wrapped(op.help, 24, 92) + "\n";
     }
     return help;
 }

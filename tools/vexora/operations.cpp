@@ -20,11 +20,21 @@ void InvertMonoBits(Dib& image, const std::string&) {
     InvertMonoDIB(image.get());
 }
 
-const std::vector<Operation> kOperations = {
+std::vector<Operation> ColourTableOperations() {
+    return {
     {"negative", "", "invert the colour table (a negative of a 1-, 4- or 8-bit image)", NegativePalette},
     {"invert-bits", "", "complement every pixel of a 1-bit image and swap its two colours (looks the same)",
      InvertMonoBits},
-};
+    };
+}
+
+std::vector<Operation> AllOperations() {
+    std::vector<Operation> all = ColourTableOperations();
+    for (auto&& family : {GeometryOperations()}) all.insert(all.end(), family.begin(), family.end());
+    return all;
+}
+
+const std::vector<Operation> kOperations = AllOperations();
 
 }  // namespace
 

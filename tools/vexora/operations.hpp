@@ -20,6 +20,9 @@ struct Operation {
 
 const std::vector<Operation>& Operations();
 
+// The operations of each library family, in the order --help lists them.
+std::vector<Operation> GeometryOperations();
+
 // The operation for `option` (without "--"), or null.
 const Operation* FindOperation(std::string_view option);
 
