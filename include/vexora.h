@@ -425,27 +425,50 @@ VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table);
 /* Geometry: quarter turns and flips                                         */
 /* ------------------------------------------------------------------------ */
 
-/* Quarter turn clockwise into a new DIB (width and height, resolutions
-   swapped). Returns NULL when the result cannot be allocated; sets no error
-   code and does not check depth or compression (16/32-bit give zero pixels). */
+/* The five orthogonal transforms below share these rules.
+   - The source is left unchanged; the result is a new zero-filled block of
+     40 + PaletteSize + (new stride x new height) + 4 bytes, owned by the
+     caller. Its first 40 + PaletteSize bytes are copied from the source.
+   - The header is taken as 40 bytes whatever biSize says: the pixels are
+     read at 40 + PaletteSize. biCompression is not examined.
+   - Strides come from biPlanes x biBitCount; pixels are moved at biBitCount
+     bits. 1, 4, 8 and 24 bits move pixels; any other depth gives a
+     right-sized result whose pixels are all zero (FlipDIBVertical, which
+     copies whole rows, excepted). Row padding of the result is zero.
+   - No error code is ever set, on success or on failure.
+   - NULL is returned, with nothing written, when: dib is NULL or cannot be
+     locked; the block is shorter than 40 + PaletteSize + stride x biHeight
+     bytes; biWidth or biHeight is negative; a row size would wrap
+     (biWidth x biPlanes x biBitCount + 31, or for the quarter turns the
+     same with biHeight, above 2^32 - 1); biPlanes is 0 while biBitCount is
+     1, 4, 8 or 24 and the image is not empty (rows of no bytes that are
+     said to hold pixels; FlipDIBVertical, which only copies rows, accepts
+     it); the result would need more than 2^32 - 1 bytes; or the allocation
+     fails. */
+
+/* Quarter turn clockwise: source row y becomes result column y, source
+   column W-1-k becomes result row k (the top row becomes the right-hand
+   column). biWidth and biHeight swap, so do biXPelsPerMeter and
+   biYPelsPerMeter; biSizeImage = new stride x source width. */
 VXAPI HDIB VXCALL RotateDIB90(HDIB dib);
 
-/* Quarter turn anticlockwise, landing one column to the right: result column
-   0 stays zero and the bottom source row spills one pixel past each result
-   row (into padding, the next row, or 4 bytes of block slack). NULL when the
-   result cannot be allocated; sets no error code. */
+/* Quarter turn anticlockwise, landing one column in, as it always has:
+   source row y goes to result column H-y (H = source height), so result
+   column 0 stays zero and the bottom source row goes one pixel past the end
+   of each result row -- into the row's padding when there is room,
+   otherwise over the start of the next result row, and past the last row
+   into the 4 bytes of slack that end the block. Header as RotateDIB90. */
 VXAPI HDIB VXCALL RotateDIB270(HDIB dib);
 
-/* Half turn into a new DIB. NULL when the result cannot be allocated; sets
-   no error code. */
+/* Half turn: pixel (row r, column x) goes to (H-1-r, W-1-x). The header is
+   copied unchanged. */
 VXAPI HDIB VXCALL RotateDIB180(HDIB dib);
 
-/* Rows in reverse order (top-to-bottom mirror), any depth. NULL when the
-   result cannot be allocated; sets no error code. */
+/* Rows in reverse order, each copied whole (padding included), at any
+   depth. The header is copied unchanged. */
 VXAPI HDIB VXCALL FlipDIBVertical(HDIB dib);
 
-/* Each row mirrored left-to-right. NULL when the result cannot be
-   allocated; sets no error code. */
+/* Each row mirrored left to right. The header is copied unchanged. */
 VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib);
 
 /* ------------------------------------------------------------------------ */

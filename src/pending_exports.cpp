@@ -17,11 +17,6 @@ VXAPI HBITMAP VXCALL ConvertToMonochromeBitmap(HBITMAP bitmap) { return 0; }
 VXAPI HBITMAP VXCALL DuplicateBitmap(HBITMAP bitmap) { return 0; }
 VXAPI HPALETTE VXCALL GetCurrentPalette(void) { return 0; }
 VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table) { return 0; }
-VXAPI HDIB VXCALL RotateDIB90(HDIB dib) { return 0; }
-VXAPI HDIB VXCALL RotateDIB270(HDIB dib) { return 0; }
-VXAPI HDIB VXCALL RotateDIB180(HDIB dib) { return 0; }
-VXAPI HDIB VXCALL FlipDIBVertical(HDIB dib) { return 0; }
-VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib) { return 0; }
 VXAPI HDIB VXCALL RotateDIB(HDIB dib, int angle, int mode, DWORD *status, int *corners) { return 0; }
 VXAPI HDIB VXCALL SkewDIB(HDIB dib, int direction, int offset, DWORD *error, int *corners) { return 0; }
 VXAPI HDIB VXCALL ScaleDIB(HDIB dib, int method, int newWidth, int newHeight) { return 0; }

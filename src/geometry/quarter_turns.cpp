@@ -1,0 +1,173 @@
+// quarter_turns.cpp - RotateDIB90, RotateDIB270, RotateDIB180, FlipDIBVertical and
+// FlipDIBHorizontal: the five orthogonal transforms of an uncompressed DIB into a new one.
+//
+// Each export locks the source, checks that the block holds what its header says, allocates a
+// zero-filled result, copies the header and colour table into it, adjusts the header and runs
+// a kernel of orthogonal_kernels.cpp. The source is read as the library has always read it,
+// and applications depend on the exact bytes that follow from that:
+//   - The header is taken to be 40 bytes whatever biSize says: the pixels start at
+//     40 + PaletteSize, and exactly those 40 + PaletteSize bytes are copied to the result.
+//   - Rows are biPlanes x biBitCount bits per pixel wide, but pixels are moved at biBitCount
+//     bits. Depths other than 1, 4, 8 and 24 move nothing and give a right-sized result whose
+//     pixels are all zero; FlipDIBVertical copies whole rows and works at any depth.
+//   - Every result block is 4 bytes longer than its header, table and rows.
+//   - A quarter turn swaps width and height and the two resolutions, and sets biSizeImage to
+//     the new stride times the source width; the other three leave the header as copied.
+//   - No error code is ever set, on success or on failure.
+//
+// Why the anticlockwise turn lands one column in: its loop counts the destination column down
+// from the height instead of from height - 1, so source row y goes to result column
+// height - y. Result column 0 is never written (colour index 0, or black), and the bottom
+// source row goes one pixel past the end of every result row: into the row's padding when
+// the stride leaves room, otherwise over the start of the next result row, and for the last
+// row into the 4 bytes of slack at the end of the block (which exist for exactly this). Files
+// written from such results carry the shift, so it is kept.
+//
+// Refusals (a null result, nothing written, no error code): a null handle or one that cannot
+// be locked; a block shorter than 40 bytes, its colour table and its rows; a negative width or
+// height; rows narrower than the pixels they are said to hold (biPlanes 0, or a row size that
+// does not fit 32 bits), where rows would overlap and the moves would leave both blocks; and a
+// result that would need more than 2^32 - 1 bytes.
+#include <cstdint>
+#include <optional>
+
+#include "vexora.h"
+
+#include "dib_layout.hpp"
+#include "dib_result.hpp"
+#include "geometry/orthogonal.hpp"
+#include "guards.hpp"
+#include "platform/platform.hpp"
+
+namespace vx::geometry {
+
+namespace {
+
+constexpr bool IsQuarterTurn(Orthogonal op) {
+    return op == Orthogonal::Rotate90 || op == Orthogonal::Rotate270;
+}
+
+// Whether the pixel mover touches pixels of this depth.
+constexpr bool MovesPixels(uint32_t bitCount) {
+    return bitCount == 1 || bitCount == 4 || bitCount == 8 || bitCount == 24;
+}
+
+// A stride in the library's 32-bit arithmetic, or nothing when that arithmetic would wrap.
+std::optional<uint64_t> Stride(uint64_t width, uint64_t bitsPerPixel) {
+    if (width * bitsPerPixel + 31 > UINT32_MAX) return std::nullopt;
+    return RowStride64(width, bitsPerPixel);
+}
+
+// The bytes a row of `width` pixels of `bitCount` bits spans.
+constexpr uint64_t PixelBytes(uint64_t width, uint32_t bitCount) { return (width * bitCount + 7) / 8; }
+
+// Header changes of a quarter turn: the dimensions and resolutions swap places.
+void TurnHeader(uint8_t* header, const OrthogonalPlan& plan) {
+    const int32_t xPels = LoadI32(header + bih::kXPels);
+    const int32_t yPels = LoadI32(header + bih::kYPels);
+    StoreI32(header + bih::kWidth, static_cast<int32_t>(plan.height));
+    StoreI32(header + bih::kHeight, static_cast<int32_t>(plan.width));
+    StoreI32(header + bih::kXPels, yPels);
+    StoreI32(header + bih::kYPels, xPels);
+    StoreU32(header + bih::kSizeImage, static_cast<uint32_t>(plan.resultStride * plan.width));
+}
+
+// Fills a result whose header and table have been copied. Cannot fail.
+void Transform(Orthogonal op, const OrthogonalPlan& plan, const uint8_t* source, uint8_t* result) {
+    const SourceRows from{source + plan.headerAndTable, plan.sourceStride, plan.width, plan.height};
+    const ResultRows to{result + plan.headerAndTable, plan.resultStride};
+    switch (op) {
+    case Orthogonal::Rotate90:
+        TurnHeader(result, plan);
+        TurnClockwise(from, to, plan.bitCount);
+        break;
+    case Orthogonal::Rotate270:
+        TurnHeader(result, plan);
+        TurnAnticlockwiseShifted(from, to, plan.bitCount);
+        break;
+    case Orthogonal::Rotate180: TurnHalf(from, to, plan.bitCount); break;
+    case Orthogonal::FlipVertical: ReverseRowOrder(from, to); break;
+    case Orthogonal::FlipHorizontal: MirrorRows(from, to, plan.bitCount); break;
+    }
+}
+
+HDIB RunExport(HDIB dib, Orthogonal op) noexcept {
+    return ExportGuard(
+        [&]() -> HDIB {
+            if (dib == nullptr) return nullptr;
+            BlockLock source(dib);
+            if (!source) return nullptr;
+            const auto plan = PlanOrthogonal(source.data(), source.size(), op);
+            if (!plan) return nullptr;
+            auto result = AllocateDibLike(source.data(), plan->headerAndTable, plan->resultPixelBytes(),
+                                          kResultSlackBytes);
+            if (!result) return nullptr;
+            platform::WaitCursor wait;
+            Transform(op, *plan, source.data(), result->data());
+            return result->release();
+        },
+        []() -> HDIB { return nullptr; });
+}
+
+}  // namespace
+
+std::optional<OrthogonalPlan> PlanOrthogonal(const uint8_t* block, uint64_t blockBytes, Orthogonal op) {
+    if (block == nullptr || blockBytes < kInfoHeaderSize) return std::nullopt;
+    const int32_t width = LoadI32(block + bih::kWidth);
+    const int32_t height = LoadI32(block + bih::kHeight);
+    if (width < 0 || height < 0) return std::nullopt;
+
+    OrthogonalPlan plan;
+    plan.width = static_cast<uint32_t>(width);
+    plan.height = static_cast<uint32_t>(height);
+    plan.bitCount = LoadU16(block + bih::kBitCount);
+    const uint64_t rowBits = uint64_t{LoadU16(block + bih::kPlanes)} * plan.bitCount;
+    plan.headerAndTable = kInfoHeaderSize + uint64_t{DibPaletteBytes(block)};
+
+    const auto sourceStride = Stride(plan.width, rowBits);
+    if (!sourceStride) return std::nullopt;
+    plan.sourceStride = *sourceStride;
+    if (plan.headerAndTable + plan.sourceStride * plan.height > blockBytes) return std::nullopt;
+
+    if (IsQuarterTurn(op)) {
+        const auto resultStride = Stride(plan.height, rowBits);
+        if (!resultStride) return std::nullopt;
+        plan.resultStride = *resultStride;
+        plan.resultRows = plan.width;
+    } else {
+        plan.resultStride = plan.sourceStride;
+        plan.resultRows = plan.height;
+    }
+
+    // Rows that cannot hold their own pixels overlap, and moving pixels through them would
+    // step outside both blocks. Copying whole rows (the vertical flip) is safe at any stride.
+    if (op != Orthogonal::FlipVertical && MovesPixels(plan.bitCount) && plan.width > 0 &&
+        plan.height > 0) {
+        const uint64_t resultWidth = IsQuarterTurn(op) ? plan.height : plan.width;
+        if (plan.sourceStride < PixelBytes(plan.width, plan.bitCount) ||
+            plan.resultStride < PixelBytes(resultWidth, plan.bitCount))
+            return std::nullopt;
+    }
+
+    if (plan.resultBytes() > UINT32_MAX) return std::nullopt;
+    return plan;
+}
+
+}  // namespace vx::geometry
+
+using vx::geometry::Orthogonal;
+using vx::geometry::RunExport;
+
+extern "C" {
+
+VXAPI HDIB VXCALL RotateDIB90(HDIB dib) { return RunExport(dib, Orthogonal::Rotate90); }
+
+VXAPI HDIB VXCALL RotateDIB270(HDIB dib) { return RunExport(dib, Orthogonal::Rotate270); }
+
+VXAPI HDIB VXCALL RotateDIB180(HDIB dib) { return RunExport(dib, Orthogonal::Rotate180); }
+
+VXAPI HDIB VXCALL FlipDIBVertical(HDIB dib) { return RunExport(dib, Orthogonal::FlipVertical); }
+
+VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib) { return RunExport(dib, Orthogonal::FlipHorizontal); }
+
+}  // extern "C"
