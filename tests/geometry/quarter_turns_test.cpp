@@ -1,0 +1,226 @@
+// Quarter turns, half turn and flips: every byte of the result against a per-pixel reference
+// written from the documented loops, worked examples, identities, and refused blocks.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <random>
+
+#include "dib_builder.hpp"
+#include "geometry/orthogonal.hpp"
+#include "pixels.hpp"
+
+using namespace vxtest;
+using vx::GetPixel;
+using vx::SetPixel;
+
+namespace {
+
+struct Shape {
+    int32_t width, height;
+    uint16_t bits, planes = 1;
+    uint32_t biSize = 40, clrUsed = 0;
+};
+
+uint32_t Stride(uint32_t width, uint32_t bitsPerPixel) { return (width * bitsPerPixel + 31) / 32 * 4; }
+
+// A 40-byte header (biSize as given) and its table.
+Bytes Header(const Shape& s) {
+    const uint32_t fields[10] = {s.biSize, uint32_t(s.width), uint32_t(s.height), s.planes | uint32_t{s.bits} << 16,
+                                 0, 123, 3780, 2835, s.clrUsed, 0};
+    Bytes dib(40);
+    std::memcpy(dib.data(), fields, 40);
+    dib.resize(40 + PaletteSize(dib.data()), 0x5A);
+    return dib;
+}
+
+// Header, table, and rows whose every byte, padding included, is random.
+Bytes RandomDib(const Shape& s, uint32_t seed) {
+    Bytes dib = Header(s);
+    const size_t size = dib.size() + uint64_t{Stride(s.width, s.planes * s.bits)} * uint32_t(s.height);
+    std::mt19937 random(seed);
+    while (dib.size() < size) dib.push_back(static_cast<uint8_t>(random()));
+    return dib;
+}
+
+using Op = HDIB (*)(HDIB);
+const struct { Op op; const char* name; } kOps[] = {{RotateDIB90, "RotateDIB90"},
+    {RotateDIB270, "RotateDIB270"}, {RotateDIB180, "RotateDIB180"},
+    {FlipDIBVertical, "FlipDIBVertical"}, {FlipDIBHorizontal, "FlipDIBHorizontal"}};
+
+Bytes Apply(Op op, const Bytes& source) {
+    Block in(BlockFrom(source));
+    Block out(op(in.get()));
+    EXPECT_EQ(BlockBytes(in.get()), source) << "source changed";
+    return out ? BlockBytes(out.get()) : Bytes();
+}
+
+// The documented algorithm, one pixel at a time.
+Bytes Reference(Op op, const Bytes& src) {
+    const uint32_t w = GetU32(src, 4), h = GetU32(src, 8), b = src[14] | src[15] << 8;
+    const uint32_t rowBits = (src[12] | src[13] << 8) * b, table = 40 + PaletteSize(const_cast<uint8_t*>(src.data()));
+    const bool turn = op == RotateDIB90 || op == RotateDIB270;
+    const uint32_t s = Stride(w, rowBits), d = turn ? Stride(h, rowBits) : s;
+    Bytes out(table + uint64_t{d} * (turn ? w : h) + 4, 0);
+    std::memcpy(out.data(), src.data(), table);
+    if (turn) {
+        for (auto [at, v] : {std::pair{4u, h}, {8u, w}, {24u, GetU32(src, 28)}, {28u, GetU32(src, 24)}, {20u, d * w}})
+            PutU32(out, at, v);
+    }
+    const uint8_t* in = src.data() + table;
+    uint8_t* res = out.data() + table;
+    auto row = [&](uint8_t* base, uint32_t stride, uint32_t r) { return base + uint64_t{r} * stride; };
+    if (op == FlipDIBVertical) {
+        for (uint32_t r = 0; r < h; ++r) std::memcpy(row(res, d, h - 1 - r), in + uint64_t{r} * s, s);
+        return out;
+    }
+    // Moves (row y, column x) to (row ry, column rx): 1-bit pixels are ORed in, others copied.
+    std::function<void(uint32_t, uint32_t, uint32_t, uint32_t)> move = [](auto...) {};
+    vx::DispatchDepth(b, [&](auto depth) {
+        constexpr unsigned kBits = decltype(depth)::value;
+        move = [&](uint32_t y, uint32_t x, uint32_t ry, uint32_t rx) {
+            const uint32_t v = GetPixel<kBits>(in + uint64_t{y} * s, x);
+            if (kBits != 1 || v) SetPixel<kBits>(row(res, d, ry), rx, v);
+        };
+    });
+    if (op == RotateDIB90 && b == 1) {  // partial byte first, then whole bytes from the right
+        for (uint32_t y = 0; y < h; ++y) {
+            uint32_t k = 0;
+            for (int e = int(w % 8) - 1; e >= 0; --e) move(y, w / 8 * 8 + e, k++, y);
+            for (int byte = int(w / 8) - 1; byte >= 0; --byte)
+                for (int e = 7; e >= 0; --e) move(y, byte * 8 + e, k++, y);
+        }
+    } else if (op == RotateDIB90) {
+        for (uint32_t y = 0; y < h; ++y)
+            for (uint32_t k = 0; k < w; ++k) move(y, w - 1 - k, k, y);
+    } else if (op == RotateDIB270) {
+        for (uint32_t y = 0; y < h; ++y)
+            for (uint32_t x = 0; x < w; ++x) move(y, x, x, h - y);
+    } else {
+        for (uint32_t x = 0; x < w; ++x)
+            for (uint32_t r = 0; r < h; ++r) move(r, x, op == RotateDIB180 ? h - 1 - r : r, w - 1 - x);
+    }
+    return out;
+}
+
+TEST(OrthogonalTransforms, EveryByteMatchesTheDocumentedLoops) {
+    std::vector<Shape> shapes;
+    for (uint16_t bits : {1, 4, 8, 24, 16, 32}) {
+        for (auto [w, h] : {std::pair{1, 1}, {1, 7}, {3, 1}, {7, 3}, {9, 32}, {31, 8}, {33, 4}, {63, 5},
+                            {65, 6}, {64, 64}, {130, 67}, {200, 33}, {17, 130}})
+            shapes.push_back({w, h, bits});
+        shapes.push_back({1100, 70, bits});
+    }
+    // Rows twice as wide as their pixels, a longer header read as 40 bytes, a short table,
+    // and empty images.
+    for (Shape s : {Shape{9, 5, 1, 2}, Shape{13, 6, 4, 3}, Shape{7, 5, 8, 2}, Shape{5, 9, 24, 2},
+                    Shape{10, 7, 8, 1, 108, 20}, Shape{6, 6, 4, 1, 40, 3}, Shape{0, 5, 8}, Shape{5, 0, 24},
+                    Shape{6, 3, 2}, Shape{4, 4, 0}})
+        shapes.push_back(s);
+    SetImgError(IMGERR_IO);
+    uint32_t seed = 0;
+    for (const Shape& shape : shapes) {
+        const Bytes source = RandomDib(shape, ++seed);
+        for (const auto& [op, name] : kOps) {
+            SCOPED_TRACE(testing::Message() << name << " " << shape.width << "x" << shape.height << "x"
+                                            << shape.bits << " planes " << shape.planes << " seed " << seed);
+            const Bytes result = Apply(op, source), want = Reference(op, source);
+            ASSERT_EQ(result.size(), want.size());
+            const auto diff = std::mismatch(result.begin(), result.end(), want.begin());
+            ASSERT_TRUE(diff.first == result.end()) << "first difference at byte " << diff.first - result.begin();
+        }
+    }
+    EXPECT_EQ(ImgError(), IMGERR_IO);
+}
+
+TEST(OrthogonalTransforms, WorkedExamples) {
+    // 1 bit, 10 x 3, turned clockwise: 3 x 10, stride 4, the rightmost column becomes row 0.
+    Bytes mono = RandomDib({10, 3, 1}, 7);
+    const Bytes turned = Apply(RotateDIB90, mono);
+    EXPECT_EQ(GetU32(turned, 4), 3u);
+    EXPECT_EQ(GetU32(turned, 8), 10u);
+    EXPECT_EQ(GetU32(turned, 20), 40u);
+    EXPECT_EQ(GetU32(turned, 24), 2835u);
+    EXPECT_EQ(turned.size(), 48u + 40 + 4);
+    for (uint32_t y = 0; y < 3; ++y)
+        EXPECT_EQ(GetPixel<1>(&turned[48], y), GetPixel<1>(&mono[48 + y * 4], 9)) << y;
+
+    // 8 bits, 4 x 4 turned anticlockwise: column 0 of row 0 stays 0, column 1 holds source
+    // row 3, and source row 0 lands at column 0 of the next row, the last one in the slack.
+    Bytes square = RandomDib({4, 4, 8}, 9);
+    const Bytes left = Apply(RotateDIB270, square);
+    const uint8_t* px = &square[1064];
+    ASSERT_EQ(left.size(), 1064u + 16 + 4);
+    EXPECT_EQ(left[1064], 0);
+    for (int x = 0; x < 4; ++x) {
+        EXPECT_EQ(left[1064 + x * 4 + 1], px[3 * 4 + x]);
+        EXPECT_EQ(left[1064 + (x + 1) * 4], px[x]);
+    }
+    // Three rows high: source row 0 goes into the padding byte of each result row.
+    Bytes low = RandomDib({4, 3, 8}, 11);
+    const Bytes padded = Apply(RotateDIB270, low);
+    for (int x = 0; x < 4; ++x) EXPECT_EQ(padded[1064 + x * 4 + 3], low[1064 + x]);
+}
+
+TEST(OrthogonalTransforms, TurnsAndFlipsUndoThemselves) {
+    for (uint16_t bits : {1, 4, 8, 24}) {
+        for (auto [w, h] : {std::pair{1, 1}, {7, 3}, {33, 65}, {130, 67}}) {
+            SCOPED_TRACE(testing::Message() << w << "x" << h << "x" << bits);
+            const Bytes source = RandomDib({w, h, bits}, w * h + bits);
+            const uint32_t stride = Stride(w, bits), at = 40 + PaletteSize(const_cast<uint8_t*>(source.data()));
+            auto pixelsEqual = [&](const Bytes& a) {
+                ASSERT_GE(a.size(), source.size());
+                vx::DispatchDepth(bits, [&](auto depth) {
+                    constexpr unsigned kBits = decltype(depth)::value;
+                    for (uint32_t y = 0; y < uint32_t(h); ++y)
+                        for (uint32_t x = 0; x < uint32_t(w); ++x)
+                            ASSERT_EQ(GetPixel<kBits>(&a[at + y * stride], x), GetPixel<kBits>(&source[at + y * stride], x))
+                                << "pixel " << x << "," << y;
+                });
+            };
+            pixelsEqual(Apply(RotateDIB90, Apply(RotateDIB90, Apply(RotateDIB90, Apply(RotateDIB90, source)))));
+            pixelsEqual(Apply(RotateDIB180, Apply(RotateDIB180, source)));
+            pixelsEqual(Apply(FlipDIBHorizontal, Apply(FlipDIBHorizontal, source)));
+            Bytes twice = Apply(FlipDIBVertical, Apply(FlipDIBVertical, source));
+            twice.resize(twice.size() - std::min<size_t>(twice.size(), 4));  // the result's slack
+            EXPECT_EQ(twice, source);
+        }
+    }
+}
+
+TEST(OrthogonalTransforms, RefusedBlocksGiveNullAndLeaveTheCode) {
+    SetImgError(IMGERR_BITCOUNT);
+    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
+    const Bytes good = RandomDib({9, 5, 4}, 3);
+    Bytes shortByOne(good.begin(), good.end() - 1), headerOnly(good.begin(), good.begin() + 39);
+    Bytes negative = good, noPlanes = good;
+    PutU32(negative, 8, uint32_t(-5));
+    PutU16(noPlanes, 12, 0);
+    for (const auto& [op, name] : kOps) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(op(nullptr), nullptr);
+        EXPECT_EQ(op(unlockable.get()), nullptr);
+        for (const Bytes* bad : {&shortByOne, &headerOnly, &negative})
+            EXPECT_TRUE(Apply(op, *bad).empty());
+        // Zero planes make zero-byte rows: only whole-row copying has nothing to step past.
+        EXPECT_EQ(Apply(op, noPlanes).empty(), op != FlipDIBVertical);
+    }
+    EXPECT_EQ(ImgError(), IMGERR_BITCOUNT);
+
+    // Sizes judged from the header alone, before anything is allocated. One 1-bit row of 2^30
+    // pixels turns into 2^30 rows of 4 bytes, past 2^32 - 1; 4096 planes make its row size wrap.
+    using vx::geometry::Orthogonal;
+    using vx::geometry::PlanOrthogonal;
+    const Bytes header = Header({1 << 30, 1, 1}), wraps = Header({1 << 20, 1, 1, 4096});
+    const uint64_t claimed = 48 + (1u << 27);
+    EXPECT_FALSE(PlanOrthogonal(header.data(), claimed, Orthogonal::Rotate90));
+    EXPECT_FALSE(PlanOrthogonal(header.data(), claimed - 1, Orthogonal::FlipVertical));
+    const auto flip = PlanOrthogonal(header.data(), claimed, Orthogonal::FlipVertical);
+    ASSERT_TRUE(flip);
+    EXPECT_EQ(flip->resultBytes(), claimed + 4);
+    for (Orthogonal op : {Orthogonal::FlipVertical, Orthogonal::FlipHorizontal})
+        EXPECT_FALSE(PlanOrthogonal(wraps.data(), uint64_t{1} << 40, op));
+}
+
+}  // namespace
