@@ -475,11 +475,29 @@ VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib);
 /* Geometry: rotation by any angle and skew                                  */
 /* ------------------------------------------------------------------------ */
 
-/* Turns a 1/4/8/24-bit DIB by `angle` whole degrees about its centre
-   (positive = counter-clockwise as displayed) into a larger DIB of even
-   size, nearest-neighbour; mode 0 = floating-point walk, 1 = integer walk.
-   `status` (required) receives 0 or a ROTATE_ERR_ value; the module code is
-   untouched. `corners` (8 ints, optional) receives the rotated corners. */
+/*
+ * Turns a DIB by `angle` whole degrees about its centre (positive = counter-clockwise as
+ * displayed) into a new DIB of even size large enough for the turned picture, nearest
+ * neighbour; uncovered pixels are 0. W and H are the low 16 bits of biWidth and biHeight.
+ * mode 0 walks the source in double precision, any other value (1 included) with the integer
+ * walk. Resolution fields are blended by the angle: every non-zero multiple of 90 exchanges
+ * them (360 too), 0 keeps them.
+ * `status` (required) receives 0 on entry, then on failure: ROTATE_ERR_PARAMETER (null handle,
+ * a block shorter than 40 bytes, biSize not 40), ROTATE_ERR_LOCK (source or result not
+ * lockable), ROTATE_ERR_COMPRESSED (biCompression not 0), ROTATE_ERR_SIZE (W or H is 0, or the
+ * block is too small for its colour table and H rows of the stride biWidth gives),
+ * ROTATE_ERR_NOMEMORY (the result cannot be allocated after one retry; a result whose pixel
+ * area would reach 2^32 bytes is refused this way). The module error code is never touched.
+ * `corners` (8 ints, may be NULL) receives the turned corners (-W/2,-H/2), (W/2,-H/2),
+ * (W/2,H/2), (-W/2,H/2) relative to the centre, truncated, before the result is allocated.
+ * Decided here: a NULL `status` returns NULL and does nothing; depths other than 1, 4, 8 and
+ * 24 get the enlarged canvas with header and colour table (biClrUsed entries, or none) and no
+ * pixels; a status cell still non-zero at the end (one that shares memory with `corners`)
+ * discards the result and returns NULL; on success the source block keeps the lock
+ * RotateDIB took (one GlobalUnlock releases it), every failure unlocks it. Resolutions that
+ * overflow the 32-bit arithmetic wrap, and a value out of the 32-bit range becomes
+ * 0x80000000, as on x86.
+ */
 VXAPI HDIB VXCALL RotateDIB(HDIB dib, int angle, int mode, DWORD *status,
                             int *corners);
 

@@ -50,6 +50,14 @@ public:
         size_ = 0;
     }
 
+    // Ends the guard without unlocking: the block keeps this lock, for the few exports that
+    // return with their source still locked.
+    void keepLocked() {
+        block_ = nullptr;
+        data_ = nullptr;
+        size_ = 0;
+    }
+
 private:
     HGLOBAL block_ = nullptr;
     uint8_t* data_ = nullptr;

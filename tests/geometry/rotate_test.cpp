@@ -1,0 +1,261 @@
+// RotateDIB against a plain per-pixel rotation written from the documented steps, and its
+// status-cell, corner-record and refusal contracts.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "dib_builder.hpp"
+#include "vexora.h"
+
+namespace {
+
+using vxtest::Block;
+using vxtest::Bytes;
+using vxtest::GetU32;
+using vxtest::PutU32;
+
+uint32_t Px(const Bytes& b, size_t row, int bits, int x) {
+    switch (bits) {
+    case 1: return b.at(row + x / 8) >> (7 - x % 8) & 1;
+    case 4: return b.at(row + x / 2) >> (x % 2 ? 0 : 4) & 15;
+    case 8: return b.at(row + x);
+    default: return b.at(row + 3 * x) | b.at(row + 3 * x + 1) << 8 | b.at(row + 3 * x + 2) << 16;
+    }
+}
+
+void OrPx(Bytes& b, size_t row, int bits, int x, uint32_t v) {
+    switch (bits) {
+    case 1: b.at(row + x / 8) |= static_cast<uint8_t>(v << (7 - x % 8)); break;
+    case 4: b.at(row + x / 2) |= static_cast<uint8_t>(v << (x % 2 ? 0 : 4)); break;
+    case 8: b.at(row + x) = static_cast<uint8_t>(v); break;
+    default:
+        for (int i = 0; i < 3; ++i) b.at(row + 3 * x + i) = static_cast<uint8_t>(v >> 8 * i);
+    }
+}
+
+int RoundAway(double v) { return v >= 0 ? static_cast<int>(v + 0.5) : static_cast<int>(v - 0.5); }
+
+// The whole result block, computed pixel by pixel from the documented set-up and walk.
+Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
+    const uint32_t biWidth = GetU32(src, 4);
+    const int W = biWidth & 0xFFFF, H = GetU32(src, 8) & 0xFFFF;
+    const int bits = src[14] | src[15] << 8;
+    const uint32_t used = GetU32(src, 32);
+    const uint32_t colours = used ? used : bits == 1 ? 2 : bits == 4 ? 16 : bits == 8 ? 256 : 0;
+    const size_t table = 40 + 4 * colours;
+    const uint32_t stride = (biWidth * bits + 31) / 32 * 4;
+
+    if (angle < 0) angle += 360;
+    const double th = (angle % 360) * 0.01745329, c = std::cos(th), s = std::sin(th);
+    const double x0 = -W / 2.0, y0 = -H / 2.0, x1 = W + x0, y1 = H + y0;
+    const double cx[4] = {x0, x1, x1, x0}, cy[4] = {y0, y0, y1, y1};
+    int halfW = 0, halfH = 0;
+    for (int i = 0; i < 4; ++i) {
+        const double xr = cx[i] * c - cy[i] * s, yr = cy[i] * c + cx[i] * s;
+        corners[2 * i] = static_cast<int>(xr);
+        corners[2 * i + 1] = static_cast<int>(yr);
+        halfW = std::max(halfW, static_cast<int>(std::fabs(xr) + 0.5));
+        halfH = std::max(halfH, static_cast<int>(std::fabs(yr) + 0.5));
+    }
+    const int outW = 2 * halfW, outH = 2 * halfH;
+    const uint32_t outStride = ((outW * bits + 31) >> 5) * 4;
+    Bytes out(table + size_t{outStride} * outH);
+    std::copy(src.begin(), src.begin() + table, out.begin());
+    PutU32(out, 4, outW);
+    PutU32(out, 8, outH);
+    PutU32(out, 20, outStride * outH);
+    const int xdpi = static_cast<int>(static_cast<int32_t>(GetU32(src, 24)) / 39.37);
+    const int ydpi = static_cast<int>(static_cast<int32_t>(GetU32(src, 28)) / 39.37);
+    const int r = std::abs(angle - 90 * static_cast<int>(angle / 90.001));
+    PutU32(out, 24, static_cast<int>((xdpi + (ydpi - xdpi) * r / 90) * 39.37 + 0.5));
+    PutU32(out, 28, static_cast<int>((ydpi + (xdpi - ydpi) * r / 90) * 39.37 + 0.5));
+    if (bits != 1 && bits != 4 && bits != 8 && bits != 24) return out;
+
+    const double cb = std::cos(-th), sb = std::sin(-th);
+    const auto SX = [&](int px, int py) { return px * cb - py * sb + W / 2; };
+    const auto SY = [&](int px, int py) { return py * cb + px * sb + H / 2; };
+    const double sx0 = SX(-halfW, -halfH), sy0 = SY(-halfW, -halfH);
+    const double rowX = (SX(-halfW, halfH - 1) - sx0) / (outH - 1);
+    const double rowY = (SY(-halfW, halfH - 1) - sy0) / (outH - 1);
+    const double colX = (SX(halfW - 1, -halfH) - sx0) / (outW - 1);
+    const double colY = (SY(halfW - 1, -halfH) - sy0) / (outW - 1);
+    const int dx = colX >= 0 ? 1 : -1, dy = colY >= 0 ? 1 : -1;
+    const int Dx = 2 * static_cast<int>(std::fabs(colX * (outW - 1)) + 0.5);
+    const int Dy = 2 * static_cast<int>(std::fabs(colY * (outW - 1)) + 0.5);
+    double startX = sx0, startY = sy0;
+    for (int j = 0; j < outH; ++j, startX += rowX, startY += rowY) {
+        double fx = startX, fy = startY;
+        int x = RoundAway(fx), y = RoundAway(fy), ex = 0, ey = 0;
+        bool copying = false;
+        for (int k = 0; k < outW; ++k) {
+            const bool entering = (dx > 0 ? x < 0 : x >= W) || (dy > 0 ? y < 0 : y >= H);
+            copying = copying || !entering;
+            if (copying) {
+                if (!((dx > 0 ? x < W : x >= 0) && (dy > 0 ? y < H : y >= 0))) break;
+                OrPx(out, table + size_t{outStride} * j, bits, k, Px(src, table + size_t{stride} * y, bits, x));
+            }
+            if (mode == 0) {
+                x = RoundAway(fx += colX);
+                y = RoundAway(fy += colY);
+            } else {
+                if ((ex += Dx) > outW - 1) ex -= 2 * (outW - 1), x += dx;
+                if ((ey += Dy) > outW - 1) ey -= 2 * (outW - 1), y += dy;
+            }
+        }
+    }
+    return out;
+}
+
+Bytes Image(int w, int h, int bits, uint32_t seed, uint32_t clrUsed = 0) {
+    Bytes b = vxtest::PackedDib({w, h, static_cast<uint16_t>(bits), clrUsed, false, seed});
+    PutU32(b, 24, 2835 + seed % 1000);  // distinct resolutions, so that the blend shows
+    PutU32(b, 28, 3780 - seed % 700);
+    return b;
+}
+
+TEST(RotateDIB, MatchesThePerPixelWalkForEveryDepthAngleAndMode) {
+    const int sizes[][2] = {{1, 1}, {1, 6}, {7, 1}, {13, 5}, {33, 17}, {40, 31}, {64, 9}};
+    const int angles[] = {0, 90, 180, 270, 360, -30, -400, 1, 45, 89, 135, 359, 1000, -100000, INT_MAX, INT_MIN};
+    uint32_t seed = 1;
+    for (int bits : {1, 4, 8, 24})
+        for (const auto& size : sizes)
+            for (int angle : angles)
+                for (int mode : {0, 1}) {
+                    ++seed;
+                    SCOPED_TRACE(testing::Message() << bits << " bits " << size[0] << "x" << size[1]
+                                                    << " angle " << angle << " mode " << mode << " seed " << seed);
+                    const Bytes src = Image(size[0], size[1], bits, seed, seed % 3 == 0 && bits == 8 ? 20 : 0);
+                    int corners[8], expectedCorners[8];
+                    const Bytes expected = ReferenceRotate(src, angle, mode, expectedCorners);
+                    Block dib(vxtest::BlockFrom(src));
+                    DWORD status = 77;
+                    Block out(RotateDIB(dib.get(), angle, mode, &status, corners));
+                    ASSERT_NE(out, nullptr);
+                    EXPECT_EQ(status, 0u);
+                    ASSERT_EQ(vxtest::BlockBytes(out.get()), expected);
+                    EXPECT_TRUE(std::equal(corners, corners + 8, expectedCorners));
+                    EXPECT_EQ(vxtest::BlockBytes(dib.get()), src);
+                }
+}
+
+// A picture small enough to check by eye: positive angles turn counter-clockwise as
+// displayed (rows stored bottom-up), and the integer centre the walk maps about places the
+// quarter-turned picture one column right, so its last column falls off the even canvas.
+TEST(RotateDIB, QuarterTurnOfASmallPicture) {
+    Bytes src = Image(3, 2, 8, 5);
+    const uint8_t pixels[2][4] = {{1, 2, 3, 0}, {4, 5, 6, 0}};  // bottom row 1 2 3, top row 4 5 6
+    std::memcpy(&src[40 + 1024], pixels, sizeof pixels);
+    Block dib(vxtest::BlockFrom(src));
+    DWORD status = 1;
+    Block out(RotateDIB(dib.get(), 90, 0, &status, nullptr));
+    ASSERT_NE(out, nullptr);
+    const Bytes b = vxtest::BlockBytes(out.get());
+    ASSERT_EQ(GetU32(b, 4), 2u);  // halfW = round(1.0), halfH = round(1.5)
+    ASSERT_EQ(GetU32(b, 8), 4u);
+    const Bytes rows(b.begin() + 40 + 1024, b.end());
+    // Displayed top to bottom: 0 6 / 0 5 / 0 4 / 0 0; stored bottom-up in 4-byte rows.
+    EXPECT_EQ(rows, (Bytes{0, 0, 0, 0, 0, 4, 0, 0, 0, 5, 0, 0, 0, 6, 0, 0}));
+}
+
+TEST(RotateDIB, ResolutionsAreExchangedAtEveryMultipleOf90) {
+    for (int angle : {0, 90, 180, 270, 360, -90, 45}) {
+        SCOPED_TRACE(angle);
+        Bytes src = Image(4, 4, 8, 1);
+        PutU32(src, 24, 2835);  // 72 dpi
+        PutU32(src, 28, 3780);  // 96 dpi
+        Block dib(vxtest::BlockFrom(src));
+        DWORD status;
+        Block out(RotateDIB(dib.get(), angle, 1, &status, nullptr));
+        const Bytes b = vxtest::BlockBytes(out.get());
+        const uint32_t x = angle == 0 ? 2835 : angle == 45 ? 3307 : 3780;  // 72 + 24 * 45 / 90 = 84 dpi
+        EXPECT_EQ(GetU32(b, 24), x);
+        EXPECT_EQ(GetU32(b, 28), angle == 0 ? 3780u : angle == 45 ? 3307u : 2835u);
+    }
+}
+
+TEST(RotateDIB, OtherDepthsGiveABlankCanvasAndOtherModesWalkAsMode1) {
+    for (int bits : {16, 32}) {
+        const Bytes src = Image(9, 5, bits, 3);
+        int corners[8];
+        const Bytes expected = ReferenceRotate(src, 30, 0, corners);
+        Block dib(vxtest::BlockFrom(src));
+        DWORD status = 9;
+        Block out(RotateDIB(dib.get(), 30, 0, &status, nullptr));
+        EXPECT_EQ(status, 0u);
+        EXPECT_EQ(vxtest::BlockBytes(out.get()), expected);
+    }
+    const Bytes src = Image(21, 11, 4, 8);
+    Block dib(vxtest::BlockFrom(src));
+    DWORD status;
+    Block one(RotateDIB(dib.get(), 33, 1, &status, nullptr));
+    Block seven(RotateDIB(dib.get(), 33, 7, &status, nullptr));
+    EXPECT_EQ(vxtest::BlockBytes(one.get()), vxtest::BlockBytes(seven.get()));
+}
+
+struct Refusal {
+    const char* what;
+    Bytes bytes;
+    DWORD status;
+    bool cornersWritten;
+};
+
+TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
+    const Bytes good = Image(10, 6, 8, 2);
+    auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
+    Bytes cut = good;
+    cut.resize(cut.size() - 1);
+    const Bytes huge = Image(65535, 1, 24, 2);  // turned by 45 degrees it needs about 25 GB
+    const Refusal cases[] = {
+        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), ROTATE_ERR_PARAMETER, false},
+        {"core header", with(0, 12), ROTATE_ERR_PARAMETER, false},
+        {"RLE8", with(16, 1), ROTATE_ERR_COMPRESSED, false},
+        {"width 65536 (low 16 bits 0)", with(4, 65536), ROTATE_ERR_SIZE, false},
+        {"height 0", with(8, 0), ROTATE_ERR_SIZE, false},
+        {"block one byte short", cut, ROTATE_ERR_SIZE, false},
+        {"2^32-byte result", huge, ROTATE_ERR_NOMEMORY, true},
+    };
+    for (const Refusal& c : cases) {
+        SCOPED_TRACE(c.what);
+        Block dib(vxtest::BlockFrom(c.bytes));
+        SetImgError(IMGERR_IO);
+        DWORD status = 0;
+        int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
+        EXPECT_EQ(RotateDIB(dib.get(), 45, 0, &status, corners), nullptr);
+        EXPECT_EQ(status, c.status);
+        EXPECT_EQ(ImgError(), IMGERR_IO);
+        EXPECT_EQ(corners[0] != -1, c.cornersWritten);
+        GlobalLock(dib.get());
+        EXPECT_FALSE(GlobalUnlock(dib.get())) << "source left locked";
+    }
+    DWORD status = 0;
+    EXPECT_EQ(RotateDIB(nullptr, 0, 0, &status, nullptr), nullptr);
+    EXPECT_EQ(status, DWORD{ROTATE_ERR_PARAMETER});
+    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
+    EXPECT_EQ(RotateDIB(unlockable.get(), 0, 0, &status, nullptr), nullptr);
+    EXPECT_EQ(status, DWORD{ROTATE_ERR_LOCK});
+}
+
+TEST(RotateDIB, SuccessKeepsTheSourceLockAndReadsTheStatusCellLast) {
+    const Bytes src = Image(10, 6, 1, 4);
+    Block dib(vxtest::BlockFrom(src));
+    int corners[8] = {};
+    EXPECT_EQ(RotateDIB(dib.get(), 10, 0, nullptr, corners), nullptr);  // no status cell: nothing done
+    EXPECT_EQ(corners[0], 0);
+    DWORD status = 5;
+    Block out(RotateDIB(dib.get(), 10, 0, &status, corners));
+    ASSERT_NE(out, nullptr);
+    GlobalLock(dib.get());
+    EXPECT_TRUE(GlobalUnlock(dib.get())) << "the lock RotateDIB took is still held";
+    GlobalUnlock(dib.get());
+    // A status cell that is also the first corner holds a non-zero x once the corners are out,
+    // and the finished result is thrown away.
+    int shared[8];
+    EXPECT_EQ(RotateDIB(dib.get(), 10, 0, reinterpret_cast<DWORD*>(shared), shared), nullptr);
+    EXPECT_EQ(shared[0], -4);  // trunc(-5 cos 10 + 3 sin 10)
+}
+
+}  // namespace
