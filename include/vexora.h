@@ -501,11 +501,29 @@ VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib);
 VXAPI HDIB VXCALL RotateDIB(HDIB dib, int angle, int mode, DWORD *status,
                             int *corners);
 
-/* Shears a DIB by |offset| whole pixels: direction non-zero = horizontal
-   (wider), 0 = vertical (taller); the sign of `offset` picks the edge that
-   moves. Clears the module code; on failure returns NULL with the same
-   IMGERR_ code in the module code and in *error (written only on failure).
-   `corners` (8 ints) receives the moved corners once the size checks pass. */
+/*
+ * Shears a DIB by |offset| whole pixels: direction non-zero = horizontal (rows move, result
+ * |offset| wider), 0 = vertical (columns move, result |offset| taller); a positive offset
+ * moves the top rows (horizontal) or right columns (vertical) furthest, a negative one the
+ * bottom rows or left columns. 1-, 4-, 8- and 24-bit pixels move whole; other depths give a
+ * blank image of the new size (colour table of biClrUsed entries, or none). Uncovered pixels
+ * are 0. A horizontal shear copies each row's used bytes whole, padding bits included, and
+ * with a bit remainder also stores the byte after them: into the next row's first byte when
+ * the row fills its stride, dropped past the end of the block.
+ * Clears the module code on entry; on failure returns NULL with the same code in the module
+ * code and in *error: IMGERR_PARAMETER (null handle, a block shorter than 40 bytes, biSize
+ * not 40), IMGERR_LOCKMEMORY (source or result not lockable), IMGERR_COMPRESSED,
+ * IMGERR_DIBSIZE (width or height 0 or negative, or a block too small for its colour table
+ * and rows), IMGERR_NOMEMORY (result not allocated; a result wider or taller than 2^31 - 1 or
+ * with a pixel area of 2^32 bytes or more is refused this way). Success leaves *error alone.
+ * `corners` (8 ints) is set once the size checks pass, before allocation, to
+ * 0,0, W,0, W,H, 0,H with, for offset d: horizontal d > 0: [0] = d, [2] = W + d; horizontal
+ * d <= 0: [6] = -d, [4] = W - d; vertical d > 0: [1] = [3] = d; vertical d <= 0:
+ * [7] = [5] = H - d (values wrap to 32 bits).
+ * Decided here: `error` and `corners` may be NULL (nothing is written through them); shifts
+ * are computed without 32-bit overflow; on success the source block keeps the lock SkewDIB
+ * took (one GlobalUnlock releases it), every failure unlocks it.
+ */
 VXAPI HDIB VXCALL SkewDIB(HDIB dib, int direction, int offset, DWORD *error,
                           int *corners);
 

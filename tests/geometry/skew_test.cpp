@@ -1,0 +1,199 @@
+// SkewDIB against a plain shear written from the documented moves, and its error-channel,
+// corner-record and refusal contracts.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+
+#include "dib_builder.hpp"
+#include "vexora.h"
+
+namespace {
+
+using vxtest::Block;
+using vxtest::Bytes;
+using vxtest::GetU32;
+using vxtest::PutU32;
+
+// The whole result block, moving one pixel (vertical) or one source byte (horizontal) at a
+// time. Horizontal writes past the end of the block are dropped.
+Bytes ReferenceSkew(const Bytes& src, bool horizontal, int d, int corners[8]) {
+    const int64_t W = static_cast<int32_t>(GetU32(src, 4)), H = static_cast<int32_t>(GetU32(src, 8));
+    const int b = src[14] | src[15] << 8;
+    const uint32_t used = GetU32(src, 32);
+    const size_t table = 40 + 4 * (used ? used : b == 1 ? 2 : b == 4 ? 16 : b == 8 ? 256 : 0);
+    const int64_t m = std::llabs(int64_t{d});
+    const int64_t outW = horizontal ? W + m : W, outH = horizontal ? H : H + m;
+    const size_t stride = (b * W + 31) / 32 * 4, outStride = (outW * b + 31) / 32 * 4;
+    Bytes out(table + outStride * outH);
+    std::copy(src.begin(), src.begin() + table, out.begin());
+    PutU32(out, 4, static_cast<uint32_t>(outW));
+    PutU32(out, 8, static_cast<uint32_t>(outH));
+    PutU32(out, 20, static_cast<uint32_t>(outStride * outH));
+    const int64_t c[2][2][8] = {
+        {{0, 0, W, 0, W, H - d, 0, H - d}, {0, d, W, d, W, H, 0, H}},
+        {{0, 0, W, 0, W - d, H, -d, H}, {d, 0, W + d, 0, W, H, 0, H}}};
+    for (int i = 0; i < 8; ++i) corners[i] = static_cast<int32_t>(c[horizontal][d > 0][i]);
+    if (b != 1 && b != 4 && b != 8 && b != 24) return out;
+
+    if (!horizontal) {
+        for (int64_t x = 0; x < W; ++x) {
+            const int64_t s = d > 0 ? m * x / W : m * (W - x) / W, byte = x * b / 8;
+            for (int64_t r = 0; r < H; ++r) {
+                const size_t from = table + r * stride + byte, to = table + (r + s) * outStride + byte;
+                if (b == 1) out.at(to) |= src.at(from) & (128 >> (x % 8));
+                if (b == 4) out.at(to) |= src.at(from) & (x % 2 ? 15 : 240);
+                for (int i = 0; i < b / 8; ++i) out.at(to + i) = src.at(from + i);
+            }
+        }
+        return out;
+    }
+    for (int64_t y = 0; y < H; ++y) {
+        int64_t t = d > 0 ? b * m * y / H : b * m * (H - y) / H;
+        if (b == 8 || b == 24) t = (t + 7) / 8 * 8;
+        int64_t B = t / 8, k = t % 8;
+        if (b == 24) B = B / 3 * 3;
+        if (b == 4) k = k < 4 ? 0 : 4;
+        const size_t row = table + y * outStride + B;
+        for (int64_t i = 0; i < (b * W + 7) / 8; ++i) {
+            const uint8_t v = src.at(table + y * stride + i);
+            if (k == 0) {
+                out.at(row + i) = v;
+                continue;
+            }
+            out.at(row + i) |= static_cast<uint8_t>(v >> k);
+            if (row + i + 1 < out.size()) out[row + i + 1] = static_cast<uint8_t>(v << (8 - k));
+        }
+    }
+    return out;
+}
+
+TEST(SkewDIB, MatchesThePerPixelShearForEveryDepthAndOffset) {
+    const int sizes[][2] = {{1, 1}, {1, 5}, {9, 1}, {25, 3}, {31, 7}, {32, 3}, {33, 17}, {13, 40}};
+    uint32_t seed = 100;
+    for (int bits : {1, 4, 8, 24})
+        for (const auto& size : sizes)
+            for (int direction : {0, 1, -7})
+                for (int d : {0, 1, 3, -1, -5, size[0] + size[1] + 3, -2 * size[0] - 2 * size[1] - 1}) {
+                    ++seed;
+                    SCOPED_TRACE(testing::Message() << bits << " bits " << size[0] << "x" << size[1]
+                                                    << " direction " << direction << " offset " << d << " seed " << seed);
+                    const Bytes src = vxtest::PackedDib(
+                        {size[0], size[1], static_cast<uint16_t>(bits), seed % 3 == 0 && bits < 24 ? 2u : 0u, false, seed});
+                    int corners[8], expectedCorners[8];
+                    const Bytes expected = ReferenceSkew(src, direction != 0, d, expectedCorners);
+                    Block dib(vxtest::BlockFrom(src));
+                    DWORD error = 77;
+                    SetImgError(IMGERR_IO);
+                    Block out(SkewDIB(dib.get(), direction, d, &error, corners));
+                    ASSERT_NE(out, nullptr);
+                    EXPECT_EQ(error, 77u);  // success leaves the cell alone...
+                    EXPECT_EQ(ImgError(), IMGERR_SUCCESS);  // ...and clears the module code
+                    ASSERT_EQ(vxtest::BlockBytes(out.get()), expected);
+                    EXPECT_TRUE(std::equal(corners, corners + 8, expectedCorners));
+                    EXPECT_EQ(vxtest::BlockBytes(dib.get()), src);
+                }
+}
+
+// Independent of the reference: an 8-bit shear by d = H moves row y by exactly y pixels, and
+// a 24-bit shift that falls inside a pixel goes up to whole bytes, then down to whole pixels.
+TEST(SkewDIB, WholePixelShiftsAtEightAndTwentyFourBits) {
+    const Bytes src8 = vxtest::PackedDib({5, 4, 8, 0, false, 3});
+    Block dib8(vxtest::BlockFrom(src8));
+    Block out8(SkewDIB(dib8.get(), 1, 4, nullptr, nullptr));
+    const Bytes b8 = vxtest::BlockBytes(out8.get());
+    ASSERT_EQ(GetU32(b8, 4), 9u);
+    for (size_t y = 0; y < 4; ++y)
+        for (size_t x = 0; x < 9; ++x)
+            EXPECT_EQ(b8[1064 + y * 12 + x], x >= y && x < y + 5 ? src8[1064 + y * 8 + x - y] : 0) << x << "," << y;
+
+    // 24 bits, 1 row of 2 pixels, d = -1 over H = 2: row 1 moves 24*1*1/2 = 12 bits -> 16 bits
+    // -> byte 2 -> byte 0.
+    const Bytes src24 = vxtest::PackedDib({2, 2, 24, 0, false, 4});
+    Block dib24(vxtest::BlockFrom(src24));
+    Block out24(SkewDIB(dib24.get(), 1, -1, nullptr, nullptr));
+    const Bytes b24 = vxtest::BlockBytes(out24.get());
+    EXPECT_TRUE(std::equal(b24.begin() + 40 + 12, b24.begin() + 40 + 18, src24.begin() + 40 + 8));
+    EXPECT_TRUE(std::equal(b24.begin() + 40 + 3, b24.begin() + 40 + 9, src24.begin() + 40));
+}
+
+TEST(SkewDIB, OtherDepthsGiveABlankImageOfTheNewSize) {
+    for (int bits : {16, 32}) {
+        const Bytes src = vxtest::PackedDib({7, 3, static_cast<uint16_t>(bits), 0, false, 9});
+        Block dib(vxtest::BlockFrom(src));
+        Block out(SkewDIB(dib.get(), 0, -4, nullptr, nullptr));
+        const Bytes b = vxtest::BlockBytes(out.get());
+        ASSERT_EQ(b.size(), 40 + (7u * bits + 31) / 32 * 4 * 7);
+        EXPECT_TRUE(std::all_of(b.begin() + 40, b.end(), [](uint8_t v) { return v == 0; }));
+    }
+}
+
+struct Refusal {
+    const char* what;
+    Bytes bytes;
+    int direction, offset;
+    int code;
+    bool cornersWritten;
+};
+
+TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
+    const Bytes good = vxtest::PackedDib({10, 6, 4, 0, false, 2});
+    auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
+    Bytes cut = good;
+    cut.resize(cut.size() - 1);
+    const Refusal cases[] = {
+        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), 1, 3, IMGERR_PARAMETER, false},
+        {"biSize 108", with(0, 108), 1, 3, IMGERR_PARAMETER, false},
+        {"RLE4", with(16, 2), 1, 3, IMGERR_COMPRESSED, false},
+        {"width 0", with(4, 0), 1, 3, IMGERR_DIBSIZE, false},
+        {"height 0", with(8, 0), 0, 3, IMGERR_DIBSIZE, false},
+        {"top-down rows", with(8, static_cast<uint32_t>(-6)), 0, 3, IMGERR_DIBSIZE, false},
+        {"block one byte short", cut, 0, 3, IMGERR_DIBSIZE, false},
+        {"2^32-byte result", good, 0, 1000000000, IMGERR_NOMEMORY, true},
+        {"height past 2^31", good, 0, INT_MAX, IMGERR_NOMEMORY, true},
+        {"width past 2^31", good, 1, INT_MIN, IMGERR_NOMEMORY, true},
+    };
+    for (const Refusal& c : cases) {
+        SCOPED_TRACE(c.what);
+        Block dib(vxtest::BlockFrom(c.bytes));
+        DWORD error = 0;
+        int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
+        EXPECT_EQ(SkewDIB(dib.get(), c.direction, c.offset, &error, corners), nullptr);
+        EXPECT_EQ(error, static_cast<DWORD>(c.code));
+        EXPECT_EQ(ImgError(), c.code);
+        EXPECT_EQ(corners[0] != -1, c.cornersWritten);
+        GlobalLock(dib.get());
+        EXPECT_FALSE(GlobalUnlock(dib.get())) << "source left locked";
+    }
+    DWORD error = 0;
+    EXPECT_EQ(SkewDIB(nullptr, 1, 1, &error, nullptr), nullptr);
+    EXPECT_EQ(error, DWORD{IMGERR_PARAMETER});
+    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
+    EXPECT_EQ(SkewDIB(unlockable.get(), 1, 1, nullptr, nullptr), nullptr);  // no cell: module code only
+    EXPECT_EQ(ImgError(), IMGERR_LOCKMEMORY);
+}
+
+TEST(SkewDIB, CornerRecordAndSourceLockOnSuccess) {
+    Block dib(vxtest::BlockFrom(vxtest::PackedDib({10, 6, 1, 0, false, 5})));
+    const struct {
+        int direction, offset;
+        int corners[8];
+    } cases[] = {
+        {1, 4, {4, 0, 14, 0, 10, 6, 0, 6}},   {1, 0, {0, 0, 10, 0, 10, 6, 0, 6}},
+        {1, -4, {0, 0, 10, 0, 14, 6, 4, 6}},  {0, 4, {0, 4, 10, 4, 10, 6, 0, 6}},
+        {0, -4, {0, 0, 10, 0, 10, 10, 0, 10}},
+    };
+    for (const auto& c : cases) {
+        int corners[8];
+        Block out(SkewDIB(dib.get(), c.direction, c.offset, nullptr, corners));
+        ASSERT_NE(out, nullptr);
+        EXPECT_TRUE(std::equal(corners, corners + 8, c.corners)) << c.direction << " " << c.offset;
+        GlobalLock(dib.get());
+        EXPECT_TRUE(GlobalUnlock(dib.get())) << "the lock SkewDIB took is still held";
+        GlobalUnlock(dib.get());
+    }
+}
+
+}  // namespace
