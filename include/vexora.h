@@ -532,16 +532,50 @@ VXAPI HDIB VXCALL SkewDIB(HDIB dib, int direction, int offset, DWORD *error,
 /* ------------------------------------------------------------------------ */
 
 /* Resamples a whole DIB to newWidth x newHeight (32-bit arguments, only the
-   low 16 bits used, unsigned): 1-bit nearest neighbour; 4/8/24-bit bilinear
-   (method 0) or cubic (method non-zero). NULL on failure with IMGERR_
-   PARAMETER, IMGERR_NOMEMORY or IMGERR_HEADERBITCOUNT in the module code;
-   the 1-bit path fails without setting a code. */
+   low 16 bits used, unsigned): 1-bit nearest neighbour (method ignored);
+   4/8/24-bit bilinear (method 0) or cubic (any other method). The source is
+   left unchanged; the result is a new block owned by the caller.
+   Filtered results: the source's 40-byte header and colour table, biWidth,
+   biHeight and biSizeImage set; 4/8-bit colours are mapped back to indices
+   with GetNearestPaletteIndex in a palette of the colour table. The filters
+   read the source's biWidth and biHeight as their low 16 bits (and its row
+   stride from that width). 1-bit results: block of 40 + colour table +
+   (newHeight + 1) x stride + 16 bytes, biSizeImage kept from the source.
+   Returns NULL on failure; the checks, in order:
+   - dib NULL: IMGERR_PARAMETER; the block cannot be locked: IMGERR_NOMEMORY;
+   - a block under 40 bytes, or biSize below 40 or above the block's size:
+     IMGERR_PARAMETER;
+   - biBitCount not 1, 4, 8 or 24: IMGERR_HEADERBITCOUNT;
+   - biCompression not BI_RGB: IMGERR_COMPRESSED;
+   - a block shorter than its header, colour table and rows: IMGERR_PARAMETER;
+   - 1-bit: a source width or height, or a requested size (after masking),
+     below 1, or a failed allocation: NULL with the module code untouched;
+   - 4/8/24-bit: a 16-bit source width or height of 0, a block shorter than
+     the rows so read, or a requested width or height of 0 after masking
+     (65536 included): IMGERR_PARAMETER; a result over 4 GiB, a failed
+     allocation, or a palette that cannot be made: IMGERR_NOMEMORY.
+   Success leaves the module code as it was. */
 VXAPI HDIB VXCALL ScaleDIB(HDIB dib, int method, int newWidth, int newHeight);
 
-/* Crops (x, y, width, height) from a 4/8/24-bit DIB (4/8-bit read as a gray
-   ramp) and magnifies it by xFactor and yFactor; method 0 bilinear, 1 cubic.
-   The result size is truncated to 16 bits per axis. NULL on any failure;
-   never sets the module code. */
+/* Crops the rectangle (x, y, width, height) from a 4/8/24-bit DIB and
+   magnifies it by xFactor and yFactor with ScaleDIB's filters: method 0
+   bilinear, 1 cubic. The rectangle is counted from the top left of the
+   picture and must lie inside the image (whose biWidth and biHeight are read
+   as their low 16 bits); the crop is filtered as an image of its own, so its
+   edge pixels are repeated outward (and the cubic filter sees black above its
+   first stored row, its bottom row). The result, of the source's depth, header
+   and colour table, is ((width x xFactor) & 0xFFFF) by
+   ((height x yFactor) & 0xFFFF). 4/8-bit images are filtered as gray levels
+   (the red component of each colour-table entry, taken to ascend; indices
+   without an entry count as level 0) and mapped back to the nearest entry;
+   24-bit images are filtered in their three colour planes, as ScaleDIB does.
+   Returns NULL, never setting the module code, when: dib is NULL or cannot
+   be locked; the block is under 40 bytes or shorter than its header, colour
+   table and rows; biSize is below 40; biBitCount is not 4, 8 or 24;
+   biCompression is not BI_RGB; method is neither 0 nor 1; x or y is
+   negative, width or height below 1, or the rectangle passes the image's
+   edge; a factor is below 1; a masked result size is 0; the result would
+   pass 4 GiB, or an allocation fails. */
 VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height,
                                int xFactor, int yFactor, int method);
 

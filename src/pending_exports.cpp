@@ -17,8 +17,6 @@ VXAPI HBITMAP VXCALL ConvertToMonochromeBitmap(HBITMAP bitmap) { return 0; }
 VXAPI HBITMAP VXCALL DuplicateBitmap(HBITMAP bitmap) { return 0; }
 VXAPI HPALETTE VXCALL GetCurrentPalette(void) { return 0; }
 VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table) { return 0; }
-VXAPI HDIB VXCALL ScaleDIB(HDIB dib, int method, int newWidth, int newHeight) { return 0; }
-VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height, int xFactor, int yFactor, int method) { return 0; }
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio) { return 0; }
 VXAPI HGLOBAL VXCALL ComputeHistogram(HDIB dib, int mode, HGLOBAL hHist, int *origin, DWORD *error) { return 0; }
 VXAPI HGLOBAL VXCALL ComputeLUT(HGLOBAL hHist, int mode, HGLOBAL hLut, int contrast, int brightness, DWORD *error) { return 0; }

@@ -1,5 +1,5 @@
 // scale_models.hpp - test models of the scaling family, written pixel by pixel from the
-// documented mapping: the nearest-neighbour crop-and-scale (also ScaleDIB's 1-bit path).
+// library's mapping: the nearest-neighbour crop-and-scale (also ScaleDIB's 1-bit path).
 #pragma once
 
 #include <algorithm>

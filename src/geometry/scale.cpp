@@ -1,0 +1,356 @@
+// scale.cpp - ScaleDIB and ScaleGrayDIB: a DIB resampled to a new size, returned as a new
+// block; the source is left as it was.
+//
+// ScaleDIB. A 1-bit image is resampled by nearest neighbour on bits (the 1-bit crop-and-scale
+// member over the whole picture; the method flag is ignored). 4-, 8- and 24-bit images are
+// filtered, bilinear for method 0 and cubic for any other value (scale_filter.hpp): every row
+// is split into blue, green and red samples (24-bit pixels as they are, 4- and 8-bit pixels
+// through their colour-table entry), each colour filtered on its own, and merged back; for 4- and 8-bit images each filtered
+// colour becomes the index GetNearestPaletteIndex gives in a palette made from the colour
+// table (nearest_index.hpp).
+//
+// ScaleGrayDIB crops a rectangle and magnifies it by two whole factors with the same filters.
+// 4- and 8-bit images are filtered as one plane of gray levels: an index becomes the red
+// component of its colour-table entry, and a filtered level becomes an index through a
+// 256-entry table built from those levels, taken to ascend. 24-bit images are filtered in
+// their three colours, as ScaleDIB filters them.
+//
+// Quirks kept because callers depend on the bytes:
+// - widths and heights of the filters are 16-bit: the source's biWidth and biHeight are read as
+//   their low 16 bits (the source stride follows the width so read), and the requested size is
+//   masked to 16 bits (ScaleGrayDIB: width x factor and height x factor, each masked);
+// - the colour look-up keeps a one-entry cache per output row that starts at colour 0 with
+//   index 0: black before any other colour in a row becomes index 0, whatever the palette says;
+// - two 4-bit indices are packed as (first << 4) | second, as they come; an index above 15
+//   (a colour table longer than 16 entries) spills into the other nibble;
+// - the 1-bit result keeps the source's biSizeImage and is one row and 16 bytes larger than
+//   its pixels; its last row and column stay zero when the rounding reaches past the source.
+//
+// Check, then kernel: each export validates the handle, the header and the arguments, sets
+// its code, allocates the result, the palette and the filter's working memory, and only then
+// runs the rows, which cannot fail. A colour page of the index memo is the one allocation made
+// while rows run; running out there ends the call like any other allocation failure.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <optional>
+
+#include "vexora.h"
+
+#include "dib_layout.hpp"
+#include "dib_result.hpp"
+#include "errors.hpp"
+#include "geometry/crop_scale.hpp"
+#include "geometry/nearest_index.hpp"
+#include "geometry/scale_filter.hpp"
+#include "guards.hpp"
+#include "pixels.hpp"
+
+namespace vx::geometry {
+namespace {
+
+using filter::Frame;
+using filter::Method;
+using filter::Resampler;
+
+// The RGBQUAD of colour-table entry i of a block, read after the 40-byte header; bytes past the
+// block read as zero. Entries past the table's length are whatever the block holds there.
+std::array<uint8_t, 4> TableEntry(const uint8_t* block, uint64_t blockBytes, uint64_t i) {
+    std::array<uint8_t, 4> quad{};
+    const uint64_t at = kInfoHeaderSize + i * 4;
+    for (uint64_t k = 0; k < 4; ++k)
+        if (at + k < blockBytes) quad[k] = block[at + k];
+    return quad;
+}
+
+// What the filters read of a source: the low 16 bits of its width and height, its rows.
+struct FilterSource {
+    uint32_t width = 0;
+    uint32_t height = 0;
+    uint64_t stride = 0;
+    const uint8_t* bits = nullptr;
+    const uint8_t* row(uint64_t r) const { return bits + r * stride; }
+};
+
+// Empty when the 16-bit size is zero or the block ends before the rows so read.
+std::optional<FilterSource> ReadFilterSource(const uint8_t* block, const DibLayout& layout) {
+    FilterSource s;
+    s.width = LoadU32(block + bih::kWidth) & 0xFFFF;
+    s.height = LoadU32(block + bih::kHeight) & 0xFFFF;
+    if (s.width == 0 || s.height == 0) return std::nullopt;
+    s.stride = RowStride64(s.width, layout.bitCount);
+    if (layout.pixelOffset + s.stride * s.height > layout.blockBytes) return std::nullopt;
+    s.bits = block + layout.pixelOffset;
+    return s;
+}
+
+// The result of the filters: the source's 40-byte header and colour table, then dstH rows.
+std::optional<NewDib> AllocateFiltered(const uint8_t* block, const DibLayout& layout,
+                                       const Frame& frame, uint64_t& stride) {
+    stride = RowStride64(frame.dstW, layout.bitCount);
+    const uint64_t pixelBytes = stride * frame.dstH;
+    auto dib = AllocateDibLike(block, kInfoHeaderSize + layout.paletteBytes, pixelBytes);
+    if (!dib) return std::nullopt;
+    StoreU32(dib->data() + bih::kWidth, frame.dstW);
+    StoreU32(dib->data() + bih::kHeight, frame.dstH);
+    StoreU32(dib->data() + bih::kSizeImage, static_cast<uint32_t>(pixelBytes));
+    return dib;
+}
+
+// ---- splitting rows into samples ------------------------------------------------------------
+
+// Colour samples are blue, green, red per pixel, the byte order of a 24-bit pixel.
+template <unsigned Bits>
+void SplitColour(const uint8_t* row, uint32_t x0, uint32_t n, const std::array<uint8_t, 4>* table,
+                 uint8_t* out) {
+    if constexpr (Bits == 24) {
+        std::memcpy(out, row + uint64_t{x0} * 3, uint64_t{n} * 3);
+    } else {
+        for (uint32_t x = 0; x < n; ++x, out += 3) {
+            const auto& e = table[GetPixel<Bits>(row, uint64_t{x0} + x)];
+            out[0] = e[0];
+            out[1] = e[1];
+            out[2] = e[2];
+        }
+    }
+}
+
+template <unsigned Bits>
+void SplitGray(const uint8_t* row, uint32_t x0, uint32_t n, const uint8_t* levels, uint8_t* out) {
+    if constexpr (Bits == 8) {
+        const uint8_t* p = row + x0;
+        for (uint32_t x = 0; x < n; ++x) out[x] = levels[p[x]];
+    } else {
+        for (uint32_t x = 0; x < n; ++x) out[x] = levels[GetPixel<4>(row, uint64_t{x0} + x)];
+    }
+}
+
+// ---- merging samples into rows ----------------------------------------------------------------
+
+// Nearest palette indices of a row, with the one-entry cache that starts at black -> 0.
+template <unsigned Bits>
+void MergeIndexed(const uint8_t* samples, uint32_t n, NearestIndexMemo& nearest, uint8_t* out) {
+    uint32_t lastColour = 0;
+    UINT lastIndex = 0;
+    auto indexAt = [&](uint32_t x) {
+        const uint8_t* s = samples + uint64_t{x} * 3;
+        const uint32_t colour = uint32_t{s[0]} | uint32_t{s[1]} << 8 | uint32_t{s[2]} << 16;
+        if (colour != lastColour) {
+            lastIndex = nearest(s[2], s[1], s[0]);
+            lastColour = colour;
+        }
+        return lastIndex;
+    };
+    if constexpr (Bits == 8) {
+        for (uint32_t x = 0; x < n; ++x) out[x] = static_cast<uint8_t>(indexAt(x));
+    } else {
+        for (uint32_t x = 0; x + 1 < n; x += 2) {
+            const UINT first = indexAt(x);
+            out[x / 2] = static_cast<uint8_t>(first << 4 | indexAt(x + 1));
+        }
+        if (n & 1) out[n / 2] = static_cast<uint8_t>(indexAt(n - 1) << 4);
+    }
+}
+
+template <unsigned Bits>
+void MergeGray(const uint8_t* levels, uint32_t n, const uint8_t* indices, uint8_t* out) {
+    if constexpr (Bits == 8) {
+        for (uint32_t x = 0; x < n; ++x) out[x] = indices[levels[x]];
+    } else {
+        for (uint32_t x = 0; x + 1 < n; x += 2)
+            out[x / 2] = static_cast<uint8_t>(indices[levels[x]] << 4 | indices[levels[x + 1]]);
+        if (n & 1) out[n / 2] = static_cast<uint8_t>(indices[levels[n - 1]] << 4);
+    }
+}
+
+// ---- ScaleDIB ---------------------------------------------------------------------------------
+
+HDIB FailScale(int code) {
+    SetModuleError(code);
+    return nullptr;
+}
+
+template <unsigned Bits>
+HDIB ScaleFiltered(const uint8_t* block, const DibLayout& layout, bool cubic, uint32_t dstW,
+                   uint32_t dstH) {
+    const auto source = ReadFilterSource(block, layout);
+    if (!source || dstW == 0 || dstH == 0) return FailScale(IMGERR_PARAMETER);
+    const Frame frame{source->width, source->height, dstW, dstH};
+
+    uint64_t outStride = 0;
+    auto result = AllocateFiltered(block, layout, frame, outStride);
+    if (!result) return FailScale(IMGERR_NOMEMORY);
+
+    // Indexed images: the palette the filtered colours are matched in, and the entries the
+    // indices split into.
+    OwnedPalette palette;
+    std::array<std::array<uint8_t, 4>, 256> table{};
+    if constexpr (Bits != 24) {
+        palette = PaletteFromColourTable(block + kInfoHeaderSize, layout.blockBytes - kInfoHeaderSize,
+                                         static_cast<uint16_t>(layout.colorCount));
+        if (!palette) return FailScale(IMGERR_NOMEMORY);
+        for (uint32_t i = 0; i < (1u << Bits); ++i) table[i] = TableEntry(block, layout.blockBytes, i);
+    }
+    std::optional<NearestIndexMemo> nearest;
+    if constexpr (Bits != 24) nearest.emplace(palette.get());
+    Resampler<3> resampler(frame, cubic ? Method::Cubic : Method::Bilinear);
+
+    uint8_t* outBits = result->data() + kInfoHeaderSize + layout.paletteBytes;
+    resampler.Run(
+        [&](uint32_t row, uint8_t* samples) {
+            SplitColour<Bits>(source->row(row), 0, frame.srcW, table.data(), samples);
+        },
+        [&](uint32_t row, const uint8_t* samples) {
+            uint8_t* out = outBits + row * outStride;
+            if constexpr (Bits == 24) std::memcpy(out, samples, uint64_t{frame.dstW} * 3);
+            else MergeIndexed<Bits>(samples, frame.dstW, *nearest, out);
+        });
+    return result->release();
+}
+
+HDIB ScaleDib(HDIB dib, int method, int newWidth, int newHeight) {
+    if (dib == nullptr) return FailScale(IMGERR_PARAMETER);
+    BlockLock lock(dib);
+    if (!lock) return FailScale(IMGERR_NOMEMORY);
+    const uint8_t* block = lock.data();
+    if (lock.size() < kInfoHeaderSize || LoadU32(block + bih::kSize) < kInfoHeaderSize)
+        return FailScale(IMGERR_PARAMETER);
+    const auto layout = InspectDib(block, lock.size());
+    if (!layout) return FailScale(IMGERR_PARAMETER);
+    const uint32_t bits = layout->bitCount;
+    if (bits != 1 && bits != 4 && bits != 8 && bits != 24) return FailScale(IMGERR_HEADERBITCOUNT);
+    if (layout->compressed()) return FailScale(IMGERR_COMPRESSED);
+    if (!layout->holdsPixels()) return FailScale(IMGERR_PARAMETER);
+    const uint32_t dstW = static_cast<uint32_t>(newWidth) & 0xFFFF;
+    const uint32_t dstH = static_cast<uint32_t>(newHeight) & 0xFFFF;
+
+    HDIB result = nullptr;
+    DispatchDepth(bits, [&](auto depth) {
+        constexpr unsigned kBits = decltype(depth)::value;
+        if constexpr (kBits == 1) {
+            // Nearest neighbour on bits; its failures leave the module code alone.
+            const auto view = ViewPackedDib(block, lock.size());
+            if (view)
+                result = CropScale1(*view, 0, 0, static_cast<int>(layout->width),
+                                    static_cast<int>(layout->height), static_cast<int>(dstW),
+                                    static_cast<int>(dstH));
+        } else {
+            result = ScaleFiltered<kBits>(block, *layout, method != 0, dstW, dstH);
+        }
+    });
+    return result;
+}
+
+// ---- ScaleGrayDIB -----------------------------------------------------------------------------
+
+// Filtered level -> index: the first entry whose level is at least L (else the last entry),
+// then the entry before it unless that entry's level is L, it is the last entry, or L is
+// strictly nearer to it than to the entry before; ties go to the lower entry.
+std::array<uint8_t, 256> IndicesOfLevels(const uint8_t* block, uint64_t blockBytes, uint32_t count) {
+    std::array<uint8_t, 256> indices{};
+    auto level = [&](uint64_t e) { return int{TableEntry(block, blockBytes, e)[2]}; };
+    uint64_t first = 0;  // first entry with level >= L; never moves back as L grows
+    for (int L = 0; L < 256; ++L) {
+        while (first < count && level(first) < L) ++first;
+        uint64_t e = first < count ? first : count - 1;
+        if (first < count && e > 0 && e != count - 1 && level(e) != L &&
+            !(level(e) - L < L - level(e - 1)))
+            --e;
+        indices[static_cast<size_t>(L)] = static_cast<uint8_t>(e);
+    }
+    return indices;
+}
+
+template <unsigned Bits>
+HDIB ScaleGray(const uint8_t* block, const DibLayout& layout, int x, int y, int width, int height,
+               int xFactor, int yFactor, bool cubic) {
+    const auto source = ReadFilterSource(block, layout);
+    if (!source) return nullptr;
+    if (x < 0 || y < 0 || width < 1 || height < 1 || xFactor < 1 || yFactor < 1) return nullptr;
+    if (int64_t{x} + width > source->width || int64_t{y} + height > source->height) return nullptr;
+    const auto dstW = static_cast<uint32_t>(int64_t{width} * xFactor & 0xFFFF);
+    const auto dstH = static_cast<uint32_t>(int64_t{height} * yFactor & 0xFFFF);
+    if (dstW == 0 || dstH == 0) return nullptr;
+    const Frame frame{static_cast<uint32_t>(width), static_cast<uint32_t>(height), dstW, dstH};
+
+    uint64_t outStride = 0;
+    auto result = AllocateFiltered(block, layout, frame, outStride);
+    if (!result) return nullptr;
+
+    std::array<uint8_t, 256> levels{};
+    std::array<uint8_t, 256> indices{};
+    if constexpr (Bits != 24) {
+        const uint32_t entries = std::min<uint32_t>(layout.colorCount, 256);
+        for (uint32_t i = 0; i < entries; ++i) levels[i] = TableEntry(block, layout.blockBytes, i)[2];
+        indices = IndicesOfLevels(block, layout.blockBytes, layout.colorCount);
+    }
+    // The rectangle's rows in storage order: its bottom row is stored first.
+    const uint64_t firstRow = uint64_t{source->height} - uint64_t(y) - uint64_t(height);
+    const auto x0 = static_cast<uint32_t>(x);
+    uint8_t* outBits = result->data() + kInfoHeaderSize + layout.paletteBytes;
+    const Method method = cubic ? Method::Cubic : Method::Bilinear;
+
+    if constexpr (Bits == 24) {
+        Resampler<3> resampler(frame, method);
+        resampler.Run(
+            [&](uint32_t row, uint8_t* samples) {
+                SplitColour<24>(source->row(firstRow + row), x0, frame.srcW, nullptr, samples);
+            },
+            [&](uint32_t row, const uint8_t* samples) {
+                std::memcpy(outBits + row * outStride, samples, uint64_t{frame.dstW} * 3);
+            });
+    } else {
+        Resampler<1> resampler(frame, method);
+        resampler.Run(
+            [&](uint32_t row, uint8_t* samples) {
+                SplitGray<Bits>(source->row(firstRow + row), x0, frame.srcW, levels.data(), samples);
+            },
+            [&](uint32_t row, const uint8_t* samples) {
+                MergeGray<Bits>(samples, frame.dstW, indices.data(), outBits + row * outStride);
+            });
+    }
+    return result->release();
+}
+
+HDIB ScaleGrayDib(HDIB dib, int x, int y, int width, int height, int xFactor, int yFactor,
+                  int method) {
+    if (dib == nullptr || (method != 0 && method != 1)) return nullptr;
+    BlockLock lock(dib);
+    if (!lock || lock.size() < kInfoHeaderSize) return nullptr;
+    const uint8_t* block = lock.data();
+    if (LoadU32(block + bih::kSize) < kInfoHeaderSize) return nullptr;
+    const auto layout = InspectDib(block, lock.size());
+    if (!layout || layout->compressed() || !layout->holdsPixels()) return nullptr;
+    HDIB result = nullptr;
+    DispatchDepth(layout->bitCount, [&](auto depth) {
+        constexpr unsigned kBits = decltype(depth)::value;
+        if constexpr (kBits != 1)
+            result = ScaleGray<kBits>(block, *layout, x, y, width, height, xFactor, yFactor,
+                                      method == 1);
+    });
+    return result;
+}
+
+}  // namespace
+}  // namespace vx::geometry
+
+using namespace vx;
+
+extern "C" {
+
+VXAPI HDIB VXCALL ScaleDIB(HDIB dib, int method, int newWidth, int newHeight) {
+    return ExportGuard([&] { return geometry::ScaleDib(dib, method, newWidth, newHeight); },
+                       []() -> HDIB {
+                           SetModuleError(IMGERR_NOMEMORY);
+                           return nullptr;
+                       });
+}
+
+VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height, int xFactor,
+                               int yFactor, int method) {
+    return ExportGuard(
+        [&] { return geometry::ScaleGrayDib(dib, x, y, width, height, xFactor, yFactor, method); },
+        []() -> HDIB { return nullptr; });
+}
+
+}  // extern "C"

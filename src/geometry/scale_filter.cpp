@@ -1,0 +1,201 @@
+// scale_filter.cpp - tap tables and row kernels of the bilinear and cubic resampler.
+//
+// Positions. Output index i of an axis maps to source position i src / dst, with no half-pixel
+// offset: its integer part p is the integer quotient, so index 0 always samples source index 0
+// exactly, and the last output index never passes the last source index.
+//
+// Bilinear weights are integer arithmetic throughout: the weight of sample p + 1 is the
+// remainder of i src / dst scaled to 255 and rounded, floor((255 r + floor(dst / 2)) / dst).
+//
+// Cubic weights (cubic convolution with a = -1) are the one place that keeps floating point,
+// because the truncated weight depends on the exact double-precision value: x = (i src) / dst
+// in double, f = x - p, the four distances |1 + f|, |f|, |f - 1|, |f - 2| fed to t^3 - 5t^2 + 8t
+// - 4 (outer lobes, a magnitude) and t^3 - 2t^2 + 1 (inner), the powers taken with pow(), each
+// result multiplied by 255 and truncated toward zero. The same operations in the same order are
+// kept here; they run once per output column (tap table) and once per output row, never per
+// pixel. The weights are not renormalised: their sum may differ from 255 and the output
+// carries that small gain. On 32-bit x86 the function is compiled for SSE2 arithmetic, so that
+// no intermediate keeps x87 extended precision and every build rounds alike.
+//
+// Row kernels. A filtered sample adds products of samples and 8-bit weights (Product(), the
+// product table's values) and clips: to 255 for bilinear; to 0..255 for cubic, whose outer
+// products are subtracted. Horizontally, the samples under each output pixel's taps are first
+// gathered into one row per tap (two or four), the weights having been laid out the same way
+// once per call; the weighted sums then run over whole rows, like the vertical combinations,
+// sixteen samples at a time with SSE2 (the plain loop finishes each row, and is the whole path
+// on a target without SSE2). The products in 16-bit lanes are the same integers as Product().
+#include "geometry/scale_filter.hpp"
+
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace vx::geometry::filter {
+
+#if defined(__GNUC__) && defined(__i386__)
+#define VX_DOUBLE_ROUNDING __attribute__((target("sse2,fpmath=sse")))
+#else
+#define VX_DOUBLE_ROUNDING
+#endif
+
+BilinearTap BilinearTapAt(uint32_t i, uint32_t src, uint32_t dst) {
+    const uint32_t n = i * src;  // both below 2^16
+    const uint32_t r = n % dst;
+    const uint32_t w = (255 * r + dst / 2) / dst;
+    return BilinearTap{static_cast<uint16_t>(n / dst), static_cast<uint8_t>(255 - w),
+                       static_cast<uint8_t>(w)};
+}
+
+namespace {
+
+VX_DOUBLE_ROUNDING double OuterLobe(double t) {
+    return std::pow(t, 3.0) - 5.0 * std::pow(t, 2.0) + 8.0 * t - 4.0;
+}
+VX_DOUBLE_ROUNDING double InnerLobe(double t) {
+    return std::pow(t, 3.0) - 2.0 * std::pow(t, 2.0) + 1.0;
+}
+VX_DOUBLE_ROUNDING uint8_t Weight(double kernel) {
+    return static_cast<uint8_t>(static_cast<int>(kernel * 255.0));
+}
+
+}  // namespace
+
+VX_DOUBLE_ROUNDING CubicTap CubicTapAt(uint32_t i, uint32_t src, uint32_t dst) {
+    const uint32_t n = i * src;
+    const uint32_t p = n / dst;
+    const double x = static_cast<double>(n) / static_cast<double>(dst);
+    const double f = x - static_cast<double>(p);
+    return CubicTap{static_cast<uint16_t>(p), Weight(OuterLobe(std::fabs(1.0 + f))),
+                    Weight(InnerLobe(std::fabs(f))), Weight(InnerLobe(std::fabs(f - 1.0))),
+                    Weight(OuterLobe(std::fabs(f - 2.0)))};
+}
+
+template <unsigned C>
+void GatherTaps(const uint8_t* s, const uint32_t* offsets, uint32_t n, unsigned taps,
+                uint8_t* const* rows) {
+    if constexpr (C == 3) {
+        // Four bytes moved per pixel: the fourth is overwritten by the next pixel, or lands in
+        // the slack after the row; the reads stay inside the guard pixels after the last pixel.
+        for (uint32_t i = 0; i < n; ++i) {
+            const uint8_t* q = s + offsets[i];
+            for (unsigned k = 0; k < taps; ++k) std::memcpy(rows[k] + uint64_t{i} * 3, q + 3 * k, 4);
+        }
+    } else {
+        for (uint32_t i = 0; i < n; ++i) {
+            const uint8_t* q = s + offsets[i];
+            for (unsigned k = 0; k < taps; ++k) rows[k][i] = q[k];
+        }
+    }
+}
+
+template void GatherTaps<1>(const uint8_t*, const uint32_t*, uint32_t, unsigned, uint8_t* const*);
+template void GatherTaps<3>(const uint8_t*, const uint32_t*, uint32_t, unsigned, uint8_t* const*);
+
+namespace {
+
+inline uint8_t ClipHigh(uint32_t v) { return static_cast<uint8_t>(v > 255 ? 255 : v); }
+inline uint8_t Clip(int v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
+
+#if defined(__SSE2__)
+// Sixteen samples at a time in 16-bit lanes: w v + 129 <= 65,154 and u + (u >> 8) <= 65,408, so
+// nothing wraps; a sum of products lies in -510..510, and the signed-to-unsigned saturating
+// pack is exactly the clip to 0..255.
+inline __m128i Product16(__m128i w, __m128i v) {
+    const __m128i u = _mm_add_epi16(_mm_mullo_epi16(w, v), _mm_set1_epi16(129));
+    return _mm_srli_epi16(_mm_add_epi16(u, _mm_srli_epi16(u, 8)), 8);
+}
+inline __m128i Load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+inline __m128i Low(__m128i v) { return _mm_unpacklo_epi8(v, _mm_setzero_si128()); }
+inline __m128i High(__m128i v) { return _mm_unpackhi_epi8(v, _mm_setzero_si128()); }
+inline void Store16(uint8_t* p, __m128i lo, __m128i hi) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(lo, hi));
+}
+// The weights of sample x: a row of per-sample weights, or one weight for every sample.
+struct RowWeights {
+    const uint8_t* w;
+    __m128i at(uint64_t x, bool high) const { return high ? High(Load16(w + x)) : Low(Load16(w + x)); }
+    uint32_t scalar(uint64_t x) const { return w[x]; }
+};
+struct FixedWeight {
+    __m128i lanes;
+    uint32_t value;
+    explicit FixedWeight(uint32_t v) : lanes(_mm_set1_epi16(static_cast<short>(v))), value(v) {}
+    __m128i at(uint64_t, bool) const { return lanes; }
+    uint32_t scalar(uint64_t) const { return value; }
+};
+#else
+struct RowWeights {
+    const uint8_t* w;
+    uint32_t scalar(uint64_t x) const { return w[x]; }
+};
+struct FixedWeight {
+    uint32_t value;
+    explicit FixedWeight(uint32_t v) : value(v) {}
+    uint32_t scalar(uint64_t) const { return value; }
+};
+#endif
+
+template <typename W>
+void Bilinear(const uint8_t* a, W wa, const uint8_t* b, W wb, uint64_t n, uint8_t* out) {
+    uint64_t x = 0;
+#if defined(__SSE2__)
+    for (; x + 16 <= n; x += 16) {
+        const __m128i va = Load16(a + x), vb = Load16(b + x);
+        const __m128i lo = _mm_add_epi16(Product16(wa.at(x, false), Low(va)), Product16(wb.at(x, false), Low(vb)));
+        const __m128i hi = _mm_add_epi16(Product16(wa.at(x, true), High(va)), Product16(wb.at(x, true), High(vb)));
+        Store16(out + x, lo, hi);
+    }
+#endif
+    for (; x < n; ++x) out[x] = ClipHigh(Product(wa.scalar(x), a[x]) + Product(wb.scalar(x), b[x]));
+}
+
+template <typename W>
+void Cubic(const uint8_t* const r[4], const W w[4], uint64_t n, uint8_t* out) {
+    uint64_t x = 0;
+#if defined(__SSE2__)
+    for (; x + 16 <= n; x += 16) {
+        __m128i sum[2];
+        for (int half = 0; half < 2; ++half) {
+            const bool high = half == 1;
+            __m128i v[4];
+            for (int k = 0; k < 4; ++k) {
+                const __m128i samples = Load16(r[k] + x);
+                v[k] = Product16(w[k].at(x, high), high ? High(samples) : Low(samples));
+            }
+            sum[half] = _mm_sub_epi16(_mm_add_epi16(v[1], v[2]), _mm_add_epi16(v[0], v[3]));
+        }
+        Store16(out + x, sum[0], sum[1]);
+    }
+#endif
+    for (; x < n; ++x)
+        out[x] = Clip(static_cast<int>(Product(w[1].scalar(x), r[1][x]) + Product(w[2].scalar(x), r[2][x])) -
+                      static_cast<int>(Product(w[0].scalar(x), r[0][x]) + Product(w[3].scalar(x), r[3][x])));
+}
+
+}  // namespace
+
+void MixBilinear(const uint8_t* a, const uint8_t* wa, const uint8_t* b, const uint8_t* wb,
+                 uint64_t n, uint8_t* out) {
+    Bilinear(a, RowWeights{wa}, b, RowWeights{wb}, n, out);
+}
+
+void MixCubic(const uint8_t* const x[4], const uint8_t* const w[4], uint64_t n, uint8_t* out) {
+    const RowWeights weights[4] = {{w[0]}, {w[1]}, {w[2]}, {w[3]}};
+    Cubic(x, weights, n, out);
+}
+
+void CombineBilinear(const uint8_t* a, const uint8_t* b, uint32_t w, uint64_t n, uint8_t* out) {
+    Bilinear(a, FixedWeight(255 - w), b, FixedWeight(w), n, out);
+}
+
+void CombineCubic(const uint8_t* const rows[4], const CubicTap& t, uint64_t n, uint8_t* out) {
+    const FixedWeight weights[4] = {FixedWeight(t.w0), FixedWeight(t.w1), FixedWeight(t.w2),
+                                    FixedWeight(t.w3)};
+    Cubic(rows, weights, n, out);
+}
+
+}  // namespace vx::geometry::filter

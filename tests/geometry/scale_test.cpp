@@ -1,0 +1,429 @@
+// scale_test.cpp - ScaleDIB and ScaleGrayDIB against plain per-pixel models of the
+// filters, byte for byte over the whole result block, on seeded images of every accepted depth;
+// the deliberate oddities; the refusals and their codes; the memoised palette look-up.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "dib_builder.hpp"
+#include "geometry/nearest_index.hpp"
+#include "geometry/scale_filter.hpp"
+#include "scale_models.hpp"
+#include "vexora.h"
+
+namespace {
+
+using vxtest::Block;
+using vxtest::Bytes;
+using vxtest::DibShape;
+
+struct Dib {
+    Bytes bytes;
+    int bits() const { return bytes[14]; }
+    int width() const { return int(vxtest::GetU32(bytes, 4) & 0xFFFF); }  // as the filters read it
+    int height() const { return int(vxtest::GetU32(bytes, 8) & 0xFFFF); }
+    uint32_t colours() const {
+        const uint32_t used = vxtest::GetU32(bytes, 32);
+        return used ? used : bits() <= 8 ? 1u << bits() : 0u;
+    }
+    size_t table() const { return 4 * size_t{colours()}; }
+    uint32_t pixel(size_t storedRow, size_t x) const {
+        const uint8_t* row = &bytes[40 + table() + storedRow * vxtest::ModelStride(width(), bits())];
+        uint32_t v = 0;
+        vxtest::WithDepth(bits(), [&](auto d) { v = vx::GetPixel<decltype(d)::value>(row, x); });
+        return v;
+    }
+    // Entry i as 0xRRGGBB (blue in the low byte, as stored), read after the 40-byte header;
+    // past the block, zero.
+    uint32_t entry(size_t i) const {
+        uint32_t v = 0;
+        for (size_t k = 0; k < 3; ++k)
+            if (40 + 4 * i + k < bytes.size()) v |= uint32_t(bytes[40 + 4 * i + k]) << (8 * k);
+        return v;
+    }
+};
+
+// ---- the filters, pixel by pixel ------------------------------------------------------------
+
+using Plane = std::vector<std::vector<int>>;  // [stored row][column]
+
+int T(int w, int v) { return (w * v + 128) / 255; }
+int Clip(int v) { return std::clamp(v, 0, 255); }
+
+struct Taps {
+    int p;
+    int w[4];  // bilinear: weights of p and p + 1; cubic: w0..w3 of p - 1 .. p + 2
+};
+
+Taps BilinearAt(int64_t i, int64_t src, int64_t dst) {
+    const int w = int((255 * (i * src % dst) + dst / 2) / dst);
+    return {int(i * src / dst), {255 - w, w, 0, 0}};
+}
+
+Taps CubicAt(int64_t i, int64_t src, int64_t dst) {
+    const int p = int(i * src / dst);
+    const double f = double(i * src) / double(dst) - p;
+    auto outer = [](double t) { return std::pow(t, 3) - 5 * std::pow(t, 2) + 8 * t - 4; };
+    auto inner = [](double t) { return std::pow(t, 3) - 2 * std::pow(t, 2) + 1; };
+    return {p, {int(outer(std::fabs(1 + f)) * 255), int(inner(std::fabs(f)) * 255),
+                int(inner(std::fabs(f - 1)) * 255), int(outer(std::fabs(f - 2)) * 255)}};
+}
+
+// Sums the taps over samples p - 1 .. p + 2 (cubic) or p, p + 1 (bilinear) given by at(k).
+template <typename At>
+int Apply(const Taps& t, bool cubic, At at) {
+    if (!cubic) return std::min(255, T(t.w[0], at(t.p)) + T(t.w[1], at(t.p + 1)));
+    return Clip(T(t.w[1], at(t.p)) + T(t.w[2], at(t.p + 1)) - T(t.w[0], at(t.p - 1)) - T(t.w[3], at(t.p + 2)));
+}
+
+Plane Filter(const Plane& src, int dstW, int dstH, bool cubic) {
+    const int srcW = int(src[0].size()), srcH = int(src.size());
+    auto taps = [&](int i, int from, int to) { return cubic ? CubicAt(i, from, to) : BilinearAt(i, from, to); };
+    // Horizontally the edge pixels repeat outward (the guard bytes).
+    Plane wide(src.size(), std::vector<int>(size_t(dstW), 0));
+    for (int r = 0; r < srcH; ++r)
+        for (int i = 0; i < dstW; ++i)
+            wide[size_t(r)][size_t(i)] = Apply(taps(i, srcW, dstW), cubic, [&](int k) {
+                return src[size_t(r)][size_t(std::clamp(k, 0, srcW - 1))];
+            });
+    // Vertically the row above the first is black, rows below the last repeat it, and the
+    // bilinear filter gives the last row all the weight.
+    Plane out(size_t(dstH), std::vector<int>(size_t(dstW), 0));
+    for (int j = 0; j < dstH; ++j) {
+        Taps t = taps(j, srcH, dstH);
+        if (!cubic && t.p == srcH - 1) t.w[0] = 255, t.w[1] = 0;
+        for (int x = 0; x < dstW; ++x)
+            out[size_t(j)][size_t(x)] = Apply(t, cubic, [&](int k) {
+                return k < 0 ? 0 : wide[size_t(std::min(k, srcH - 1))][size_t(x)];
+            });
+    }
+    return out;
+}
+
+// The entry with the least squared distance, the lowest index winning a tie.
+uint32_t Nearest(const Dib& d, uint32_t bgr) {
+    uint32_t best = 0, bestDistance = UINT32_MAX;
+    for (uint32_t i = 0; i < d.colours(); ++i) {
+        uint32_t distance = 0;
+        for (int s = 0; s < 24; s += 8) {
+            const int diff = int(d.entry(i) >> s & 255) - int(bgr >> s & 255);
+            distance += uint32_t(diff * diff);
+        }
+        if (distance < bestDistance) bestDistance = distance, best = i;
+    }
+    return best;
+}
+
+// Filters the given planes (blue, green, red; or one of gray levels) and stores the rows into a
+// block with the source's header and table; toIndex(row, x, samples) gives an indexed pixel.
+template <typename ToIndex>
+Bytes FilteredResult(const Dib& src, std::vector<Plane> planes, int dstW, int dstH, bool cubic,
+                     ToIndex toIndex) {
+    for (auto& p : planes) p = Filter(p, dstW, dstH, cubic);
+    const size_t stride = vxtest::ModelStride(dstW, src.bits());
+    Bytes out(40 + src.table() + stride * size_t(dstH), 0);
+    std::copy(src.bytes.begin(), src.bytes.begin() + long(40 + src.table()), out.begin());
+    vxtest::PutU32(out, 4, uint32_t(dstW));
+    vxtest::PutU32(out, 8, uint32_t(dstH));
+    vxtest::PutU32(out, 20, uint32_t(stride * size_t(dstH)));
+    for (size_t j = 0; j < size_t(dstH); ++j) {
+        uint8_t* row = &out[40 + src.table() + j * stride];
+        for (size_t x = 0; x < size_t(dstW); ++x) {
+            uint32_t samples = 0;
+            for (size_t k = 0; k < planes.size(); ++k) samples |= uint32_t(planes[k][j][x]) << (8 * k);
+            if (src.bits() == 24) vx::SetPixel<24>(row, x, samples);
+            else if (src.bits() == 8) row[x] = uint8_t(toIndex(j, x, samples));
+            else row[x / 2] |= uint8_t(x % 2 ? toIndex(j, x, samples) : toIndex(j, x, samples) << 4);
+        }
+    }
+    return out;
+}
+
+Bytes ModelScaleDib(const Dib& src, int method, int dstW, int dstH) {
+    std::vector<Plane> planes(3, Plane(size_t(src.height()), std::vector<int>(size_t(src.width()))));
+    for (size_t r = 0; r < size_t(src.height()); ++r)
+        for (size_t x = 0; x < size_t(src.width()); ++x) {
+            const uint32_t bgr = src.bits() == 24 ? src.pixel(r, x) : src.entry(src.pixel(r, x));
+            for (size_t k = 0; k < 3; ++k) planes[k][r][x] = int(bgr >> (8 * k) & 255);
+        }
+    size_t lastRow = SIZE_MAX;
+    uint32_t lastColour = 0, lastIndex = 0;  // the one-entry cache, black -> 0 at each row start
+    return FilteredResult(src, planes, dstW, dstH, method != 0, [&](size_t row, size_t, uint32_t bgr) {
+        if (row != lastRow) lastRow = row, lastColour = 0, lastIndex = 0;
+        if (bgr != lastColour) lastColour = bgr, lastIndex = Nearest(src, bgr);
+        return lastIndex;
+    });
+}
+
+// ScaleGrayDIB: the rectangle filtered as an image of its own; indices through gray levels.
+Bytes ModelScaleGray(const Dib& src, int x0, int y0, int w, int h, int fx, int fy, int method) {
+    const bool gray = src.bits() != 24;
+    const uint32_t n = src.colours();
+    auto level = [&](uint32_t i) { return i < n ? int(src.entry(i) >> 16 & 255) : 0; };
+    std::vector<Plane> planes(gray ? 1 : 3, Plane(size_t(h), std::vector<int>(size_t(w))));
+    for (int r = 0; r < h; ++r)
+        for (int x = 0; x < w; ++x) {
+            const uint32_t v = src.pixel(size_t(src.height() - y0 - h + r), size_t(x0 + x));
+            for (size_t k = 0; k < planes.size(); ++k)
+                planes[k][size_t(r)][size_t(x)] = gray ? level(v) : int(v >> (8 * k) & 255);
+        }
+    // The first entry at or above L (else the last), one back unless it is L exactly, the last
+    // entry, or strictly nearer to L than the entry before.
+    std::vector<uint32_t> indexOf(256);
+    for (int L = 0; L < 256; ++L) {
+        uint32_t e = 0;
+        while (e < n && level(e) < L) ++e;
+        if (e == n) e = n - 1;
+        else if (e > 0 && level(e) != L && e != n - 1 && !(std::abs(level(e) - L) < std::abs(L - level(e - 1))))
+            --e;
+        indexOf[size_t(L)] = e & 255;
+    }
+    return FilteredResult(src, planes, w * fx & 0xFFFF, h * fy & 0xFFFF, method == 1,
+                          [&](size_t, size_t, uint32_t lv) { return indexOf[lv]; });
+}
+
+// ---- cases ------------------------------------------------------------------------------------
+
+struct Size4 {
+    int srcW, srcH, dstW, dstH;
+};
+
+std::string Describe(int bits, const Size4& s, uint32_t seed, int method) {
+    return std::to_string(bits) + "-bit " + std::to_string(s.srcW) + "x" + std::to_string(s.srcH) + " -> " +
+           std::to_string(s.dstW) + "x" + std::to_string(s.dstH) + " seed " + std::to_string(seed) +
+           " method " + std::to_string(method);
+}
+
+TEST(ScaleFilter, ProductMatchesTheProductTable) {
+    for (uint32_t w = 0; w < 256; ++w)
+        for (uint32_t v = 0; v < 256; ++v)
+            ASSERT_EQ(vx::geometry::filter::Product(w, v), (w * v + 128) / 255) << w << " " << v;
+}
+
+// Over long axes the truncated cubic weights depend on the exact double arithmetic of the
+// fraction; small images never reach those cases.
+TEST(ScaleFilter, CubicTapsOnLongAxes) {
+    const int pairs[][2] = {{65535, 65534}, {1000, 65521}, {40000, 777}, {3, 65535}, {65535, 40961}};
+    for (const auto& pair : pairs) {
+        for (int i = 0; i < pair[1]; ++i) {
+            const Taps e = CubicAt(i, pair[0], pair[1]);
+            const auto t = vx::geometry::filter::CubicTapAt(uint32_t(i), uint32_t(pair[0]), uint32_t(pair[1]));
+            ASSERT_EQ(std::vector<int>({t.p, t.w0, t.w1, t.w2, t.w3}),
+                      std::vector<int>({e.p, e.w[0], e.w[1], e.w[2], e.w[3]}))
+                << pair[0] << " -> " << pair[1] << " at " << i;
+        }
+    }
+}
+
+TEST(ScaleDIB, EveryDepthMatchesThePixelModel) {
+    // Width and height 1, widths off multiples of 8 and 32, up, down, 1:1 and mixed.
+    const Size4 sizes[] = {{1, 1, 1, 1},    {1, 1, 5, 3},    {1, 7, 3, 1},   {7, 1, 1, 9},   {13, 9, 13, 9},
+                           {13, 9, 29, 17}, {37, 29, 11, 7}, {33, 5, 70, 12}, {9, 31, 40, 3}, {64, 3, 31, 65},
+                           {5, 5, 1, 1},    {3, 40, 3, 41},  {31, 4, 33, 4},  {2, 2, 9, 9},   {8, 8, 24, 24}};
+    for (int bits : {1, 4, 8, 24}) {
+        for (const Size4& s : sizes) {
+            for (int method : {0, 1, -7}) {
+                const uint32_t seed = uint32_t(bits * 1000 + s.srcW * 37 + s.dstH + method * 5 + 11);
+                SCOPED_TRACE(Describe(bits, s, seed, method));
+                DibShape shape{s.srcW, s.srcH, uint16_t(bits), 0, false, seed};
+                if (bits == 4 && seed % 3 == 0) shape.clrUsed = 9;  // indices without an entry
+                const Bytes bytes = vxtest::PackedDib(shape);
+                Block src(vxtest::BlockFrom(bytes));
+                Block out(ScaleDIB(src.get(), method, s.dstW, s.dstH));
+                ASSERT_NE(out, nullptr);
+                EXPECT_EQ(vxtest::BlockBytes(out.get()),
+                          bits == 1 ? vxtest::ModelCropScale(bytes, 0, 0, s.srcW, s.srcH, s.dstW, s.dstH)
+                                    : ModelScaleDib(Dib{bytes}, method, s.dstW, s.dstH));
+                EXPECT_EQ(vxtest::BlockBytes(src.get()), bytes);
+            }
+        }
+    }
+}
+
+TEST(ScaleDIB, MonoTripledLeavesLastRowAndColumnZero) {
+    // 2 x 2 ones: rows and columns map to 0, 0, 1, 1, 1, then 2 stops.
+    Bytes b = vxtest::PackedDib({2, 2, 1, 0, false, 3});
+    for (size_t at = 48; at < b.size(); ++at) b[at] = 0xC0;
+    Block src(vxtest::BlockFrom(b));
+    const Bytes out = vxtest::BlockBytes(Block(ScaleDIB(src.get(), 0, 6, 6)).get());
+    ASSERT_EQ(out.size(), 40u + 8 + 7 * 4 + 16);
+    EXPECT_EQ(vxtest::GetU32(out, 20), vxtest::GetU32(b, 20));  // biSizeImage kept
+    for (size_t r = 0; r < 6; ++r) EXPECT_EQ(out[48 + r * 4], r == 0 ? 0x00 : 0xF8) << "stored row " << r;
+}
+
+TEST(ScaleDIB, BlackStartsEachRowAsIndexZero) {
+    // Entry 0 white, entry 5 black, the rest gray: a row of black becomes index 0 through the
+    // one-entry cache; black after another colour becomes 5.
+    Bytes b = vxtest::PackedDib({4, 2, 8, 0, false, 5});
+    std::fill(b.begin() + 40, b.begin() + 1064, uint8_t(200));
+    std::fill(b.begin() + 40, b.begin() + 43, uint8_t(255));
+    std::fill(b.begin() + 60, b.begin() + 63, uint8_t(0));
+    const Bytes rows = {5, 5, 5, 5, 7, 5, 5, 5};
+    std::copy(rows.begin(), rows.end(), b.begin() + 1064);
+    Block src(vxtest::BlockFrom(b));
+    const Bytes out = vxtest::BlockBytes(Block(ScaleDIB(src.get(), 0, 4, 2)).get());
+    EXPECT_EQ(Bytes(out.begin() + 1064, out.end()), Bytes({0, 0, 0, 0, 1, 5, 5, 5}));
+}
+
+TEST(ScaleDIB, SizesAreSixteenBit) {
+    for (int bits : {1, 8, 24}) {
+        SCOPED_TRACE(bits);
+        Block src(vxtest::MakeDib({19, 6, uint16_t(bits), 0, false, 4}));
+        Block small(ScaleDIB(src.get(), 1, 7, 5));
+        Block wrapped(ScaleDIB(src.get(), 1, 65536 + 7, 3 * 65536 + 5));
+        ASSERT_NE(wrapped, nullptr);
+        EXPECT_EQ(vxtest::BlockBytes(wrapped.get()), vxtest::BlockBytes(small.get()));
+    }
+    // A source 65536 + 3 wide is filtered as 3 wide, its stride taken from that width.
+    Bytes wide = vxtest::PackedDib({65539, 1, 24, 0, false, 8});
+    Bytes narrow = vxtest::PackedDib({3, 1, 24, 0, false, 8});
+    std::copy(wide.begin() + 40, wide.begin() + 52, narrow.begin() + 40);
+    Block w(vxtest::BlockFrom(wide)), n(vxtest::BlockFrom(narrow));
+    Block fromWide(ScaleDIB(w.get(), 0, 8, 2)), fromNarrow(ScaleDIB(n.get(), 0, 8, 2));
+    ASSERT_NE(fromWide, nullptr);
+    EXPECT_EQ(vxtest::BlockBytes(fromWide.get()), vxtest::BlockBytes(fromNarrow.get()));
+}
+
+Bytes With(DibShape s, size_t at, uint32_t v, int bytes = 4) {
+    Bytes b = vxtest::PackedDib(s);
+    if (bytes == 2) vxtest::PutU16(b, at, uint16_t(v));
+    else vxtest::PutU32(b, at, v);
+    return b;
+}
+
+TEST(ScaleDIB, RefusesBadInputWithItsCode) {
+    const DibShape gray{4, 4, 8, 0, false, 1}, rgb{4, 4, 24, 0, false, 1}, mono{4, 4, 1, 0, false, 1};
+    Bytes shortRows = vxtest::PackedDib(gray), shortMono = vxtest::PackedDib(mono);
+    shortRows.pop_back();
+    shortMono.pop_back();
+    const struct {
+        const char* what;
+        Bytes block;
+        int width, height;
+        int code;  // -1: the module code stays as it was
+    } cases[] = {
+        {"39-byte block", Bytes(39, 0), 4, 4, IMGERR_PARAMETER},
+        {"biSize 12", With(gray, 0, 12), 4, 4, IMGERR_PARAMETER},
+        {"2-bit", With(gray, 14, 2, 2), 4, 4, IMGERR_HEADERBITCOUNT},
+        {"16-bit", With(rgb, 14, 16, 2), 4, 4, IMGERR_HEADERBITCOUNT},
+        {"32-bit", With(rgb, 14, 32, 2), 4, 4, IMGERR_HEADERBITCOUNT},
+        {"RLE8", With(gray, 16, 1), 4, 4, IMGERR_COMPRESSED},
+        {"short rows", shortRows, 4, 4, IMGERR_PARAMETER},
+        {"short 1-bit rows", shortMono, 4, 4, IMGERR_PARAMETER},
+        {"huge colour table", With(gray, 32, 0x40000000), 4, 4, IMGERR_PARAMETER},
+        {"zero width", vxtest::PackedDib(gray), 0, 4, IMGERR_PARAMETER},
+        {"height 65536 masks to 0", vxtest::PackedDib(rgb), 4, 65536, IMGERR_PARAMETER},
+        {"source 65536 wide", With(rgb, 4, 65536), 4, 4, IMGERR_PARAMETER},
+        {"negative height reads 65532 rows", With(rgb, 8, uint32_t(-4)), 4, 4, IMGERR_PARAMETER},
+        {"over 4 GiB", vxtest::PackedDib(rgb), 65535, 65535, IMGERR_NOMEMORY},
+        {"1-bit zero width", vxtest::PackedDib(mono), 0, 4, -1},
+        {"1-bit zero source height", With(mono, 8, 0), 4, 4, -1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Block src(vxtest::BlockFrom(c.block));
+        SetImgError(IMGERR_NOTHINGTODO);
+        EXPECT_EQ(ScaleDIB(src.get(), 0, c.width, c.height), nullptr);
+        EXPECT_EQ(ImgError(), c.code < 0 ? IMGERR_NOTHINGTODO : c.code);
+    }
+    SetImgError(IMGERR_NOTHINGTODO);
+    EXPECT_EQ(ScaleDIB(nullptr, 0, 4, 4), nullptr);
+    EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
+    SetImgError(IMGERR_NOTHINGTODO);  // success leaves the code alone
+    Block src(vxtest::MakeDib(gray));
+    EXPECT_NE(Block(ScaleDIB(src.get(), 1, 9, 9)), nullptr);
+    EXPECT_EQ(ImgError(), IMGERR_NOTHINGTODO);
+}
+
+TEST(ScaleGrayDIB, MatchesThePixelModel) {
+    const struct {
+        int bits, imageW, imageH, x, y, w, h, fx, fy;
+    } cases[] = {
+        {8, 20, 15, 0, 0, 20, 15, 1, 1}, {8, 20, 15, 3, 2, 7, 9, 3, 2},   {8, 9, 9, 8, 8, 1, 1, 5, 4},
+        {4, 21, 13, 1, 4, 13, 5, 2, 3},  {4, 21, 13, 0, 0, 21, 13, 1, 2}, {4, 7, 3, 3, 0, 3, 3, 7, 1},
+        {24, 17, 10, 2, 1, 9, 8, 2, 2},  {24, 5, 40, 0, 7, 5, 33, 1, 1},  {8, 40, 2, 11, 1, 29, 1, 2, 9},
+    };
+    for (const auto& c : cases) {
+        for (int method : {0, 1}) {
+            for (int palette = 0; palette < (c.bits == 24 ? 1 : 3); ++palette) {
+                const uint32_t seed = uint32_t(c.imageW * 13 + c.x + c.fy * 3 + method + palette * 101);
+                SCOPED_TRACE(std::to_string(c.bits) + "-bit " + std::to_string(c.w) + "x" + std::to_string(c.h) +
+                             " at " + std::to_string(c.x) + "," + std::to_string(c.y) + " method " +
+                             std::to_string(method) + " palette " + std::to_string(palette) + " seed " +
+                             std::to_string(seed));
+                DibShape shape{c.imageW, c.imageH, uint16_t(c.bits), 0, false, seed};
+                if (palette == 2) shape.clrUsed = c.bits == 8 ? 100 : 11;  // indices without an entry
+                Bytes b = vxtest::PackedDib(shape);
+                std::mt19937 random(seed);
+                const uint32_t entries = palette >= 1 ? Dib{b}.colours() : 0;
+                for (uint32_t i = 0, level = 0; i < entries; ++i) {
+                    level = std::min<uint32_t>(255, level + uint32_t(random() % 7));  // an uneven ascending ramp
+                    std::fill(b.begin() + 40 + 4 * i, b.begin() + 43 + 4 * i, uint8_t(level));
+                }
+                Block src(vxtest::BlockFrom(b));
+                SetImgError(IMGERR_NOTHINGTODO);
+                Block out(ScaleGrayDIB(src.get(), c.x, c.y, c.w, c.h, c.fx, c.fy, method));
+                ASSERT_NE(out, nullptr);
+                EXPECT_EQ(vxtest::BlockBytes(out.get()), ModelScaleGray(Dib{b}, c.x, c.y, c.w, c.h, c.fx, c.fy, method));
+                EXPECT_EQ(ImgError(), IMGERR_NOTHINGTODO);
+            }
+        }
+    }
+}
+
+TEST(ScaleGrayDIB, RefusesWithoutTouchingTheCode) {
+    Block gray(vxtest::MakeDib({10, 8, 8, 0, false, 2}));
+    Block mono(vxtest::MakeDib({10, 8, 1, 0, false, 2}));
+    Block rle(vxtest::BlockFrom(With({10, 8, 8, 0, false, 2}, 16, 1)));
+    const struct {
+        const char* what;
+        HDIB dib;
+        int x, y, w, h, fx, fy, method;
+    } cases[] = {
+        {"null", nullptr, 0, 0, 2, 2, 2, 2, 0},
+        {"1-bit", mono.get(), 0, 0, 2, 2, 2, 2, 0},
+        {"compressed", rle.get(), 0, 0, 2, 2, 2, 2, 0},
+        {"method 2", gray.get(), 0, 0, 2, 2, 2, 2, 2},
+        {"x negative", gray.get(), -1, 0, 2, 2, 2, 2, 0},
+        {"past the right edge", gray.get(), 9, 0, 2, 2, 2, 2, 0},
+        {"past the bottom edge", gray.get(), 0, 7, 2, 2, 2, 2, 1},
+        {"zero width", gray.get(), 0, 0, 0, 2, 2, 2, 0},
+        {"zero factor", gray.get(), 0, 0, 2, 2, 0, 2, 0},
+        {"masked to zero", gray.get(), 0, 0, 2, 2, 32768, 2, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        SetImgError(IMGERR_NOTHINGTODO);
+        EXPECT_EQ(ScaleGrayDIB(c.dib, c.x, c.y, c.w, c.h, c.fx, c.fy, c.method), nullptr);
+        EXPECT_EQ(ImgError(), IMGERR_NOTHINGTODO);
+    }
+}
+
+TEST(NearestIndexMemo, AnswersAsGetNearestPaletteIndex) {
+    std::mt19937 random(2024);
+    for (int round = 0; round < 20; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        // Few distinct levels over up to 300 entries: duplicate entries and equidistant ones.
+        const auto count = uint16_t(1 + random() % 300);
+        const uint32_t levels = 2 + random() % 5;
+        Bytes table(size_t{count} * 4);
+        for (size_t i = 0; i < table.size(); ++i) table[i] = i % 4 == 3 ? 0 : uint8_t(random() % levels * (254 / (levels - 1)));
+        auto palette = vx::geometry::PaletteFromColourTable(table.data(), table.size(), count);
+        ASSERT_TRUE(palette);
+        vx::geometry::NearestIndexMemo memo(palette.get());
+        for (int k = 0; k < 3000; ++k) {
+            const uint32_t c = random();
+            const uint8_t r = k % 2 ? uint8_t(c) : uint8_t(127), g = uint8_t(c >> 8), b = uint8_t(c >> 16);
+            const UINT expected = GetNearestPaletteIndex(palette.get(), RGB(r, g, b));
+            ASSERT_EQ(memo(r, g, b), expected) << int(r) << "," << int(g) << "," << int(b);
+            ASSERT_EQ(memo(r, g, b), expected);  // asked again: the memoised answer
+        }
+    }
+}
+
+}  // namespace
