@@ -85,9 +85,14 @@ int RunConvert(const std::vector<std::string>& args) {
     }
     if (files.size() != 2) throw UsageError("convert: name one input and one output file");
 
+    for (const auto& [op, value] : steps) op->apply(nullptr, value);
+
     Dib image = LoadBitmapFile(files[0]);
-    for (const auto& [op, value] : steps) op->apply(image, value);
+    for (const auto& [op, value] : steps) op->apply(&image, value);
     SaveBitmapFile(image, files[1], files[0]);
+    const BITMAPINFOHEADER h = HeaderOf(image);
+    std::cout << "wrote " << files[1] << " (" << h.biWidth << " x " << h.biHeight << ", " << h.biBitCount
+              << " bits per pixel)\n";
     return kExitSuccess;
 }
 

@@ -42,6 +42,30 @@ const std::vector<Panel>& Panels() {
         {"negative-8.bmp", "Negative: the 8-bit colour table inverted (--negative)", Source::Gray8, {{"negative", ""}}},
         {"invert-bits-1.bmp", "Pixel bits complemented, colours swapped: looks the same (--invert-bits)",
          Source::Mono1, {{"invert-bits", ""}}},
+        {"rotate-90-24.bmp", "Quarter turn clockwise (--rotate 90)", Source::Colour24, {{"rotate", "90"}}},
+        {"rotate-270-8.bmp", "Quarter turn anticlockwise; it lands one column in, as it always has (--rotate 270)",
+         Source::Gray8, {{"rotate", "270"}}},
+        {"rotate-180-1.bmp", "Half turn of the 1-bit image (--rotate 180)", Source::Mono1, {{"rotate", "180"}}},
+        {"flip-h-24.bmp", "Mirrored left to right (--flip h)", Source::Colour24, {{"flip", "h"}}},
+        {"flip-v-8.bmp", "Mirrored top to bottom (--flip v)", Source::Gray8, {{"flip", "v"}}},
+        {"rotate-30-24.bmp", "Turned 30 degrees on an enlarged canvas, floating-point walk (--rotate 30)",
+         Source::Colour24, {{"rotate", "30"}}},
+        {"rotate-30-fast-1.bmp", "Turned 30 degrees, integer walk, 1-bit (--rotate 30:fast)", Source::Mono1,
+         {{"rotate", "30:fast"}}},
+        {"skew-h-24.bmp", "Sheared horizontally by 80 pixels (--skew h:80)", Source::Colour24, {{"skew", "h:80"}}},
+        {"skew-v-8.bmp", "Sheared vertically by -60 pixels (--skew v:-60)", Source::Gray8, {{"skew", "v:-60"}}},
+        {"scale-bilinear-24.bmp", "Scaled to 480 x 360, bilinear (--scale 480x360)", Source::Colour24,
+         {{"scale", "480x360"}}},
+        {"scale-cubic-24.bmp", "Scaled to 480 x 360, cubic (--scale 480x360:cubic)", Source::Colour24,
+         {{"scale", "480x360:cubic"}}},
+        {"scale-down-8.bmp", "Scaled down to 200 x 150, 8-bit gray, cubic (--scale 200x150:cubic)", Source::Gray8,
+         {{"scale", "200x150:cubic"}}},
+        {"scale-1.bmp", "Scaled to 400 x 300, 1-bit nearest neighbour (--scale 400x300)", Source::Mono1,
+         {{"scale", "400x300"}}},
+        {"magnify-24.bmp", "The zone plate magnified 3 times, cubic (--magnify 160,60,100,60:3x3:cubic)",
+         Source::Colour24, {{"magnify", "160,60,100,60:3x3:cubic"}}},
+        {"crop-scale-24.bmp", "The lettering cut out and tripled, nearest neighbour (--crop-scale 0,180,160,60:480x180)",
+         Source::Colour24, {{"crop-scale", "0,180,160,60:480x180"}}},
     };
     return panels;
 }
@@ -56,12 +80,14 @@ struct Samples {
     }
 };
 
-bool SameBlocks(const Dib& a, const Dib& b) {
-    const size_t size = GlobalSize(a.get());
-    if (size != GlobalSize(b.get())) return false;
-    const bool same = std::memcmp(GlobalLock(a.get()), GlobalLock(b.get()), size) == 0;
-    GlobalUnlock(a.get());
-    GlobalUnlock(b.get());
+// Whether the file read back holds the DIB that was written. A result block may end in slack
+// the operation needs as working room; the file carries it, the loader reads the DIB only.
+bool ReadsBackAsWritten(const Dib& written, const Dib& loaded) {
+    const size_t size = GlobalSize(loaded.get());
+    if (size > GlobalSize(written.get())) return false;
+    const bool same = std::memcmp(GlobalLock(written.get()), GlobalLock(loaded.get()), size) == 0;
+    GlobalUnlock(written.get());
+    GlobalUnlock(loaded.get());
     return same;
 }
 
@@ -124,10 +150,10 @@ int RunDemo(const std::vector<std::string>& args) {
     const Samples samples;
     for (const auto& panel : Panels()) {
         Dib image = Duplicate(samples.of(panel.source));
-        for (const auto& step : panel.steps) FindOperation(step.option)->apply(image, step.argument);
+        for (const auto& step : panel.steps) FindOperation(step.option)->apply(&image, step.argument);
         const std::string path = (fs::path(dir) / panel.file).string();
         SaveBitmapFile(image, path);
-        if (!SameBlocks(image, LoadBitmapFile(path)))
+        if (!ReadsBackAsWritten(image, LoadBitmapFile(path)))
             throw OperationFailed("'" + path + "' does not read back as written");
         std::cout << "wrote " << path << "\n";
     }

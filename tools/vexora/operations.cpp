@@ -9,15 +9,17 @@ void ExpectDepth(const Dib& image, std::string_view option, bool ok, std::string
                               std::to_string(HeaderOf(image).biBitCount) + " bits per pixel)");
 }
 
-void NegativePalette(Dib& image, const std::string&) {
-    const auto header = HeaderOf(image);
-    ExpectDepth(image, "negative", header.biBitCount <= 8 && header.biClrUsed > 0, "an image with a colour table (1, 4 or 8 bits)");
-    if (!InvertDIBPalette(image.get())) throw OperationFailed("--negative: the colour table could not be inverted");
+void NegativePalette(Dib* image, const std::string&) {
+    if (image == nullptr) return;
+    const auto header = HeaderOf(*image);
+    ExpectDepth(*image, "negative", header.biBitCount <= 8 && header.biClrUsed > 0, "an image with a colour table (1, 4 or 8 bits)");
+    if (!InvertDIBPalette(image->get())) throw OperationFailed("--negative: the colour table could not be inverted");
 }
 
-void InvertMonoBits(Dib& image, const std::string&) {
-    ExpectDepth(image, "invert-bits", HeaderOf(image).biBitCount == 1, "a 1-bit");
-    InvertMonoDIB(image.get());
+void InvertMonoBits(Dib* image, const std::string&) {
+    if (image == nullptr) return;
+    ExpectDepth(*image, "invert-bits", HeaderOf(*image).biBitCount == 1, "a 1-bit");
+    InvertMonoDIB(image->get());
 }
 
 std::vector<Operation> ColourTableOperations() {

@@ -14,8 +14,9 @@ struct Operation {
     std::string_view option;    // the long option, without "--"
     std::string_view argument;  // the argument's name in --help, empty when it takes none
     std::string_view help;      // one line for --help
-    // Replaces `image` by the result; throws OperationFailed or UsageError.
-    void (*apply)(Dib& image, const std::string& argument);
+    // Replaces *image by the result; throws OperationFailed or UsageError. With a null image it
+    // only checks the argument, so that a command line is refused before any file is read.
+    void (*apply)(Dib* image, const std::string& argument);
 };
 
 const std::vector<Operation>& Operations();
