@@ -1,0 +1,18 @@
+# Compares the names a library exports with those its headers declare: appends a line to
+# `problems` for each name missing from either side, and for each decorated (Name@N) export.
+function(vexora_compare_exports exported expected out_var)
+  set(found "${${out_var}}")
+  foreach(name IN LISTS expected)
+    if(NOT name IN_LIST exported)
+      string(APPEND found "not exported: ${name}\n")
+    endif()
+  endforeach()
+  foreach(name IN LISTS exported)
+    if(name MATCHES "@")
+      string(APPEND found "decorated export: ${name}\n")
+    elseif(NOT name IN_LIST expected)
+      string(APPEND found "exported but not in the headers: ${name}\n")
+    endif()
+  endforeach()
+  set(${out_var} "${found}" PARENT_SCOPE)
+endfunction()
