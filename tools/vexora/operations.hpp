@@ -23,6 +23,7 @@ const std::vector<Operation>& Operations();
 
 // The operations of each library family, in the order --help lists them.
 std::vector<Operation> GeometryOperations();
+std::vector<Operation> ToneOperations();
 
 // The operation for `option` (without "--"), or null.
 const Operation* FindOperation(std::string_view option);
