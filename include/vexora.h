@@ -590,24 +590,81 @@ VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio);
 /* Tone: histogram and look-up tables                                        */
 /* ------------------------------------------------------------------------ */
 
-/* Maintains a 256-bin (16-bit, wrapping) histogram of a 256x256 region of an
-   8-bit DIB at origin[2] = {x, y}, updated incrementally for moves of up to
-   128 pixels. mode: TABLE_CREATE (returns a new block), TABLE_COMPUTE
-   (returns hHist), TABLE_FREE (returns NULL). Failures return NULL and
-   report through *error only (0 on entry). */
+/*
+ * Keeps a histogram of a 256 x 256 window of an 8-bit DIB: 256 unsigned 16-bit counters
+ * (512 bytes), counter v = pixels of byte value v in the window, wrapping modulo 65536.
+ * origin[2] = {x, y} is the window's requested top-left corner (x from the left, y from the
+ * top row); it is clamped so that the window lies inside the image, or set to 0 where the
+ * image is narrower or lower than 256. The last origin is one module-wide value: the same
+ * origin again returns hHist at once, untouched (another image included, the histogram block
+ * not even locked); a move of at most 128 pixels each way updates the counts by the strips
+ * that leave and enter, from the stored origin whatever image it came from; larger moves
+ * count afresh, clearing as many counters as the module's histogram size allows (none before
+ * the first TABLE_CREATE, when the origin is (0, 0)).
+ * mode TABLE_CREATE: a new zeroed 512-byte block; resets the stored origin to (-256, -256).
+ * TABLE_COMPUTE: returns hHist. TABLE_FREE: frees hHist, returns NULL. Any other mode: NULL.
+ * *error is set to 0 on entry and, on failure (NULL result), to the first of, in order:
+ * creation not allocated IMGERR_NOMEMORY, not lockable IMGERR_LOCKMEMORY (block freed);
+ * compute: hHist NULL, then dib NULL: IMGERR_PARAMETER; dib not lockable: IMGERR_LOCKMEMORY;
+ * block under 40 bytes or biSize not 40: IMGERR_PARAMETER; biCompression not 0:
+ * IMGERR_COMPRESSED; biBitCount not 8: IMGERR_BITCOUNT; biWidth or biHeight 0, a row wider
+ * than the 32-bit stride arithmetic holds (biWidth * 8 + 31 > 2^32 - 1), or a block shorter
+ * than 40 + colour table + stride * biHeight (rows counted when biHeight > 0):
+ * IMGERR_DIBSIZE; origin NULL: IMGERR_PARAMETER; hHist not lockable: IMGERR_LOCKMEMORY;
+ * hHist under 512 bytes: IMGERR_PARAMETER. A failure changes neither the counters nor the
+ * stored origin. The module error code is never touched.
+ * Decided here: error may be NULL (the call works, nothing is reported). Strips that the
+ * stored origin of another image places outside this one read their bytes where the row
+ * arithmetic puts them inside the block, and 0 outside it. Origins are compared in 64 bits.
+ */
 VXAPI HGLOBAL VXCALL ComputeHistogram(HDIB dib, int mode, HGLOBAL hHist,
                                       int *origin, DWORD *error);
 
-/* Builds a 256-entry tone table with contrast pivoted on the histogram's
-   mean (128 when hHist is NULL) plus a brightness offset. mode: TABLE_CREATE
-   (new identity table), TABLE_COMPUTE (fills and returns hLut), TABLE_FREE
-   (frees hLut and returns the value given). Reports through *error only. */
+/*
+ * Tone table: 256 bytes, entry i = output level of input level i.
+ * mode TABLE_CREATE: a new identity table; sets the module's LUT length to 256.
+ * TABLE_COMPUTE: fills LUT-length entries of hLut (none before the first TABLE_CREATE) and
+ * returns hLut: with m the histogram's mean level (sum(i * count[i]) / sum(count[i]) in
+ * unsigned 32-bit arithmetic, low byte kept), or 128 when hHist is NULL or not lockable,
+ * entry i = trunc((i * (contrast + 255) - contrast * m) * 0.00392156862745098 + brightness)
+ * clamped to 0..255, the two integer products in wrapping 32-bit arithmetic, the rest in
+ * double, a value outside the 32-bit range converting to INT32_MIN (so 0). contrast 0 shifts
+ * by brightness; -255 gives the constant m + brightness, clamped.
+ * TABLE_FREE: frees hLut and returns the handle it was given. Any other mode: NULL.
+ * *error is set to 0 on entry and, on failure (NULL result), to: creation not allocated
+ * IMGERR_NOMEMORY, not lockable IMGERR_LOCKMEMORY (block freed); compute, in order: hLut
+ * NULL: IMGERR_PARAMETER; hHist lockable but under 512 bytes: IMGERR_PARAMETER; hLut not
+ * lockable: IMGERR_LOCKMEMORY; hLut shorter than the LUT length: IMGERR_PARAMETER (nothing
+ * written). The module error code is never touched.
+ * Decided here: a histogram whose counters total 0 (a new one, or a full window of one value,
+ * which wraps to 0) pivots on 128 like a missing one, with *error 0; error may be NULL.
+ */
 VXAPI HGLOBAL VXCALL ComputeLUT(HGLOBAL hHist, int mode, HGLOBAL hLut,
                                 int contrast, int brightness, DWORD *error);
 
-/* Maps an 8-bit DIB through a tone table into a gray image with a gray-ramp
-   colour table: in place (newDib 0, returns dib) or into a new DIB. NULL on
-   failure; reports through *error only (0 on entry). */
+/*
+ * Maps an 8-bit DIB through a tone table into a gray image: map[k] = LUT[(blue + green +
+ * red + 1) / 3] of colour-table entry k, read for all 256 entries whatever biClrUsed says;
+ * the table is then overwritten by 256 entries (i, i, i, 0) from offset 40, and each of the
+ * biWidth pixels of each of the biHeight rows (none when biHeight < 0) becomes map[pixel];
+ * padding is not written. newDib 0: in place, returns dib. Otherwise dib is left unchanged
+ * and a new block of 40 + (biClrUsed * 4, or 1024) + (biSizeImage, or stride * biHeight)
+ * bytes, computed in wrapping 32-bit arithmetic, gets the 40 header bytes unchanged, the ramp
+ * and the pixels at 40 + table bytes. With biClrUsed below 256 the ramp runs over the first
+ * pixel bytes (in place those bytes are then mapped as pixels; a new DIB's mapped pixels
+ * cover them).
+ * *error is set to 0 on entry and, on failure (NULL result, dib unchanged and unlocked), to
+ * the first of: dib NULL, then hLut NULL: IMGERR_PARAMETER; dib not lockable:
+ * IMGERR_LOCKMEMORY; then the image checks of ComputeHistogram (IMGERR_PARAMETER,
+ * IMGERR_COMPRESSED, IMGERR_BITCOUNT, IMGERR_DIBSIZE); hLut not lockable: IMGERR_LOCKMEMORY;
+ * hLut under 256 bytes: IMGERR_PARAMETER; new block not allocated after a second try (or its
+ * 32-bit size 2^31 or more, which only a wrapped size reaches): IMGERR_NOMEMORY; not
+ * lockable: IMGERR_LOCKMEMORY; the 512-byte working block not allocated after a second try:
+ * IMGERR_NOMEMORY, not lockable: IMGERR_LOCKMEMORY. The module error code is never touched.
+ * Decided here: the 256-entry table read and ramp write are kept, bounded only by the block:
+ * table bytes beyond it read as 0, ramp bytes and pixels beyond it (a new block sized
+ * smaller by biSizeImage) are dropped. error may be NULL.
+ */
 VXAPI HDIB VXCALL ApplyLUT(HDIB dib, HGLOBAL hLut, BOOL newDib, DWORD *error);
 
 /* ------------------------------------------------------------------------ */

@@ -18,9 +18,6 @@ VXAPI HBITMAP VXCALL DuplicateBitmap(HBITMAP bitmap) { return 0; }
 VXAPI HPALETTE VXCALL GetCurrentPalette(void) { return 0; }
 VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table) { return 0; }
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio) { return 0; }
-VXAPI HGLOBAL VXCALL ComputeHistogram(HDIB dib, int mode, HGLOBAL hHist, int *origin, DWORD *error) { return 0; }
-VXAPI HGLOBAL VXCALL ComputeLUT(HGLOBAL hHist, int mode, HGLOBAL hLut, int contrast, int brightness, DWORD *error) { return 0; }
-VXAPI HDIB VXCALL ApplyLUT(HDIB dib, HGLOBAL hLut, BOOL newDib, DWORD *error) { return 0; }
 VXAPI HDIB VXCALL ConvColorDIBtoGrayscale(HDIB dib, int monoMode, BOOL weighted) { return 0; }
 VXAPI HDIB VXCALL ConvMonoDIBtoGrayscale(HDIB dib, int mode) { return 0; }
 VXAPI HDIB VXCALL Convolve(HDIB dib, BOOL newDib, int type, int size, LPCSTR kernelFile, const int *kernel, DWORD *error) { return 0; }
