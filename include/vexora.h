@@ -671,17 +671,54 @@ VXAPI HDIB VXCALL ApplyLUT(HDIB dib, HGLOBAL hLut, BOOL newDib, DWORD *error);
 /* Tone: grayscale conversion                                                */
 /* ------------------------------------------------------------------------ */
 
-/* Converts a 1/4/8/24-bit DIB to gray: 4-bit stays 4-bit, others become
-   8-bit. weighted: non-zero = luminance weights, 0 = plain average;
-   monoMode, for 1-bit sources only: 0 expand, 1 3x3 spread, 2 5x5 spread.
-   Clears the module code; on failure sets an IMGERR_ code there, NULL. */
+/*
+ * Converts a 1-, 4-, 8- or 24-bit DIB to gray, into a new DIB. weighted non-zero: luminance
+ * (3 blue + 15 green + 8 red) / 26, else (blue + green + red) / 3, both truncated.
+ *  - 4/8-bit: pixel bytes kept (4-bit stays 4-bit with 16 entries, 8-bit gets 256); each of
+ *    the biClrUsed (else 16/256) source colours becomes (g, g, g, 0), later entries 0; source
+ *    colours past the result's table are not seen.
+ *  - 24-bit: 8-bit with the ascending gray ramp, one luminance byte per pixel.
+ *  - 1-bit: 8-bit with the ascending ramp; the 1-bits (whatever the colour table says) are
+ *    rendered by monoMode: 0 expansion to 0/255, 1 3x3 spread, 2 5x5 spread (2 falls back
+ *    to 0 below 4 rows and to 1 at 4 and 5 rows). A spread's result row i is centred on
+ *    source row i - 1 (i - 2), rows below 0 counting as row 0. The expansion writes 8 bytes
+ *    per source byte, so padding bits show as 0/255 in the row padding, and those of the
+ *    last row in the block's slack.
+ * Result header: the source's, with biBitCount 4 or 8, biClrUsed 16 or 256, biSizeImage =
+ * new stride x biHeight. 1- and 24-bit results carry ((biWidth x 40 + 155) / 32) x 4 bytes
+ * (32-bit arithmetic) of slack after the pixels.
+ * Clears the module code; on failure returns NULL with, in this order: dib NULL:
+ * IMGERR_PARAMETER; not lockable: IMGERR_LOCKMEMORY; a block under 40 bytes or biSize not 40:
+ * IMGERR_PARAMETER; biCompression not 0: IMGERR_COMPRESSED; biWidth 0, then biHeight 0:
+ * IMGERR_DIBSIZE; 1-bit with monoMode outside 0..2 (monoMode is ignored at other depths):
+ * IMGERR_PARAMETER. Decided here: any depth other than 1, 4, 8, 24: IMGERR_BITCOUNT; a
+ * negative width or height, or a block shorter than header, colour table and rows:
+ * IMGERR_DIBSIZE; a result of 2^32 bytes or more: IMGERR_NOMEMORY. Then the result (and for
+ * the spreads their working block): IMGERR_NOMEMORY, or IMGERR_LOCKMEMORY when not lockable.
+ * On success the source keeps the lock taken on it (one GlobalUnlock releases it), as it
+ * always has; every failure unlocks it.
+ */
 VXAPI HDIB VXCALL ConvColorDIBtoGrayscale(HDIB dib, int monoMode,
                                           BOOL weighted);
 
-/* Renders a plain 1-bit DIB as 8-bit gray counting its darker colour, with
-   mode 0 (expand), 1 (3x3 spread) or 2 (5x5 spread). Clears the module code,
-   then on failure sets an IMGERR_ code there (any non-1-bit image gives
-   IMGERR_COMPRESSED) and returns NULL. */
+/*
+ * Renders a plain 1-bit DIB as 8-bit gray, counting its darker colour: the pixels of entry 0
+ * when blue x green x red of entry 0 is below that of entry 1, else the 1-bits. Counted
+ * pixels show dark through the descending ramp (entry i = 255 - i). `mode` as monoMode of
+ * ConvColorDIBtoGrayscale, with the same fallbacks, row lag and padding behaviour.
+ * Result: a fresh header (40, biWidth, biHeight, 1 plane, 8 bits, BI_RGB, biSizeImage,
+ * resolutions copied, biClrUsed and biClrImportant 0) in a block of 1064 + biSizeImage +
+ * ((biWidth x 40 + 155) / 32) x 4 bytes. The pixels are read 48 bytes into the block, after
+ * two entries, whatever biClrUsed says; bytes this reads past the block's end count as 0.
+ * Clears the module code; on failure returns NULL with, in this order: dib NULL:
+ * IMGERR_PARAMETER; not lockable: IMGERR_LOCKMEMORY; a block under 40 bytes or biSize not 40:
+ * IMGERR_PARAMETER; biPlanes not 1, biBitCount not 1 or biCompression not 0 (any image that
+ * is not plain 1-bit): IMGERR_COMPRESSED; biWidth or biHeight 0: IMGERR_DIBSIZE; mode outside
+ * 0..2: IMGERR_PARAMETER. Decided here: a negative width or height, or a block shorter than
+ * the header, biClrUsed (else 2) entries and the rows: IMGERR_DIBSIZE; a result of 2^32 bytes
+ * or more: IMGERR_NOMEMORY. Then allocation and lock failures as for ConvColorDIBtoGrayscale.
+ * The source is unlocked on every return.
+ */
 VXAPI HDIB VXCALL ConvMonoDIBtoGrayscale(HDIB dib, int mode);
 
 /* ------------------------------------------------------------------------ */

@@ -1,0 +1,165 @@
+// checked_source.hpp - the frame shared by the tone exports that report through the module
+// error code: ConvColorDIBtoGrayscale, ConvMonoDIBtoGrayscale, Convert8to24 and
+// ColorBrightnessContrast.
+//
+// Each of them runs the same sequence. The module code is cleared on entry. The source handle
+// is refused when null (IMGERR_PARAMETER), when it cannot be locked (IMGERR_LOCKMEMORY) and when
+// its header is not a 40-byte BITMAPINFOHEADER (IMGERR_PARAMETER; a block too short to hold
+// one is refused the same way). Then each export makes its own checks, in its own order, each
+// with its own code; the first one that fails decides the code and the later ones are not
+// consulted. The result is allocated last (IMGERR_NOMEMORY; a new block that cannot be locked
+// is freed and gives IMGERR_LOCKMEMORY). Every failure stores its code, unlocks the source and
+// returns null; success returns the new block, leaving the source locked or not as the export
+// has always done.
+//
+// A ToneCall carries that sequence. Checks are written as plain conditions on the header
+// fields, which read as zero when the header could not be read, so a condition after a failed
+// check is harmless and ignored. Conditions never touch the block itself.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+
+#include "vexora.h"
+
+#include "dib_layout.hpp"
+#include "dib_result.hpp"
+#include "errors.hpp"
+#include "guards.hpp"
+
+namespace vx::tone {
+
+// The fields of a BITMAPINFOHEADER as stored; all zero when the header could not be read.
+struct SourceHeader {
+    int32_t width = 0;
+    int32_t height = 0;
+    uint16_t planes = 0;
+    uint16_t bitCount = 0;
+    uint32_t compression = 0;
+    uint32_t sizeImage = 0;
+    int32_t xPels = 0;
+    int32_t yPels = 0;
+    uint32_t clrUsed = 0;
+    uint32_t clrImportant = 0;
+};
+
+// Whether the source stays locked when an export succeeds.
+enum class SourceLockOnSuccess { Released, Kept };
+
+class ToneCall {
+public:
+    explicit ToneCall(HDIB dib) {
+        SetModuleError(IMGERR_SUCCESS);
+        if (dib == nullptr) {
+            code_ = IMGERR_PARAMETER;
+            return;
+        }
+        lock_ = BlockLock(dib);
+        if (!lock_) {
+            code_ = IMGERR_LOCKMEMORY;
+            return;
+        }
+        const uint8_t* p = lock_.data();
+        if (lock_.size() < kInfoHeaderSize || LoadU32(p + bih::kSize) != kInfoHeaderSize) {
+            code_ = IMGERR_PARAMETER;
+            return;
+        }
+        header_.width = LoadI32(p + bih::kWidth);
+        header_.height = LoadI32(p + bih::kHeight);
+        header_.planes = LoadU16(p + bih::kPlanes);
+        header_.bitCount = LoadU16(p + bih::kBitCount);
+        header_.compression = LoadU32(p + bih::kCompression);
+        header_.sizeImage = LoadU32(p + bih::kSizeImage);
+        header_.xPels = LoadI32(p + bih::kXPels);
+        header_.yPels = LoadI32(p + bih::kYPels);
+        header_.clrUsed = LoadU32(p + bih::kClrUsed);
+        header_.clrImportant = LoadU32(p + bih::kClrImportant);
+    }
+    ToneCall(const ToneCall&) = delete;
+    ToneCall& operator=(const ToneCall&) = delete;
+
+    const SourceHeader& header() const { return header_; }
+    const uint8_t* data() const { return lock_.data(); }
+    uint64_t size() const { return lock_.size(); }
+
+    // Records `code` unless an earlier check has already failed.
+    ToneCall& require(bool ok, int code) {
+        if (code_ == IMGERR_SUCCESS && !ok) code_ = code;
+        return *this;
+    }
+    bool refused() const { return code_ != IMGERR_SUCCESS; }
+
+    // Stores the code of the first failed check, unlocks the source, returns null.
+    HDIB fail() {
+        SetModuleError(code_);
+        lock_.unlock();
+        return nullptr;
+    }
+
+    // A zero-filled, locked result block of `bytes` (tried twice when `retry`). Empty after
+    // recording IMGERR_NOMEMORY, or IMGERR_LOCKMEMORY with the block freed. Blocks are sized
+    // in 32 bits: a larger result cannot be allocated.
+    std::optional<NewDib> allocate(uint64_t bytes, bool retry) {
+        NewDib dib{retry ? AllocateRetrying(bytes) : OwnedBlock::Allocate(bytes), BlockLock()};
+        if (!dib.block) {
+            require(false, IMGERR_NOMEMORY);
+            return std::nullopt;
+        }
+        dib.lock = BlockLock(dib.block.get());
+        if (!dib.lock) {
+            require(false, IMGERR_LOCKMEMORY);
+            return std::nullopt;  // the block is freed with `dib`
+        }
+        return dib;
+    }
+
+    // Hands the result to the caller.
+    HDIB succeed(NewDib& result, SourceLockOnSuccess source) {
+        if (source == SourceLockOnSuccess::Kept) lock_.keepLocked();
+        else lock_.unlock();
+        return result.release();
+    }
+
+    // Copies n bytes of the source block from `offset`; bytes past the block's end read as 0.
+    void readZeroExtended(uint64_t offset, uint64_t n, uint8_t* to) const {
+        const uint64_t have = offset < size() ? std::min(n, size() - offset) : 0;
+        if (have != 0) std::memcpy(to, data() + offset, have);
+        std::memset(to + have, 0, n - have);
+    }
+
+private:
+    BlockLock lock_;
+    SourceHeader header_;
+    int code_ = IMGERR_SUCCESS;
+};
+
+// Runs an export body built on a ToneCall; running out of memory anywhere in it stores
+// IMGERR_NOMEMORY and gives null (the source lock is released on the way out).
+template <typename Body>
+HDIB RunToneExport(Body&& body) noexcept {
+    return ExportGuard(body, [] {
+        SetModuleError(IMGERR_NOMEMORY);
+        return HDIB{nullptr};
+    });
+}
+
+// The library's stride for `width` pixels of `bits` bits, or nothing when its 32-bit
+// arithmetic would wrap (no block can hold such rows).
+inline std::optional<uint64_t> Stride32(uint64_t width, uint64_t bits) {
+    if (width * bits + 31 > UINT32_MAX) return std::nullopt;
+    return RowStride64(width, bits);
+}
+
+// The gray ramp colour tables of the 8-bit results: entry i = (i, i, i, 0), ascending or
+// descending.
+inline void WriteGrayRamp(uint8_t* table, bool descending) {
+    for (unsigned i = 0; i < 256; ++i) {
+        const auto level = static_cast<uint8_t>(descending ? 255 - i : i);
+        table[4 * i] = table[4 * i + 1] = table[4 * i + 2] = level;
+        table[4 * i + 3] = 0;
+    }
+}
+
+}  // namespace vx::tone
