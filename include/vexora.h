@@ -746,9 +746,27 @@ VXAPI HDIB VXCALL ColorConvolution(HDIB dib, BOOL newDib, int grayMode,
 /* Tone: depth conversion, combining, brightness and contrast                */
 /* ------------------------------------------------------------------------ */
 
-/* Expands an 8-bit DIB to 24 bits through its colour table. Clears the
-   module code; on failure returns NULL with an IMGERR_ code there (1/4-bit:
-   IMGERR_BITCOUNT; a 24-bit source stores 31, which has no message). */
+/*
+ * Expands a DIB of one byte per pixel (8-bit, or any depth but 1, 4 and 24, each read one
+ * byte per pixel with its own stride) to 24 bits through its colour table, read at offset 40
+ * and indexed without a bound: indices past the table read what follows it, and 0 past the
+ * block. Arithmetic is 16-bit: width, height and colour count are the low halves of biWidth,
+ * biHeight and biClrUsed, signed (a count of 0 means 256; the pixels follow that many
+ * entries); both strides keep their low 16 bits; a pixel's byte offset within its result row
+ * is a signed 16-bit value, so rows longer than 32767 bytes wrap back over earlier rows (from
+ * the first row, over the header). Writes outside the block are dropped; source bytes past
+ * its block read as 0.
+ * Result: the source header with biPlanes 1, biBitCount 24, biSizeImage = height x stride,
+ * biClrUsed and biClrImportant 0, biWidth and biHeight as stored; no colour table; the
+ * allocation is tried twice.
+ * Clears the module code; on failure returns NULL with, in this order: dib NULL:
+ * IMGERR_PARAMETER; not lockable: IMGERR_LOCKMEMORY; a block under 40 bytes or biSize not 40:
+ * IMGERR_PARAMETER; compressed: IMGERR_COMPRESSED; 1 or 4 bits: IMGERR_BITCOUNT; 24 bits: 31
+ * (beyond the message table); 16-bit width or height 0: IMGERR_DIBSIZE. Decided here: a
+ * negative 16-bit width, height or colour count, or a block shorter than 40 + 4 x count +
+ * height x source stride: IMGERR_DIBSIZE. Then IMGERR_NOMEMORY, or IMGERR_LOCKMEMORY when the
+ * result cannot be locked. On success the source keeps its lock; every failure unlocks it.
+ */
 VXAPI HDIB VXCALL Convert8to24(HDIB dib);
 
 /* Pastes device bitmap hSrc into *phDest at (x, y): opaque, or OR'ed when
@@ -765,10 +783,27 @@ VXAPI BOOL VXCALL CombineBMP(int x, int y, HBITMAP *phDest, HBITMAP hSrc,
 VXAPI BOOL VXCALL CombineDIB(int x, int y, HDIB *phDest, HDIB hSrc,
                              HDIB hMask, BOOL altMode);
 
-/* Applies brightness and contrast (percent, -100..100; 32-bit arguments read
-   as signed 16-bit) to a 4/8-bit colour table or every 24-bit byte, into a
-   new DIB. Clears the module code; on failure returns NULL with an IMGERR_
-   code there. */
+/*
+ * Applies brightness b and contrast c (percent, -100..100; 32-bit arguments read as signed
+ * 16-bit) through one level table, into a new DIB: p = b x 128 / 100, q = c x 128 / 100
+ * (truncated); level i becomes trunc(x x (c + 100) x 0.01 - q) clamped to 0..255, with
+ * x = i + p clamped to 0..255 (computed exactly in integers; equal to the double-precision
+ * arithmetic at every setting). 4/8-bit: blue, green and red of each of the biClrUsed (else
+ * 16/256) entries mapped, the fourth byte and the pixels kept. 24-bit: 3 x biWidth bytes
+ * mapped in each of biHeight rows, rows advancing by the 24-bit stride kept to 16 bits (so
+ * they overlap past 21844 pixels), padding 0, bytes past the result's pixel area dropped.
+ * Other depths: header and table copied, pixels 0. Block: 40 + 4 x count + image bytes
+ * (biSizeImage, or when 0 stride x biHeight, which the result's header then carries); the
+ * allocation is tried twice.
+ * Clears the module code; on failure returns NULL with, in this order: dib NULL:
+ * IMGERR_PARAMETER; not lockable: IMGERR_LOCKMEMORY; a block under 40 bytes or biSize not 40:
+ * IMGERR_PARAMETER; compressed: IMGERR_COMPRESSED; 1 bit: IMGERR_BITCOUNT; biWidth or
+ * biHeight 0 in its low 16 bits: IMGERR_DIBSIZE; b or c outside -100..100: IMGERR_PARAMETER.
+ * Decided here: a negative biWidth or biHeight, a computed image size of 2^32 bytes or more,
+ * or a block shorter than header, table and image bytes: IMGERR_DIBSIZE. Then
+ * IMGERR_NOMEMORY, or IMGERR_LOCKMEMORY (the new block freed). On success the source keeps
+ * its lock; every failure unlocks it.
+ */
 VXAPI HDIB VXCALL ColorBrightnessContrast(HDIB dib, int brightness,
                                           int contrast);
 

@@ -1,0 +1,180 @@
+// Convert8to24 and ColorBrightnessContrast against models written from the documented steps
+// (16-bit widths, strides and pixel offsets, the unbounded table index, the level table in
+// double precision): whole result blocks compared byte for byte, and the refusals in order.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tone_dibs.hpp"
+
+using namespace vxtest;
+using namespace vxtest::tone;
+
+namespace {
+
+int ByteAt(const Bytes& b, int64_t at) { return at >= 0 && uint64_t(at) < b.size() ? b[size_t(at)] : 0; }
+
+Bytes Expand24Model(const Bytes& src) {
+    const int16_t w = int16_t(GetU32(src, 4)), h = int16_t(GetU32(src, 8)), used = int16_t(GetU32(src, 32));
+    const int64_t pixels = 40 + 4 * (used ? used : 256);
+    const auto srcStride = uint16_t((GetU16(src, 14) * w + 31) / 32 * 4);
+    const auto outStride = uint16_t((w * 24 + 31) / 32 * 4);
+    Bytes out(size_t(40 + h * outStride), 0);
+    std::copy(src.begin(), src.begin() + 40, out.begin());
+    PutU32(out, 12, 1 | 24 << 16);
+    PutU32(out, 20, uint32_t(h * outStride));
+    PutU32(out, 32, 0);
+    PutU32(out, 36, 0);
+    for (int64_t y = 0; y < h; ++y)
+        for (int64_t x = 0; x < w; ++x) {
+            const int index = ByteAt(src, pixels + y * srcStride + x);
+            const int64_t at = 40 + y * outStride + int16_t(3 * x);
+            for (int64_t k = at < 0 ? -at : 0; k < 3 && at + k < int64_t(out.size()); ++k)
+                out[size_t(at + k)] = uint8_t(ByteAt(src, 40 + 4 * index + k));
+        }
+    return out;
+}
+
+int Level(int i, int b, int c) {
+    const int x = std::clamp(i + b * 128 / 100, 0, 255);
+    double v = double(x) * (c + 100);
+    v = v * 0.01;
+    v = v - c * 128 / 100;
+    return v > 255 ? 255 : v <= 0 ? 0 : int(v);
+}
+
+Bytes BrightnessModel(const Bytes& src, int brightness, int contrast) {
+    const int b = int16_t(brightness), c = int16_t(contrast), bits = GetU16(src, 14);
+    const int64_t w = int32_t(GetU32(src, 4)), h = int32_t(GetU32(src, 8));
+    const size_t n = GetU32(src, 32) ? GetU32(src, 32) : bits == 4 ? 16 : bits == 8 ? 256 : 0, pixels = 40 + 4 * n;
+    const uint32_t image = GetU32(src, 20) ? GetU32(src, 20) : uint32_t((bits * w + 31) / 32 * 4 * h);
+    Bytes out(pixels + image, 0);
+    std::copy(src.begin(), src.begin() + int64_t(pixels), out.begin());
+    PutU32(out, 20, image);
+    if (bits == 4 || bits == 8) {
+        for (size_t i = 40; i < pixels; ++i) out[i] = i % 4 == 3 ? src[i] : uint8_t(Level(src[i], b, c));
+        std::copy(src.begin() + int64_t(pixels), src.begin() + int64_t(pixels + image), out.begin() + int64_t(pixels));
+    }
+    const uint16_t stride = uint16_t((w * 24 + 31) / 32 * 4);
+    for (int64_t y = 0; bits == 24 && y < h; ++y)
+        for (int64_t k = 0, at = int64_t(pixels) + y * stride; k < 3 * w; ++k, ++at)
+            if (at < int64_t(out.size())) out[size_t(at)] = uint8_t(Level(ByteAt(src, at), b, c));
+    return out;
+}
+
+TEST(Convert8to24, MatchesTheModelForEverySizeAndTableLength) {
+    uint32_t seed = 10;
+    for (uint16_t bits : {8, 2, 16, 32})
+        for (uint32_t used : {0u, 2u, 17u, 0x10000u})  // 2: indices past the table; 0x10000: 256 entries
+            for (int w : {1, 2, 3, 4, 5, 7, 8, 9, 13, 31, 33})
+                for (int h : {1, 2, 5}) {
+                    const Bytes src = RandomDib(Shape(w, h, bits, used), ++seed, -1, used % 0x10000 ? used : 256);
+                    SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used);
+                    const Outcome o = CallOn(src, Convert8to24);
+                    ASSERT_EQ(o.code, IMGERR_SUCCESS);
+                    ASSERT_EQ(o.result, Expand24Model(src));
+                    EXPECT_TRUE(o.sourceUnchanged);
+                    EXPECT_TRUE(o.sourceLocked) << "the source keeps its lock on success";
+                }
+}
+
+// 65537 columns are one column; rows over 32767 bytes wrap back over earlier rows and the
+// header; at 21845 columns the result stride is 0; 65539 rows are 3.
+TEST(Convert8to24, SixteenBitArithmeticOfWideImages) {
+    const int32_t sizes[][3] = {{65537, 3, 3}, {10923, 2, 2}, {10924, 2, 2}, {11000, 3, 3},
+                                {21845, 2, 2}, {30000, 2, 2}, {5, 65539, 3}};
+    for (const auto& s : sizes) {
+        Bytes src = RandomDib(Shape(int16_t(s[0]), s[2], 8), uint32_t(s[0]));
+        PutU32(src, 4, uint32_t(s[0]));
+        PutU32(src, 8, uint32_t(s[1]));
+        SCOPED_TRACE(testing::Message() << s[0] << "x" << s[1]);
+        const Outcome o = CallOn(src, Convert8to24);
+        ASSERT_EQ(o.code, IMGERR_SUCCESS);
+        ASSERT_EQ(o.result, Expand24Model(src));
+    }
+}
+
+TEST(Convert8to24, RefusalsInTheirOrder) {
+    const auto call = [](HDIB d) { return Convert8to24(d); };
+    ExpectRefusal("block under 40 bytes", Truncated(RandomDib(Shape(4, 4, 8), 1), 39), IMGERR_PARAMETER, call);
+    ExpectRefusal("biSize 12", Patched(Shape(4, 4, 8), 0, 12), IMGERR_PARAMETER, call);
+    ExpectRefusal("compressed 24-bit", Patched(Shape(4, 4, 24), 16, 1), IMGERR_COMPRESSED, call);
+    ExpectRefusal("1-bit, before the size", RandomDib(Shape(0, 4, 1), 1), IMGERR_BITCOUNT, call);
+    ExpectRefusal("4-bit", RandomDib(Shape(4, 4, 4), 1), IMGERR_BITCOUNT, call);
+    ExpectRefusal("24-bit, before the size", RandomDib(Shape(0, 4, 24), 1), 31, call);
+    ExpectRefusal("width 65536 is 0", RandomDib(Shape(65536, 4, 8), 1, 0), IMGERR_DIBSIZE, call);
+    ExpectRefusal("height 0", RandomDib(Shape(4, 0, 8), 1), IMGERR_DIBSIZE, call);
+    ExpectRefusal("width 40000 is negative", RandomDib(Shape(40000, 1, 8), 1, 0), IMGERR_DIBSIZE, call);
+    ExpectRefusal("negative height", RandomDib(Shape(4, -4, 8), 1, 4), IMGERR_DIBSIZE, call);
+    ExpectRefusal("colour count 40000 is negative", RandomDib(Shape(4, 4, 8, 40000), 1, 4, 256), IMGERR_DIBSIZE, call);
+    ExpectRefusal("block one byte short", Truncated(RandomDib(Shape(7, 5, 8), 1), 1103), IMGERR_DIBSIZE, call);
+    ExpectBadHandlesRefused(call);
+}
+
+// Every level at every setting, through a colour table and through 24-bit pixels.
+TEST(ColorBrightnessContrast, LevelsMatchTheDoublePrecisionFormulaForEverySetting) {
+    Bytes paletted = RandomDib(Shape(1, 1, 8), 1), trueColour = RandomDib(Shape(86, 1, 24), 1);
+    for (size_t i = 0; i < 256; ++i) paletted[41 + 4 * i] = trueColour[40 + i] = uint8_t(i);
+    Block in[2] = {Block(BlockFrom(paletted)), Block(BlockFrom(trueColour))};
+    for (int b = -100; b <= 100; ++b)
+        for (int c = -100; c <= 100; ++c)
+            for (int k = 0; k < 2; ++k) {
+                Block out(ColorBrightnessContrast(in[k].get(), b, c));
+                GlobalUnlock(in[k].get());  // the export keeps the source locked
+                const Bytes res = BlockBytes(out.get());
+                ASSERT_FALSE(res.empty());
+                for (size_t i = 0; i < 256; ++i)
+                    ASSERT_EQ(res[k ? 40 + i : 41 + 4 * i], Level(int(i), b, c)) << b << ", " << c << " at " << i;
+            }
+    for (int i = 0; i < 256; ++i) {  // the documented corners
+        EXPECT_EQ(Level(i, 0, 0), i);
+        EXPECT_EQ(Level(i, 100, 0), std::min(i + 128, 255));
+        EXPECT_EQ(Level(i, 0, -100), 128);
+    }
+}
+
+// biSizeImage as stored, 0 (computed and stored) or too small for the rows; 24-bit widths
+// whose 16-bit stride wraps, so that rows overlap (21845: they coincide).
+TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
+    uint32_t seed = 40;
+    const int settings[][2] = {{0, 0}, {37, -12}, {-100, 100}, {65536 + 20, -65536 - 50}};
+    for (uint16_t bits : {4, 8, 24, 16, 32, 2})
+        for (uint32_t used : {0u, 5u})
+            for (int w : {1, 2, 3, 5, 8, 9, 13, 33, 21844, 21845, 21846, 30000})
+                for (int h : {1, 2, 5})
+                    for (uint32_t sizeImage : {0xFFFFFFFFu, 0u, 1u})
+                        for (const auto& s : settings) {
+                            if (w > 64 && (bits != 24 || used != 0 || s[0] != 37)) continue;
+                            Header hd = Shape(w, h, bits, used);
+                            hd.sizeImage = sizeImage;
+                            const Bytes src = RandomDib(hd, ++seed);
+                            SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used
+                                                            << " sizeImage " << sizeImage << " setting " << s[0]);
+                            const auto call = [&](HDIB d) { return ColorBrightnessContrast(d, s[0], s[1]); };
+                            const Outcome o = CallOn(src, call);
+                            ASSERT_EQ(o.code, IMGERR_SUCCESS);
+                            ASSERT_EQ(o.result, BrightnessModel(src, s[0], s[1]));
+                            EXPECT_TRUE(o.sourceUnchanged);
+                            EXPECT_TRUE(o.sourceLocked);
+                        }
+}
+
+TEST(ColorBrightnessContrast, RefusalsInTheirOrder) {
+    const auto call = [](int b, int c) { return [b, c](HDIB d) { return ColorBrightnessContrast(d, b, c); }; };
+    ExpectRefusal("block under 40 bytes", Truncated(RandomDib(Shape(4, 4, 8), 1), 39), IMGERR_PARAMETER, call(0, 0));
+    ExpectRefusal("biSize 108", Patched(Shape(4, 4, 8), 0, 108), IMGERR_PARAMETER, call(0, 0));
+    ExpectRefusal("compressed 1-bit", Patched(Shape(4, 4, 1), 16, 2), IMGERR_COMPRESSED, call(0, 0));
+    ExpectRefusal("1-bit, before size and settings", RandomDib(Shape(0, 4, 1), 1), IMGERR_BITCOUNT, call(500, 0));
+    ExpectRefusal("width 65536, before settings", RandomDib(Shape(65536, 1, 8), 1, 0), IMGERR_DIBSIZE, call(101, 0));
+    ExpectRefusal("height 0", RandomDib(Shape(4, 0, 24), 1), IMGERR_DIBSIZE, call(0, 0));
+    ExpectRefusal("brightness 101", RandomDib(Shape(4, 4, 8), 1), IMGERR_PARAMETER, call(101, 0));
+    ExpectRefusal("brightness -101", RandomDib(Shape(4, 4, 24), 1), IMGERR_PARAMETER, call(-101, 0));
+    ExpectRefusal("contrast 101", RandomDib(Shape(4, 4, 4), 1), IMGERR_PARAMETER, call(0, 101));
+    ExpectRefusal("16-bit brightness -32668", RandomDib(Shape(4, 4, 4), 1), IMGERR_PARAMETER, call(32868, 65535));
+    ExpectRefusal("negative height", RandomDib(Shape(4, -4, 8), 1, 4), IMGERR_DIBSIZE, call(0, 0));
+    ExpectRefusal("one byte short", Truncated(RandomDib(Shape(7, 5, 24), 1), 159), IMGERR_DIBSIZE, call(0, 0));
+    ExpectRefusal("short of biSizeImage", Patched(Shape(4, 4, 8), 20, 17), IMGERR_DIBSIZE, call(0, 0));
+    ExpectBadHandlesRefused(call(0, 0));
+}
+
+}  // namespace
