@@ -725,19 +725,90 @@ VXAPI HDIB VXCALL ConvMonoDIBtoGrayscale(HDIB dib, int mode);
 /* Tone: convolution filters                                                 */
 /* ------------------------------------------------------------------------ */
 
-/* Filters an 8-bit DIB with an n x n kernel (size 3..7): type 1 kernel from
-   `kernel` (n*n weights + divisor, 32-bit), 2 from `kernelFile`, 3 mean,
-   4 smoothing, 5/6 sharpening. In place (newDib 0, returns dib) or into a
-   new DIB; output gets a gray ramp. NULL on failure; reports through *error
-   only (0 on entry). */
+/*
+ * Filters an 8-bit DIB with an n x n kernel, n = `size` 3..7, the pixel bytes read as gray
+ * levels. newDib 0 filters in place and returns dib; non-zero returns a new DIB.
+ *
+ * Kernels. type 1: `kernel` holds n*n weights and a divisor (32-bit); type 2: the file
+ * `kernelFile` holds the same entries, little-endian, read from its start (a file shorter than
+ * n*n*4 + 4 bytes, or empty, is read as far as it goes and the missing entries are 0; bytes
+ * after the kernel are ignored). Entry i*n + j is matrix row j, column i, and output pixel
+ * (y, x) = sum of m[a][b] * pixel(y + n/2 - a, x + n/2 - b), y and x counted in stored rows
+ * (bottom up) and columns: a reflected convolution, with the outermost rows and columns
+ * repeated beyond the image for every kernel size (the two outermost columns of 5 x 5 and
+ * larger kernels included). Weights must satisfy |w| <= 127 with the positive weights summing
+ * to at most 127 and the negative ones to at least -127. Divisor 0 becomes (positive sum -
+ * negative magnitude sum), or 1 when that is 0; a negative divisor is negated together with
+ * every weight (INT_MIN stays negative, and every quotient is then 0).
+ * Built-in kernels (divisor, then weights):
+ *   3 mean, any size: n*n; all weights 1.
+ *   4 smoothing: n 3: 16; 1 2 1 / 2 4 2 / 1 2 1. n 4: 64; the binomial 1 3 3 1 x 1 3 3 1.
+ *     n 5: 44; 0 1 1 1 0 / 1 2 4 2 1 / 1 4 8 4 1 / 1 2 4 2 1 / 0 1 1 1 0.
+ *   5 sharpening, n 3..5: 1; the type 4 weights negated, except the centre, which is 1 plus
+ *     their sum: 13 (n 3), 56 (n 4), 37 (n 5).
+ *   6 sharpening, n 3..5: 1; every weight -1 except the centre, n*n (9, 16, 25).
+ * The centre of a 4 x 4 kernel is matrix cell (2, 2), the one that meets the pixel itself.
+ * Sizes 6 and 7 exist for types 1 and 3 only.
+ *
+ * Each sum is clamped to 0..255 first when the kernel has both positive and negative weights
+ * (types 1, 2) or sharpens (5, 6); it is then shifted right for the divisors 1, 2, 4 .. 64
+ * (negative sums round down) or divided truncating toward zero, and its low 8 bits are
+ * stored (without the clamp a quotient above 255 wraps).
+ *
+ * The colour table becomes 256 gray entries (i, i, i, 0) written after the header whatever
+ * biClrUsed says: a shorter declared table is overrun into the pixel rows (in place, before
+ * they are read), and nothing is written past the block. A new DIB is 40 + (biClrUsed * 4, or
+ * 1024 when 0) + (biSizeImage, or stride * height when 0) bytes, zero-filled, with the 40
+ * header bytes copied unchanged and its rows after the table; rows past a short biSizeImage
+ * are dropped.
+ *
+ * Reports through *error only (set to IMGERR_SUCCESS on entry; the module code is never
+ * touched), in this order: dib NULL: IMGERR_PARAMETER; not lockable: IMGERR_LOCKMEMORY; block
+ * under 40 bytes or biSize not 40: IMGERR_PARAMETER; biCompression not 0: IMGERR_COMPRESSED;
+ * biBitCount not 8: IMGERR_BITCOUNT; biWidth, then biHeight, 0 or negative, or a block smaller
+ * than its header, table and rows: IMGERR_DIBSIZE; type outside 1..6, type 1 without kernel,
+ * type 2 without kernelFile, size outside 3..7, size 6 or 7 with type other than 1 or 3, a
+ * kernel file that cannot be opened, weights outside the limits: IMGERR_PARAMETER; working
+ * rows or the new DIB not to be had: IMGERR_NOMEMORY. Every failure returns NULL with dib
+ * unchanged and unlocked. A NULL error pointer is allowed: the call runs the same and reports
+ * nothing.
+ */
 VXAPI HDIB VXCALL Convolve(HDIB dib, BOOL newDib, int type, int size,
                            LPCSTR kernelFile, const int *kernel, DWORD *error);
 
-/* Filters a 24-bit DIB through its gray values (grayMode 1 weighted, else
-   average) and adds the change to blue, green and red alike. `type` is a
-   16-bit argument (1..6); `size` is 32-bit, read as signed 16-bit (3..7);
-   caller kernels use 16-bit entries. NULL on failure; reports through
-   *error only (0 on entry). */
+/*
+ * Filters a 24-bit DIB through its brightness, keeping hue: each pixel's gray level, with
+ * grayMode 1 (8 B + 15 G + 3 R) / 26 and with any other value (B + G + R) / 3, is filtered
+ * as Convolve filters an 8-bit image (same built-in kernels, size rules, transposed caller
+ * kernels, weight limits, divisor rules and edge repetition), but no sum is clamped before
+ * its division. delta = filtered - gray (16-bit) is then added to the blue, green and red
+ * bytes alike, each clamped to 0..255. newDib 0 filters in place and returns dib; non-zero
+ * returns a new DIB.
+ *
+ * `type` is 16-bit (1..6) and `size` is read as its low 16 bits, signed (3..7). Caller kernels
+ * have 16-bit entries: `kernel` holds n*n weights and a divisor; `kernelFile` the same,
+ * little-endian, n*n*2 + 2 bytes read from its start; a shorter or empty file is read as far
+ * as it goes, the rest being 0 (a file cut inside an entry keeps that entry's low byte). A
+ * divisor of -32768 stays negative after negation, and every quotient is then 0. Type 4 with
+ * size 4 uses the 4 x 4 binomial over 64.
+ *
+ * A new DIB is 40 + (biSizeImage, or stride * height when 0) bytes, zero-filled, with the 40
+ * header bytes copied and the rows straight after them (a colour-table count in a 24-bit
+ * header is copied but given no room); rows past a short biSizeImage are dropped. Source rows
+ * are read after the header and its biClrUsed entries.
+ *
+ * Reports through *error only (0 on entry; the module code is never touched), in this order:
+ * dib NULL: IMGERR_PARAMETER; not lockable: IMGERR_LOCKMEMORY; block under 40 bytes or biSize
+ * not 40: IMGERR_PARAMETER; biCompression not 0: IMGERR_COMPRESSED; biBitCount not 24:
+ * IMGERR_BITCOUNT; the low 16 bits of biWidth 0 (so 65536 is refused) or biHeight 0, a
+ * negative width or height, or a block smaller than its header, table and rows:
+ * IMGERR_DIBSIZE; type outside 1..6, type 2 without kernelFile, type 1 without kernel, size
+ * outside 3..7, size 6 or 7 with type other than 1 or 3, a kernel file that cannot be opened,
+ * weights outside the limits: IMGERR_PARAMETER; working rows or the new DIB not to be had
+ * (the new DIB is tried twice): IMGERR_NOMEMORY. Every failure returns NULL with dib
+ * unchanged and unlocked. A NULL error pointer is allowed: the call runs the same and reports
+ * nothing.
+ */
 VXAPI HDIB VXCALL ColorConvolution(HDIB dib, BOOL newDib, int grayMode,
                                    short type, int size, LPCSTR kernelFile,
                                    const short *kernel, DWORD *error);

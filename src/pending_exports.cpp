@@ -18,8 +18,6 @@ VXAPI HBITMAP VXCALL DuplicateBitmap(HBITMAP bitmap) { return 0; }
 VXAPI HPALETTE VXCALL GetCurrentPalette(void) { return 0; }
 VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table) { return 0; }
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio) { return 0; }
-VXAPI HDIB VXCALL Convolve(HDIB dib, BOOL newDib, int type, int size, LPCSTR kernelFile, const int *kernel, DWORD *error) { return 0; }
-VXAPI HDIB VXCALL ColorConvolution(HDIB dib, BOOL newDib, int grayMode, short type, int size, LPCSTR kernelFile, const short *kernel, DWORD *error) { return 0; }
 VXAPI BOOL VXCALL CombineBMP(int x, int y, HBITMAP *phDest, HBITMAP hSrc, HBITMAP hMask, BOOL altMode) { return 0; }
 VXAPI BOOL VXCALL CombineDIB(int x, int y, HDIB *phDest, HDIB hSrc, HDIB hMask, BOOL altMode) { return 0; }
 VXAPI HDIB VXCALL DitherFS4(HDIB dib, int depth) { return 0; }

@@ -1,0 +1,152 @@
+// color_convolve.cpp - ColorConvolution: the filters of Convolve applied to a 24-bit DIB through
+// its brightness, so that hue is kept.
+//
+// Method. Each pixel is reduced to a gray level: (8 B + 15 G + 3 R) / 26 in gray mode 1, the
+// plain average (B + G + R) / 3 in any other mode. (Blue weighs 8 and red 3 here, the reverse
+// of the grayscale conversion; callers' images have always been filtered this way.) The gray
+// image runs through the same kernel ring as Convolve, with the same built-in kernels, size
+// rules, transposed caller kernels, divisor rules and edge repetition, except that a caller
+// kernel's entries are 16-bit (n x n weights and a divisor, in memory or in a file of exactly
+// n * n * 2 + 2 bytes) and that no sum is ever clamped before its division. The change the
+// filter made to a pixel's gray level, delta = filtered - gray, is then added to its blue,
+// green and red bytes alike, each clamped to 0 ... 255: brightness structure is smoothed or
+// sharpened, colour is left alone. The ring keeps each row's unfiltered gray levels beside its
+// sums, so each source row is converted once.
+//
+// Quirks kept. The width check looks at the low 16 bits of biWidth only, so a width of 65536
+// is refused as a size. A new DIB is 40 + biSizeImage bytes (or 40 + stride * height when 0)
+// with the source's 40 header bytes and the rows straight after them: a colour-table count in a
+// 24-bit header is copied but given no room, and rows a short biSizeImage leaves no room for
+// are dropped. A kernel file shorter than its kernel is read as far as it goes, the rest of the
+// entries being 0. Every outcome goes to the caller's error word only; the module error code is
+// never touched.
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+#include "vexora.h"
+
+#include "dib_layout.hpp"
+#include "dib_result.hpp"
+#include "guards.hpp"
+#include "tone/kernel_filter.hpp"
+
+namespace vx::tone {
+namespace {
+
+// The row loops. Gray levels of a row of blue, green, red pixels:
+template <bool Weighted>
+VX_TONE_INLINE void GrayBody(const uint8_t* __restrict from, int16_t* __restrict gray, size_t n) {
+    for (size_t x = 0; x < n; ++x) {
+        const unsigned b = from[3 * x], g = from[3 * x + 1], r = from[3 * x + 2];
+        gray[x] = static_cast<int16_t>(Weighted ? (8 * b + 15 * g + 3 * r) / 26 : (b + g + r) / 3);
+    }
+}
+
+VX_TONE_INLINE uint8_t ClampByte(int v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
+
+// The filtered row: each pixel's three bytes moved by the change of its gray level.
+VX_TONE_INLINE void ShiftBody(const Divider& d, const int16_t* sums, const int16_t* gray,
+                              const uint8_t* __restrict from, uint8_t* __restrict out, size_t n) {
+    ForEachQuotient(d, false, sums, n, [=](size_t x, int16_t q) {
+        const int delta = static_cast<int16_t>(q - gray[x]);
+        out[3 * x] = ClampByte(from[3 * x] + delta);
+        out[3 * x + 1] = ClampByte(from[3 * x + 1] + delta);
+        out[3 * x + 2] = ClampByte(from[3 * x + 2] + delta);
+    });
+}
+
+struct RowLoops {
+    void (*gray)(const uint8_t*, int16_t*, size_t);
+    void (*shift)(const Divider&, const int16_t*, const int16_t*, const uint8_t*, uint8_t*, size_t);
+};
+
+template <bool Weighted>
+void GrayBaseline(const uint8_t* from, int16_t* gray, size_t n) { GrayBody<Weighted>(from, gray, n); }
+template <bool Weighted>
+VX_TONE_AVX2 void GrayAvx2(const uint8_t* from, int16_t* gray, size_t n) { GrayBody<Weighted>(from, gray, n); }
+void ShiftBaseline(const Divider& d, const int16_t* sums, const int16_t* gray, const uint8_t* from, uint8_t* out,
+                   size_t n) {
+    ShiftBody(d, sums, gray, from, out, n);
+}
+VX_TONE_AVX2 void ShiftAvx2(const Divider& d, const int16_t* sums, const int16_t* gray, const uint8_t* from,
+                            uint8_t* out, size_t n) {
+    ShiftBody(d, sums, gray, from, out, n);
+}
+
+RowLoops SelectRowLoops(bool weighted) {
+    if (CurrentVectorLevel() == VectorLevel::kAvx2) return {weighted ? GrayAvx2<true> : GrayAvx2<false>, ShiftAvx2};
+    return {weighted ? GrayBaseline<true> : GrayBaseline<false>, ShiftBaseline};
+}
+
+template <typename Fail>
+HDIB ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, int size, const char* kernelFile,
+                      const int16_t* kernel, Fail fail) {
+    if (dib == nullptr) return fail(IMGERR_PARAMETER);
+    BlockLock source(dib);
+    if (!source) return fail(IMGERR_LOCKMEMORY);
+    uint8_t* src = source.data();
+    if (source.size() < kInfoHeaderSize || LoadU32(src + bih::kSize) != kInfoHeaderSize)
+        return fail(IMGERR_PARAMETER);
+    if (LoadU32(src + bih::kCompression) != 0) return fail(IMGERR_COMPRESSED);
+    if (LoadU16(src + bih::kBitCount) != 24) return fail(IMGERR_BITCOUNT);
+    const int32_t w = LoadI32(src + bih::kWidth), h = LoadI32(src + bih::kHeight);
+    if ((w & 0xFFFF) == 0 || h == 0) return fail(IMGERR_DIBSIZE);
+    // Negative sizes (top-down rows) have no defined filtering: refused like zero ones.
+    if (w < 0 || h < 0) return fail(IMGERR_DIBSIZE);
+    const DibLayout layout = *InspectDib(src, source.size());
+    if (!layout.holdsPixels()) return fail(IMGERR_DIBSIZE);
+
+    Kernel k;
+    if (const int code = PrepareKernel<int16_t>(type, size, kernelFile, kernel, k); code != IMGERR_SUCCESS)
+        return fail(code);
+
+    const auto width = static_cast<uint64_t>(w), height = layout.rows, stride = layout.stride;
+    if (!RingFits(width, k.size)) return fail(IMGERR_NOMEMORY);
+    KernelRing ring(k, width, height);
+    std::vector<uint8_t> row(static_cast<size_t>(width) * 3);
+
+    std::optional<NewDib> result;
+    uint8_t* dst = src;
+    uint64_t dstBytes = source.size(), dstPixels = layout.pixelOffset;
+    if (newDib) {
+        const uint64_t image = layout.sizeImage != 0 ? layout.sizeImage : stride * height;
+        result = AllocateDibLike(src, kInfoHeaderSize, image, 0, /*retry=*/true);
+        if (!result) return fail(IMGERR_NOMEMORY);
+        dst = result->data();
+        dstBytes = kInfoHeaderSize + image;
+        dstPixels = kInfoHeaderSize;
+    }
+
+    const Divider divider = MakeDivider(k.divisor);
+    const RowLoops loops = SelectRowLoops(grayMode == 1);
+    const uint8_t* pixels = src + layout.pixelOffset;
+    ring.run([&](uint64_t y, int16_t* gray) { loops.gray(pixels + y * stride, gray, width); },
+             [&](uint64_t y, const int16_t* sums, const int16_t* gray) {
+                 loops.shift(divider, sums, gray, pixels + y * stride, row.data(), width);
+                 const uint64_t at = dstPixels + y * stride;
+                 if (at < dstBytes) StoreClipped(dst + at, row.data(), width * 3, dstBytes - at);
+             });
+
+    if (!result) return dib;
+    return result->release();
+}
+
+}  // namespace
+}  // namespace vx::tone
+
+extern "C" VXAPI HDIB VXCALL ColorConvolution(HDIB dib, BOOL newDib, int grayMode, short type, int size,
+                                              LPCSTR kernelFile, const short* kernel, DWORD* error) {
+    if (error != nullptr) *error = IMGERR_SUCCESS;
+    const auto fail = [error](int code) -> HDIB {
+        if (error != nullptr) *error = static_cast<DWORD>(code);
+        return nullptr;
+    };
+    return vx::ExportGuard(
+        [&] {
+            return vx::tone::ColorConvolveDib(dib, newDib, grayMode, type, static_cast<int16_t>(size), kernelFile,
+                                              kernel, fail);
+        },
+        [&] { return fail(IMGERR_NOMEMORY); });
+}

@@ -1,0 +1,149 @@
+// convolve.cpp - Convolve: an 8-bit DIB filtered with a square kernel of 3 to 7 pixels, in place
+// or into a new DIB, the pixel bytes read as gray levels.
+//
+// Method. The kernel is a caller's (n x n 32-bit weights and a divisor, from memory or from a
+// file of exactly those little-endian entries) or a built-in one: mean, smoothing and two
+// sharpening kernels (see kernel_filter.cpp). Caller kernels are loaded transposed, element
+// i * n + j going to matrix row j, column i, and applied as a true convolution: output pixel
+// (y, x) is the sum of weight[a][b] * pixel(y + n/2 - a, x + n/2 - b) over the matrix, y and x
+// being stored row and column, with the outermost rows and columns repeated beyond the edges
+// (for every size: the old workers' fixed sums at the two outermost columns of the larger
+// kernels are not reproduced). The kernel ring shared with ColorConvolution reads each source
+// row once and emits each output row as soon as its last source row is in, so that filtering
+// in place never reads a row it has already written.
+//
+// Each sum is then divided: clamped to 0 ... 255 first when the kernel mixes signs or is a
+// sharpening kernel (before the division, deliberately, so that a sum of 300 over 2 gives 127),
+// shifted right for the divisors 1, 2, 4 ... 64 (negative sums round down there) and divided
+// truncating toward zero otherwise. The low 8 bits are stored: without the clamp a quotient
+// above 255 wraps. The result's colour table becomes a gray ramp.
+//
+// Quirks kept. The ramp is always 256 entries written at the colour table's place, whatever
+// biClrUsed says: a table declared shorter is overrun into the pixel rows (in place, before
+// they are read) and everything past the block's end is dropped. A new DIB is sized as 40 +
+// the table (biClrUsed * 4, or 1024) + biSizeImage (or stride * height when 0), carries the
+// source's 40 header bytes unchanged, and drops rows that a short biSizeImage leaves no room
+// for. All outcomes go to the caller's error word, never to the module error code.
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+#include "vexora.h"
+
+#include "dib_layout.hpp"
+#include "dib_result.hpp"
+#include "guards.hpp"
+#include "tone/kernel_filter.hpp"
+
+namespace vx::tone {
+namespace {
+
+constexpr uint64_t kRampEntries = 256;
+
+// The gray ramp over the colour table at `table`, clipped to the `room` bytes the block has.
+void WriteGrayRamp(uint8_t* table, uint64_t room) {
+    uint8_t ramp[kRampEntries * 4];
+    for (uint64_t i = 0; i < kRampEntries; ++i) {
+        const auto v = static_cast<uint8_t>(i);
+        ramp[4 * i] = ramp[4 * i + 1] = ramp[4 * i + 2] = v;
+        ramp[4 * i + 3] = 0;
+    }
+    StoreClipped(table, ramp, sizeof ramp, room);
+}
+
+// The row loops: source bytes into values, quotients into result bytes (low 8 bits).
+VX_TONE_INLINE void WidenBody(const uint8_t* __restrict from, int16_t* __restrict values, size_t n) {
+    for (size_t x = 0; x < n; ++x) values[x] = from[x];
+}
+VX_TONE_INLINE void BytesBody(const Divider& d, bool clamp, const int16_t* sums, uint8_t* __restrict out, size_t n) {
+    ForEachQuotient(d, clamp, sums, n, [out](size_t x, int16_t q) { out[x] = static_cast<uint8_t>(q); });
+}
+
+struct RowLoops {
+    void (*widen)(const uint8_t*, int16_t*, size_t);
+    void (*bytes)(const Divider&, bool, const int16_t*, uint8_t*, size_t);
+};
+
+void WidenBaseline(const uint8_t* from, int16_t* values, size_t n) { WidenBody(from, values, n); }
+VX_TONE_AVX2 void WidenAvx2(const uint8_t* from, int16_t* values, size_t n) { WidenBody(from, values, n); }
+void BytesBaseline(const Divider& d, bool clamp, const int16_t* sums, uint8_t* out, size_t n) {
+    BytesBody(d, clamp, sums, out, n);
+}
+VX_TONE_AVX2 void BytesAvx2(const Divider& d, bool clamp, const int16_t* sums, uint8_t* out, size_t n) {
+    BytesBody(d, clamp, sums, out, n);
+}
+
+RowLoops SelectRowLoops() {
+    if (CurrentVectorLevel() == VectorLevel::kAvx2) return {WidenAvx2, BytesAvx2};
+    return {WidenBaseline, BytesBaseline};
+}
+
+template <typename Fail>
+HDIB ConvolveDib(HDIB dib, BOOL newDib, int type, int size, const char* kernelFile, const int32_t* kernel,
+                 Fail fail) {
+    if (dib == nullptr) return fail(IMGERR_PARAMETER);
+    BlockLock source(dib);
+    if (!source) return fail(IMGERR_LOCKMEMORY);
+    uint8_t* src = source.data();
+    if (source.size() < kInfoHeaderSize || LoadU32(src + bih::kSize) != kInfoHeaderSize)
+        return fail(IMGERR_PARAMETER);
+    if (LoadU32(src + bih::kCompression) != 0) return fail(IMGERR_COMPRESSED);
+    if (LoadU16(src + bih::kBitCount) != 8) return fail(IMGERR_BITCOUNT);
+    // Negative sizes (top-down rows) have no defined filtering: refused like zero ones.
+    if (LoadI32(src + bih::kWidth) <= 0 || LoadI32(src + bih::kHeight) <= 0) return fail(IMGERR_DIBSIZE);
+    const DibLayout layout = *InspectDib(src, source.size());
+    if (!layout.holdsPixels()) return fail(IMGERR_DIBSIZE);
+
+    Kernel k;
+    if (const int code = PrepareKernel<int32_t>(type, size, kernelFile, kernel, k); code != IMGERR_SUCCESS)
+        return fail(code);
+
+    const auto width = static_cast<uint64_t>(layout.width), height = layout.rows, stride = layout.stride;
+    if (!RingFits(width, k.size)) return fail(IMGERR_NOMEMORY);
+    KernelRing ring(k, width, height);
+    std::vector<uint8_t> row(static_cast<size_t>(width));
+
+    // The destination: the source itself, or a new block laid out as the header says.
+    std::optional<NewDib> result;
+    uint8_t* dst = src;
+    uint64_t dstBytes = source.size(), dstPixels = layout.pixelOffset;
+    if (newDib) {
+        const uint64_t table = layout.colorCount * uint64_t{4};
+        const uint64_t image = layout.sizeImage != 0 ? layout.sizeImage : stride * height;
+        result = AllocateDibLike(src, kInfoHeaderSize, table + image);
+        if (!result) return fail(IMGERR_NOMEMORY);
+        dst = result->data();
+        dstBytes = kInfoHeaderSize + table + image;
+        dstPixels = kInfoHeaderSize + table;
+    }
+
+    WriteGrayRamp(dst + kInfoHeaderSize, dstBytes - kInfoHeaderSize);
+    const Divider divider = MakeDivider(k.divisor);
+    const RowLoops loops = SelectRowLoops();
+    const uint8_t* pixels = src + layout.pixelOffset;
+    ring.run([&](uint64_t y, int16_t* values) { loops.widen(pixels + y * stride, values, width); },
+             [&](uint64_t y, const int16_t* sums, const int16_t*) {
+                 loops.bytes(divider, k.clamp, sums, row.data(), width);
+                 const uint64_t at = dstPixels + y * stride;
+                 if (at < dstBytes) StoreClipped(dst + at, row.data(), width, dstBytes - at);
+             });
+
+    if (!result) return dib;
+    return result->release();
+}
+
+}  // namespace
+}  // namespace vx::tone
+
+extern "C" VXAPI HDIB VXCALL Convolve(HDIB dib, BOOL newDib, int type, int size, LPCSTR kernelFile,
+                                      const int* kernel, DWORD* error) {
+    if (error != nullptr) *error = IMGERR_SUCCESS;
+    const auto fail = [error](int code) -> HDIB {
+        if (error != nullptr) *error = static_cast<DWORD>(code);
+        return nullptr;
+    };
+    return vx::ExportGuard(
+        [&] { return vx::tone::ConvolveDib(dib, newDib, type, size, kernelFile, kernel, fail); },
+        [&] { return fail(IMGERR_NOMEMORY); });
+}
