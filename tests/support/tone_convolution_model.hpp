@@ -1,0 +1,234 @@
+// tone_convolution_model.hpp - a plain model of the convolution filters for the tone tests
+// (kernel set-up, per-pixel sums with clamped coordinates in 64 bits, shift or truncating
+// division), written from the header's description and sharing nothing with the library's
+// ring and workers; plus what both filters' tests share: kernel files, the refusal table, and
+// running a test at each vector level of the library's row loops.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "dib_builder.hpp"
+#include "tone/kernel_filter.hpp"
+
+namespace vxtest {
+
+struct ModelKernel {
+    int n = 3;
+    int64_t m[7][7] = {};  // m[a][b] meets pixel(y + n/2 - a, x + n/2 - b)
+    int64_t divisor = 1;
+    bool clamp = false;
+};
+
+// A caller kernel from its entries (n*n weights, then the divisor), entryBits wide. Empty when
+// the weight limits refuse it.
+inline std::optional<ModelKernel> ModelCallerKernel(const std::vector<int64_t>& e, int n, int entryBits) {
+    ModelKernel k;
+    k.n = n;
+    int64_t pos = 0, neg = 0;
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) {
+            const int64_t w = k.m[j][i] = e[i * n + j];  // element i*n+j -> row j, column i
+            if (w > 127 || w < -127) return std::nullopt;
+            (w > 0 ? pos : neg) += w > 0 ? w : -w;
+        }
+    if (pos > 127 || neg > 127) return std::nullopt;
+    k.clamp = pos > 0 && neg > 0;
+    int64_t d = e[n * n];
+    if (d == 0) d = pos != neg ? pos - neg : 1;
+    if (d < 0) {
+        const int64_t top = int64_t{1} << (entryBits - 1);
+        d = -d == top ? d : -d;  // the most negative entry negates to itself
+        for (auto& row : k.m)
+            for (int64_t& w : row) w = -w;
+    }
+    k.divisor = d;
+    return k;
+}
+
+// The built-in kernels, written out cell by cell.
+inline ModelKernel ModelBuiltIn(int type, int n) {
+    static const int64_t smooth[3][5][5] = {
+        {{1, 2, 1}, {2, 4, 2}, {1, 2, 1}},
+        {{1, 3, 3, 1}, {3, 9, 9, 3}, {3, 9, 9, 3}, {1, 3, 3, 1}},
+        {{0, 1, 1, 1, 0}, {1, 2, 4, 2, 1}, {1, 4, 8, 4, 1}, {1, 2, 4, 2, 1}, {0, 1, 1, 1, 0}}};
+    static const int64_t sharp[3][5][5] = {
+        {{-1, -2, -1}, {-2, 13, -2}, {-1, -2, -1}},
+        {{-1, -3, -3, -1}, {-3, -9, -9, -3}, {-3, -9, 56, -3}, {-1, -3, -3, -1}},
+        {{0, -1, -1, -1, 0}, {-1, -2, -4, -2, -1}, {-1, -4, 37, -4, -1}, {-1, -2, -4, -2, -1}, {0, -1, -1, -1, 0}}};
+    static const int64_t smoothDivisor[3] = {16, 64, 44};
+    ModelKernel k;
+    k.n = n;
+    k.clamp = type >= 5;
+    k.divisor = type == 3 ? n * n : type == 4 ? smoothDivisor[n - 3] : 1;
+    for (int a = 0; a < n; ++a)
+        for (int b = 0; b < n; ++b)
+            k.m[a][b] = type == 3 ? 1 : type == 4 ? smooth[n - 3][a][b] : type == 5 ? sharp[n - 3][a][b]
+                        : a == n / 2 && b == n / 2 ? n * n : -1;
+    return k;
+}
+
+// Sums over an image of values (row-major), rows and columns beyond the edges repeated.
+inline std::vector<int64_t> ModelSums(const std::vector<int64_t>& v, int64_t width, int64_t height,
+                                      const ModelKernel& k) {
+    std::vector<int64_t> out(static_cast<size_t>(width * height));
+    for (int64_t y = 0; y < height; ++y)
+        for (int64_t x = 0; x < width; ++x)
+            for (int a = 0; a < k.n; ++a)
+                for (int b = 0; b < k.n; ++b) {
+                    const int64_t yy = std::clamp<int64_t>(y + k.n / 2 - a, 0, height - 1);
+                    const int64_t xx = std::clamp<int64_t>(x + k.n / 2 - b, 0, width - 1);
+                    out[y * width + x] += k.m[a][b] * v[yy * width + xx];
+                }
+    return out;
+}
+
+// Arithmetic shift (rounding down) for 1, 2, 4 ... 64, truncating division otherwise.
+inline int64_t ModelDivide(int64_t s, int64_t d) {
+    for (int bits = 0; bits <= 6; ++bits)
+        if (d == (int64_t{1} << bits)) return s >= 0 ? s / d : -((-s + d - 1) / d);
+    return s / d;
+}
+
+// Random entries inside the limits, all positive, all negative or mixed, with a divisor drawn
+// to reach every division path.
+inline std::vector<int64_t> RandomEntries(std::mt19937& rng, int n, int entryBits) {
+    std::vector<int64_t> e(static_cast<size_t>(n * n + 1), 0);
+    int64_t pos = 0, neg = 0;
+    const int64_t low = rng() % 3 == 0 ? 0 : rng() % 2 ? -20 : -10;
+    for (int i = 0; i < n * n; ++i) {
+        const int64_t w = rng() % 3 ? low + static_cast<int64_t>(rng() % 20) : 0;
+        if ((w > 0 && pos + w > 127) || (w < 0 && neg - w > 127)) continue;
+        (w > 0 ? pos : neg) += w > 0 ? w : -w;
+        e[i] = w;
+    }
+    const int64_t divisors[] = {0, 0, 1, 2, 3, 4, 7, 9, 16, 44, 64, 128, 255, -1, -4, -9, 30000,
+                                -(int64_t{1} << (entryBits - 1))};
+    e[n * n] = divisors[rng() % (sizeof divisors / sizeof divisors[0])];
+    return e;
+}
+
+// Kernel file bytes: entries little-endian, `bytes` wide each.
+inline Bytes EntryFile(const std::vector<int64_t>& e, size_t bytes) {
+    Bytes b(e.size() * bytes);
+    for (size_t i = 0; i < b.size(); ++i) b[i] = static_cast<uint8_t>(static_cast<uint64_t>(e[i / bytes]) >> (8 * (i % bytes)));
+    return b;
+}
+
+// Runs body once per vector level the processor offers, restoring the level afterwards.
+template <typename Body>
+void AtEveryVectorLevel(Body&& body) {
+    using vx::tone::VectorLevel;
+    for (const VectorLevel level : {VectorLevel::kBaseline, VectorLevel::kAvx2}) {
+        const VectorLevel before = vx::tone::SetVectorLevel(level);
+        if (vx::tone::CurrentVectorLevel() == level) {
+            SCOPED_TRACE(level == VectorLevel::kAvx2 ? "AVX2 loops" : "baseline loops");
+            body();
+        }
+        vx::tone::SetVectorLevel(before);
+    }
+}
+
+// A refusal (or, with code 0, an acceptance at a limit): image bytes and arguments.
+struct FilterCase {
+    std::string name;
+    Bytes image;
+    int type, size;
+    std::vector<int64_t> kernel;  // empty: no kernel pointer
+    int code;
+};
+
+// The cases both filters share, from a good image of their depth: header, size and argument
+// checks in their order, the weight limits, and sizes the types accept.
+inline std::vector<FilterCase> SharedCases(const Bytes& good) {
+    const auto with = [&](size_t at, uint32_t v) {
+        Bytes b = good;
+        PutU32(b, at, v);
+        return b;
+    };
+    const auto centre = [](int64_t w, int64_t other, int64_t divisor) {
+        return std::vector<int64_t>{other, 0, 0, 0, w, 0, 0, 0, 0, divisor};
+    };
+    Bytes compressedOdd = with(16, 1);
+    PutU16(compressedOdd, 14, 16);
+    const std::vector<int64_t> k3(10, 1), k7(50, 1);
+    return {
+        {"header 12", with(0, 12), 3, 3, {}, IMGERR_PARAMETER},
+        {"header 124", with(0, 124), 3, 3, {}, IMGERR_PARAMETER},
+        {"block under 40 bytes", Bytes(good.begin(), good.begin() + 39), 3, 3, {}, IMGERR_PARAMETER},
+        {"compressed", with(16, 1), 3, 3, {}, IMGERR_COMPRESSED},
+        {"compressed before depth", compressedOdd, 3, 3, {}, IMGERR_COMPRESSED},
+        {"depth 4", with(12, 1 | 4 << 16), 3, 3, {}, IMGERR_BITCOUNT},
+        {"width 0", with(4, 0), 3, 3, {}, IMGERR_DIBSIZE},
+        {"height 0 before parameters", with(8, 0), 9, 9, {}, IMGERR_DIBSIZE},
+        {"top-down", with(8, static_cast<uint32_t>(-4)), 3, 3, {}, IMGERR_DIBSIZE},
+        {"negative width", with(4, static_cast<uint32_t>(-6)), 3, 3, {}, IMGERR_DIBSIZE},
+        {"rows past the block", with(8, 5), 3, 3, {}, IMGERR_DIBSIZE},
+        {"table past the block", with(32, 0x40000000), 3, 3, {}, IMGERR_DIBSIZE},
+        {"type 0", good, 0, 3, k3, IMGERR_PARAMETER},
+        {"type 7", good, 7, 3, k3, IMGERR_PARAMETER},
+        {"type 1 without kernel", good, 1, 3, {}, IMGERR_PARAMETER},
+        {"type 2 without file", good, 2, 3, k3, IMGERR_PARAMETER},
+        {"size 2", good, 1, 2, k3, IMGERR_PARAMETER},
+        {"size 8", good, 1, 8, k7, IMGERR_PARAMETER},
+        {"size 6 smoothing", good, 4, 6, {}, IMGERR_PARAMETER},
+        {"size 6 sharpening", good, 5, 6, {}, IMGERR_PARAMETER},
+        {"size 7 sharpening", good, 6, 7, {}, IMGERR_PARAMETER},
+        {"weight 128", good, 1, 3, centre(128, 0, 0), IMGERR_PARAMETER},
+        {"weight -128", good, 1, 3, centre(-128, 0, 0), IMGERR_PARAMETER},
+        {"positive sum 128", good, 1, 3, centre(100, 28, 1), IMGERR_PARAMETER},
+        {"negative sum 128", good, 1, 3, centre(-100, -28, 1), IMGERR_PARAMETER},
+        {"sums at 127", good, 1, 3, {100, 27, -127, 0, 0, 0, 0, 0, 0, 1}, IMGERR_SUCCESS},
+        {"size 7 caller", good, 1, 7, k7, IMGERR_SUCCESS},
+        {"size 7 mean", good, 3, 7, {}, IMGERR_SUCCESS},
+        {"size 4 smoothing", good, 4, 4, {}, IMGERR_SUCCESS},
+        {"size 5 sharpening", good, 5, 5, {}, IMGERR_SUCCESS},
+    };
+}
+
+// Each case through `call` (which returns the result and the error word), new DIB and in
+// place: its code in the error word only, the module code untouched, the image unchanged and
+// unlocked after a refusal.
+inline void CheckCases(const Bytes& good, const std::vector<FilterCase>& cases,
+                       const std::function<HDIB(HDIB, bool, const FilterCase&, DWORD*)>& call) {
+    for (const FilterCase& c : cases)
+        for (const bool newDib : {true, false}) {
+            SCOPED_TRACE(c.name + (newDib ? " new" : " in place"));
+            Block dib(BlockFrom(c.image));
+            SetImgError(IMGERR_CLIPBOARD);
+            DWORD error = 0xDEAD;
+            HDIB out = call(dib.get(), newDib, c, &error);
+            Block owned(newDib ? out : nullptr);
+            EXPECT_EQ(error, static_cast<DWORD>(c.code));
+            EXPECT_EQ(out != nullptr, c.code == IMGERR_SUCCESS);
+            EXPECT_EQ(ImgError(), IMGERR_CLIPBOARD) << "module code touched";
+            if (c.code != IMGERR_SUCCESS) {
+                EXPECT_EQ(BlockBytes(dib.get()), c.image);
+            }
+            if (GlobalLock(dib.get()) != nullptr) {
+                EXPECT_FALSE(GlobalUnlock(dib.get())) << "left locked";
+            }
+        }
+    DWORD error = 0;
+    FilterCase mean{"", {}, 3, 3, {}, 0};
+    EXPECT_EQ(call(nullptr, true, mean, &error), nullptr);
+    EXPECT_EQ(error, DWORD{IMGERR_PARAMETER});
+    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
+    EXPECT_EQ(call(unlockable.get(), true, mean, &error), nullptr);
+    EXPECT_EQ(error, DWORD{IMGERR_LOCKMEMORY});
+    // Without an error word the filter runs the same, and a refusal is only a null result.
+    Block dib(BlockFrom(good));
+    Block out(call(dib.get(), true, mean, nullptr));
+    EXPECT_NE(out.get(), nullptr);
+    mean.size = 9;
+    EXPECT_EQ(call(dib.get(), true, mean, nullptr), nullptr);
+}
+
+}  // namespace vxtest

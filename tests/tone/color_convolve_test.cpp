@@ -1,0 +1,165 @@
+// ColorConvolution against a per-pixel model (gray level, filtered gray, the change added to
+// each channel), on random 24-bit images of awkward sizes, for every type, size and gray mode,
+// 16-bit kernels from memory and from files, in place and into new DIBs, at each vector level;
+// worked examples; refusals.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "dib_builder.hpp"
+#include "tone_convolution_model.hpp"
+#include "vexora.h"
+
+namespace {
+
+using vxtest::Block;
+using vxtest::Bytes;
+using vxtest::GetU32;
+using vxtest::ModelKernel;
+using vxtest::PutU32;
+
+Bytes ReferenceColor(const Bytes& src, bool newDib, int grayMode, const ModelKernel& k) {
+    const int64_t w = static_cast<int32_t>(GetU32(src, 4)), h = static_cast<int32_t>(GetU32(src, 8));
+    const uint64_t from = 40 + uint64_t{GetU32(src, 32)} * 4, sizeImage = GetU32(src, 20);
+    const uint64_t stride = (w * 24 + 31) / 32 * 4, to = newDib ? 40 : from;
+    Bytes out = src;
+    if (newDib) {
+        out.assign(40 + (sizeImage ? sizeImage : stride * h), 0);
+        std::copy(src.begin(), src.begin() + 40, out.begin());
+    }
+    std::vector<int64_t> gray(static_cast<size_t>(w * h));
+    for (int64_t i = 0; i < w * h; ++i) {
+        const uint8_t* p = &src.at(from + i / w * stride + i % w * 3);
+        gray[i] = grayMode == 1 ? (8 * p[0] + 15 * p[1] + 3 * p[2]) / 26 : (p[0] + p[1] + p[2]) / 3;
+    }
+    const std::vector<int64_t> sums = vxtest::ModelSums(gray, w, h, k);
+    for (int64_t i = 0; i < w * h * 3; ++i) {
+        const uint64_t offset = i / 3 / w * stride + i / 3 % w * 3 + i % 3;
+        const auto delta = static_cast<int16_t>(vxtest::ModelDivide(sums[i / 3], k.divisor) - gray[i / 3]);
+        if (to + offset < out.size()) out[to + offset] = static_cast<uint8_t>(std::clamp(src[from + offset] + delta, 0, 255));
+    }
+    return out;
+}
+
+std::vector<short> Narrow(const std::vector<int64_t>& e) { return std::vector<short>(e.begin(), e.end()); }
+
+Bytes Filtered(const Bytes& src, int grayMode, short type, int n, const short* kernel, const char* file = nullptr) {
+    Block dib(vxtest::BlockFrom(src));
+    Block out(ColorConvolution(dib.get(), TRUE, grayMode, type, n, file, kernel, nullptr));
+    return out ? vxtest::BlockBytes(out.get()) : Bytes{};
+}
+
+TEST(ColorConvolution, MatchesTheModelForEveryTypeSizeGrayModeAndMode) {
+    vxtest::AtEveryVectorLevel([] {
+        const int shapes[][2] = {{1, 1}, {1, 5}, {2, 2}, {3, 1}, {5, 3}, {13, 4}, {4, 11}, {101, 6}};
+        vxtest::TempDir dir;
+        std::mt19937 rng(17);
+        uint32_t seed = 0;
+        for (const auto& shape : shapes)
+            for (short type : {1, 1, 2, 3, 4, 5, 6})
+                for (int n = 3; n <= 7; ++n) {
+                    if (n >= 6 && type != 1 && type != 3) continue;
+                    const std::vector<int64_t> e = vxtest::RandomEntries(rng, n, 16);
+                    const auto k = type <= 2 ? vxtest::ModelCallerKernel(e, n, 16) : vxtest::ModelBuiltIn(type, n);
+                    const std::string file =
+                        type == 2 ? dir.write("k" + std::to_string(seed), vxtest::EntryFile(e, 2)) : "";
+                    const std::vector<short> kernel = Narrow(e);
+                    for (const bool newDib : {false, true}) {
+                        ++seed;
+                        const int grayMode = seed % 3 == 0 ? 1 : seed % 3 == 1 ? 0 : 7;
+                        SCOPED_TRACE(testing::Message() << shape[0] << "x" << shape[1] << " type " << type << " n "
+                                                        << n << " gray " << grayMode
+                                                        << (newDib ? " new" : " in place") << " seed " << seed);
+                        // Sometimes a colour-table count: source rows after it, new rows at 40.
+                        Bytes src = vxtest::PackedDib({shape[0], shape[1], 24, seed % 4 == 0 ? 3u : 0u, false, seed});
+                        if (seed % 5 == 0) PutU32(src, 20, 0);
+                        if (seed % 7 == 0) PutU32(src, 20, GetU32(src, 20) / 2);
+                        if (seed % 11 == 0) PutU32(src, 20, GetU32(src, 20) + 5);
+                        const Bytes expected = ReferenceColor(src, newDib, grayMode, *k);
+                        Block dib(vxtest::BlockFrom(src));
+                        DWORD error = 0xDEAD;
+                        HDIB out = ColorConvolution(dib.get(), newDib, grayMode, type, n, file.c_str(), kernel.data(),
+                                                    &error);
+                        Block owned(newDib ? out : nullptr);
+                        ASSERT_EQ(error, DWORD{IMGERR_SUCCESS});
+                        ASSERT_EQ(out == dib.get(), !newDib);
+                        EXPECT_EQ(vxtest::BlockBytes(out), expected);
+                        if (newDib) {
+                            EXPECT_EQ(vxtest::BlockBytes(dib.get()), src);
+                        }
+                    }
+                }
+    });
+}
+
+TEST(ColorConvolution, WorkedExamples) {
+    // Identity with divisor 0 changes nothing (rows without padding, which a new DIB zeroes).
+    const Bytes src = vxtest::PackedDib({8, 5, 24, 0, false, 21});
+    const short identity[] = {0, 0, 0, 0, 1, 0, 0, 0, 0, 0};
+    EXPECT_EQ(Filtered(src, 1, 1, 3, identity), src);
+
+    // A constant colour stays itself under every built-in kernel: each sums to its divisor.
+    Bytes flat = src;
+    for (size_t i = 40; i < flat.size(); i += 3) flat[i] = 30, flat[i + 1] = 140, flat[i + 2] = 220;
+    for (short type = 3; type <= 6; ++type)
+        for (int n = 3; n <= (type == 3 ? 7 : 5); ++n) EXPECT_EQ(Filtered(flat, 0, type, n, nullptr), flat) << type << n;
+
+    // Weight 26 over 25: gray 250 -> 260, so (250, 250, 250) saturates at 255; the average
+    // gray of (100, 250, 250) is 200 -> 208, a delta of 8 on every byte.
+    Bytes two = vxtest::PackedDib({2, 1, 24, 0, false, 1});
+    const uint8_t pixels[] = {250, 250, 250, 100, 250, 250};
+    std::copy(pixels, pixels + 6, two.begin() + 40);
+    const short gain[] = {0, 0, 0, 0, 26, 0, 0, 0, 0, 25};
+    const Bytes raised = Filtered(two, 0, 1, 3, gain);
+    EXPECT_EQ(Bytes(raised.begin() + 40, raised.begin() + 46), (Bytes{255, 255, 255, 108, 255, 255}));
+
+    // The size is its low 16 bits, signed; only the low 16 bits of the width are tested for 0.
+    EXPECT_EQ(Filtered(src, 1, 4, 0x10003, nullptr), Filtered(src, 1, 4, 3, nullptr));
+    EXPECT_EQ(Filtered(src, 1, 4, 0x10008, nullptr), Bytes{});
+    const Bytes wide = vxtest::PackedDib({65537, 2, 24, 0, false, 8});
+    EXPECT_EQ(Filtered(wide, 1, 4, 3, nullptr), ReferenceColor(wide, true, 1, vxtest::ModelBuiltIn(4, 3)));
+}
+
+// Kernel files of 16-bit entries are read as far as they go, the rest being 0; a file cut
+// inside a negative entry keeps its low byte, a weight of 255, and is refused.
+TEST(ColorConvolution, KernelFiles) {
+    vxtest::TempDir dir;
+    const Bytes src = vxtest::PackedDib({9, 6, 24, 0, false, 31});
+    const std::vector<int64_t> e = {-1, 0, 1, -2, 9, 2, -1, 0, 1, 0};
+    for (const size_t bytes : {20, 26, 14, 2, 0}) {
+        Bytes file = vxtest::EntryFile(e, 2);
+        file.resize(bytes, 0x40);
+        const std::string path = dir.write("k" + std::to_string(bytes), file);
+        file.resize(20, 0);
+        std::vector<int64_t> seen(10);
+        for (size_t i = 0; i < 10; ++i) seen[i] = static_cast<int16_t>(file[2 * i] | file[2 * i + 1] << 8);
+        EXPECT_EQ(Filtered(src, 1, 2, 3, nullptr, path.c_str()),
+                  ReferenceColor(src, true, 1, *vxtest::ModelCallerKernel(seen, 3, 16))) << bytes;
+    }
+    Bytes cut = vxtest::EntryFile(e, 2);
+    cut.resize(13);
+    for (const std::string& path : {dir.write("cut", cut), dir.path("missing")}) {
+        DWORD error = 0;
+        Block dib(vxtest::BlockFrom(src));
+        EXPECT_EQ(ColorConvolution(dib.get(), TRUE, 1, 2, 3, path.c_str(), nullptr, &error), nullptr) << path;
+        EXPECT_EQ(error, DWORD{IMGERR_PARAMETER}) << path;
+    }
+}
+
+TEST(ColorConvolution, RefusalsReportThroughTheErrorWordOnly) {
+    const Bytes good = vxtest::PackedDib({8, 4, 24, 0, false, 12});
+    std::vector<vxtest::FilterCase> cases = vxtest::SharedCases(good);
+    cases.push_back({"depth 8", vxtest::PackedDib({8, 4, 8, 0, false, 12}), 3, 3, {}, IMGERR_BITCOUNT});
+    cases.push_back({"width 65536", vxtest::PackedDib({65536, 1, 24, 0, false, 1}), 3, 3, {}, IMGERR_DIBSIZE});
+    cases.push_back({"weight -32768", good, 1, 3, {0, 0, 0, 0, -32768, 0, 0, 0, 0, 1}, IMGERR_PARAMETER});
+    vxtest::CheckCases(good, cases, [](HDIB dib, bool newDib, const vxtest::FilterCase& c, DWORD* error) {
+        const std::vector<short> k = Narrow(c.kernel);
+        return ColorConvolution(dib, newDib, 1, static_cast<short>(c.type), c.size, nullptr,
+                                k.empty() ? nullptr : k.data(), error);
+    });
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+// Convolve against a per-pixel model, on random 8-bit images of awkward sizes, for every type
+// and size, kernels from memory and from files, in place and into new DIBs, at each vector
+// level; worked examples; refusals; and the divisor stage on every sum it can meet.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "dib_builder.hpp"
+#include "tone_convolution_model.hpp"
+#include "vexora.h"
+
+namespace {
+
+using vxtest::Block;
+using vxtest::Bytes;
+using vxtest::GetU32;
+using vxtest::ModelKernel;
+using vxtest::PutU32;
+
+// The block Convolve leaves: the source changed in place, or the new DIB.
+Bytes ReferenceConvolve(const Bytes& src, bool newDib, const ModelKernel& k) {
+    const int64_t w = static_cast<int32_t>(GetU32(src, 4)), h = static_cast<int32_t>(GetU32(src, 8));
+    const uint64_t used = GetU32(src, 32), sizeImage = GetU32(src, 20);
+    const uint64_t pixels = 40 + (used ? used * 4 : 1024), stride = (w * 8 + 31) / 32 * 4;
+    Bytes out = src;
+    if (newDib) {
+        out.assign(pixels + (sizeImage ? sizeImage : stride * h), 0);
+        std::copy(src.begin(), src.begin() + 40, out.begin());
+    }
+    for (size_t i = 0; i < 1024 && 40 + i < out.size(); ++i) out[40 + i] = i % 4 == 3 ? 0 : static_cast<uint8_t>(i / 4);
+    const Bytes& read = newDib ? src : out;  // in place the ramp lands before the rows are read
+    std::vector<int64_t> values(static_cast<size_t>(w * h));
+    for (int64_t i = 0; i < w * h; ++i) values[i] = read.at(pixels + i / w * stride + i % w);
+    const std::vector<int64_t> sums = vxtest::ModelSums(values, w, h, k);
+    for (int64_t i = 0; i < w * h; ++i) {
+        const uint64_t at = pixels + i / w * stride + i % w;
+        const int64_t s = k.clamp ? std::clamp<int64_t>(sums[i], 0, 255) : sums[i];
+        if (at < out.size()) out[at] = static_cast<uint8_t>(vxtest::ModelDivide(s, k.divisor));
+    }
+    return out;
+}
+
+std::vector<int> Narrow(const std::vector<int64_t>& e) { return std::vector<int>(e.begin(), e.end()); }
+
+Bytes Filtered(const Bytes& src, int type, int n, const int* kernel, const char* file = nullptr) {
+    Block dib(vxtest::BlockFrom(src));
+    Block out(Convolve(dib.get(), TRUE, type, n, file, kernel, nullptr));
+    return out ? vxtest::BlockBytes(out.get()) : Bytes{};
+}
+
+TEST(Convolve, MatchesTheModelForEveryTypeSizeAndMode) {
+    vxtest::AtEveryVectorLevel([] {
+        const int shapes[][2] = {{1, 1}, {1, 6}, {2, 3}, {3, 1}, {5, 2}, {7, 4}, {13, 9}, {4, 17}, {197, 5}};
+        const uint32_t tables[] = {0, 256, 16, 300};  // a short table is overrun by the ramp
+        vxtest::TempDir dir;
+        std::mt19937 rng(7);
+        uint32_t seed = 0;
+        for (const auto& shape : shapes)
+            for (int type : {1, 1, 2, 3, 4, 5, 6})
+                for (int n = 3; n <= 7; ++n) {
+                    if (n >= 6 && type != 1 && type != 3) continue;
+                    const std::vector<int64_t> e = vxtest::RandomEntries(rng, n, 32);
+                    const auto k = type <= 2 ? vxtest::ModelCallerKernel(e, n, 32) : vxtest::ModelBuiltIn(type, n);
+                    const std::string file =
+                        type == 2 ? dir.write("k" + std::to_string(seed), vxtest::EntryFile(e, 4)) : "";
+                    const std::vector<int> kernel = Narrow(e);
+                    for (const bool newDib : {false, true}) {
+                        ++seed;
+                        SCOPED_TRACE(testing::Message() << shape[0] << "x" << shape[1] << " type " << type << " n "
+                                                        << n << (newDib ? " new" : " in place") << " seed " << seed);
+                        Bytes src = vxtest::PackedDib({shape[0], shape[1], 8, tables[seed % 4], false, seed});
+                        if (seed % 5 == 0) PutU32(src, 20, 0);                      // size from the stride
+                        if (seed % 7 == 0) PutU32(src, 20, GetU32(src, 20) / 2);   // short: rows dropped
+                        if (seed % 11 == 0) PutU32(src, 20, GetU32(src, 20) + 9);  // long: zero tail
+                        const Bytes expected = ReferenceConvolve(src, newDib, *k);
+                        Block dib(vxtest::BlockFrom(src));
+                        DWORD error = 0xDEAD;
+                        HDIB out = Convolve(dib.get(), newDib, type, n, file.c_str(), kernel.data(), &error);
+                        Block owned(newDib ? out : nullptr);
+                        ASSERT_EQ(error, DWORD{IMGERR_SUCCESS});
+                        ASSERT_EQ(out == dib.get(), !newDib);
+                        EXPECT_EQ(vxtest::BlockBytes(out), expected);
+                        if (newDib) {
+                            EXPECT_EQ(vxtest::BlockBytes(dib.get()), src);
+                        }
+                    }
+                }
+    });
+}
+
+TEST(Convolve, WorkedExamples) {
+    // Rows without padding: a new DIB's padding is zero, the random source's is not.
+    const Bytes src = vxtest::PackedDib({8, 5, 8, 0, false, 3});
+    const int identity[] = {0, 0, 0, 0, 1, 0, 0, 0, 0, 0};
+    const Bytes same = Filtered(src, 1, 3, identity);
+    ASSERT_EQ(same.size(), src.size());
+    EXPECT_TRUE(std::equal(src.begin() + 1064, src.end(), same.begin() + 1064));
+    EXPECT_EQ(same[40 + 4 * 200], 200);
+
+    // The mean of a constant image is the constant, borders included, at every size.
+    Bytes flat = src;
+    std::fill(flat.begin() + 1064, flat.end(), 77);
+    for (int n = 3; n <= 7; ++n) EXPECT_EQ(Filtered(flat, 3, n, nullptr), Filtered(flat, 1, 3, identity)) << n;
+
+    // A mixed-sign kernel on 150s: 3 * 150 - 150 = 300, clamped to 255 before halving: 127.
+    std::fill(flat.begin() + 1064, flat.end(), 150);
+    const int mixed[] = {0, 0, 0, 0, 3, -1, 0, 0, 0, 2};
+    EXPECT_EQ(Filtered(flat, 1, 3, mixed)[1064], 127);
+    // Without the clamp a quotient above 255 wraps: nine ones over 1 give 1350 & 255.
+    const int ones[] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+    EXPECT_EQ(Filtered(flat, 1, 3, ones)[1064], 1350 & 255);
+    // The most negative divisor stays negative when negated: every quotient is 0.
+    const int most[] = {0, 0, 0, 0, 1, 0, 0, 0, 0, INT_MIN};
+    const Bytes zero = Filtered(src, 1, 3, most);
+    EXPECT_TRUE(std::all_of(zero.begin() + 1064, zero.end(), [](uint8_t v) { return v == 0; }));
+
+    // Loading is transposed and the kernel reflected: element 1 is matrix row 1, column 0,
+    // which meets pixel(y, x + 1), the right-hand neighbour (the last one repeated).
+    Bytes ramp = vxtest::PackedDib({4, 3, 8, 0, false, 5});
+    for (int i = 0; i < 12; ++i) ramp[1064 + i] = static_cast<uint8_t>(10 * (i / 4) + i % 4);
+    const int right[] = {0, 1, 0, 0, 0, 0, 0, 0, 0, 1};
+    const Bytes r = Filtered(ramp, 1, 3, right);
+    for (int i = 0; i < 12; ++i) EXPECT_EQ(r[1064 + i], 10 * (i / 4) + std::min(i % 4 + 1, 3)) << i;
+}
+
+// Kernel files are read as far as they go; missing entries are 0 and extra bytes ignored.
+TEST(Convolve, KernelFiles) {
+    vxtest::TempDir dir;
+    const Bytes src = vxtest::PackedDib({11, 6, 8, 0, false, 9});
+    const std::vector<int64_t> e = {1, 2, 1, 0, 5, 0, -1, -2, -1, 0};
+    for (const size_t bytes : {40, 48, 22, 4, 0}) {
+        SCOPED_TRACE(bytes);
+        Bytes file = vxtest::EntryFile(e, 4);
+        file.resize(bytes, 0x7F);
+        const std::string path = dir.write("k" + std::to_string(bytes), file);
+        file.resize(40, 0);
+        std::vector<int64_t> seen(10);
+        for (size_t i = 0; i < 10; ++i) seen[i] = static_cast<int32_t>(GetU32(file, i * 4));
+        EXPECT_EQ(Filtered(src, 2, 3, nullptr, path.c_str()), ReferenceConvolve(src, true, *vxtest::ModelCallerKernel(seen, 3, 32)));
+    }
+    for (const std::string& path : {dir.write("heavy", vxtest::EntryFile({0, 0, 0, 0, 128, 0, 0, 0, 0, 1}, 4)),
+                                    dir.path("missing"), dir.path("")}) {
+        DWORD error = 0;
+        Block dib(vxtest::BlockFrom(src));
+        EXPECT_EQ(Convolve(dib.get(), TRUE, 2, 3, path.c_str(), nullptr, &error), nullptr) << path;
+        EXPECT_EQ(error, DWORD{IMGERR_PARAMETER}) << path;
+    }
+}
+
+TEST(Convolve, RefusalsReportThroughTheErrorWordOnly) {
+    const Bytes good = vxtest::PackedDib({8, 4, 8, 0, false, 2});
+    std::vector<vxtest::FilterCase> cases = vxtest::SharedCases(good);
+    Bytes wide = good;
+    PutU32(wide, 12, 1 | 24 << 16);
+    cases.push_back({"depth 24", wide, 3, 3, {}, IMGERR_BITCOUNT});
+    vxtest::CheckCases(good, cases, [](HDIB dib, bool newDib, const vxtest::FilterCase& c, DWORD* error) {
+        const std::vector<int> k = Narrow(c.kernel);
+        return Convolve(dib, newDib, c.type, c.size, nullptr, k.empty() ? nullptr : k.data(), error);
+    });
+}
+
+// The divisor stage on every sum a kernel can produce, against plain shifts and division.
+TEST(Convolve, DivisorStageIsExactForEverySum) {
+    std::vector<int32_t> divisors = {1, 2, 3, 4, 5, 7, 8, 9, 16, 25, 32, 44, 64, 127, 128, 255, 256,
+                                     1000, 16383, 16384, 32767, 32768, 40000, INT_MAX, INT_MIN};
+    std::mt19937 rng(5);
+    for (int i = 0; i < 40; ++i) divisors.push_back(static_cast<int32_t>(rng() % 32767 + 1));
+    std::vector<int16_t> sums;
+    for (int s = -32767; s <= 32767; ++s) sums.push_back(static_cast<int16_t>(s));
+    for (const int32_t d : divisors)
+        for (const bool clamp : {false, true}) {
+            size_t wrong = 0;
+            vx::tone::ForEachQuotient(vx::tone::MakeDivider(d), clamp, sums.data(), sums.size(), [&](size_t x, int16_t q) {
+                wrong += q != vxtest::ModelDivide(clamp ? std::clamp<int64_t>(sums[x], 0, 255) : sums[x], d);
+            });
+            EXPECT_EQ(wrong, 0u) << "divisor " << d << (clamp ? " clamped" : "");
+        }
+}
+
+}  // namespace
