@@ -77,6 +77,12 @@ const std::vector<Panel>& Panels() {
         {"tone-8.bmp", "Tone curve: contrast 120, brightness -20, pivoted on the window's mean (--tone 120,-20)",
          Source::Gray8, {{"tone", "120,-20"}}},
         {"to-24-8.bmp", "The 8-bit gray image expanded to 24 bits (--to-24)", Source::Gray8, {{"to-24", ""}}},
+        {"convolve-mean-8.bmp", "Mean filter, 5 x 5 (--convolve 3:5)", Source::Gray8, {{"convolve", "3:5"}}},
+        {"convolve-sharpen-8.bmp", "Sharpened, 3 x 3 (--convolve 5:3)", Source::Gray8, {{"convolve", "5:3"}}},
+        {"convolve-edges-8.bmp", "A caller's kernel: edges (--convolve -1,-1,-1,-1,8,-1,-1,-1,-1/1)", Source::Gray8,
+         {{"convolve", "-1,-1,-1,-1,8,-1,-1,-1,-1/1"}}},
+        {"colour-convolve-24.bmp", "Colour image smoothed through its gray values, hue kept (--colour-convolve 4:5)",
+         Source::Colour24, {{"colour-convolve", "4:5"}}},
         {"brightness-contrast-24.bmp", "Brighter by 20, contrast up 50 (--brightness-contrast 20,50)",
          Source::Colour24, {{"brightness-contrast", "20,50"}}},
     };
