@@ -8,24 +8,12 @@
 #include <cstring>
 #include <random>
 
+#include "bench_support.hpp"
 #include "vexora.h"
 
 namespace {
 
-HDIB RandomDib(int side, int bits) {
-    const uint32_t colours = bits <= 8 ? 1u << bits : 0;
-    const uint64_t stride = (uint64_t(side) * bits + 31) / 32 * 4;
-    const uint64_t bytes = 40 + colours * 4 + stride * side;
-    HDIB dib = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes);
-    auto* p = static_cast<uint8_t*>(GlobalLock(dib));
-    const uint32_t header[10] = {40, uint32_t(side), uint32_t(side), 1u | uint32_t(bits) << 16, 0,
-                                 uint32_t(stride * side), 2835, 2835, 0, 0};
-    std::memcpy(p, header, sizeof header);
-    std::mt19937 random(uint32_t(side * 31 + bits));
-    for (uint64_t i = 40; i < bytes; ++i) p[i] = uint8_t(random());
-    GlobalUnlock(dib);
-    return dib;
-}
+HDIB RandomDib(int side, int bits) { return vexora_bench::RandomDib(side, bits, uint32_t(side * 31 + bits)); }
 
 void Report(benchmark::State& state, int side) {
     state.SetItemsProcessed(int64_t(state.iterations()) * side * side);

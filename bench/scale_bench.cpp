@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "geometry/crop_scale.hpp"
+#include "bench_support.hpp"
 #include "vexora.h"
 
 namespace {
@@ -66,28 +67,13 @@ struct Source {
     ~Source() { GlobalFree(dib); }
 };
 
-template <typename Run>
-void Measure(benchmark::State& state, int64_t pixels, Run&& run) {
-    HDIB first = run();
-    if (first == nullptr) {
-        state.SkipWithError("no result");
-        return;
-    }
-    GlobalFree(first);
-    for (auto _ : state) {
-        HDIB out = run();
-        benchmark::DoNotOptimize(out);
-        GlobalFree(out);
-    }
-    state.SetItemsProcessed(state.iterations() * pixels);
-}
 
 // Args: bits, source size, method, output size in percent, noise.
 void BM_ScaleDIB(benchmark::State& state) {
     const int bits = int(state.range(0)), size = int(state.range(1)), method = int(state.range(2));
     const int out = size * int(state.range(3)) / 100;
     Source source(size, bits, state.range(4) != 0);
-    Measure(state, int64_t{out} * out, [&] { return ScaleDIB(source.dib, method, out, out); });
+    vexora_bench::MeasureResults(state, int64_t{out} * out, [&] { return ScaleDIB(source.dib, method, out, out); });
 }
 
 // Args: bits, source size, method, factor; the centred square of size / factor is magnified.
@@ -96,7 +82,7 @@ void BM_ScaleGrayDIB(benchmark::State& state) {
     const int factor = int(state.range(3));
     const int crop = size / factor, at = (size - crop) / 2;
     Source source(size, bits, false);
-    Measure(state, int64_t{size} * size,
+    vexora_bench::MeasureResults(state, int64_t{size} * size,
             [&] { return ScaleGrayDIB(source.dib, at, at, crop, crop, factor, factor, method); });
 }
 
@@ -107,7 +93,7 @@ void BM_CropScale(benchmark::State& state) {
     Source source(size, bits, false);
     auto* block = static_cast<const uint8_t*>(GlobalLock(source.dib));
     const auto view = vx::geometry::ViewPackedDib(block, GlobalSize(source.dib));
-    Measure(state, int64_t{out} * out,
+    vexora_bench::MeasureResults(state, int64_t{out} * out,
             [&] { return vx::geometry::CropScaleDib(*view, 0, 0, size, size, out, out); });
     GlobalUnlock(source.dib);
 }

@@ -11,6 +11,7 @@
 #include <random>
 #include <vector>
 
+#include "bench_support.hpp"
 #include "vexora.h"
 
 namespace {
@@ -46,18 +47,7 @@ std::vector<Entry> CallerKernel(int n) {
 
 template <typename Run>
 void Measure(benchmark::State& state, Run&& run) {
-    HDIB first = run();
-    if (first == nullptr) {
-        state.SkipWithError("no result");
-        return;
-    }
-    GlobalFree(first);
-    for (auto _ : state) {
-        HDIB out = run();
-        benchmark::DoNotOptimize(out);
-        GlobalFree(out);
-    }
-    state.SetItemsProcessed(state.iterations() * int64_t{kSide} * kSide);
+    vexora_bench::MeasureResults(state, int64_t{kSide} * kSide, run);
     state.counters["MP/s"] = benchmark::Counter(double(state.iterations()) * kSide * kSide / 1e6,
                                                 benchmark::Counter::kIsRate);
 }
