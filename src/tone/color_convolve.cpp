@@ -87,10 +87,7 @@ HDIB ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, int size, c
     BlockLock source(dib);
     if (!source) return fail(IMGERR_LOCKMEMORY);
     uint8_t* src = source.data();
-    if (source.size() < kInfoHeaderSize || LoadU32(src + bih::kSize) != kInfoHeaderSize)
-        return fail(IMGERR_PARAMETER);
-    if (LoadU32(src + bih::kCompression) != 0) return fail(IMGERR_COMPRESSED);
-    if (LoadU16(src + bih::kBitCount) != 24) return fail(IMGERR_BITCOUNT);
+    if (const int code = CheckFilterHeader(src, source.size(), 24); code != IMGERR_SUCCESS) return fail(code);
     const int32_t w = LoadI32(src + bih::kWidth), h = LoadI32(src + bih::kHeight);
     if ((w & 0xFFFF) == 0 || h == 0) return fail(IMGERR_DIBSIZE);
     // Negative sizes (top-down rows) have no defined filtering: refused like zero ones.

@@ -86,10 +86,7 @@ HDIB ConvolveDib(HDIB dib, BOOL newDib, int type, int size, const char* kernelFi
     BlockLock source(dib);
     if (!source) return fail(IMGERR_LOCKMEMORY);
     uint8_t* src = source.data();
-    if (source.size() < kInfoHeaderSize || LoadU32(src + bih::kSize) != kInfoHeaderSize)
-        return fail(IMGERR_PARAMETER);
-    if (LoadU32(src + bih::kCompression) != 0) return fail(IMGERR_COMPRESSED);
-    if (LoadU16(src + bih::kBitCount) != 8) return fail(IMGERR_BITCOUNT);
+    if (const int code = CheckFilterHeader(src, source.size(), 8); code != IMGERR_SUCCESS) return fail(code);
     // Negative sizes (top-down rows) have no defined filtering: refused like zero ones.
     if (LoadI32(src + bih::kWidth) <= 0 || LoadI32(src + bih::kHeight) <= 0) return fail(IMGERR_DIBSIZE);
     const DibLayout layout = *InspectDib(src, source.size());

@@ -22,6 +22,7 @@
 
 #include "vexora.h"
 
+#include "dib_layout.hpp"
 #include "guards.hpp"
 
 // Hot row loops are written once, as always-inlined bodies, and compiled twice on x86: for the
@@ -36,6 +37,15 @@
 #define VX_TONE_INLINE __attribute__((always_inline)) inline
 
 namespace vx::tone {
+
+// The header checks both filters make first, in this order: a 40-byte header, no compression,
+// the filter's depth. IMGERR_SUCCESS when they pass, else the code for the caller's word.
+inline int CheckFilterHeader(const uint8_t* src, size_t size, uint32_t depth) {
+    if (size < kInfoHeaderSize || LoadU32(src + bih::kSize) != kInfoHeaderSize) return IMGERR_PARAMETER;
+    if (LoadU32(src + bih::kCompression) != 0) return IMGERR_COMPRESSED;
+    if (LoadU16(src + bih::kBitCount) != depth) return IMGERR_BITCOUNT;
+    return IMGERR_SUCCESS;
+}
 
 enum class VectorLevel : uint8_t { kBaseline, kAvx2 };
 

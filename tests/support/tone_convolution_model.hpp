@@ -116,6 +116,18 @@ inline std::vector<int64_t> RandomEntries(std::mt19937& rng, int n, int entryBit
 }
 
 // Kernel file bytes: entries little-endian, `bytes` wide each.
+// Checks a filter's result against its model: no error, in place the source handle comes
+// back, the bytes are the expected ones, and a new DIB leaves the source as it was.
+inline void ExpectFiltered(HDIB source, HDIB out, BOOL newDib, DWORD error, const Bytes& expected,
+                           const Bytes& original) {
+    ASSERT_EQ(error, DWORD{IMGERR_SUCCESS});
+    ASSERT_EQ(out == source, !newDib);
+    EXPECT_EQ(BlockBytes(out), expected);
+    if (newDib) {
+        EXPECT_EQ(BlockBytes(source), original);
+    }
+}
+
 inline Bytes EntryFile(const std::vector<int64_t>& e, size_t bytes) {
     Bytes b(e.size() * bytes);
     for (size_t i = 0; i < b.size(); ++i) b[i] = static_cast<uint8_t>(static_cast<uint64_t>(e[i / bytes]) >> (8 * (i % bytes)));
