@@ -33,6 +33,52 @@ Dib LoadBitmapFile(const std::string& path) {
     return dib;
 }
 
+std::string FormatName(int format) {
+    switch (format) {
+    case FMT_TIFF: return "TIFF";
+    case FMT_PCX: return "PCX";
+    case FMT_DCX: return "DCX (multi-page PCX)";
+    case FMT_GIF: return "GIF";
+    case FMT_TGA: return "TGA (by its name)";
+    case FMT_BMP: return "Windows bitmap";
+    case FMT_WMF: return "Windows metafile";
+    case FMT_CLP: return "clipboard file";
+    case FMT_COLORFAX: return "colour fax set";
+    case FMT_TEXT: return "plain text";
+    case FMT_CALS: return "CALS raster";
+    case FMT_JPEG: return "JPEG";
+    case FMT_PNG: return "PNG";
+    case FMT_EMF: return "enhanced metafile";
+    default: return "unknown";
+    }
+}
+
+Dib LoadImageFile(const std::string& path, int page) {
+    const int format = GetImageFormat(path.c_str());
+    Dib dib;
+    if (format == FMT_BMP || format == FMT_UNKNOWN) {
+        // Bare packed DIBs have no signature; the bitmap loader knows them.
+        dib = LoadBitmapFile(path);
+    } else {
+        SetImgError(IMGERR_SUCCESS);
+        int status = 0;
+        dib = Dib(LoadImageIntoDIB(path.c_str(), page, &status));
+        if (!dib && ImgError() == IMGERR_SUCCESS && format == FMT_COLORFAX)
+            throw OperationFailed("cannot load '" + path + "': it has no page " + std::to_string(page) +
+                                  " (it has " + std::to_string(GetNumberOfImagesInFaxFile(path.c_str())) + ")");
+        if (!dib)
+            throw OperationFailed("cannot load '" + path + "' (" + FormatName(format) + "): " + LibraryErrorText());
+    }
+    const DWORD compression = HeaderOf(dib).biCompression;
+    if (compression == BI_RLE8 || compression == BI_RLE4) {
+        SetImgError(IMGERR_SUCCESS);
+        Dib expanded(ExpandCompressedDIB(dib.get()));
+        if (!expanded) throw OperationFailed("cannot expand '" + path + "': " + LibraryErrorText());
+        dib = std::move(expanded);
+    }
+    return dib;
+}
+
 namespace {
 
 bool SameFile(const std::string& a, const std::string& b) {

@@ -64,6 +64,14 @@ std::string LibraryErrorText();
 // Loads a BMP file through the library, or throws OperationFailed with the library's reason.
 Dib LoadBitmapFile(const std::string& path);
 
+// The name of a format code of GetImageFormat, for messages and `info`.
+std::string FormatName(int format);
+
+// Loads page `page` of any file the library recognises: bitmaps and bare packed DIBs through
+// the bitmap loader, colour fax sets and the module formats through the format dispatch.
+// Run-length compressed bitmaps come back expanded. Throws OperationFailed with the reason.
+Dib LoadImageFile(const std::string& path, int page = 1);
+
 // Saves through the library into a temporary file beside `path` and renames it into place.
 // Refuses (UsageError) when `path` names the same file as `input`.
 void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input = {});

@@ -14,7 +14,7 @@ inline constexpr const char* kToolHelp =
     "Load, convert and inspect device-independent bitmaps with the Vexora library.\n"
     "\n"
     "commands:\n"
-    "  info FILE...          describe each file's image header\n"
+    "  info FILE...          name each file's format and describe its image\n"
     "  convert IN OUT [OP]   load IN, apply the operations OP in order, save OUT\n"
     "  demo [DIR]            write a sample image, every operation's result and an\n"
     "                        index.html showing them side by side (default DIR: vexora-demo)\n"
@@ -25,8 +25,9 @@ inline constexpr const char* kToolHelp =
 inline constexpr const char* kInfoHelp =
     "usage: vexora info FILE...\n"
     "\n"
-    "Describes each file as the library reads it: size, depth, colours, compression,\n"
-    "resolution in dots per inch, header kind and where the pixel data lies.\n"
+    "Names each file's format as the library detects it. For bitmaps it describes the\n"
+    "header: size, depth, colours, compression, resolution in dots per inch, header kind\n"
+    "and where the pixel data lies; a colour fax set is listed page by page.\n"
     "Exit status 1 when any file cannot be read.\n";
 
 inline constexpr const char* kDemoHelp =

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "commands.hpp"
+#include "arguments.hpp"
 #include "operations.hpp"
 
 namespace vexora_tool {
@@ -37,11 +38,15 @@ std::string Wrapped(std::string_view text, size_t indent, size_t width) {
 
 std::string ConvertHelp() {
     std::string help =
-        "usage: vexora convert IN OUT [OPERATION...]\n"
+        "usage: vexora convert IN OUT [--page N] [OPERATION...]\n"
         "\n"
-        "Loads the bitmap IN, applies the operations in the order given and saves the result\n"
+        "Loads the image IN, applies the operations in the order given and saves the result\n"
         "as the bitmap OUT. OUT is written to a temporary file first and renamed into place,\n"
         "so a failure leaves no partial file; OUT may not be IN.\n"
+        "\n"
+        "IN may be any file the library recognises: a bitmap (run-length encoded ones are\n"
+        "expanded), a colour fax set, or a format read by a format module beside the library.\n"
+        "  --page N              the page of a multi-page file to load, from 1 (default 1)\n"
         "\n"
         "operations:\n";
     for (const auto& op : Operations()) {
@@ -57,6 +62,7 @@ std::string ConvertHelp() {
 int RunConvert(const std::vector<std::string>& args) {
     std::vector<std::string> files;
     std::vector<std::pair<const Operation*, std::string>> steps;
+    long page = 1;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
         if (arg == "--help" || arg == "-h") {
@@ -65,6 +71,12 @@ int RunConvert(const std::vector<std::string>& args) {
         }
         if (arg.rfind("--", 0) != 0 || arg.size() == 2) {
             files.push_back(arg);
+            continue;
+        }
+        if (arg == "--page" || arg.rfind("--page=", 0) == 0) {
+            const bool inlinePage = arg.size() > 6;
+            if (!inlinePage && i + 1 >= args.size()) throw UsageError("convert: --page needs N");
+            page = ParseNumber(inlinePage ? arg.substr(7) : args[++i], "--page", 1, 65535);
             continue;
         }
         std::string name = arg.substr(2), value;
@@ -87,7 +99,7 @@ int RunConvert(const std::vector<std::string>& args) {
 
     for (const auto& [op, value] : steps) op->apply(nullptr, value);
 
-    Dib image = LoadBitmapFile(files[0]);
+    Dib image = LoadImageFile(files[0], static_cast<int>(page));
     for (const auto& [op, value] : steps) op->apply(&image, value);
     SaveBitmapFile(image, files[1], files[0]);
     const BITMAPINFOHEADER h = HeaderOf(image);

@@ -35,6 +35,41 @@ std::string HeaderKind(const std::string& path, bool& hasFileHeader) {
     return std::to_string(size) + "-byte header";
 }
 
+// The file of the format module that reads `format`, or null for the library's own formats.
+const char* ReadingModule(int format) {
+    switch (format) {
+    case FMT_TIFF: case FMT_CALS: return "VXTIFR.DLL";
+    case FMT_PCX: case FMT_DCX: return "VXPCXR.DLL";
+    case FMT_GIF: return "VXGIFR.DLL";
+    case FMT_TGA: return "VXTGAR.DLL";
+    case FMT_JPEG: return "VXJPGR.DLL";
+    case FMT_PNG: return "VXPNGR.DLL";
+    default: return nullptr;
+    }
+}
+
+// A colour fax set, page by page as the library loads them.
+bool DescribeFaxSet(const std::string& path) {
+    const int pages = GetNumberOfImagesInFaxFile(path.c_str());
+    std::printf("%s\n  format       colour fax set, %d page%s\n", path.c_str(), pages, pages == 1 ? "" : "s");
+    bool allRead = true;
+    for (int page = 1; page <= pages; ++page) {
+        SetImgError(IMGERR_SUCCESS);
+        int status = 0;
+        Dib dib(LoadColorFaxPage(path.c_str(), page, &status));
+        if (!dib) {
+            std::printf("  page %-7d cannot be loaded: %s\n", page,
+                        ImgError() == IMGERR_SUCCESS ? "outside the set's pages" : LibraryErrorText().c_str());
+            allRead = false;
+            continue;
+        }
+        const BITMAPINFOHEADER h = HeaderOf(dib);
+        std::printf("  page %-7d %ld x %ld pixels, %u bits per pixel\n", page, static_cast<long>(h.biWidth),
+                    static_cast<long>(h.biHeight), h.biBitCount);
+    }
+    return allRead;
+}
+
 // Prints one file; false when the library could not read it.
 bool Describe(const std::string& path) {
     SetImgError(IMGERR_SUCCESS);
@@ -44,12 +79,22 @@ bool Describe(const std::string& path) {
         std::cerr << "vexora: " << path << ": " << LibraryErrorText() << "\n";
         return false;
     }
+    const int format = GetImageFormat(path.c_str());
+    if (format != FMT_BMP && format != FMT_UNKNOWN) {
+        _lclose(file);
+        if (format == FMT_COLORFAX) return DescribeFaxSet(path);
+        const char* module = ReadingModule(format);
+        std::printf("%s\n  format       %s%s%s\n", path.c_str(), FormatName(format).c_str(),
+                    module ? ", read by the format module " : "", module ? module : "");
+        return true;
+    }
     Dib info(ReadDIBInfo(file));
     const DWORD fileBytes = FileLength(file);
     const LONG pixelOffset = _llseek(file, 0, FILE_CURRENT);
     _lclose(file);
     if (!info) {
-        std::cerr << "vexora: " << path << ": " << LibraryErrorText() << "\n";
+        std::cerr << "vexora: " << path << ": "
+                  << (format == FMT_UNKNOWN ? "not an image file the library recognises" : LibraryErrorText()) << "\n";
         return false;
     }
     bool hasFileHeader = false;

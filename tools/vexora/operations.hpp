@@ -24,6 +24,8 @@ const std::vector<Operation>& Operations();
 // The operations of each library family, in the order --help lists them.
 std::vector<Operation> GeometryOperations();
 std::vector<Operation> ToneOperations();
+std::vector<Operation> DitherOperations();
+std::vector<Operation> FormatOperations();
 
 // The operation for `option` (without "--"), or null.
 const Operation* FindOperation(std::string_view option);
