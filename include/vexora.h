@@ -882,14 +882,42 @@ VXAPI HDIB VXCALL ColorBrightnessContrast(HDIB dib, int brightness,
 /* Dithering and halftoning                                                  */
 /* ------------------------------------------------------------------------ */
 
-/* Floyd-Steinberg error diffusion of a 4/8/24-bit DIB to `depth` 1, 4 or 8
-   bits (below the source depth), with a fixed palette. Returns NULL on
-   failure with an IMGERR_ code in the module code; IMGERR_SUCCESS on success. */
+/*
+ * Floyd-Steinberg error diffusion of a 4-, 8- or 24-bit DIB into a new DIB of `depth` 1, 4 or 8
+ * bits, below the source depth. Palettes: 1 bit black, white; 4 bits red 255 if bit 3, green if
+ * bit 2, blue if bit 1 (bit 0 unused: results hold even indices only); 8 bits the 3-3-2 cube,
+ * red (i / 32) x 36, green (i / 4 % 8) x 36, blue (i % 4) x 85. Rows are diffused bottom row
+ * first, left to right, in 16-bit wrapping error rows; the next row is stored into, not added
+ * to, and for 4- and 8-bit output every channel takes the red channel's vertical error.
+ * The source is read for biWidth, biHeight, biBitCount and the resolutions only: biSize,
+ * biCompression and biClrUsed are not looked at, the pixels follow the header and the full table
+ * of the depth (16 or 256 entries), and a 24-bit row is read for the width rounded up to 4
+ * pixels (bytes of the next row, or 0 past the block's end; those slots are never quantised).
+ * Result: header 40, biWidth, biHeight, 1, depth, 0, stride x biHeight, the source's
+ * resolutions, 2^depth, 0; the table; the pixels. Block: 40 + 4 x 2^depth + biSizeImage.
+ * Clears the module code; IMGERR_SUCCESS on success. On failure returns NULL with, in this
+ * order: depth not 1, 4 or 8: IMGERR_PARAMETER; dib NULL: IMGERR_PARAMETER; not lockable:
+ * IMGERR_LOCKMEMORY; depth >= biBitCount, or biBitCount not 4, 8 or 24: IMGERR_DITHERPARAM with
+ * the source left locked (one GlobalUnlock releases it). Decided here: a block under 40 bytes
+ * (checked before the depths); then a width outside 1..32767 (the row counts are signed 16-bit),
+ * a height below 1 (bottom-up DIBs only), or a block shorter than header, full table and rows:
+ * IMGERR_PARAMETER, source unlocked. Working memory: the channel planes not had:
+ * IMGERR_NOMEMORY, source unlocked; the output planes or error rows not had: IMGERR_NOMEMORY,
+ * source left locked (one GlobalUnlock releases it); the result not had or not lockable (tried
+ * once, after the source is unlocked): IMGERR_NOMEMORY. On success the source is unlocked.
+ */
 VXAPI HDIB VXCALL DitherFS4(HDIB dib, int depth);
 
-/* Jarvis-Judice-Ninke error diffusion to 1, 4 or 8 bits, otherwise as
-   DitherFS4 (note: a null handle gives IMGERR_LOCKMEMORY and a failed lock
-   IMGERR_NOMEMORY). Module code on failure; IMGERR_SUCCESS on success. */
+/*
+ * Jarvis-Judice-Ninke error diffusion (12 neighbours, / 48; current and next rows added to, the
+ * row after next stored into), otherwise as DitherFS4 with these differences: 8-bit blue levels
+ * run 0..4, and a blue level 4 is ORed into the green field (index bit 2); for 1-bit output the
+ * first row's luminance is taken from slot P down to slot 1 (P the width rounded up to 4, or to
+ * 8 for 4-bit sources), so its leftmost pixel is dithered from its red value (the walk's read one
+ * byte past the channel planes reads 0, and its result lands in an unused plane); dib NULL gives
+ * IMGERR_LOCKMEMORY and a block that cannot be locked IMGERR_NOMEMORY. Checks, decided
+ * refusals, locks left behind and allocation outcomes as for DitherFS4.
+ */
 VXAPI HDIB VXCALL DitherJJN(HDIB dib, int depth);
 
 /* 2x2 block-redistribution dither to `depth` 1 or 4, carrying the remainder

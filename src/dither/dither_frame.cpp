@@ -1,0 +1,244 @@
+// dither_frame.cpp - checks, row loading, working memory and result of the four dithers (see
+// dither_frame.hpp for the method). The check order is the family's: output depth argument,
+// handle, lock, then the source depth (whose refusal leaves the source locked); after those
+// come the checks that keep every access inside the source block (width 1 to 32767, height at
+// least 1, a block that holds the header, the full colour table of its depth and every row).
+// Working memory is taken in the documented order (channel planes, output planes, error
+// rows); when the planes cannot be had the source is unlocked, when a later block cannot be
+// had it stays locked, again as the family has always left it.
+#include "dither/dither_frame.hpp"
+
+#include <array>
+#include <cstring>
+#include <new>
+
+#include "dib_layout.hpp"
+
+namespace vx::dither {
+namespace {
+
+template <typename T>
+std::unique_ptr<T[]> ZeroFilled(uint64_t count) {
+    if (count > SIZE_MAX / sizeof(T)) return nullptr;
+    return std::unique_ptr<T[]>(new (std::nothrow) T[static_cast<size_t>(count)]());
+}
+
+// One source row of `Bits` bits into the planes: red, green and blue, or the luminance alone.
+template <unsigned Bits, bool Gray>
+void LoadRow(const uint8_t* row, int32_t padded, const DitherFrame::Palette& palette, uint8_t* planes) {
+    uint8_t* red = planes;
+    uint8_t* green = planes + padded;
+    uint8_t* blue = planes + 2 * padded;
+    const auto entry = [&](int32_t x, unsigned index) {
+        if constexpr (Gray) {
+            red[x] = palette.luminance[index];
+        } else {
+            red[x] = palette.red[index];
+            green[x] = palette.green[index];
+            blue[x] = palette.blue[index];
+        }
+    };
+    if constexpr (Bits == 4) {
+        for (int32_t i = 0; i < padded / 2; ++i) {
+            entry(2 * i, row[i] >> 4);
+            entry(2 * i + 1, row[i] & 15u);
+        }
+    } else if constexpr (Bits == 8) {
+        for (int32_t x = 0; x < padded; ++x) entry(x, row[x]);
+    } else {
+        for (int32_t x = 0; x < padded; ++x) {
+            const uint8_t* p = row + 3 * x;
+            if constexpr (Gray) {
+                red[x] = Luminance(p[2], p[1], p[0]);
+            } else {
+                red[x] = p[2];
+                green[x] = p[1];
+                blue[x] = p[0];
+            }
+        }
+    }
+}
+
+template <unsigned Bits>
+constexpr DitherFrame::RowLoader kColourLoader = LoadRow<Bits, false>;
+template <unsigned Bits>
+constexpr DitherFrame::RowLoader kLuminanceLoader = LoadRow<Bits, true>;
+
+void WritePalette(uint8_t* table, int bits) {
+    for (unsigned i = 0; i < (1u << bits); ++i) {
+        unsigned red, green, blue;
+        if (bits == 1) {
+            red = green = blue = i != 0 ? 255 : 0;
+        } else if (bits == 4) {
+            red = i & 8 ? 255 : 0;
+            green = i & 4 ? 255 : 0;
+            blue = i & 2 ? 255 : 0;
+        } else {
+            red = i / 32 * 36;
+            green = i / 4 % 8 * 36;
+            blue = i % 4 * 85;
+        }
+        table[4 * i] = static_cast<uint8_t>(blue);
+        table[4 * i + 1] = static_cast<uint8_t>(green);
+        table[4 * i + 2] = static_cast<uint8_t>(red);
+        table[4 * i + 3] = 0;
+    }
+}
+
+// The 8 bits of a 1-bit byte spread to bit 0 of the 8 nibbles of four 4-bit pixels bytes,
+// left pixel in the high nibble, as a little-endian word.
+constexpr std::array<uint32_t, 256> kSpread = [] {
+    std::array<uint32_t, 256> t{};
+    for (unsigned v = 0; v < 256; ++v)
+        for (unsigned j = 0; j < 8; ++j)
+            if (v & (0x80u >> j)) t[v] |= 1u << (8 * (j / 2) + (j % 2 != 0 ? 0 : 4));
+    return t;
+}();
+
+}  // namespace
+
+bool DitherFrame::open(HDIB dib, int depth, const DitherRules& rules) {
+    const auto refuse = [](int code) {
+        SetModuleError(code);
+        return false;
+    };
+    SetModuleError(IMGERR_SUCCESS);
+    if (depth != 1 && depth != 4 && !(depth == 8 && rules.acceptsEightBits)) return refuse(IMGERR_PARAMETER);
+    if (dib == nullptr) return refuse(rules.nullHandleCode);
+    source_ = BlockLock(dib);
+    if (!source_) return refuse(rules.lockFailureCode);
+    if (source_.size() < kInfoHeaderSize) {
+        source_.unlock();
+        return refuse(IMGERR_PARAMETER);
+    }
+    const uint8_t* header = source_.data();
+    const uint32_t bits = LoadU16(header + bih::kBitCount);
+    if (static_cast<uint32_t>(depth) >= bits || (bits != 4 && bits != 8 && bits != 24)) {
+        source_.keepLocked();
+        return refuse(IMGERR_DITHERPARAM);
+    }
+    width_ = LoadI32(header + bih::kWidth);
+    height_ = LoadI32(header + bih::kHeight);
+    const uint32_t colours = ColorCountForDepth(bits);
+    pixelOffset_ = kInfoHeaderSize + 4 * uint64_t{colours};
+    const bool sized = width_ >= 1 && width_ <= kWidestImage && height_ >= 1;
+    sourceStride_ = sized ? RowStride64(static_cast<uint64_t>(width_), bits) : 0;
+    if (!sized || pixelOffset_ + sourceStride_ * static_cast<uint64_t>(height_) > source_.size()) {
+        source_.unlock();
+        return refuse(IMGERR_PARAMETER);
+    }
+
+    outBits_ = depth;
+    const auto w = static_cast<uint32_t>(width_);
+    padded_ = static_cast<int32_t>(bits == 4 ? (w * 4 + 31) / 32 * 8 : (w * 8 + 31) / 32 * 4);
+    rowReadBytes_ = static_cast<uint64_t>(padded_) * (bits == 24 ? 3 : 1) / (bits == 4 ? 2 : 1);
+    for (uint32_t i = 0; i < colours; ++i) {
+        const uint8_t* q = header + kInfoHeaderSize + 4 * i;
+        palette_.blue[i] = q[0];
+        palette_.green[i] = q[1];
+        palette_.red[i] = q[2];
+        palette_.luminance[i] = Luminance(q[2], q[1], q[0]);
+    }
+    colours_ = bits == 4 ? kColourLoader<4> : bits == 8 ? kColourLoader<8> : kColourLoader<24>;
+    luminance_ = bits == 4 ? kLuminanceLoader<4> : bits == 8 ? kLuminanceLoader<8> : kLuminanceLoader<24>;
+    firstRowRightToLeft_ = rules.firstRowRightToLeft && depth == 1;
+
+    SetModuleError(IMGERR_NOMEMORY);
+    const auto p = static_cast<uint64_t>(padded_), h = static_cast<uint64_t>(height_);
+    planes_ = ZeroFilled<uint8_t>(3 * p + 1 + rowReadBytes_);
+    if (!planes_) {
+        source_.unlock();
+        return false;
+    }
+    outputStride_ = RowStride64(w, depth == 4 ? 1 : static_cast<uint64_t>(depth));
+    outputPlaneBytes_ = outputStride_ * h;
+    output_ = ZeroFilled<uint8_t>(outputPlaneBytes_ * (depth == 4 ? 3 : 1));
+    if (output_) {
+        const auto rows = static_cast<uint64_t>(rules.errorRowsPerChannel * channels());
+        errors_ = ZeroFilled<int16_t>(kLeadingSlots + rows * (p + kSpareSlots) + kTrailingSlots);
+    }
+    if (!output_ || !errors_) {
+        source_.keepLocked();
+        return false;
+    }
+    return true;
+}
+
+const uint8_t* DitherFrame::sourceRow(int32_t y) {
+    const uint64_t at = pixelOffset_ + static_cast<uint64_t>(y) * sourceStride_;
+    const uint64_t size = source_.size();
+    if (at + rowReadBytes_ <= size) return source_.data() + at;
+    // The read runs past the block: what the block holds, then zeros.
+    uint8_t* scratch = planes_.get() + 3 * padded_ + 1;
+    const uint64_t have = at < size ? size - at : 0;
+    if (have != 0) std::memcpy(scratch, source_.data() + at, have);
+    std::memset(scratch + have, 0, rowReadBytes_ - have);
+    return scratch;
+}
+
+void DitherFrame::loadRow(int32_t y) {
+    (outBits_ == 1 ? luminance_ : colours_)(sourceRow(y), padded_, palette_, planes_.get());
+}
+
+void DitherFrame::loadFirstRow() {
+    if (!firstRowRightToLeft_) {
+        loadRow(0);
+        return;
+    }
+    colours_(sourceRow(0), padded_, palette_, planes_.get());
+    // From slot P down to slot 1: slot P of plane 0 is slot 0 of the green plane, and the
+    // blue value read for it is the zero byte after the planes.
+    uint8_t* p = planes_.get();
+    for (int32_t i = padded_; i >= 1; --i) p[i] = Luminance(p[i], p[padded_ + i], p[2 * padded_ + i]);
+}
+
+HDIB DitherFrame::finish() {
+    const int32_t xPels = LoadI32(source_.data() + bih::kXPels);
+    const int32_t yPels = LoadI32(source_.data() + bih::kYPels);
+    source_.unlock();
+
+    const uint32_t colours = 1u << outBits_;
+    const auto w = static_cast<uint64_t>(width_), h = static_cast<uint64_t>(height_);
+    const uint64_t stride = RowStride64(w, static_cast<uint64_t>(outBits_));
+    const uint64_t image = stride * h;
+    const uint64_t pixels = kInfoHeaderSize + 4 * uint64_t{colours};
+    OwnedBlock block = OwnedBlock::Allocate(pixels + image);
+    BlockLock lock;
+    if (block) lock = BlockLock(block.get());
+    if (!lock) {
+        SetModuleError(IMGERR_NOMEMORY);
+        return nullptr;
+    }
+    uint8_t* out = lock.data();
+    StoreU32(out + bih::kSize, kInfoHeaderSize);
+    StoreI32(out + bih::kWidth, width_);
+    StoreI32(out + bih::kHeight, height_);
+    StoreU16(out + bih::kPlanes, 1);
+    StoreU16(out + bih::kBitCount, static_cast<uint16_t>(outBits_));
+    StoreU32(out + bih::kCompression, 0);
+    StoreU32(out + bih::kSizeImage, static_cast<uint32_t>(image));
+    StoreI32(out + bih::kXPels, xPels);
+    StoreI32(out + bih::kYPels, yPels);
+    StoreU32(out + bih::kClrUsed, colours);
+    StoreU32(out + bih::kClrImportant, 0);
+    WritePalette(out + kInfoHeaderSize, outBits_);
+
+    if (outBits_ != 4) {
+        std::memcpy(out + pixels, output_.get(), image);
+    } else {
+        // One byte of each 1-bit image makes 8 pixels, 4 bytes; stride / 4 groups per row.
+        for (uint64_t y = 0; y < h; ++y) {
+            const uint8_t* red = outputRow(0, static_cast<int32_t>(y));
+            const uint8_t* green = outputRow(1, static_cast<int32_t>(y));
+            const uint8_t* blue = outputRow(2, static_cast<int32_t>(y));
+            uint8_t* row = out + pixels + y * stride;
+            for (uint64_t g = 0; g < stride / 4; ++g)
+                StoreU32(row + 4 * g, kSpread[red[g]] << 3 | kSpread[green[g]] << 2 | kSpread[blue[g]] << 1);
+        }
+    }
+    lock.unlock();
+    SetModuleError(IMGERR_SUCCESS);
+    return block.release();
+}
+
+}  // namespace vx::dither

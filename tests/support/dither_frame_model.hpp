@@ -1,0 +1,224 @@
+// dither_frame_model.hpp - test helpers for DitherFS4, DitherJJN, DitherSmooth and DitherSharp:
+// random sources, one call with everything it leaves behind, the refusals every dither shares,
+// and a plain model of their common frame written from the documented steps (rows loaded into
+// one block of three planes, luminance, the right-to-left first row, output planes, result).
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "dib_builder.hpp"
+
+namespace vxtest::dither {
+
+using Export = HDIB(VXCALL*)(HDIB, int);
+
+inline uint64_t Stride(int64_t width, int bits) { return (uint64_t(width) * bits + 31) / 32 * 4; }
+
+// Header (with a random biCompression and biClrUsed, which the dithers ignore), the full table
+// of the depth and the rows, then `slack` more bytes. Colours (table entries, 24-bit pixels)
+// are often gray, and levels are often 0, 255 or near them, so that errors of 0, runs of them
+// after small errors, clamped levels and saturated sums all occur.
+inline Bytes Source(int32_t w, int32_t h, uint16_t bits, uint32_t seed, uint32_t slack = 0) {
+    std::mt19937 random(seed);
+    const auto level = [&] {
+        const uint32_t r = random();
+        return uint8_t(r % 4 == 0 ? 0 : r % 4 == 1 ? 255 : r % 4 == 2 ? r >> 8 : (r >> 8) % 9 + (r & 4 ? 247 : 0));
+    };
+    const uint32_t colours = bits == 4 || bits == 8 || bits == 1 ? 1u << bits : 0;
+    Bytes b(40 + 4 * colours + Stride(w, bits) * uint32_t(h) + slack);
+    for (uint8_t& x : b) x = uint8_t(random());
+    const size_t colourEnd = bits == 24 ? b.size() - slack : 40 + 4 * colours;
+    for (size_t at = 40; at + 3 <= colourEnd; at += bits == 24 ? 3 : 4) {
+        b[at] = level();
+        const bool gray = random() % 2 != 0;
+        b[at + 1] = gray ? b[at] : level();
+        b[at + 2] = gray ? b[at] : level();
+    }
+    const uint32_t fields[10] = {40, uint32_t(w), uint32_t(h), 1u | uint32_t(bits) << 16, uint32_t(random() % 3),
+                                 uint32_t(Stride(w, bits) * uint32_t(h)), 3780, 2835, uint32_t(random() % 300), 7};
+    std::memcpy(b.data(), fields, sizeof fields);
+    return b;
+}
+
+struct Outcome {
+    Bytes result;  // the whole result block; empty for a null result
+    int code = -1;
+    bool sourceLocked = false, sourceUnchanged = false;
+};
+
+inline Outcome CallOn(const Bytes& source, Export call, int depth) {
+    Block in(BlockFrom(source));
+    SetImgError(IMGERR_NOTHINGTODO);
+    Block out(call(in.get(), depth));
+    Outcome o;
+    o.code = ImgError();
+    if (out) o.result = BlockBytes(out.get());
+    GlobalLock(in.get());
+    o.sourceLocked = GlobalUnlock(in.get()) != FALSE;
+    while (GlobalUnlock(in.get()) != FALSE) {
+    }
+    o.sourceUnchanged = BlockBytes(in.get()) == source;
+    return o;
+}
+
+// The refusals of every dither: `nullCode` and `lockCode` for a null handle and one that cannot
+// be locked; `maxDepth` the largest output depth taken.
+inline void ExpectSharedRefusals(Export call, int nullCode, int lockCode, int maxDepth) {
+    const Bytes good = Source(8, 4, 24, 1);
+    const auto with = [&](size_t at, uint32_t v, Bytes b) {
+        PutU32(b, at, v);
+        return b;
+    };
+    const auto cut = [](Bytes b, size_t n) {
+        b.resize(n);
+        return b;
+    };
+    const struct {
+        const char* what;
+        Bytes source;
+        int depth, code;
+        bool leftLocked;
+    } cases[] = {
+        {"output depth 2", good, 2, IMGERR_PARAMETER, false},
+        {"output depth 0", good, 0, IMGERR_PARAMETER, false},
+        {"output depth 8 where not taken", good, maxDepth == 8 ? 16 : 8, IMGERR_PARAMETER, false},
+        {"header cut short", cut(good, 39), 1, IMGERR_PARAMETER, false},
+        {"8 to 8 bits", Source(8, 4, 8, 2), 8, IMGERR_DITHERPARAM, true},
+        {"4 to 4 bits", Source(8, 4, 4, 2), 4, IMGERR_DITHERPARAM, true},
+        {"1-bit source", Source(8, 4, 1, 2), 1, IMGERR_DITHERPARAM, true},
+        {"16-bit source", Source(8, 4, 16, 2), 1, IMGERR_DITHERPARAM, true},
+        {"32-bit source", Source(8, 4, 32, 2), 4, IMGERR_DITHERPARAM, true},
+        {"width 0", with(4, 0, good), 1, IMGERR_PARAMETER, false},
+        {"height 0", with(8, 0, good), 1, IMGERR_PARAMETER, false},
+        {"negative width", with(4, uint32_t(-8), good), 1, IMGERR_PARAMETER, false},
+        {"negative height", with(8, uint32_t(-4), good), 1, IMGERR_PARAMETER, false},
+        {"width 32768", Source(32768, 1, 24, 3), 4, IMGERR_PARAMETER, false},
+        {"rows cut short by a byte", cut(good, good.size() - 1), 1, IMGERR_PARAMETER, false},
+        {"table cut short", cut(Source(1, 1, 8, 4), 40 + 1020), 1, IMGERR_PARAMETER, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const Outcome o = CallOn(c.source, call, c.depth);
+        EXPECT_TRUE(o.result.empty());
+        EXPECT_EQ(o.code, c.code);
+        EXPECT_EQ(o.sourceLocked, c.leftLocked);
+        EXPECT_TRUE(o.sourceUnchanged);
+    }
+    SetImgError(IMGERR_NOTHINGTODO);
+    EXPECT_EQ(call(nullptr, 1), nullptr);
+    EXPECT_EQ(ImgError(), nullCode);
+    EXPECT_EQ(call(nullptr, 2), nullptr);
+    EXPECT_EQ(ImgError(), IMGERR_PARAMETER) << "the depth argument is checked before the handle";
+    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));  // a discarded block
+    EXPECT_EQ(call(unlockable.get(), 1), nullptr);
+    EXPECT_EQ(ImgError(), lockCode);
+}
+
+// The frame of the dithers, step by step.
+struct FrameModel {
+    const Bytes& dib;
+    int32_t w, h, P;
+    int bits, depth;
+    std::vector<uint8_t> planes;  // red, green, blue, then one byte that stays 0
+    std::vector<uint8_t> out;     // one image, or three 1-bit images for 4-bit output
+    uint64_t outStride;
+
+    FrameModel(const Bytes& d, int outDepth)
+        : dib(d), w(int32_t(GetU32(d, 4))), h(int32_t(GetU32(d, 8))), bits(d[14]), depth(outDepth) {
+        P = bits == 4 ? (w * 4 + 31) / 32 * 8 : (w * 8 + 31) / 32 * 4;
+        planes.assign(3 * size_t(P) + 1, 0);
+        outStride = Stride(w, depth == 4 ? 1 : depth);
+        out.assign(outStride * h * (depth == 4 ? 3 : 1), 0);
+    }
+    int byte(uint64_t at) const { return at < dib.size() ? dib[at] : 0; }
+    static int Luminance(int r, int g, int b) { return std::min(255, (30 * r + 59 * g + 11 * b) / 100); }
+    uint8_t* plane(int c) { return &planes[size_t(c) * P]; }
+    uint8_t* outRow(int c, int32_t y) { return &out[(uint64_t(c) * h + y) * outStride]; }
+
+    void load(int32_t y, bool rightToLeft) {
+        const uint64_t table = 40, row = 40 + (bits == 24 ? 0 : 4u << bits) + uint64_t(y) * Stride(w, bits);
+        for (int32_t x = 0; x < P; ++x) {
+            int r, g, b;
+            if (bits == 24) {
+                b = byte(row + 3 * x), g = byte(row + 3 * x + 1), r = byte(row + 3 * x + 2);
+            } else {
+                const int index = bits == 8 ? byte(row + x) : byte(row + x / 2) >> (x % 2 ? 0 : 4) & 15;
+                b = byte(table + 4 * index), g = byte(table + 4 * index + 1), r = byte(table + 4 * index + 2);
+            }
+            planes[x] = uint8_t(r), planes[P + x] = uint8_t(g), planes[2 * P + x] = uint8_t(b);
+        }
+        if (depth != 1) return;
+        if (rightToLeft)
+            for (int32_t i = P; i >= 1; --i) planes[i] = uint8_t(Luminance(planes[i], planes[P + i], planes[2 * P + i]));
+        else
+            for (int32_t i = 0; i < P; ++i) planes[i] = uint8_t(Luminance(planes[i], planes[P + i], planes[2 * P + i]));
+    }
+
+    Bytes result() {
+        const uint32_t colours = 1u << depth;
+        const uint64_t stride = Stride(w, depth), pixels = 40 + 4 * colours;
+        Bytes r(pixels + stride * h, 0);
+        const uint32_t fields[10] = {40, uint32_t(w), uint32_t(h), 1u | uint32_t(depth) << 16, 0,
+                                     uint32_t(stride * h), GetU32(dib, 24), GetU32(dib, 28), colours, 0};
+        std::memcpy(r.data(), fields, sizeof fields);
+        for (uint32_t i = 0; i < colours; ++i) {
+            const uint32_t red = depth == 1 ? 255 * i : depth == 4 ? (i & 8 ? 255 : 0) : i / 32 * 36;
+            const uint32_t green = depth == 1 ? 255 * i : depth == 4 ? (i & 4 ? 255 : 0) : (i / 4) % 8 * 36;
+            const uint32_t blue = depth == 1 ? 255 * i : depth == 4 ? (i & 2 ? 255 : 0) : i % 4 * 85;
+            PutU32(r, 40 + 4 * i, blue | green << 8 | red << 16);
+        }
+        for (int32_t y = 0; y < h; ++y) {
+            uint8_t* to = &r[pixels + y * stride];
+            if (depth != 4) {
+                std::copy_n(outRow(0, y), stride, to);
+                continue;
+            }
+            for (uint64_t g = 0; g < stride / 4; ++g)
+                for (int k = 0; k < 8; ++k) {
+                    const auto bit = [&](int c) { return outRow(c, y)[g] >> (7 - k) & 1; };
+                    to[4 * g + k / 2] |= uint8_t((8 * bit(0) + 4 * bit(1) + 2 * bit(2)) << (k % 2 ? 0 : 4));
+                }
+        }
+        return r;
+    }
+};
+
+// The legal source/output depth pairs and the sizes every model comparison runs.
+struct DepthPair {
+    uint16_t from;
+    int to;
+};
+inline std::vector<std::pair<int32_t, int32_t>> AwkwardSizes() {
+    std::vector<std::pair<int32_t, int32_t>> sizes;
+    for (int32_t w : {1, 2, 3, 5, 7, 8, 9, 13, 33})
+        for (int32_t h : {1, 2, 3, 6}) sizes.emplace_back(w, h);
+    sizes.emplace_back(67, 41);
+    return sizes;
+}
+
+// Every pair and size, against `model`; slack after every other source.
+template <typename Model>
+void ExpectModelBytes(Export call, const std::vector<DepthPair>& pairs, Model model) {
+    uint32_t seed = 100;
+    for (const DepthPair& p : pairs)
+        for (const auto& [w, h] : AwkwardSizes()) {
+            ++seed;
+            const Bytes src = Source(w, h, p.from, seed, seed % 2 ? 7 : 0);
+            SCOPED_TRACE(testing::Message() << p.from << " -> " << p.to << " bits, " << w << "x" << h << ", seed " << seed);
+            const Outcome o = CallOn(src, call, p.to);
+            ASSERT_EQ(o.code, IMGERR_SUCCESS);
+            const Bytes expected = model(src, p.to);
+            ASSERT_EQ(o.result.size(), expected.size());
+            const auto diff = std::mismatch(o.result.begin(), o.result.end(), expected.begin()).first;
+            ASSERT_TRUE(diff == o.result.end()) << "first difference at byte " << diff - o.result.begin();
+            EXPECT_FALSE(o.sourceLocked);
+            EXPECT_TRUE(o.sourceUnchanged);
+        }
+}
+
+}  // namespace vxtest::dither
