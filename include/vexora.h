@@ -929,11 +929,38 @@ VXAPI HDIB VXCALL DitherSmooth(HDIB dib, int depth);
    crisper edges. Module code on failure; IMGERR_SUCCESS on success. */
 VXAPI HDIB VXCALL DitherSharp(HDIB dib, int depth);
 
-/* Makes a 1-bit DIB from a 4/8/24-bit DIB: mode (16-bit unsigned) 0
-   threshold, 1 error diffusion, 2 ordered 16x16 screen, after adding
-   `brightness` to each luminance. NULL on failure with IMGERR_PARAMETER or
-   IMGERR_NOMEMORY in the 16-bit *error cell (unwritten on success); the
-   module code is never touched. */
+/*
+ * Makes a black-and-white 1-bit DIB from a 4/8/24-bit DIB. Each entry of the source's
+ * L-entry rows (L = row stride in bytes, doubled for 4 bits) gets the level
+ * (30 red + 59 green + 11 blue) / 100 + brightness (truncating; the sum in 32-bit wrapping
+ * arithmetic), clamped to 0..255. Mode 0: white from 129 up. Mode 1: Jarvis-Judice-Ninke
+ * diffusion in 32-bit integers, white where the value is above 128; shares (e x w) / 48
+ * truncated, current row x+1, x+2 (7 5) and next row x-2..x+2 (3 5 7 5 3) added to, the row
+ * after x-2..x+2 (1 3 5 3 1) stored into; a pixel with error 0 writes nothing, rows then
+ * move up and the third is not cleared. Mode 2: white where the level is above
+ * screen[y mod 16][x mod 16], the 4x4 seed {0 8 2 10 / 12 4 14 6 / 3 11 1 9 / 15 7 13 5}
+ * doubled twice (new = 4 old + 0, 2, 3, 1 by quadrant). Rows are taken in memory order.
+ * Pixels start at biSize + PaletteSize. 4/8-bit sources: pixel x of row y, through the
+ * colour table read at offset biSize as RGBQUADs (every index is looked up there, even past
+ * biClrUsed entries; bytes past the block read 0). 24-bit sources keep their row
+ * displacement: output row y is made from entries y x L onwards of planes loaded with
+ * P8 = (width rounded up to 4) pixels per source row at stride P8, so it shows source row
+ * (y L) / P8 from pixel (y L) mod P8, runs into the next row, and past height x P8 entries
+ * is the level of black; pixels past the width are read from the padding and the next row,
+ * bytes past the block as 0. biCompression is not read; widths of 32768 and more are
+ * handled like any other (64-bit row arithmetic).
+ * Result: 40-byte header (width, height, both resolutions of the source; 1 plane, 1 bit,
+ * biSizeImage = ((width + 31) / 32) x 4 x height, biClrUsed 2), table black then white, rows.
+ * Failure: NULL and a code in the 16-bit *error cell (error may be NULL: nothing is
+ * reported), in this order: dib NULL: 8; mode > 2: 8; not lockable: 1; biBitCount not 4, 8
+ * or 24 (1, 16, 32 included): 8, and the source is left locked (one lock count, as always);
+ * negative width or height: 8; width or height 0 (working planes of 0 bytes cannot be
+ * locked) or planes (L x height) of 2^32 bytes or more: 1; a block shorter than biSize +
+ * colour table + stride x height (a header past the block's end reads as 0): 8; error rows
+ * (mode 1, 16 L + 420 bytes) or result of 2^32 bytes or more, or no memory: 1. Failures
+ * after the depth check leave the source unlocked. The cell is not written on success and
+ * the module error code is never read or written.
+ */
 VXAPI HDIB VXCALL Halftone(HDIB dib, WORD mode, int brightness, WORD *error);
 
 /* ------------------------------------------------------------------------ */
