@@ -14,6 +14,7 @@
  *   - logical palettes: CreatePalette, GetPaletteEntries, GetNearestPaletteIndex, DeleteObject;
  *   - MessageBoxA, which has no screen here and reports through a replaceable message sink
  *     (VexoraSetMessageSink);
+ *   - profile (INI) files: GetPrivateProfileStringA, GetPrivateProfileIntA;
  *   - GetVersion.
  *
  * On Windows this file only includes <windows.h>.
@@ -286,6 +287,24 @@ typedef int (*VXMESSAGESINK)(const char *text, const char *caption, UINT style, 
 /* Installs a sink (null restores the default) and returns the previous one. */
 VXPLATFORMAPI VXMESSAGESINK VexoraSetMessageSink(VXMESSAGESINK sink, void *context);
 VXPLATFORMAPI int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT style);
+
+/*
+ * Profile (INI) files, read with the rules of the Windows calls: sections and keys are found
+ * without regard to ASCII letter case, and only the first section of a name counts; names and
+ * values are trimmed of white space; a value enclosed in matching quotes (' or ") loses them;
+ * at most size - 1 characters and a terminator are copied and the count copied is returned.
+ * A missing key, section or file gives the default, trailing spaces removed and then copied
+ * like a value (a file that cannot be opened reads as an empty one). A null key lists
+ * the section's keys, a null section the profile's sections: names each followed by a
+ * terminator, one more at the end; a list cut short returns size - 2. GetPrivateProfileIntA
+ * gives the default for a missing or empty value and otherwise parses it: optional sign,
+ * optional 0x / 0o / 0b prefix, digits up to the first other character, 32-bit wrap-around.
+ * The file is read afresh on every call; a relative name is relative to the working
+ * directory (Windows resolves it against the Windows directory).
+ */
+VXPLATFORMAPI DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR defaultValue,
+                                             LPSTR buffer, DWORD size, LPCSTR fileName);
+VXPLATFORMAPI UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, INT defaultValue, LPCSTR fileName);
 
 /* The platform version word. The high bit is clear (not a 16-bit hosting layer). */
 VXPLATFORMAPI DWORD GetVersion(void);

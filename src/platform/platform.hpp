@@ -21,4 +21,30 @@ private:
     [[maybe_unused]] void* previous_ = nullptr;  // the cursor to restore (Windows)
 };
 
+// A separately built library (a format module) loaded by its own file name for the lifetime of
+// the guard and freed on destruction. On Windows the name goes to LoadLibraryA as it is. On
+// Linux "NAME.DLL" is the shared object "NAME.so", looked up beside the object that holds the
+// library's code (libvexora.so, or the program it is linked into) first, then on the loader's
+// path, and loaded with its own symbols kept local.
+class Module {
+public:
+    using Entry = void (*)();  // an entry point, cast to its real type by the caller
+
+    explicit Module(const char* fileName);
+    ~Module();
+    Module(const Module&) = delete;
+    Module& operator=(const Module&) = delete;
+
+    explicit operator bool() const { return handle_ != nullptr; }
+    // The value the load call returned, as the library reports it when the load failed: 0
+    // (LoadLibraryA answers NULL; a dlopen failure is reported the same way).
+    int loadResult() const { return loadResult_; }
+    // The entry point of exactly this name, or null.
+    Entry entry(const char* name) const;
+
+private:
+    void* handle_ = nullptr;
+    int loadResult_ = 0;
+};
+
 }  // namespace vx::platform
