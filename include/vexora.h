@@ -967,22 +967,70 @@ VXAPI HDIB VXCALL Halftone(HDIB dib, WORD mode, int brightness, WORD *error);
 /* File formats: detection and load/save dispatch                            */
 /* ------------------------------------------------------------------------ */
 
-/* Reads up to 512 bytes of the file and returns its FMT_ code (FMT_UNKNOWN
-   when nothing matches; the TGA test looks at the name only). An unreadable
-   file is not reported as such, but the fax-set test leaves IMGERR_OPENFILE
-   in the module code for a file that does not exist. */
+/*
+ * Returns the FMT_ code of a file from its first 512 bytes (read into a zeroed buffer) and,
+ * for two formats, from other signs. Tests, first match wins: TIFF ("II"/"MM"), PCX (first
+ * byte 0x0A, whatever follows), DCX, GIF ("GIF87a"/"GIF89a"), BMP, clipboard file (50000),
+ * metafile (placeable magic, or the word at offset 2 equal to 9), enhanced metafile (" EMF"
+ * at offset 40), colour fax set (GetNumberOfImagesInFaxFile >= 1), TGA (the name is at least
+ * 3 characters long and ends in "tga" in any letter case - no dot needed), JPEG (FF D8), CALS
+ * ("srcdocid:" found by a C-string search of the buffer, which stops at its first zero byte;
+ * the buffer's last byte is zeroed for the search), text (every byte actually read, taken
+ * unsigned, is 6 or above, and some CR at offsets 0-510 is followed by an LF), PNG ("PNG" at
+ * bytes 1-3); else FMT_UNKNOWN. Code 11 is never returned.
+ * Decided here: a file that cannot be opened (and a null name) is tested as 512 zero bytes of
+ * which none were read - it matches nothing but the TGA name test - and the fax-set test
+ * leaves IMGERR_OPENFILE in the module code for it. Otherwise the code is not changed.
+ */
 VXAPI int VXCALL GetImageFormat(LPCSTR fileName);
 
-/* Loads page `page` of any recognised image file into a new DIB, through
-   the BMP, clipboard, metafile and fax-set readers or a format module.
-   NULL on failure; an unloadable format sets IMGERR_FILEFORMAT and stores 9
-   in *status, which format modules also use. */
+/*
+ * Loads image `page` of a file into a new DIB by its GetImageFormat code: BMP through
+ * LoadDIBFromFile; clipboard files (LoadClipboardFormat, format 8) and metafiles through a
+ * device bitmap converted with ConvertBitmapToDIB in the current palette (both GDI objects are
+ * deleted; a null bitmap gives NULL at once); fax sets through LoadColorFaxPage; TIFF, PCX,
+ * DCX, GIF, TGA, CALS, JPEG and PNG through their format modules (VXTIFR.DLL LoadTiffIntoDIB
+ * (file, page, NULL), LoadCALSIntoDIB (file, NULL); VXPCXR.DLL LoadPCXIntoDIB (file, status),
+ * LoadDCXIntoDIB (file, page, status); VXGIFR.DLL LoadGIFIntoDIB (file, page, status);
+ * VXTGAR.DLL LoadTGAIntoDIB (file, NULL); VXJPGR.DLL LoadJPEGIntoDIB (file); VXPNGR.DLL
+ * LoadPNGIntoDIB (file, status)), whose DIB is returned as it is. Codes 0, 10 and 11 set
+ * IMGERR_FILEFORMAT and store 9 in *status.
+ * Modules are loaded by file name for each call and freed after it (nothing is cached): on
+ * Linux "NAME.DLL" is the shared object NAME.so, looked up beside the object holding the
+ * library code (libvexora.so, or the program the static library is linked into), then on the
+ * loader's path. A missing module shows "'NAME.DLL' module has not found (0)" with the caption
+ * "VEXORA DLL"; a missing entry point "'Entry' function has not found in 'NAME.DLL' module"
+ * with the caption "VEXORA-DLL"; both with style MB_TASKMODAL (8192) and no owner, and on
+ * Linux through the message sink. The value in parentheses is what the load returned, which
+ * is 0 on every current platform. The call then gives NULL and leaves the module code and
+ * *status alone.
+ * Decided here: a null status pointer is passed to the modules as it is and receives no 9.
+ * The metafile reader is not built yet: metafiles (codes 7 and 15) give NULL with
+ * IMGERR_FILEFORMAT. Clipboard files give NULL until the clipboard reader and the
+ * device-bitmap bridge are built.
+ */
 VXAPI HDIB VXCALL LoadImageIntoDIB(LPCSTR fileName, int page, int *status);
 
-/* Saves a DIB in format `format` (FMT_ code) through the library's writers
-   or a format module; option and param are handed to the module. Returns
-   the writer's result (non-zero for success); 0 without an error code for
-   unsupported formats, and 0 after a message box for a missing module. */
+/*
+ * Saves a DIB in format `format` and returns the writer's result (non-zero for success).
+ * Codes outside 1-15 give 0 at once, without an error code; 9, 10, 11 and 14 (there is no
+ * PNG writer) give 0 too. BMP goes to SaveDIB; metafiles (7, 15) and clipboard files (8) go
+ * through ConvertDIBToBitmap (a null bitmap gives 0 at once) to the metafile writers, given
+ * the DC of the active window, or to SaveClipboardFormat, and the bitmap is deleted. The
+ * others go to their format modules, loaded and reported as for LoadImageIntoDIB, with the
+ * module's result returned as it is (0 for a missing module or entry point):
+ * VXTIFW.DLL SaveDIBInTiffFormat (file, dib, param, 1), SAVEDIBINCALSFORMAT (file, dib,
+ * 0, 0, 0); VXPCXW.DLL SaveDIBInPCXFormat (file, dib, &copy); VXGIFW.DLL SaveDIBInGIFFormat
+ * (file, dib, option, &copy); VXTGAW.DLL SaveDIBInTGAFormat (file, dib, param != 0, 1);
+ * VXJPGW.DLL SaveDIBInJPEGFile (file, dib, 75). DCX: when the file does not exist (the C
+ * runtime's access test, existence only; a null name counts as missing) VXPCXW.DLL
+ * MakeDCXFile (file, &copy) is called first, its result ignored; then SaveDIBInDCXFormat
+ * (file, dib, &copy). `copy` is the library's own copy of param: a module may change it, and
+ * MakeDCXFile's change is what SaveDIBInDCXFormat sees, but it never reaches the caller.
+ * Each module call loads and frees its module, so a new DCX file loads VXPCXW.DLL twice.
+ * Decided here: until the device-bitmap bridge is built, codes 7, 8 and 15 give 0 without a
+ * code (ConvertDIBToBitmap gives no bitmap yet).
+ */
 VXAPI int VXCALL SaveDIBInImageFormat(LPCSTR fileName, HDIB dib, int format,
                                       int option, int param);
 

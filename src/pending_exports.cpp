@@ -22,9 +22,6 @@ VXAPI BOOL VXCALL CombineBMP(int x, int y, HBITMAP *phDest, HBITMAP hSrc, HBITMA
 VXAPI BOOL VXCALL CombineDIB(int x, int y, HDIB *phDest, HDIB hSrc, HDIB hMask, BOOL altMode) { return 0; }
 VXAPI HDIB VXCALL DitherSmooth(HDIB dib, int depth) { return 0; }
 VXAPI HDIB VXCALL DitherSharp(HDIB dib, int depth) { return 0; }
-VXAPI int VXCALL GetImageFormat(LPCSTR fileName) { return 0; }
-VXAPI HDIB VXCALL LoadImageIntoDIB(LPCSTR fileName, int page, int *status) { return 0; }
-VXAPI int VXCALL SaveDIBInImageFormat(LPCSTR fileName, HDIB dib, int format, int option, int param) { return 0; }
 VXAPI HDIB VXCALL CompressDIB(HDIB dib) { return 0; }
 VXAPI HDIB VXCALL ExpandCompressedDIB(HDIB dib) { return 0; }
 VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format) { return 0; }

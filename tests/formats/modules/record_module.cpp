@@ -1,0 +1,116 @@
+// record_module.cpp - a stand-in format module for the format tests. Built once per module
+// file name (MODULE_NAME), it exports every reading and writing entry point and reports how it
+// was called, since the library unloads a module after each call:
+//   - a loader returns a 1-row 8-bit DIB (one colour entry) whose pixels are the text
+//     "<module>|<entry>|<file>|<arguments>", and stores 4242 in a status word it is given;
+//   - a writer appends such a line to the file it is asked to write, adds 1000 to a param it
+//     is given the address of, and returns a value of its own (see below).
+// Built with NO_ENTRY_POINTS it exports none of them (a module without the entry point).
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "vexora.h"
+
+#if defined(_WIN32)
+#define MODULE_EXPORT extern "C" __declspec(dllexport)
+#else
+#define MODULE_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
+
+#if !defined(NO_ENTRY_POINTS)
+
+namespace {
+
+std::string Status(int* status) {
+    if (status == nullptr) return "status=null";
+    const std::string text = "status=" + std::to_string(*status);
+    *status = 4242;
+    return text;
+}
+
+std::string Param(int* param) {
+    if (param == nullptr) return "param=null";
+    const std::string text = "param=" + std::to_string(*param);
+    *param += 1000;
+    return text;
+}
+
+HDIB Report(const char* entry, LPCSTR file, const std::string& arguments) {
+    const std::string text = std::string(MODULE_NAME) + "|" + entry + "|" + (file ? file : "(null)") + "|" + arguments;
+    const size_t stride = (text.size() + 3) / 4 * 4;
+    HDIB dib = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 44 + stride);
+    auto* p = static_cast<unsigned char*>(GlobalLock(dib));
+    const int32_t header[10] = {40, static_cast<int32_t>(text.size()), 1, 1 | 8 << 16, 0,
+                                static_cast<int32_t>(stride), 0, 0, 1, 0};
+    std::memcpy(p, header, sizeof header);
+    std::memcpy(p + 44, text.data(), text.size());
+    GlobalUnlock(dib);
+    return dib;
+}
+
+int Record(int result, const char* entry, LPCSTR file, HDIB dib, const std::string& arguments) {
+    if (std::FILE* out = std::fopen(file, "ab")) {
+        std::fprintf(out, "%s|%s|dib=%s|%s\n", MODULE_NAME, entry, dib ? "given" : "null", arguments.c_str());
+        std::fclose(out);
+    }
+    return result;
+}
+
+std::string Ints(int a, int b) { return std::to_string(a) + "," + std::to_string(b); }
+
+}  // namespace
+
+MODULE_EXPORT HDIB VXCALL LoadTiffIntoDIB(LPCSTR file, int page, int* status) {
+    return Report("LoadTiffIntoDIB", file, "page=" + std::to_string(page) + "|" + Status(status));
+}
+MODULE_EXPORT HDIB VXCALL LoadCALSIntoDIB(LPCSTR file, int* status) {
+    return Report("LoadCALSIntoDIB", file, Status(status));
+}
+MODULE_EXPORT HDIB VXCALL LoadPCXIntoDIB(LPCSTR file, int* status) {
+    return Report("LoadPCXIntoDIB", file, Status(status));
+}
+MODULE_EXPORT HDIB VXCALL LoadDCXIntoDIB(LPCSTR file, int page, int* status) {
+    return Report("LoadDCXIntoDIB", file, "page=" + std::to_string(page) + "|" + Status(status));
+}
+MODULE_EXPORT HDIB VXCALL LoadGIFIntoDIB(LPCSTR file, int page, int* status) {
+    return Report("LoadGIFIntoDIB", file, "page=" + std::to_string(page) + "|" + Status(status));
+}
+MODULE_EXPORT HDIB VXCALL LoadTGAIntoDIB(LPCSTR file, int* status) {
+    return Report("LoadTGAIntoDIB", file, Status(status));
+}
+MODULE_EXPORT HDIB VXCALL LoadJPEGIntoDIB(LPCSTR file) { return Report("LoadJPEGIntoDIB", file, ""); }
+MODULE_EXPORT HDIB VXCALL LoadPNGIntoDIB(LPCSTR file, int* status) {
+    return Report("LoadPNGIntoDIB", file, Status(status));
+}
+
+MODULE_EXPORT int VXCALL SaveDIBInTiffFormat(LPCSTR file, HDIB dib, int param, int b) {
+    return Record(11, "SaveDIBInTiffFormat", file, dib, Ints(param, b));
+}
+MODULE_EXPORT int VXCALL SAVEDIBINCALSFORMAT(LPCSTR file, HDIB dib, int a, int b, int c) {
+    return Record(12, "SAVEDIBINCALSFORMAT", file, dib, Ints(a, b) + "," + std::to_string(c));
+}
+MODULE_EXPORT int VXCALL SaveDIBInPCXFormat(LPCSTR file, HDIB dib, int* param) {
+    return Record(13, "SaveDIBInPCXFormat", file, dib, Param(param));
+}
+MODULE_EXPORT int VXCALL MakeDCXFile(LPCSTR file, int* param) {
+    return Record(14, "MakeDCXFile", file, nullptr, Param(param));
+}
+MODULE_EXPORT int VXCALL SaveDIBInDCXFormat(LPCSTR file, HDIB dib, int* param) {
+    return Record(15, "SaveDIBInDCXFormat", file, dib, Param(param));
+}
+MODULE_EXPORT int VXCALL SaveDIBInGIFFormat(LPCSTR file, HDIB dib, int option, int* param) {
+    return Record(16, "SaveDIBInGIFFormat", file, dib, "option=" + std::to_string(option) + "|" + Param(param));
+}
+MODULE_EXPORT int VXCALL SaveDIBInTGAFormat(LPCSTR file, HDIB dib, int a, int b) {
+    return Record(17, "SaveDIBInTGAFormat", file, dib, Ints(a, b));
+}
+MODULE_EXPORT int VXCALL SaveDIBInJPEGFile(LPCSTR file, HDIB dib, int quality) {
+    return Record(18, "SaveDIBInJPEGFile", file, dib, std::to_string(quality));
+}
+
+#else
+
+MODULE_EXPORT int VXCALL SomethingElse(void) { return 0; }
+
+#endif
