@@ -920,13 +920,33 @@ VXAPI HDIB VXCALL DitherFS4(HDIB dib, int depth);
  */
 VXAPI HDIB VXCALL DitherJJN(HDIB dib, int depth);
 
-/* 2x2 block-redistribution dither to `depth` 1 or 4, carrying the remainder
-   whole. Returns NULL on failure with an IMGERR_ code in the module code;
-   IMGERR_SUCCESS on success. */
+/*
+ * Block-redistribution dither of a 4-, 8- or 24-bit DIB into a new DIB of `depth` 1 (black and
+ * white from the luminance (30 R + 59 G + 11 B) / 100) or 4 bits (eight colours, each channel on
+ * its own; palette and pixel packing as DitherFS4). A 2 x 2 window slides along each pair of
+ * rows; its sum, plus what the previous window carried, goes back to its four cells in units of
+ * 255, brightest cell first (ties: the lowest index ranks first, the highest index last, and of
+ * the middle two the lower index is second only if strictly greater), the next ranked cell
+ * taking the remainder. The window's bottom-left cell gives the pixel (255 sets it) and, when
+ * not 255, is carried whole to the next window; carries restart on every row. Row 0 is first
+ * redistributed with itself. For 1-bit output the first row's luminance follows DitherJJN's rule
+ * (its leftmost pixel starts from its red value). The last window of a row reaches one slot past
+ * the width: the row's padding pixel (for 24 bits bytes of the padding and of the next row, 0
+ * past the block's end), or, when the width is a multiple of 4 (of 8 for 4-bit sources), a spare
+ * cell that starts at 0 and keeps what the last windows of earlier rows left there.
+ * Source reading and result as DitherFS4. Clears the module code; IMGERR_SUCCESS on success.
+ * On failure returns NULL with, in this order: depth not 1 or 4 (8 included):
+ * IMGERR_PARAMETER; dib NULL: IMGERR_LOCKMEMORY; not lockable: IMGERR_NOMEMORY; depth >=
+ * biBitCount, or biBitCount not 4, 8 or 24: IMGERR_DITHERPARAM with the source left locked (one
+ * GlobalUnlock releases it). Decided refusals, locks left behind by allocation failures and
+ * their codes as DitherFS4.
+ */
 VXAPI HDIB VXCALL DitherSmooth(HDIB dib, int depth);
 
-/* As DitherSmooth, but halves the remainder carried between windows, giving
-   crisper edges. Module code on failure; IMGERR_SUCCESS on success. */
+/*
+ * As DitherSmooth, except that the remainder carried from one window to the next is halved
+ * (truncated) first.
+ */
 VXAPI HDIB VXCALL DitherSharp(HDIB dib, int depth);
 
 /*

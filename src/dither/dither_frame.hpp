@@ -129,6 +129,27 @@ private:
     std::unique_ptr<int16_t[]> errors_;
 };
 
+// One row through walkers side by side, each giving one output bit per pixel (walker.step(x))
+// into its own output row: bits of 8 pixels most significant first, a short last group shifted
+// up. Each walker's finish(width) runs at the end of the row.
+template <typename... Walkers>
+void BitsRow(int32_t width, uint8_t* const* out, Walkers... walkers) {
+    constexpr int kChannels = sizeof...(Walkers);
+    uint8_t* rows[kChannels];
+    for (int k = 0; k < kChannels; ++k) rows[k] = out[k];
+    unsigned bits[kChannels] = {};
+    for (int32_t x = 0; x < width; ++x) {
+        int c = 0;
+        ((bits[c] = bits[c] << 1 | static_cast<unsigned>(walkers.step(x)), ++c), ...);
+        if ((x & 7) == 7) {
+            for (int k = 0; k < kChannels; ++k) rows[k][x >> 3] = static_cast<uint8_t>(bits[k]), bits[k] = 0;
+        }
+    }
+    if (width & 7)
+        for (int k = 0; k < kChannels; ++k) rows[k][width >> 3] = static_cast<uint8_t>(bits[k] << (8 - (width & 7)));
+    (walkers.finish(width), ...);
+}
+
 // Runs one dither export: the frame's checks, rows(frame) over the image, the result.
 template <typename Rows>
 HDIB RunDither(HDIB dib, int depth, const DitherRules& rules, Rows&& rows) noexcept {

@@ -34,7 +34,6 @@
 // error and a weight.
 #include <algorithm>
 #include <cstring>
-#include <type_traits>
 
 #include "vexora.h"
 
@@ -66,22 +65,21 @@ using RedGreenLevels = Levels<5, 7>;
 
 // ---- Walkers ---------------------------------------------------------------------------
 //
-// A walker carries one channel along one row. step<Quantiser>(x) quantises pixel x and spreads
-// its error; the slots of the current row still to receive shares live in registers (carry1,
-// carry2), and so do the slots of later rows that pixel x reaches: each is loaded once when it
-// comes into reach and stored once when it leaves. finish(width) stores those still held.
+// A walker carries one channel along one row. step(x) quantises pixel x and spreads its error;
+// the slots of the current row still to receive shares live in registers, and so do the slots
+// of later rows that pixel x reaches: each is loaded once when it comes into reach and stored
+// once when it leaves. finish(width) stores those still held.
 
 // Floyd-Steinberg. The current row is read only (`above`, shared by every channel). With
 // KeepsNext the walker holds next[x-1+Shift .. x+1+Shift] and, for e != 0 or always when
 // StoresEveryError, stores 3e/16, 5e/16, e/16 there; without it the error goes right only.
-template <bool KeepsNext, int Shift = 0, bool StoresEveryError = false>
+template <typename Quantiser, bool KeepsNext, int Shift = 0, bool StoresEveryError = false>
 class FloydWalker {
 public:
     FloydWalker(const int16_t* above, const uint8_t* plane, int16_t* next)
         : above_(above), plane_(plane), next_(next + Shift) {
         if constexpr (KeepsNext) m0_ = next_[-1], m1_ = next_[0];
     }
-    template <typename Quantiser>
     int step(int32_t x) {
         int32_t e;
         const int code = Quantiser::Code(Wrap(above_[x] + plane_[x] + carry_), e);
@@ -107,14 +105,13 @@ private:
 
 // Jarvis-Judice-Ninke: next[x-2 .. x+2] added to, after[x-2 .. x+2] stored into (for e != 0,
 // or always when StoresEveryError).
-template <bool StoresEveryError>
+template <typename Quantiser, bool StoresEveryError>
 class JarvisWalker {
 public:
     JarvisWalker(const int16_t* current, const uint8_t* plane, int16_t* next, int16_t* after)
         : current_(current), plane_(plane), next_(next), after_(after) {
         for (int k = 0; k < 4; ++k) n_[k] = next[k - 2], a_[k] = after[k - 2];
     }
-    template <typename Quantiser>
     int step(int32_t x) {
         n_[4] = next_[x + 2];
         a_[4] = after_[x + 2];
@@ -143,33 +140,11 @@ private:
     int32_t n_[5] = {}, a_[5] = {};
 };
 
-// One row through the 1-bit quantiser, one walker per output plane, side by side. Bits of 8
-// pixels are collected most significant first; a short last group is shifted up.
-template <typename... Walkers>
-void BitsRow(int32_t width, uint8_t* const* out, Walkers... walkers) {
-    constexpr int kChannels = sizeof...(Walkers);
-    uint8_t* rows[kChannels];
-    std::copy_n(out, kChannels, rows);
-    unsigned bits[kChannels] = {};
-    for (int32_t x = 0; x < width; ++x) {
-        int c = 0;
-        ((bits[c] = bits[c] << 1 | walkers.template step<Threshold>(x), ++c), ...);
-        if ((x & 7) == 7) {
-            for (int k = 0; k < kChannels; ++k) rows[k][x >> 3] = static_cast<uint8_t>(bits[k]), bits[k] = 0;
-        }
-    }
-    if (width & 7)
-        for (int k = 0; k < kChannels; ++k) rows[k][width >> 3] = static_cast<uint8_t>(bits[k] << (8 - (width & 7)));
-    (walkers.finish(width), ...);
-}
-
-// One row through the 8-bit quantiser: red and green levels 0..7, blue 0..BlueTop.
-template <int BlueTop, typename Red, typename Green, typename Blue>
+// One row through the 8-bit quantiser, one walker per channel.
+template <typename Red, typename Green, typename Blue>
 void LevelsRow(int32_t width, uint8_t* out, Red red, Green green, Blue blue) {
     for (int32_t x = 0; x < width; ++x) {
-        const int r = red.template step<RedGreenLevels>(x);
-        const int g = green.template step<RedGreenLevels>(x);
-        const int b = blue.template step<Levels<6, BlueTop>>(x);
+        const int r = red.step(x), g = green.step(x), b = blue.step(x);
         out[x] = static_cast<uint8_t>(r << 5 | g << 2 | b);  // a blue 4 sets green's low bit
     }
     red.finish(width), green.finish(width), blue.finish(width);
@@ -184,7 +159,8 @@ void FloydRows(DitherFrame& f) {
     int16_t* above = f.errorRow(0);
     int16_t* next = f.errorRow(1);
     const uint8_t *red = f.plane(0), *green = f.plane(1), *blue = f.plane(2);
-    using Carrier = FloydWalker<false>;
+    using Carrier = FloydWalker<Threshold, false>;
+    using LevelCarrier = FloydWalker<RedGreenLevels, false>;
     const auto run = [&](auto row) {
         f.loadFirstRow();
         for (int32_t y = 0; y < height; ++y) {
@@ -197,33 +173,33 @@ void FloydRows(DitherFrame& f) {
     case 1:
         run([&](int32_t y) {
             uint8_t* out[1] = {f.outputRow(0, y)};
-            BitsRow(width, out, FloydWalker<true>(above, red, next));
+            BitsRow(width, out, FloydWalker<Threshold, true>(above, red, next));
         });
         break;
     case 4:
         run([&](int32_t y) {
             uint8_t* out[3] = {f.outputRow(0, y), f.outputRow(1, y), f.outputRow(2, y)};
-            BitsRow(width, out, FloydWalker<true>(above, red, next), Carrier(above, green, nullptr),
+            BitsRow(width, out, FloydWalker<Threshold, true>(above, red, next), Carrier(above, green, nullptr),
                     Carrier(above, blue, nullptr));
         });
         break;
     default:
         run([&](int32_t y) {
-            LevelsRow<3>(width, f.outputRow(0, y), FloydWalker<true, -1, true>(above, red, next),
-                         Carrier(above, green, nullptr), Carrier(above, blue, nullptr));
+            LevelsRow(width, f.outputRow(0, y), FloydWalker<RedGreenLevels, true, -1, true>(above, red, next),
+                      LevelCarrier(above, green, nullptr), FloydWalker<Levels<6, 3>, false>(above, blue, nullptr));
         });
     }
+}
+
+// Channel c's walker over its current, next and after-next rows.
+template <typename Quantiser, bool StoresEveryError>
+JarvisWalker<Quantiser, StoresEveryError> Jarvis(DitherFrame& f, int c) {
+    return {f.errorRow(3 * c), f.plane(c), f.errorRow(3 * c + 1), f.errorRow(3 * c + 2)};
 }
 
 void JarvisRows(DitherFrame& f) {
     const int32_t width = f.width(), height = f.height(), channels = f.channels();
     const size_t rowBytes = static_cast<size_t>(f.padded()) * sizeof(int16_t);
-    const auto walker = [&](int c, auto storesEveryError) {
-        return JarvisWalker<decltype(storesEveryError)::value>(f.errorRow(3 * c), f.plane(c), f.errorRow(3 * c + 1),
-                                                               f.errorRow(3 * c + 2));
-    };
-    const std::false_type bitsOnly;
-    const std::true_type levels;
     const auto run = [&](auto row) {
         f.loadFirstRow();
         for (int32_t y = 0; y < height; ++y) {
@@ -239,18 +215,20 @@ void JarvisRows(DitherFrame& f) {
     case 1:
         run([&](int32_t y) {
             uint8_t* out[1] = {f.outputRow(0, y)};
-            BitsRow(width, out, walker(0, bitsOnly));
+            BitsRow(width, out, Jarvis<Threshold, false>(f, 0));
         });
         break;
     case 4:
         run([&](int32_t y) {
             uint8_t* out[3] = {f.outputRow(0, y), f.outputRow(1, y), f.outputRow(2, y)};
-            BitsRow(width, out, walker(0, bitsOnly), walker(1, bitsOnly), walker(2, bitsOnly));
+            BitsRow(width, out, Jarvis<Threshold, false>(f, 0), Jarvis<Threshold, false>(f, 1),
+                    Jarvis<Threshold, false>(f, 2));
         });
         break;
     default:
         run([&](int32_t y) {
-            LevelsRow<4>(width, f.outputRow(0, y), walker(0, levels), walker(1, levels), walker(2, levels));
+            LevelsRow(width, f.outputRow(0, y), Jarvis<RedGreenLevels, true>(f, 0), Jarvis<RedGreenLevels, true>(f, 1),
+                      Jarvis<Levels<6, 4>, true>(f, 2));
         });
     }
 }
