@@ -1087,15 +1087,52 @@ VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap);
 /* File formats: colour fax sets                                             */
 /* ------------------------------------------------------------------------ */
 
-/* Returns the page count ("TotalPages") of a colour fax set description, or
-   -1 when the key is missing or the file does not exist (the latter sets
-   IMGERR_OPENFILE in the module code). */
+/*
+ * A colour fax set is a profile (INI file): section [ColorFax] with TotalPages, FirstPage,
+ * Planes, Files and BitsPixel, and either [Page<n>] sections (Plane0, Plane1, ...: one image
+ * file per plane) or [File<n>] sections (Pages, Name: multi-image files). It is read with
+ * GetPrivateProfileIntA / GetPrivateProfileStringA (on Linux the library's reader, with the
+ * same rules). Windows resolves a relative set name against the Windows directory, while the
+ * existence test and the plane files use the working directory: give sets absolute names.
+ *
+ * Returns TotalPages of [ColorFax] (default -1, so a profile without it is no fax set). A set
+ * file that does not exist (OpenFile with OF_EXIST; a null name counts as missing) gives -1
+ * and IMGERR_OPENFILE; otherwise the module code is not changed.
+ */
 VXAPI int VXCALL GetNumberOfImagesInFaxFile(LPCSTR fileName);
 
-/* Loads page `page` (from 1) of a colour fax set, combining its 1-bit planes
-   into a 4-bit DIB (a single plane is returned as is). NULL on failure: a
-   missing set file sets IMGERR_OPENFILE and *status = 3; a page out of range
-   sets nothing; plane load failures keep their own codes and *status. */
+/*
+ * Loads page `page` (from 1) of a colour fax set. P = Planes & 255, T = TotalPages (default
+ * 0), F = FirstPage (default 1), N = Files (default 0). A missing set file gives NULL,
+ * IMGERR_OPENFILE and *status = 3; page < 1 or page > T - F + 1, or BitsPixel other than 1,
+ * give NULL without a code. With N = T x P (layout A) the planes are keys Plane<p> of
+ * [Page<page - F + 1>], each loaded as image `page`. Otherwise (layout B) the files are
+ * walked: sum s = 1, file k = 1; before each step stop when page <= s; a step remembers s as
+ * the file's first page, adds Pages of [File<k + F - 1>] to s and takes that file; the walk
+ * stops after file N (after one file when N < 1). The file is Name of the last section taken
+ * ([File<F>] when the walk stopped at once, whose first page counts as 1) and plane p is its
+ * image (page - first page) x P + 1 + p. Plane names are read into 128 bytes. Every plane is
+ * loaded with LoadImageIntoDIB(name, image, status). With P = 1 that DIB is the page. Else
+ * the page is a new 4-bit DIB the size of the first plane with its resolutions (biSizeImage =
+ * stride x height, biClrUsed = biClrImportant = 16, a fixed table: index bit 3 red, bit 2
+ * green, bit 1 blue, bit 0 raises 128 to 255) and plane p ORs 128 >> p (even x) or 8 >> p
+ * (odd x) into byte x / 2 of the page row for each set bit x of its row; plane rows are read
+ * as 1-bit rows after 48 bytes (40-byte header, two colour entries). Counts are 32-bit and
+ * the page arithmetic wraps as 32-bit integers do.
+ * Decided here: the merge stops at the end of each row, whatever the width's remainder
+ * modulo 8 (pixels past the width are never set). Only the rows and columns a plane shares
+ * with the page are merged: a plane of another size is clipped, one of another depth is still
+ * read as 1-bit rows after 48 bytes, and plane bytes past the end of its block read as 0;
+ * planes 8 and above set nothing. A first plane that fails to load (or is shorter than a
+ * header) gives NULL at once, the loader's code and *status standing, when P is not 1. A
+ * first plane with a negative width or height gives no page block, as when the block cannot
+ * be allocated: the other planes are still loaded and freed and NULL is returned without a
+ * code of its own. A later plane that fails to load leaves its bits clear; the page is
+ * returned, with the loader's code and *status standing. The layout-B walk jumps over runs of
+ * files whose sections are missing (they add no pages), so a huge N costs no more than the
+ * sections the set holds. A plane that is itself a colour fax set is not followed: loading it
+ * gives NULL with IMGERR_FILEFORMAT and *status = 9. A null status pointer receives nothing.
+ */
 VXAPI HDIB VXCALL LoadColorFaxPage(LPCSTR fileName, int page, int *status);
 
 /* ------------------------------------------------------------------------ */

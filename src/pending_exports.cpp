@@ -24,8 +24,6 @@ VXAPI HDIB VXCALL CompressDIB(HDIB dib) { return 0; }
 VXAPI HDIB VXCALL ExpandCompressedDIB(HDIB dib) { return 0; }
 VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format) { return 0; }
 VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap) { return 0; }
-VXAPI int VXCALL GetNumberOfImagesInFaxFile(LPCSTR fileName) { return 0; }
-VXAPI HDIB VXCALL LoadColorFaxPage(LPCSTR fileName, int page, int *status) { return 0; }
 VXAPI HBITMAP VXCALL LoadASCIIFile(LPCSTR fileName, BOOL ansi) { return 0; }
 VXAPI HBITMAP VXCALL LoadASCIIIntoBitmap(HGLOBAL text) { return 0; }
 VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette, const int *resolution, int *position, const int *zoom, DWORD flags, VXDISPLAYSTATE *state) { return 0; }
