@@ -80,8 +80,6 @@ TEST(BlockDither, PaddingSlotsAndBlockEnd) {
             const Bytes src = Source(1, 5, 24, 77 + slack, slack);
             EXPECT_EQ(CallOn(src, call, 1).result, BlockModel(src, 1, call == DitherSharp)) << slack;
         }
-    const Bytes wide = Source(32767, 2, 24, 6);
-    EXPECT_EQ(CallOn(wide, DitherSmooth, 4).result, BlockModel(wide, 4, false));
 }
 
 TEST(BlockDither, WorkedExamples) {

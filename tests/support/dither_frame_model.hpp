@@ -199,6 +199,7 @@ inline std::vector<std::pair<int32_t, int32_t>> AwkwardSizes() {
     for (int32_t w : {1, 2, 3, 5, 7, 8, 9, 13, 33})
         for (int32_t h : {1, 2, 3, 6}) sizes.emplace_back(w, h);
     sizes.emplace_back(67, 41);
+    sizes.emplace_back(32767, 2);  // the widest image taken
     return sizes;
 }
 
