@@ -16,15 +16,15 @@
 //     the green plane takes the luminance of (green 0, blue 0, the zero byte past the planes)
 //     and slot 0 of plane 0 keeps its red value;
 //   - the block of error rows: 16-bit rows of P slots each followed by 20 spare slots, one
-//     after another, the first starting 6 slots into the block. Kernels reach one slot left
-//     and two right of the row, which always stay inside the block;
+//     after another, the first starting 6 slots into the block. Kernels reach two slots either
+//     side of a row, which always stay inside the block;
 //   - the output planes: the whole output image for 1- and 8-bit output, three whole 1-bit
 //     images (red, green, blue) for 4-bit output;
 //   - the result: header, palette (2 entries black/white, 16 entries of 8 colours each twice,
 //     or the 256-entry 3-3-2 cube) and the output image, the three 1-bit images packed into
 //     4-bit pixels 8 R + 4 G + 2 B.
 //
-// Bounds: a 24-bit row read runs up to 9 bytes past the row's stride; bytes it would take from
+// Bounds: a 24-bit row read runs up to 8 bytes past the row's stride; bytes it would take from
 // beyond the source block read as zero (bytes of the block's own slack are read as they are).
 #pragma once
 
