@@ -1058,14 +1058,57 @@ VXAPI int VXCALL SaveDIBInImageFormat(LPCSTR fileName, HDIB dib, int format,
 /* File formats: run-length compression                                      */
 /* ------------------------------------------------------------------------ */
 
-/* Encodes an uncompressed 8-bit (RLE8) or 4-bit (RLE4) DIB into a new DIB.
-   Returns NULL on failure with IMGERR_PARAMETER or IMGERR_NOMEMORY in the
-   module code; sets IMGERR_SUCCESS on success. */
+/*
+ * Encodes an uncompressed 8-bit (RLE8) or 4-bit (RLE4) DIB into a new DIB of 40 + 4 * 2^bits
+ * + L bytes: the first 40 + 4 * 2^bits bytes of the source (header and a full 256- or 16-entry
+ * colour table, whatever biSize and biClrUsed say) with biCompression 1 or 2 and biSizeImage L,
+ * then the L-byte stream. The source's rows are read at that same fixed offset. Rows are coded
+ * bottom first, each ended by 0,0, the stream by 0,1; no deltas. Runs are at most 250 pixels
+ * (RLE8) or 125 pixel pairs (RLE4); odd literal groups are padded with 0xFF. The encoders look
+ * past a row's last pixel (RLE8 emits two pixels when one is left): those bytes are the row's
+ * padding, the next row, or 0 past the end of the source block.
+ * Decided here: when three 4-bit pixels are left and the row's next bytes start no run, the
+ * four pixels written (two 2-pixel runs, or a literal group of two bytes) end the row, where
+ * the historic count wrapped below zero and ran on; every other byte is as the algorithm
+ * gives. The stream is built in working memory sized for the longest stream the rows can give
+ * (2 * biWidth + 4 bytes per 8-bit row, biWidth + 3 per 4-bit row, 2 per row of width 0, plus
+ * 2): the historic scratch size, (biHeight + 1) * stride * 2 + 2, is too small for some images
+ * (width 0, or 8-bit rows of a width divisible by 4 that cost two bytes a pixel).
+ * Checks, in order, each giving NULL and the code: null handle, a block that cannot be locked
+ * or is shorter than 40 bytes, biCompression not 0, biBitCount not 8 or 4, a negative width or
+ * height, a row size that does not fit 32 bits, or a block shorter than 40 + 4 * 2^bits +
+ * stride * biHeight: IMGERR_PARAMETER. A stream whose longest possible size would not fit a
+ * 32-bit block, working memory that cannot be had (decided here; the library never tested
+ * its scratch block), or a result block that cannot be allocated or locked: IMGERR_NOMEMORY. Success sets
+ * IMGERR_SUCCESS. The source is never changed.
+ */
 VXAPI HDIB VXCALL CompressDIB(HDIB dib);
 
-/* Decodes an RLE8 or RLE4 DIB into a new plain DIB. Returns NULL on failure
-   with IMGERR_PARAMETER or IMGERR_NOMEMORY in the module code; sets
-   IMGERR_SUCCESS on success. */
+/*
+ * Decodes an RLE8 or RLE4 DIB into a new zero-filled DIB of 40 + 4 * 2^bits + stride * biHeight
+ * bytes: the first 40 + 4 * 2^bits bytes of the source (header and full colour table) with
+ * biCompression 0 and biSizeImage = stride * biHeight, then the rows. The stream is read from
+ * that fixed offset to the end of the source block (biSizeImage only has to be non-zero), from
+ * x = 0 on the bottom row; pixels it never reaches stay 0.
+ * Codes: (n, v) run; 0,0 next row at x = 0; 0,1 end; 0,2,dx,dy move right and up; 0,n (n >= 3)
+ * literal pixels, input padded to an even byte count. RLE8 runs and literal groups are cut at
+ * the row's end and x returns to 0 on the same row when it reaches the width exactly, so later
+ * codes before an end of line overwrite the row from column 0; when x lies right of the row
+ * (after a delta) a run or group writes nothing and also brings x back to 0. RLE4 writes each
+ * pixel only while x < width (x then stays, no wrap) and changes only that pixel's nibble.
+ * Decided here, so that no stream can reach outside either block or loop forever: decoding
+ * stops at the end-of-bitmap code, at the end of the source block (a stream without an end
+ * code keeps what it decoded and succeeds), or once the row reaches biHeight (y only grows, so
+ * nothing more could be written); a code or literal group cut by the end of the block reads
+ * its missing bytes as 0; every code advances the input.
+ * Checks, in order, each giving NULL and the code: null handle, a block that cannot be locked
+ * or is shorter than 40 bytes, biCompression 0, 1 with biBitCount not 8, 2 with biBitCount not
+ * 4, any other biCompression (decided here), biSizeImage 0, then (decided here) a block shorter
+ * than 40 + 4 * 2^bits or a negative width or height: IMGERR_PARAMETER. A row size or result
+ * size that does not fit 32 bits (decided here), or a result block that cannot be allocated or
+ * locked: IMGERR_NOMEMORY. A width or height of 0 gives a result without rows. Success sets
+ * IMGERR_SUCCESS. The source is never changed.
+ */
 VXAPI HDIB VXCALL ExpandCompressedDIB(HDIB dib);
 
 /* ------------------------------------------------------------------------ */

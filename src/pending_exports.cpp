@@ -20,8 +20,6 @@ VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table) { return 0; }
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio) { return 0; }
 VXAPI BOOL VXCALL CombineBMP(int x, int y, HBITMAP *phDest, HBITMAP hSrc, HBITMAP hMask, BOOL altMode) { return 0; }
 VXAPI BOOL VXCALL CombineDIB(int x, int y, HDIB *phDest, HDIB hSrc, HDIB hMask, BOOL altMode) { return 0; }
-VXAPI HDIB VXCALL CompressDIB(HDIB dib) { return 0; }
-VXAPI HDIB VXCALL ExpandCompressedDIB(HDIB dib) { return 0; }
 VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format) { return 0; }
 VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap) { return 0; }
 VXAPI HBITMAP VXCALL LoadASCIIFile(LPCSTR fileName, BOOL ansi) { return 0; }

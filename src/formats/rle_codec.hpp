@@ -1,0 +1,48 @@
+// rle_codec.hpp - the row encoders and the stream decoder behind CompressDIB and
+// ExpandCompressedDIB (rle.cpp), exposed so that tests, the fuzz target and the benchmark can
+// drive them without building DIB blocks.
+//
+// The kernels have no failure paths. Their callers guarantee what each one may touch:
+//   - EncodeRle8Row reads row[0 .. width] (one byte past the last pixel) and writes at most
+//     MaxRle8RowBytes(width) bytes; EncodeRle4Row reads row[0 .. (width + 1) / 2 + 1] (two
+//     bytes past the last pixel byte) and writes at most MaxRle4RowBytes(width) bytes. Neither
+//     writes the end-of-line code.
+//   - DecodeRle8 and DecodeRle4 read only stream[0 .. size - 1] and write only the pixel bytes
+//     of rows 0 .. height - 1 (stride bytes apart; the first (width * bits + 7) / 8 bytes of each
+//     row, which the stride must hold).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vx::formats {
+
+// The longest code sequences a row can give (the end-of-line code not included). Every code
+// costs at most two bytes per pixel it takes from an 8-bit row and one byte per pixel from a
+// 4-bit row, except the last code of a row: RLE8 may spend four bytes on one pixel (two single
+// pixels, the second past the row), RLE4 two bytes on one pixel or four on three.
+constexpr uint64_t MaxRle8RowBytes(uint64_t width) { return width == 0 ? 0 : 2 * width + 2; }
+constexpr uint64_t MaxRle4RowBytes(uint64_t width) { return width == 0 ? 0 : width + 1; }
+
+// Bytes past the last pixel byte of a row that the encoders read.
+inline constexpr uint64_t kRle8ReadsPastRow = 1;
+inline constexpr uint64_t kRle4ReadsPastRow = 2;
+
+// Encodes one row; returns the number of bytes written to `out`.
+size_t EncodeRle8Row(const uint8_t* row, uint32_t width, uint8_t* out);
+size_t EncodeRle4Row(const uint8_t* row, uint32_t width, uint8_t* out);
+
+// The rows a decoder writes into: row y starts at base + y * stride (y = 0 is the bottom row).
+struct RleTarget {
+    uint8_t* base = nullptr;
+    uint64_t stride = 0;
+    int64_t width = 0;
+    int64_t height = 0;
+};
+
+// Decodes a stream until its end-of-bitmap code, the end of the input, or a move above the
+// top row (after which nothing could be written any more).
+void DecodeRle8(const uint8_t* stream, uint64_t size, const RleTarget& target);
+void DecodeRle4(const uint8_t* stream, uint64_t size, const RleTarget& target);
+
+}  // namespace vx::formats

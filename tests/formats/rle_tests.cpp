@@ -1,0 +1,375 @@
+// CompressDIB and ExpandCompressedDIB: worked streams byte for byte; both exports against plain
+// models of the documented steps (an encoder looking at one byte at a time, a decoder writing one
+// pixel at a time that never stops early) on random images and streams; the effect of each kind
+// of hostile stream; round trips; refusals; RLE8 files by ImageMagick against uncompressed twins.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "dib_builder.hpp"
+#include "formats/rle_codec.hpp"
+#include "pixels.hpp"
+
+using namespace vxtest;
+
+namespace {
+
+uint16_t GetU16(const Bytes& b, size_t at) { return uint16_t(b.at(at) | b.at(at + 1) << 8); }
+uint32_t Offset(int bits) { return 40 + (4u << bits); }
+uint32_t Stride(int64_t w, int bits) { return uint32_t((w * bits + 31) / 32 * 4); }
+uint32_t Rle(int bits) { return bits == 8 ? 1 : 2; }  // biCompression
+uint32_t Pixel(const uint8_t* row, int bits, int x) { return bits == 8 ? vx::GetPixel<8>(row, x) : vx::GetPixel<4>(row, x); }
+
+// Header, a full colour table, then `data`; biSizeImage is the size of `data`.
+Bytes Dib(int32_t w, int32_t h, uint16_t bits, uint32_t compression, const Bytes& data) {
+    Bytes b(Offset(bits));
+    const uint32_t header[10] = {40, uint32_t(w), uint32_t(h), 1u | uint32_t(bits) << 16, compression,
+                                 uint32_t(data.size()), 2835, 2835, 0, 0};
+    std::memcpy(b.data(), header, sizeof header);
+    for (size_t i = 40; i < b.size(); ++i) b[i] = uint8_t(i % 4 == 3 ? 0 : i * 7);
+    b.insert(b.end(), data.begin(), data.end());
+    return b;
+}
+
+// Calls an export on a block holding `bytes`: the result block, empty when there is none.
+Bytes Call(HDIB (*op)(HDIB), const Bytes& bytes, int* code = nullptr) {
+    SetImgError(IMGERR_IO);
+    HDIB in = BlockFrom(bytes), out = op(in);
+    if (code) *code = ImgError();
+    Bytes result = out ? BlockBytes(out) : Bytes{};
+    GlobalFree(in);
+    if (out) GlobalFree(out);
+    return result;
+}
+
+// The encoder's steps for one row; p(i) is the i-th byte from the row's start.
+template <typename At>
+void PlainRow(int bits, uint32_t w, At p, Bytes& o) {
+    auto put = [&](std::initializer_list<int> v) { o.insert(o.end(), v.begin(), v.end()); };
+    const uint32_t unit = bits == 8 ? 1 : 2;  // pixels per byte
+    for (uint32_t r = w, i = 0, k; r != 0; i += k, r -= k * unit) {
+        if (r < 3) {
+            if (bits == 4) put({int(r), p(i)});
+            else if (p(i) == p(i + 1)) put({2, p(i)});
+            else put({1, p(i), 1, p(i + 1)});
+            return;
+        }
+        const uint32_t m = bits == 8 ? std::min(r, 250u) : (r & ~1u) > 250 ? 125 : r / 2;
+        if (p(i) == p(i + 1)) {
+            for (k = 1; k < m && p(i + k) == p(i);) ++k;
+            put({int(k * unit), p(i)});
+        } else if (p(i + 1) == p(i + 2)) {
+            put({int(unit), p(i)}), k = 1;
+        } else if (p(i + 2) == p(i + 3)) {
+            put({int(unit), p(i), int(unit), p(i + 1)}), k = 2;
+        } else {
+            k = 2;
+            if (bits == 8 || m > 2) do {
+                    if (p(i + k) == p(i + k + 1)) break;
+                } while (++k < m);
+            put({0, int(k * unit)});
+            for (uint32_t t = 0; t < k; ++t) put({p(i + t)});
+            if (k & 1) put({0xFF});
+        }
+        if (k * unit > r) return;  // three 4-bit pixels were left and four were written
+    }
+}
+
+Bytes PlainCompress(const Bytes& dib) {
+    const int bits = GetU16(dib, 14);
+    const uint32_t w = GetU32(dib, 4), h = GetU32(dib, 8);
+    Bytes out(dib.begin(), dib.begin() + Offset(bits)), stream;
+    for (size_t y = 0, row = out.size(); y < h; ++y, row += Stride(w, bits)) {
+        PlainRow(bits, w, [&](uint32_t i) { return row + i < dib.size() ? int(dib[row + i]) : 0; }, stream);
+        stream.insert(stream.end(), {0, 0});
+    }
+    stream.insert(stream.end(), {0, 1});
+    out.insert(out.end(), stream.begin(), stream.end());
+    PutU32(out, 16, Rle(bits));
+    PutU32(out, 20, uint32_t(stream.size()));
+    return out;
+}
+
+// The decoder's steps, one pixel at a time; rows past the height are decoded and dropped.
+Bytes PlainExpand(const Bytes& dib) {
+    const int bits = GetU16(dib, 14);
+    const int64_t w = int32_t(GetU32(dib, 4)), h = int32_t(GetU32(dib, 8)), stride = Stride(w, bits);
+    const uint32_t image = Stride(w, bits) * GetU32(dib, 8);
+    Bytes out(Offset(bits) + size_t{image});
+    std::copy(dib.begin(), dib.begin() + Offset(bits), out.begin());
+    PutU32(out, 16, 0);
+    PutU32(out, 20, image);
+    auto in = [&](size_t i) { return i < dib.size() ? int(dib[i]) : 0; };
+    auto set = [&](int64_t x, int64_t y, int v) {
+        if (y >= h) return;
+        uint8_t* row = &out[size_t(Offset(bits) + y * stride)];
+        bits == 8 ? vx::SetPixel<8>(row, uint64_t(x), uint32_t(v)) : vx::SetPixel<4>(row, uint64_t(x), uint32_t(v));
+    };
+    int64_t x = 0, y = 0;
+    for (size_t pos = Offset(bits); pos < dib.size();) {
+        const int a = in(pos), b = in(pos + 1), n = a ? a : b;
+        pos += 2;
+        if (a == 0 && b < 3) {
+            if (b == 1) break;
+            if (b == 0) ++y, x = 0;
+            else x += in(pos), y += in(pos + 1), pos += 2;
+            continue;
+        }
+        const int64_t cut = bits == 8 ? std::min<int64_t>(n, w - x) : n;  // RLE4 stops at the width
+        for (int i = 0; i < cut; ++i) {
+            const int byte = a ? b : in(pos + size_t(bits == 8 ? i : i / 2));
+            if (bits == 8) set(x + i, y, byte);
+            else if (x < w) set(x++, y, i % 2 ? byte & 15 : byte >> 4);
+        }
+        if (bits == 8) x = x + cut == w ? 0 : x + cut;
+        if (a == 0) pos += size_t(bits == 8 ? (n + 1) / 2 * 2 : ((n + 1) / 2 + 1) / 2 * 2);
+    }
+    return out;
+}
+
+// Bytes from a small alphabet, an alternation, long runs with breaks, or noise.
+Bytes RandomBytes(std::mt19937& rnd, size_t n, int kind) {
+    Bytes b(n);
+    for (size_t i = 0; i < n; ++i)
+        b[i] = uint8_t(kind == 0 ? rnd() % 3 : kind == 1 ? 0x5A + (i % 2) : kind == 2 && i && rnd() % 40 ? b[i - 1] : rnd());
+    return b;
+}
+
+TEST(CompressDIB, WorkedStreams) {
+    struct Case {
+        uint16_t bits;
+        int32_t w, h;
+        Bytes rows, stream;
+    };
+    const Case cases[] = {
+        {8, 7, 1, {10, 10, 10, 10, 11, 12, 13, 0}, {4, 10, 0, 3, 11, 12, 13, 0xFF, 0, 0, 0, 1}},
+        {8, 300, 1, Bytes(300, 0x77), {250, 0x77, 50, 0x77, 0, 0, 0, 1}},
+        {8, 4, 1, {1, 2, 3, 3}, {1, 1, 1, 2, 2, 3, 0, 0, 0, 1}},
+        // Width 1: two pixels per row, the second being the byte after the pixel.
+        {8, 1, 2, {5, 5, 0, 0, 7, 0, 0, 0}, {2, 5, 0, 0, 1, 7, 1, 0, 0, 0, 0, 1}},
+        // The byte after a row is the next row's first pixel, or 0 past the block.
+        {8, 4, 2, {1, 2, 3, 4, 4, 5, 6, 0}, {0, 3, 1, 2, 3, 0xFF, 2, 4, 0, 0, 0, 3, 4, 5, 6, 0xFF, 2, 0, 0, 0, 0, 1}},
+        // Three 4-bit pixels left: four are written and the row ends.
+        {4, 3, 1, {0x12, 0x34, 0, 0}, {2, 0x12, 2, 0x34, 0, 0, 0, 1}},
+        {4, 3, 1, {0x12, 0x34, 0x56, 0x78}, {0, 4, 0x12, 0x34, 0, 0, 0, 1}},
+        {4, 5, 1, {0x11, 0x11, 0x20, 0}, {4, 0x11, 1, 0x20, 0, 0, 0, 1}},
+        {4, 6, 1, {0x12, 0x34, 0x56, 0}, {0, 6, 0x12, 0x34, 0x56, 0xFF, 0, 0, 0, 1}},
+        // No pixels: end-of-line codes only, more than the historic scratch block held.
+        {8, 0, 3, {}, {0, 0, 0, 0, 0, 0, 0, 1}},
+        {4, 9, 0, {}, {0, 1}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.bits << "-bit " << c.w << "x" << c.h);
+        int code = -1;
+        EXPECT_EQ(Call(CompressDIB, Dib(c.w, c.h, c.bits, 0, c.rows), &code), Dib(c.w, c.h, c.bits, Rle(c.bits), c.stream));
+        EXPECT_EQ(code, IMGERR_SUCCESS);
+    }
+    // Width 4, each row's last pixel equal to the next row's first: ten bytes a row, more than the
+    // historic scratch block of (height + 1) * stride * 2 + 2 bytes.
+    Bytes rows;
+    for (uint8_t y = 0; y < 20; ++y) rows.insert(rows.end(), {uint8_t(3 * y), uint8_t(3 * y + 1), uint8_t(3 * y + 2), uint8_t(3 * y + 3)});
+    EXPECT_GT(GetU32(Call(CompressDIB, Dib(4, 20, 8, 0, rows)), 20), (20u + 1) * 4 * 2 + 2);
+}
+
+TEST(CompressDIB, MatchesThePlainEncoder) {
+    std::mt19937 rnd(2024);
+    std::vector<int> widths{249, 250, 251, 252, 253, 300, 500, 501, 502, 777};
+    for (int w = 1; w <= 40; ++w) widths.push_back(w);
+    for (int bits : {8, 4})
+        for (int w : widths)
+            for (int kind = 0; kind < 4; ++kind) {
+                SCOPED_TRACE(testing::Message() << bits << "-bit width " << w << " kind " << kind);
+                const int h = 1 + int(rnd() % 3);
+                Bytes dib = Dib(w, h, uint16_t(bits), 0, RandomBytes(rnd, size_t(Stride(w, bits)) * h, kind));
+                if (rnd() % 2) dib.push_back(uint8_t(rnd()));  // slack: the byte after the last row
+                EXPECT_EQ(Call(CompressDIB, dib), PlainCompress(dib));
+            }
+}
+
+// Every row of up to 6 (8-bit) or 9 (4-bit) pixels over three byte values, with the bytes the
+// encoder reads past it: the codes of the plain steps, never longer than the working memory allows.
+TEST(CompressDIB, EveryShortRowStaysWithinItsBound) {
+    for (int bits : {8, 4})
+        for (uint32_t w = 1; w <= (bits == 8 ? 6u : 9u); ++w) {
+            const uint32_t n = bits == 8 ? w + 1 : (w + 1) / 2 + 2;
+            for (uint32_t c = 0, combos = uint32_t(std::pow(3, n)); c < combos; ++c) {
+                Bytes row(n), want, got(64);
+                for (uint32_t i = 0, v = c; i < n; ++i, v /= 3) row[i] = uint8_t(0x11 * (v % 3));
+                PlainRow(bits, w, [&](uint32_t i) { return int(row.at(i)); }, want);
+                got.resize(bits == 8 ? vx::formats::EncodeRle8Row(row.data(), w, got.data())
+                                     : vx::formats::EncodeRle4Row(row.data(), w, got.data()));
+                ASSERT_EQ(got, want) << bits << "-bit width " << w << " combination " << c;
+                ASSERT_LE(got.size(), bits == 8 ? vx::formats::MaxRle8RowBytes(w) : vx::formats::MaxRle4RowBytes(w));
+            }
+        }
+}
+
+// Rows come back whole when an 8-bit row's last pixel equals the byte after it (otherwise that
+// byte is written over column 0: see the hostile streams); 4-bit rows always do.
+TEST(RleRoundTrip, PixelsComeBack) {
+    std::mt19937 rnd(77);
+    for (int bits : {8, 4})
+        for (int w : {1, 2, 3, 4, 5, 7, 8, 13, 31, 64, 251, 333})
+            for (int kind = 0; kind < 4; ++kind) {
+                SCOPED_TRACE(testing::Message() << bits << "-bit width " << w << " kind " << kind);
+                const uint32_t stride = Stride(w, bits), used = uint32_t(w * bits + 7) / 8;
+                Bytes rows = RandomBytes(rnd, size_t(stride) * 4, kind);
+                for (uint8_t* row = rows.data(); row < rows.data() + rows.size(); row += stride) {
+                    std::fill(row + used, row + stride, 0);
+                    if (bits == 4 && w % 2) row[used - 1] &= 0xF0;
+                    if (bits == 8) row[w - 1] = used < stride || row + stride == rows.data() + rows.size() ? 0 : row[stride];
+                }
+                const Bytes plain = Dib(w, 4, uint16_t(bits), 0, rows);
+                EXPECT_EQ(Call(ExpandCompressedDIB, Call(CompressDIB, plain)), plain);
+            }
+}
+
+TEST(ExpandCompressedDIB, HostileStreamsHaveTheirDocumentedEffect) {
+    struct Case {
+        const char* what;
+        uint16_t bits;
+        Bytes stream;
+        std::vector<std::vector<int>> rows;  // bottom row first, width 5
+    };
+    const Case cases[] = {
+        {"a run past the row is cut; x wraps to column 0, same row", 8, {9, 7, 2, 3, 0, 1}, {{3, 3, 7, 7, 7}, {0, 0, 0, 0, 0}}},
+        {"a run filling the row, then end of line", 8, {5, 1, 0, 0, 2, 2, 0, 1}, {{1, 1, 1, 1, 1}, {2, 2, 0, 0, 0}}},
+        {"one pixel, then the byte after it over column 0", 8, {3, 4, 1, 5, 1, 6, 1, 7}, {{7, 4, 4, 5, 6}, {0, 0, 0, 0, 0}}},
+        {"delta right of the row: the next run writes nothing, x back to 0", 8, {0, 2, 9, 0, 3, 8, 2, 6}, {{6, 6, 0, 0, 0}, {0, 0, 0, 0, 0}}},
+        {"delta, then a run cut at the row's end", 8, {0, 2, 3, 1, 4, 9, 0, 1}, {{0, 0, 0, 0, 0}, {0, 0, 0, 9, 9}}},
+        {"rows past the height are dropped", 8, {0, 0, 0, 0, 0, 0, 5, 5, 0, 2, 0, 200, 5, 5}, {{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}}},
+        {"literal cut at the row's end, input skips all of it", 8,
+         {0, 7, 1, 2, 3, 4, 5, 6, 7, 0xFF, 0, 0, 0, 3, 8, 9, 1, 0xFF, 1, 4}, {{1, 2, 3, 4, 5}, {8, 9, 1, 4, 0}}},
+        {"literal running past the block reads zeros", 8, {5, 9, 0, 6, 1, 2}, {{1, 2, 0, 0, 0}, {0, 0, 0, 0, 0}}},
+        {"a last odd byte is a run of zeros", 8, {5, 9, 3}, {{0, 0, 0, 9, 9}, {0, 0, 0, 0, 0}}},
+        {"no end code: what was decoded stays", 8, {2, 1, 0, 0, 1, 2}, {{1, 1, 0, 0, 0}, {2, 0, 0, 0, 0}}},
+        {"end of bitmap stops", 8, {1, 1, 0, 1, 4, 4}, {{1, 0, 0, 0, 0}, {0, 0, 0, 0, 0}}},
+        {"4-bit runs alternate and stop at the row's end", 4, {1, 0x9A, 7, 0x12, 3, 0x34, 0, 0, 3, 0x56}, {{9, 1, 2, 1, 2}, {5, 6, 5, 0, 0}}},
+        {"4-bit literal from an odd column, cut", 4, {1, 0x70, 0, 6, 0x12, 0x34, 0x56, 0, 0, 0, 0, 2, 0, 1, 2, 0xAB}, {{7, 1, 2, 3, 4}, {0, 0, 0, 0, 0}}},
+        {"4-bit delta then an odd run", 4, {0, 2, 1, 1, 3, 0xCD}, {{0, 0, 0, 0, 0}, {0, 0xC, 0xD, 0xC, 0}}},
+        {"4-bit literal past the block", 4, {5, 0xFF, 0, 0, 0, 5, 0x12}, {{15, 15, 15, 15, 15}, {1, 2, 0, 0, 0}}},
+        {"empty stream", 4, {}, {{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const uint32_t stride = Stride(5, c.bits);
+        Bytes rows(2 * stride), source = Dib(5, 2, c.bits, Rle(c.bits), c.stream);
+        for (size_t y = 0; y < 2; ++y)
+            for (size_t x = 0; x < 5; ++x)
+                c.bits == 8 ? vx::SetPixel<8>(&rows[y * stride], x, uint32_t(c.rows[y][x])) : vx::SetPixel<4>(&rows[y * stride], x, uint32_t(c.rows[y][x]));
+        PutU32(source, 20, 1);  // an empty stream still has a non-zero size
+        int code = -1;
+        EXPECT_EQ(Call(ExpandCompressedDIB, source, &code), Dib(5, 2, c.bits, 0, rows));
+        EXPECT_EQ(code, IMGERR_SUCCESS);
+    }
+}
+
+TEST(ExpandCompressedDIB, MatchesThePlainDecoderOnRandomStreams) {
+    std::mt19937 rnd(31337);
+    for (int trial = 0; trial < 3000; ++trial) {
+        SCOPED_TRACE(testing::Message() << "trial " << trial);
+        const int bits = trial % 2 ? 4 : 8;
+        Bytes s;
+        for (int codes = int(rnd() % 60); codes > 0; --codes) {
+            const uint32_t pick = rnd() % 16, n = pick < 14 ? 3 + rnd() % 20 : 3 + rnd() % 253;
+            if (pick < 7) s.insert(s.end(), {uint8_t(pick < 5 ? 1 + rnd() % 12 : 1 + rnd() % 255), uint8_t(rnd())});
+            else if (pick < 10) s.insert(s.end(), {0, 0});
+            else if (pick < 12) s.insert(s.end(), {0, 2, uint8_t(rnd() % 50), uint8_t(rnd() % 3 ? 0 : rnd() % 4)});
+            else if (pick < 15) s.push_back(0), s.push_back(uint8_t(n)), s.resize(s.size() + ((bits == 8 ? n : (n + 1) / 2) + 1) / 2 * 2, uint8_t(rnd()));
+            else s.insert(s.end(), {0, 1});
+        }
+        if (rnd() % 4 == 0) s.resize(rnd() % (s.size() + 1));
+        const Bytes source = Dib(int(rnd() % 40), 1 + int(rnd() % 6), uint16_t(bits), Rle(bits), s.empty() ? Bytes{0} : s);
+        ASSERT_EQ(Call(ExpandCompressedDIB, source), PlainExpand(source));
+    }
+}
+
+TEST(RleRefusals, CodesInOrder) {
+    Bytes shortTable = Dib(4, 1, 8, 1, {0, 1}), shortPlain = Dib(4, 1, 8, 0, {1, 2, 3, 4});
+    shortTable.resize(1000);
+    shortPlain.resize(1000);
+    const struct {
+        const char* what;
+        HDIB (*op)(HDIB);
+        Bytes block;
+        int code;
+    } cases[] = {
+        {"empty block", CompressDIB, {}, IMGERR_PARAMETER},
+        {"header cut short", ExpandCompressedDIB, Bytes(39), IMGERR_PARAMETER},
+        {"already compressed", CompressDIB, Dib(4, 1, 8, 1, {2, 1, 0, 1}), IMGERR_PARAMETER},
+        {"1-bit", CompressDIB, Dib(4, 1, 1, 0, Bytes(4)), IMGERR_PARAMETER},
+        {"negative width", CompressDIB, Dib(-4, 1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
+        {"negative height", CompressDIB, Dib(4, -1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
+        {"a row missing", CompressDIB, Dib(4, 2, 8, 0, {1, 2, 3, 4}), IMGERR_PARAMETER},
+        {"table cut short", CompressDIB, shortPlain, IMGERR_PARAMETER},
+        {"not compressed", ExpandCompressedDIB, Dib(4, 1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
+        {"RLE8 on 4 bits", ExpandCompressedDIB, Dib(4, 1, 4, 1, {0, 1}), IMGERR_PARAMETER},
+        {"RLE4 on 8 bits", ExpandCompressedDIB, Dib(4, 1, 8, 2, {0, 1}), IMGERR_PARAMETER},
+        {"bit fields", ExpandCompressedDIB, Dib(4, 1, 8, 3, {0, 1}), IMGERR_PARAMETER},
+        {"no pixel size", ExpandCompressedDIB, Dib(4, 1, 8, 1, {}), IMGERR_PARAMETER},
+        {"table cut short", ExpandCompressedDIB, shortTable, IMGERR_PARAMETER},
+        {"negative height", ExpandCompressedDIB, Dib(4, -1, 8, 1, {0, 1}), IMGERR_PARAMETER},
+        {"result past 4 GiB", ExpandCompressedDIB, Dib(70000, 70000, 8, 1, {0, 1}), IMGERR_NOMEMORY},
+        {"row size wraps 32 bits", ExpandCompressedDIB, Dib(0x20000000, 1, 8, 1, {0, 1}), IMGERR_NOMEMORY},
+    };
+    for (const auto& c : cases) {
+        int code = -1;
+        EXPECT_TRUE(Call(c.op, c.block, &code).empty()) << c.what;
+        EXPECT_EQ(code, c.code) << c.what;
+    }
+    for (auto op : {CompressDIB, ExpandCompressedDIB}) {
+        SetImgError(IMGERR_IO);
+        EXPECT_EQ(op(nullptr), nullptr);
+        EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
+    }
+}
+
+const struct {
+    const char *name, *rle, *plain;
+} kTwins[] = {
+#include "rle_data/twins.inc"
+};
+
+Bytes LoadHex(const TempDir& dir, const char* hex) {
+    Bytes file;
+    for (; hex[0] && hex[1]; hex += 2) file.push_back(uint8_t(std::stoi(std::string(hex, 2), nullptr, 16)));
+    HDIB dib = LoadDIBFromFile(dir.write("twin.bmp", file).c_str());
+    Bytes b = dib ? BlockBytes(dib) : Bytes{};
+    if (dib) GlobalFree(dib);
+    return b;
+}
+
+// ImageMagick writes RLE8 only (pictures of up to 16 colours get 4-bit twins), and codes each
+// row's padding bytes as pixels of index 0. Where those are coded apart from the row's last run,
+// x has come back to column 0 and they land on the row's first columns (the 37-pixel picture).
+TEST(ExpandCompressedDIB, FilesFromOtherSoftwareMatchTheirUncompressedTwins) {
+    const TempDir dir;
+    for (const auto& t : kTwins) {
+        SCOPED_TRACE(t.name);
+        const Bytes rle = LoadHex(dir, t.rle), plain = LoadHex(dir, t.plain);
+        ASSERT_TRUE(rle.size() > 54 && plain.size() > 54 && GetU32(rle, 16) == 1);
+        const int w = int(GetU32(plain, 4)), h = int(GetU32(plain, 8)), bits = GetU16(plain, 14);
+        Bytes header(rle.begin(), rle.begin() + Offset(8));
+        PutU32(header, 16, 0);
+        PutU32(header, 20, Stride(w, 8) * h);
+        int code = -1;
+        const Bytes got = Call(ExpandCompressedDIB, rle, &code);
+        EXPECT_EQ(code, IMGERR_SUCCESS);
+        ASSERT_EQ(got.size(), header.size() + Stride(w, 8) * h);
+        EXPECT_TRUE(std::equal(header.begin(), header.end(), got.begin()));
+        EXPECT_TRUE(std::equal(plain.begin() + 40, plain.begin() + Offset(bits), got.begin() + 40));
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                const uint32_t twin = Pixel(&plain[Offset(bits) + size_t(Stride(w, bits)) * y], bits, x);
+                const uint8_t pixel = got[Offset(8) + size_t(Stride(w, 8)) * y + x];
+                ASSERT_TRUE(pixel == twin || (x < int(Stride(w, 8)) - w && pixel == 0)) << x << "," << y;
+            }
+    }
+}
+
+}  // namespace
