@@ -1,10 +1,13 @@
 #!/usr/bin/env python3
-"""Writes the seed corpus of the BMP reader's fuzz target: small files that each sit on one
-edge of the format (run from anywhere; the files go to corpus/read_dib beside this script)."""
+"""Writes the seed corpora of the fuzz targets: small files that each sit on one edge of their
+format (run from anywhere; the files go to corpus/read_dib and corpus/expand_rle beside this
+script)."""
 import os
 import struct
 
-OUT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "corpus", "read_dib")
+HERE = os.path.dirname(os.path.abspath(__file__))
+OUT = os.path.join(HERE, "corpus", "read_dib")
+RLE_OUT = os.path.join(HERE, "corpus", "expand_rle")
 
 
 def info(width, height, bits, compression=0, size_image=0, clr_used=0, size=40):
@@ -53,11 +56,45 @@ CORPUS = {
 }
 
 
-def main():
-    os.makedirs(OUT, exist_ok=True)
-    for name, data in sorted(CORPUS.items()):
-        with open(os.path.join(OUT, name), "wb") as f:
+def rle(bits, width, height, *codes):
+    """The run-length target's input: depth, width and height, then the stream."""
+    return bytes([1 if bits == 4 else 0, width & 0xFF, width >> 8, height]) + bytes(b for c in codes for b in c)
+
+
+RLE_CORPUS = {
+    # Runs longer than the row: cut, x back to column 0 of the same row.
+    "rle8_runs_past_row": rle(8, 5, 2, (9, 7), (2, 3), (0, 0), (255, 1), (0, 1)),
+    # Deltas right of the row and above the top row.
+    "rle8_delta_off_image": rle(8, 5, 2, (0, 2, 255, 0), (3, 8), (0, 2, 0, 255), (4, 4)),
+    # End-of-line codes past the height, then more pixels.
+    "rle8_rows_past_height": rle(8, 3, 2, (0, 0), (0, 0), (0, 0), (3, 3), (0, 5, 1, 2, 3, 4, 5, 0)),
+    # No end-of-bitmap code; the last code is cut in half.
+    "rle8_no_end_code": rle(8, 6, 3, (3, 1), (0, 0), (2, 2), (5,)),
+    # A literal group whose data runs past the end of the input.
+    "rle8_literal_past_end": rle(8, 300, 2, (0, 255, 1, 2, 3)),
+    # Long rows of maximal runs and literal groups.
+    "rle8_wide": rle(8, 1000, 3, *[(255, i) for i in range(5)], (0, 0), (0, 200, *range(200)), (0, 1)),
+    # 4-bit pixels from odd columns, runs past the row, a delta.
+    "rle4_odd_columns": rle(4, 7, 2, (1, 0x9A), (9, 0x12), (0, 0), (1, 0x34), (0, 5, 0x12, 0x34, 0x50, 0),
+                            (0, 2, 1, 0), (3, 0xCD), (0, 1)),
+    # A 4-bit literal group running past the end of the input.
+    "rle4_literal_past_end": rle(4, 9, 1, (0, 200, 0x12)),
+    # Nothing after the header; no pixels at all.
+    "rle4_empty": rle(4, 7, 3),
+    "rle8_no_pixels": rle(8, 0, 4, (3, 3), (0, 0), (0, 1)),
+}
+
+
+def write(directory, corpus):
+    os.makedirs(directory, exist_ok=True)
+    for name, data in sorted(corpus.items()):
+        with open(os.path.join(directory, name), "wb") as f:
             f.write(data)
+
+
+def main():
+    write(OUT, CORPUS)
+    write(RLE_OUT, RLE_CORPUS)
 
 
 if __name__ == "__main__":
