@@ -53,27 +53,34 @@ std::string FormatName(int format) {
     }
 }
 
-Dib LoadImageFile(const std::string& path, int page) {
+std::string FullPath(const std::string& path) {
+    std::error_code ec;
+    const fs::path full = fs::absolute(path, ec);
+    return ec ? path : full.string();
+}
+
+Dib LoadImageFile(const std::string& givenPath, int page) {
+    const std::string path = FullPath(givenPath);
     const int format = GetImageFormat(path.c_str());
     Dib dib;
     if (format == FMT_BMP || format == FMT_UNKNOWN) {
         // Bare packed DIBs have no signature; the bitmap loader knows them.
-        dib = LoadBitmapFile(path);
+        dib = LoadBitmapFile(givenPath);
     } else {
         SetImgError(IMGERR_SUCCESS);
         int status = 0;
         dib = Dib(LoadImageIntoDIB(path.c_str(), page, &status));
         if (!dib && ImgError() == IMGERR_SUCCESS && format == FMT_COLORFAX)
-            throw OperationFailed("cannot load '" + path + "': it has no page " + std::to_string(page) +
+            throw OperationFailed("cannot load '" + givenPath + "': it has no page " + std::to_string(page) +
                                   " (it has " + std::to_string(GetNumberOfImagesInFaxFile(path.c_str())) + ")");
         if (!dib)
-            throw OperationFailed("cannot load '" + path + "' (" + FormatName(format) + "): " + LibraryErrorText());
+            throw OperationFailed("cannot load '" + givenPath + "' (" + FormatName(format) + "): " + LibraryErrorText());
     }
     const DWORD compression = HeaderOf(dib).biCompression;
     if (compression == BI_RLE8 || compression == BI_RLE4) {
         SetImgError(IMGERR_SUCCESS);
         Dib expanded(ExpandCompressedDIB(dib.get()));
-        if (!expanded) throw OperationFailed("cannot expand '" + path + "': " + LibraryErrorText());
+        if (!expanded) throw OperationFailed("cannot expand '" + givenPath + "': " + LibraryErrorText());
         dib = std::move(expanded);
     }
     return dib;

@@ -64,6 +64,10 @@ std::string LibraryErrorText();
 // Loads a BMP file through the library, or throws OperationFailed with the library's reason.
 Dib LoadBitmapFile(const std::string& path);
 
+// `path` made absolute. The library reads profiles (colour fax sets) through the system's
+// profile calls, which look for a relative name in the Windows directory.
+std::string FullPath(const std::string& path);
+
 // The name of a format code of GetImageFormat, for messages and `info`.
 std::string FormatName(int format);
 

@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-enum class Source { Colour24, Gray8, Mono1 };
+enum class Source { Colour24, Gray8, Mono1, FaxPage1, FaxPage2 };
 
 struct Step {
     const char* option;
@@ -85,17 +85,90 @@ const std::vector<Panel>& Panels() {
          Source::Colour24, {{"colour-convolve", "4:5"}}},
         {"brightness-contrast-24.bmp", "Brighter by 20, contrast up 50 (--brightness-contrast 20,50)",
          Source::Colour24, {{"brightness-contrast", "20,50"}}},
+        {"dither-fs-1.bmp", "Floyd-Steinberg to black and white; the error flows up the picture (--dither fs:1)",
+         Source::Colour24, {{"dither", "fs:1"}}},
+        {"dither-fs-4.bmp", "Floyd-Steinberg to eight colours; green and blue carry red's vertical error (--dither fs:4)",
+         Source::Colour24, {{"dither", "fs:4"}}},
+        {"dither-fs-8.bmp", "Floyd-Steinberg to the 3-3-2 colour cube (--dither fs:8)", Source::Colour24,
+         {{"dither", "fs:8"}}},
+        {"dither-jjn-1.bmp", "Jarvis-Judice-Ninke to black and white (--dither jjn:1)", Source::Colour24,
+         {{"dither", "jjn:1"}}},
+        {"dither-jjn-4.bmp", "Jarvis-Judice-Ninke to eight colours (--dither jjn:4)", Source::Colour24,
+         {{"dither", "jjn:4"}}},
+        {"dither-jjn-8.bmp", "Jarvis-Judice-Ninke to the 3-3-2 cube; strong blue spills into green (--dither jjn:8)",
+         Source::Colour24, {{"dither", "jjn:8"}}},
+        {"dither-smooth-1.bmp", "Smooth 2 x 2 block dither to black and white (--dither smooth:1)", Source::Colour24,
+         {{"dither", "smooth:1"}}},
+        {"dither-smooth-4.bmp", "Smooth 2 x 2 block dither to eight colours (--dither smooth:4)", Source::Colour24,
+         {{"dither", "smooth:4"}}},
+        {"dither-sharp-1.bmp", "Sharp 2 x 2 block dither to black and white: the carry is halved (--dither sharp:1)",
+         Source::Colour24, {{"dither", "sharp:1"}}},
+        {"dither-sharp-4.bmp", "Sharp 2 x 2 block dither to eight colours (--dither sharp:4)", Source::Colour24,
+         {{"dither", "sharp:4"}}},
+        {"halftone-threshold-8.bmp", "Halftone by threshold, white from 129 up (--halftone threshold)", Source::Gray8,
+         {{"halftone", "threshold"}}},
+        {"halftone-diffuse-8.bmp", "Halftone by error diffusion, 30 brighter (--halftone diffuse:30)", Source::Gray8,
+         {{"halftone", "diffuse:30"}}},
+        {"halftone-screen-8.bmp", "Halftone through the 16 x 16 ordered screen (--halftone screen)", Source::Gray8,
+         {{"halftone", "screen"}}},
+        {"halftone-screen-24.bmp",
+         "The same from the 24-bit sample: its rows are walked at the wrong length, so every third row of the lower "
+         "third shows and the rest stays black, as it always has (--halftone screen)",
+         Source::Colour24, {{"halftone", "screen"}}},
+        {"rle-8.bmp", "The 8-bit gray image saved run-length encoded, BI_RLE8 (--rle)", Source::Gray8, {{"rle", ""}}},
+        {"rle-4.bmp", "Eight colours saved run-length encoded, BI_RLE4 (--dither fs:4 --rle)", Source::Colour24,
+         {{"dither", "fs:4"}, {"rle", ""}}},
+        {"fax-page-1.bmp", "Page 1 of a colour fax set: three 1-bit planes (the 1-bit sample, mirrored both ways) "
+         "combined into 4 bits, red, green and blue at half strength (convert fax-set.ini --page 1)",
+         Source::FaxPage1, {}},
+        {"fax-page-2.bmp", "Page 2 of the set: the planes in another order (convert fax-set.ini --page 2)",
+         Source::FaxPage2, {}},
     };
     return panels;
+}
+
+// A two-page colour fax set in `dir`: a profile naming three 1-bit plane files per page. The
+// profile holds full paths, since the library reads plane names as given.
+fs::path WriteFaxSet(const fs::path& dir, const Dib& mono1) {
+    const char* flips[3] = {nullptr, "h", "v"};
+    std::string planes[3];
+    for (int plane = 0; plane < 3; ++plane) {
+        Dib image = Duplicate(mono1);
+        if (flips[plane]) FindOperation("flip")->apply(&image, flips[plane]);
+        planes[plane] = fs::absolute(dir / ("fax-plane-" + std::to_string(plane) + ".bmp")).string();
+        SaveBitmapFile(image, planes[plane]);
+    }
+    const fs::path profile = fs::absolute(dir / "fax-set.ini");
+    const fs::path temporary = fs::absolute(dir / "fax-set.ini.tmp");
+    {
+        std::ofstream ini(temporary, std::ios::binary);
+        ini << "[ColorFax]\nTotalPages=2\nFirstPage=1\nPlanes=3\nFiles=6\nBitsPixel=1\n"
+            << "\n[Page1]\nPlane0=" << planes[0] << "\nPlane1=" << planes[1] << "\nPlane2=" << planes[2] << "\n"
+            << "\n[Page2]\nPlane0=" << planes[2] << "\nPlane1=" << planes[0] << "\nPlane2=" << planes[1] << "\n";
+        if (!ini) throw OperationFailed("cannot write '" + profile.string() + "'");
+    }
+    std::error_code ec;
+    fs::rename(temporary, profile, ec);
+    if (ec) throw OperationFailed("cannot write '" + profile.string() + "': " + ec.message());
+    std::cout << "wrote " << (dir / "fax-set.ini").string() << "\n";
+    return profile;
 }
 
 struct Samples {
     Dib colour24 = MakeSample24();
     Dib gray8 = MakeSampleGray8(colour24);
     Dib mono1 = MakeSampleMono1(gray8);
+    fs::path faxSet;
 
-    const Dib& of(Source s) const {
-        return s == Source::Colour24 ? colour24 : s == Source::Gray8 ? gray8 : mono1;
+    Dib of(Source s) const {
+        switch (s) {
+        case Source::Colour24: return Duplicate(colour24);
+        case Source::Gray8: return Duplicate(gray8);
+        case Source::Mono1: return Duplicate(mono1);
+        case Source::FaxPage1: return LoadImageFile(faxSet.string(), 1);
+        case Source::FaxPage2: return LoadImageFile(faxSet.string(), 2);
+        }
+        return {};
     }
 };
 
@@ -134,7 +207,7 @@ void WriteIndex(const fs::path& dir) {
     const fs::path index = dir / "index.html";
     const fs::path temporary = dir / "index.html.tmp";
     {
-        std::ofstream html(temporary);
+        std::ofstream html(temporary, std::ios::binary);  // the same bytes on every platform
         html << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                 "<title>Vexora demo</title>\n<style>\n"
                 "body { font-family: sans-serif; margin: 2em; background: #f4f4f4; color: #222; }\n"
@@ -175,9 +248,10 @@ int RunDemo(const std::vector<std::string>& args) {
     fs::create_directories(dir, ec);
     if (ec) throw OperationFailed("cannot create '" + dir + "': " + ec.message());
 
-    const Samples samples;
+    Samples samples;
+    samples.faxSet = WriteFaxSet(dir, samples.mono1);
     for (const auto& panel : Panels()) {
-        Dib image = Duplicate(samples.of(panel.source));
+        Dib image = samples.of(panel.source);
         for (const auto& step : panel.steps) FindOperation(step.option)->apply(&image, step.argument);
         const std::string path = (fs::path(dir) / panel.file).string();
         SaveBitmapFile(image, path);

@@ -50,13 +50,14 @@ const char* ReadingModule(int format) {
 
 // A colour fax set, page by page as the library loads them.
 bool DescribeFaxSet(const std::string& path) {
-    const int pages = GetNumberOfImagesInFaxFile(path.c_str());
+    const std::string full = FullPath(path);
+    const int pages = GetNumberOfImagesInFaxFile(full.c_str());
     std::printf("%s\n  format       colour fax set, %d page%s\n", path.c_str(), pages, pages == 1 ? "" : "s");
     bool allRead = true;
     for (int page = 1; page <= pages; ++page) {
         SetImgError(IMGERR_SUCCESS);
         int status = 0;
-        Dib dib(LoadColorFaxPage(path.c_str(), page, &status));
+        Dib dib(LoadColorFaxPage(full.c_str(), page, &status));
         if (!dib) {
             std::printf("  page %-7d cannot be loaded: %s\n", page,
                         ImgError() == IMGERR_SUCCESS ? "outside the set's pages" : LibraryErrorText().c_str());
@@ -79,7 +80,7 @@ bool Describe(const std::string& path) {
         std::cerr << "vexora: " << path << ": " << LibraryErrorText() << "\n";
         return false;
     }
-    const int format = GetImageFormat(path.c_str());
+    const int format = GetImageFormat(FullPath(path).c_str());
     if (format != FMT_BMP && format != FMT_UNKNOWN) {
         _lclose(file);
         if (format == FMT_COLORFAX) return DescribeFaxSet(path);

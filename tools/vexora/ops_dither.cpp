@@ -29,13 +29,14 @@ void Dither(Dib* image, const std::string& argument) {
         if (m.name == name) method = &m;
     if (method == nullptr) throw UsageError("--dither takes fs, jjn, smooth or sharp, then :DEPTH, not '" + argument + "'");
     if (depthText.empty()) throw UsageError("--dither " + name + " needs an output depth, as in " + name + ":1");
-    const long depth = ParseNumber(depthText, "--dither depth", 1, method->deepestOutput);
-    if (depth != 1 && depth != 4 && depth != 8)
+    const long depth = ParseNumber(depthText, "--dither depth", 1, 8);
+    if ((depth != 1 && depth != 4 && depth != 8) || depth > method->deepestOutput)
         throw UsageError("--dither " + name + " makes 1" + (method->deepestOutput == 8 ? ", 4 or 8" : " or 4") +
                          " bits per pixel, not " + depthText);
     if (image == nullptr) return;
     SetImgError(IMGERR_SUCCESS);
-    TakeResult(*image, method->run(image->get(), static_cast<int>(depth)), "dither", LibraryErrorText());
+    HDIB result = method->run(image->get(), static_cast<int>(depth));
+    TakeResult(*image, result, "dither", LibraryErrorText());
 }
 
 constexpr std::string_view kHalftoneModes[] = {"threshold", "diffuse", "screen"};

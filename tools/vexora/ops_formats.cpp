@@ -16,7 +16,8 @@ void RunLength(Dib* image, const std::string&) {
         throw OperationFailed("--rle needs a 4- or 8-bit image (this one has " + std::to_string(depth) +
                               " bits per pixel)");
     SetImgError(IMGERR_SUCCESS);
-    TakeResult(*image, CompressDIB(image->get()), "rle", LibraryErrorText());
+    HDIB compressed = CompressDIB(image->get());
+    TakeResult(*image, compressed, "rle", LibraryErrorText());
 }
 
 }  // namespace

@@ -149,7 +149,8 @@ void ConvolveColour(Dib* image, const std::string& argument) {
 void To24(Dib* image, const std::string&) {
     if (image == nullptr) return;
     SetImgError(IMGERR_SUCCESS);
-    TakeResult(*image, Convert8to24(image->get()), "to-24", ModuleReason("the image could not be expanded"));
+    HDIB expanded = Convert8to24(image->get());
+    TakeResult(*image, expanded, "to-24", ModuleReason("the image could not be expanded"));
 }
 
 void BrightnessContrast(Dib* image, const std::string& argument) {
