@@ -19,22 +19,14 @@
 
 #include "formats/rle_codec.hpp"
 
+#include "fuzz_support.hpp"
+
 namespace {
 
+using vexora_fuzz::Check;
+using vexora_fuzz::Contents;
+
 using vx::formats::RleTarget;
-
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
-
-std::vector<uint8_t> Contents(HDIB dib) {
-    std::vector<uint8_t> bytes(GlobalSize(dib));
-    if (const void* p = GlobalLock(dib)) {
-        if (!bytes.empty()) std::memcpy(bytes.data(), p, bytes.size());
-        GlobalUnlock(dib);
-    }
-    return bytes;
-}
 
 HDIB BlockOf(const std::vector<uint8_t>& bytes) {
     HDIB block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes.size());

@@ -14,8 +14,12 @@
 #include <vector>
 
 #include "vexora.h"
+#include "fuzz_support.hpp"
 
 namespace {
+
+using vexora_fuzz::Check;
+using vexora_fuzz::Contents;
 
 constexpr size_t kLargestChecked = size_t{64} << 20;
 
@@ -32,19 +36,6 @@ struct WorkDir {
     std::string file(const char* name) const { return (path / name).string(); }
     std::filesystem::path path;
 };
-
-std::vector<uint8_t> Contents(HDIB dib) {
-    std::vector<uint8_t> bytes(GlobalSize(dib));
-    if (const void* p = GlobalLock(dib)) {
-        if (!bytes.empty()) std::memcpy(bytes.data(), p, bytes.size());
-        GlobalUnlock(dib);
-    }
-    return bytes;
-}
-
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
 
 }  // namespace
 
