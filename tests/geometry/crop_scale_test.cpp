@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <random>
-#include <string>
 
 #include "dib_builder.hpp"
 #include "geometry/crop_scale.hpp"
@@ -35,12 +34,11 @@ vx::geometry::LockedDib View(const Bytes& b) {
 }
 
 TEST(CropScale, EveryDepthMatchesThePixelModel) {
-    struct Image {
+    const struct {
         int w, h;
-    };
-    const Image images[] = {{1, 1}, {7, 5}, {33, 9}, {64, 20}, {100, 3}};
+    } images[] = {{1, 1}, {7, 5}, {33, 9}, {64, 20}, {100, 3}};
     for (int bits : {1, 4, 8, 24}) {
-        for (const Image& im : images) {
+        for (const auto& im : images) {
             std::mt19937 random(uint32_t(bits * 100 + im.w));
             const Bytes src = vxtest::PackedDib({im.w, im.h, uint16_t(bits), 0, false, uint32_t(im.w + bits)});
             for (int trial = 0; trial < 40; ++trial) {
@@ -50,9 +48,8 @@ TEST(CropScale, EveryDepthMatchesThePixelModel) {
                 const int h = 1 + int(random() % uint32_t(im.h + 3));
                 const int outW = trial % 5 == 0 ? w : 1 + int(random() % 70);
                 const int outH = trial % 7 == 0 ? h : 1 + int(random() % 40);
-                SCOPED_TRACE(std::to_string(bits) + "-bit " + std::to_string(im.w) + "x" + std::to_string(im.h) +
-                             " rect " + std::to_string(x0) + "," + std::to_string(y0) + " " + std::to_string(w) +
-                             "x" + std::to_string(h) + " -> " + std::to_string(outW) + "x" + std::to_string(outH));
+                SCOPED_TRACE(testing::Message() << bits << "-bit " << im.w << "x" << im.h << " rect " << x0 << "," << y0
+                                                << " " << w << "x" << h << " -> " << outW << "x" << outH);
                 Block out(Member(bits)(View(src), x0, y0, w, h, outW, outH));
                 ASSERT_NE(out, nullptr);
                 EXPECT_EQ(vxtest::BlockBytes(out.get()), vxtest::ModelCropScale(src, x0, y0, w, h, outW, outH));

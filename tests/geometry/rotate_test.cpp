@@ -9,6 +9,8 @@
 #include <cstring>
 
 #include "dib_builder.hpp"
+#include "geometry_corners.hpp"
+#include "pixels.hpp"
 #include "vexora.h"
 
 namespace {
@@ -17,25 +19,6 @@ using vxtest::Block;
 using vxtest::Bytes;
 using vxtest::GetU32;
 using vxtest::PutU32;
-
-uint32_t Px(const Bytes& b, size_t row, int bits, int x) {
-    switch (bits) {
-    case 1: return b.at(row + x / 8) >> (7 - x % 8) & 1;
-    case 4: return b.at(row + x / 2) >> (x % 2 ? 0 : 4) & 15;
-    case 8: return b.at(row + x);
-    default: return b.at(row + 3 * x) | b.at(row + 3 * x + 1) << 8 | b.at(row + 3 * x + 2) << 16;
-    }
-}
-
-void OrPx(Bytes& b, size_t row, int bits, int x, uint32_t v) {
-    switch (bits) {
-    case 1: b.at(row + x / 8) |= static_cast<uint8_t>(v << (7 - x % 8)); break;
-    case 4: b.at(row + x / 2) |= static_cast<uint8_t>(v << (x % 2 ? 0 : 4)); break;
-    case 8: b.at(row + x) = static_cast<uint8_t>(v); break;
-    default:
-        for (int i = 0; i < 3; ++i) b.at(row + 3 * x + i) = static_cast<uint8_t>(v >> 8 * i);
-    }
-}
 
 int RoundAway(double v) { return v >= 0 ? static_cast<int>(v + 0.5) : static_cast<int>(v - 0.5); }
 
@@ -74,6 +57,13 @@ Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
     PutU32(out, 24, static_cast<int>((xdpi + (ydpi - xdpi) * r / 90) * 39.37 + 0.5));
     PutU32(out, 28, static_cast<int>((ydpi + (xdpi - ydpi) * r / 90) * 39.37 + 0.5));
     if (bits != 1 && bits != 4 && bits != 8 && bits != 24) return out;
+    // Each result pixel is written at most once, onto zeros.
+    const auto move = [&](size_t to, int k, size_t from, int x) {
+        vx::DispatchDepth(uint32_t(bits), [&](auto depth) {
+            constexpr unsigned kBits = decltype(depth)::value;
+            vx::SetPixel<kBits>(&out.at(to), uint64_t(k), vx::GetPixel<kBits>(&src.at(from), uint64_t(x)));
+        });
+    };
 
     const double cb = std::cos(-th), sb = std::sin(-th);
     const auto SX = [&](int px, int py) { return px * cb - py * sb + W / 2; };
@@ -96,7 +86,7 @@ Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
             copying = copying || !entering;
             if (copying) {
                 if (!((dx > 0 ? x < W : x >= 0) && (dy > 0 ? y < H : y >= 0))) break;
-                OrPx(out, table + size_t{outStride} * j, bits, k, Px(src, table + size_t{stride} * y, bits, x));
+                move(table + size_t{outStride} * j, k, table + size_t{stride} * y, x);
             }
             if (mode == 0) {
                 x = RoundAway(fx += colX);
@@ -117,28 +107,27 @@ Bytes Image(int w, int h, int bits, uint32_t seed, uint32_t clrUsed = 0) {
     return b;
 }
 
+// Depths other than 1, 4, 8 and 24 give a blank canvas; modes other than 0 walk as mode 1.
 TEST(RotateDIB, MatchesThePerPixelWalkForEveryDepthAngleAndMode) {
     const int sizes[][2] = {{1, 1}, {1, 6}, {7, 1}, {13, 5}, {33, 17}, {40, 31}, {64, 9}};
     const int angles[] = {0, 90, 180, 270, 360, -30, -400, 1, 45, 89, 135, 359, 1000, -100000, INT_MAX, INT_MIN};
     uint32_t seed = 1;
-    for (int bits : {1, 4, 8, 24})
+    for (int bits : {1, 4, 8, 24, 16, 32})
         for (const auto& size : sizes)
             for (int angle : angles)
-                for (int mode : {0, 1}) {
+                for (int mode : {0, 1, 7}) {
                     ++seed;
                     SCOPED_TRACE(testing::Message() << bits << " bits " << size[0] << "x" << size[1]
                                                     << " angle " << angle << " mode " << mode << " seed " << seed);
                     const Bytes src = Image(size[0], size[1], bits, seed, seed % 3 == 0 && bits == 8 ? 20 : 0);
-                    int corners[8], expectedCorners[8];
+                    int expectedCorners[8];
                     const Bytes expected = ReferenceRotate(src, angle, mode, expectedCorners);
-                    Block dib(vxtest::BlockFrom(src));
-                    DWORD status = 77;
-                    Block out(RotateDIB(dib.get(), angle, mode, &status, corners));
-                    ASSERT_NE(out, nullptr);
-                    EXPECT_EQ(status, 0u);
-                    ASSERT_EQ(vxtest::BlockBytes(out.get()), expected);
-                    EXPECT_TRUE(std::equal(corners, corners + 8, expectedCorners));
-                    EXPECT_EQ(vxtest::BlockBytes(dib.get()), src);
+                    vxtest::geometry::ExpectModelResult(src, expected, expectedCorners, [&](HDIB dib, int* corners) {
+                        DWORD status = 77;
+                        HDIB out = RotateDIB(dib, angle, mode, &status, corners);
+                        EXPECT_EQ(status, 0u);
+                        return out;
+                    });
                 }
 }
 
@@ -161,55 +150,18 @@ TEST(RotateDIB, QuarterTurnOfASmallPicture) {
     EXPECT_EQ(rows, (Bytes{0, 0, 0, 0, 0, 4, 0, 0, 0, 5, 0, 0, 0, 6, 0, 0}));
 }
 
-TEST(RotateDIB, ResolutionsAreExchangedAtEveryMultipleOf90) {
-    for (int angle : {0, 90, 180, 270, 360, -90, 45}) {
-        SCOPED_TRACE(angle);
-        Bytes src = Image(4, 4, 8, 1);
-        PutU32(src, 24, 2835);  // 72 dpi
-        PutU32(src, 28, 3780);  // 96 dpi
-        Block dib(vxtest::BlockFrom(src));
-        DWORD status;
-        Block out(RotateDIB(dib.get(), angle, 1, &status, nullptr));
-        const Bytes b = vxtest::BlockBytes(out.get());
-        const uint32_t x = angle == 0 ? 2835 : angle == 45 ? 3307 : 3780;  // 72 + 24 * 45 / 90 = 84 dpi
-        EXPECT_EQ(GetU32(b, 24), x);
-        EXPECT_EQ(GetU32(b, 28), angle == 0 ? 3780u : angle == 45 ? 3307u : 2835u);
-    }
-}
-
-TEST(RotateDIB, OtherDepthsGiveABlankCanvasAndOtherModesWalkAsMode1) {
-    for (int bits : {16, 32}) {
-        const Bytes src = Image(9, 5, bits, 3);
-        int corners[8];
-        const Bytes expected = ReferenceRotate(src, 30, 0, corners);
-        Block dib(vxtest::BlockFrom(src));
-        DWORD status = 9;
-        Block out(RotateDIB(dib.get(), 30, 0, &status, nullptr));
-        EXPECT_EQ(status, 0u);
-        EXPECT_EQ(vxtest::BlockBytes(out.get()), expected);
-    }
-    const Bytes src = Image(21, 11, 4, 8);
-    Block dib(vxtest::BlockFrom(src));
-    DWORD status;
-    Block one(RotateDIB(dib.get(), 33, 1, &status, nullptr));
-    Block seven(RotateDIB(dib.get(), 33, 7, &status, nullptr));
-    EXPECT_EQ(vxtest::BlockBytes(one.get()), vxtest::BlockBytes(seven.get()));
-}
-
-struct Refusal {
-    const char* what;
-    Bytes bytes;
-    DWORD status;
-    bool cornersWritten;
-};
-
 TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
     const Bytes good = Image(10, 6, 8, 2);
     auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
     Bytes cut = good;
     cut.resize(cut.size() - 1);
     const Bytes huge = Image(65535, 1, 24, 2);  // turned by 45 degrees it needs about 25 GB
-    const Refusal cases[] = {
+    const struct {
+        const char* what;
+        Bytes bytes;
+        DWORD status;
+        bool cornersWritten;
+    } cases[] = {
         {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), ROTATE_ERR_PARAMETER, false},
         {"core header", with(0, 12), ROTATE_ERR_PARAMETER, false},
         {"RLE8", with(16, 1), ROTATE_ERR_COMPRESSED, false},
@@ -218,18 +170,16 @@ TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
         {"block one byte short", cut, ROTATE_ERR_SIZE, false},
         {"2^32-byte result", huge, ROTATE_ERR_NOMEMORY, true},
     };
-    for (const Refusal& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        Block dib(vxtest::BlockFrom(c.bytes));
         SetImgError(IMGERR_IO);
-        DWORD status = 0;
-        int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
-        EXPECT_EQ(RotateDIB(dib.get(), 45, 0, &status, corners), nullptr);
-        EXPECT_EQ(status, c.status);
+        vxtest::geometry::ExpectRefused(c.bytes, c.cornersWritten, [&](HDIB dib, int* corners) {
+            DWORD status = 0;
+            HDIB out = RotateDIB(dib, 45, 0, &status, corners);
+            EXPECT_EQ(status, c.status);
+            return out;
+        });
         EXPECT_EQ(ImgError(), IMGERR_IO);
-        EXPECT_EQ(corners[0] != -1, c.cornersWritten);
-        GlobalLock(dib.get());
-        EXPECT_FALSE(GlobalUnlock(dib.get())) << "source left locked";
     }
     DWORD status = 0;
     EXPECT_EQ(RotateDIB(nullptr, 0, 0, &status, nullptr), nullptr);
@@ -248,8 +198,7 @@ TEST(RotateDIB, SuccessKeepsTheSourceLockAndReadsTheStatusCellLast) {
     DWORD status = 5;
     Block out(RotateDIB(dib.get(), 10, 0, &status, corners));
     ASSERT_NE(out, nullptr);
-    GlobalLock(dib.get());
-    EXPECT_TRUE(GlobalUnlock(dib.get())) << "the lock RotateDIB took is still held";
+    EXPECT_TRUE(vxtest::geometry::LockHeld(dib.get())) << "the lock RotateDIB took is released";
     GlobalUnlock(dib.get());
     // A status cell that is also the first corner holds a non-zero x once the corners are out,
     // and the finished result is thrown away.

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -116,22 +117,47 @@ inline std::vector<int64_t> RandomEntries(std::mt19937& rng, int n, int entryBit
 }
 
 // Kernel file bytes: entries little-endian, `bytes` wide each.
-// Checks a filter's result against its model: no error, in place the source handle comes
-// back, the bytes are the expected ones, and a new DIB leaves the source as it was.
-inline void ExpectFiltered(HDIB source, HDIB out, BOOL newDib, DWORD error, const Bytes& expected,
-                           const Bytes& original) {
-    ASSERT_EQ(error, DWORD{IMGERR_SUCCESS});
-    ASSERT_EQ(out == source, !newDib);
-    EXPECT_EQ(BlockBytes(out), expected);
-    if (newDib) {
-        EXPECT_EQ(BlockBytes(source), original);
-    }
-}
-
 inline Bytes EntryFile(const std::vector<int64_t>& e, size_t bytes) {
     Bytes b(e.size() * bytes);
     for (size_t i = 0; i < b.size(); ++i) b[i] = static_cast<uint8_t>(static_cast<uint64_t>(e[i / bytes]) >> (8 * (i % bytes)));
     return b;
+}
+
+// The ten entries a 3 x 3 kernel file is read as: signed, `bytes` wide, as far as it goes, 0 after.
+inline std::vector<int64_t> EntriesRead(Bytes file, size_t bytes) {
+    file.resize(10 * bytes, 0);
+    std::vector<int64_t> seen(10);
+    for (size_t i = 0; i < 10; ++i) {
+        uint64_t v = 0;
+        for (size_t k = 0; k < bytes; ++k) v |= uint64_t{file[i * bytes + k]} << (8 * k);
+        seen[i] = bytes == 4 ? int64_t(int32_t(v)) : int64_t(int16_t(v));
+    }
+    return seen;
+}
+
+// Checks one filter call, call(handle, &error), against its model: no error, in place the
+// source handle comes back, the bytes are the expected ones, and a new DIB leaves the source
+// as it was.
+template <typename Call>
+void ExpectFiltered(const Bytes& src, bool newDib, const Bytes& expected, Call call) {
+    Block dib(BlockFrom(src));
+    DWORD error = 0xDEAD;
+    HDIB out = call(dib.get(), &error);
+    Block owned(newDib ? out : nullptr);
+    ASSERT_EQ(error, DWORD{IMGERR_SUCCESS});
+    ASSERT_EQ(out == dib.get(), !newDib);
+    EXPECT_EQ(BlockBytes(out), expected);
+    if (newDib) {
+        EXPECT_EQ(BlockBytes(dib.get()), src);
+    }
+}
+
+// biSizeImage varied by the seed: 0 (size from the stride), halved (rows dropped) or longer
+// by `longBy` (a zero tail).
+inline void VarySizeImage(Bytes& src, uint32_t seed, uint32_t longBy) {
+    if (seed % 5 == 0) PutU32(src, 20, 0);
+    if (seed % 7 == 0) PutU32(src, 20, GetU32(src, 20) / 2);
+    if (seed % 11 == 0) PutU32(src, 20, GetU32(src, 20) + longBy);
 }
 
 // Runs body once per vector level the processor offers, restoring the level afterwards.
@@ -146,6 +172,43 @@ void AtEveryVectorLevel(Body&& body) {
         }
         vx::tone::SetVectorLevel(before);
     }
+}
+
+// One model comparison: the image shape, kernel type and size, the random caller entries (in
+// a file for type 2) and their model kernel, in place or into a new DIB, and the image seed.
+struct FilterRun {
+    int width, height, type, n;
+    const std::vector<int64_t>& entries;
+    const ModelKernel& kernel;
+    const std::string& file;
+    bool newDib;
+    uint32_t seed;
+};
+
+// Calls run(r) at each vector level for every shape, every type (caller kernels twice) and
+// every size the type accepts, in place and new, entries entryBits wide drawn from rngSeed.
+template <typename Run>
+void ForEveryFilterRun(const std::vector<std::array<int, 2>>& shapes, uint32_t rngSeed, int entryBits, Run run) {
+    AtEveryVectorLevel([&] {
+        TempDir dir;
+        std::mt19937 rng(rngSeed);
+        uint32_t seed = 0;
+        for (const auto& shape : shapes)
+            for (int type : {1, 1, 2, 3, 4, 5, 6})
+                for (int n = 3; n <= 7; ++n) {
+                    if (n >= 6 && type != 1 && type != 3) continue;
+                    const std::vector<int64_t> e = RandomEntries(rng, n, entryBits);
+                    const ModelKernel k = type <= 2 ? *ModelCallerKernel(e, n, entryBits) : ModelBuiltIn(type, n);
+                    const std::string file =
+                        type == 2 ? dir.write("k" + std::to_string(seed), EntryFile(e, size_t(entryBits / 8))) : "";
+                    for (const bool newDib : {false, true}) {
+                        ++seed;
+                        SCOPED_TRACE(testing::Message() << shape[0] << "x" << shape[1] << " type " << type << " n "
+                                                        << n << (newDib ? " new" : " in place") << " seed " << seed);
+                        run(FilterRun{shape[0], shape[1], type, n, e, k, file, newDib, seed});
+                    }
+                }
+    });
 }
 
 // A refusal (or, with code 0, an acceptance at a limit): image bytes and arguments.

@@ -66,6 +66,17 @@ Outcome CallOn(const Bytes& source, Call call) {
     return o;
 }
 
+// A success: the module code cleared, the whole result block `expected`, the source unchanged
+// and, when `keepsLock`, still locked.
+template <typename Call>
+void ExpectResult(const Bytes& source, const Bytes& expected, bool keepsLock, Call call) {
+    const Outcome o = CallOn(source, call);
+    ASSERT_EQ(o.code, IMGERR_SUCCESS);
+    ASSERT_EQ(o.result, expected);
+    EXPECT_TRUE(o.sourceUnchanged);
+    EXPECT_EQ(o.sourceLocked, keepsLock);
+}
+
 // A refusal: null, `code` in the module code, the source unlocked and unchanged.
 template <typename Call>
 void ExpectRefusal(const char* what, const Bytes& source, int code, Call call) {
@@ -87,11 +98,7 @@ void ExpectBadHandlesRefused(Call call) {
     EXPECT_EQ(ImgError(), IMGERR_LOCKMEMORY);
 }
 
-inline Header Shape(int32_t w, int32_t h, uint16_t bits, uint32_t clrUsed = 0) {
-    Header hd;
-    hd.width = w, hd.height = h, hd.bits = bits, hd.clrUsed = clrUsed;
-    return hd;
-}
+inline Header Shape(int32_t w, int32_t h, uint16_t bits, uint32_t clrUsed = 0) { return {w, h, bits, clrUsed}; }
 // A random DIB with one 32-bit header field replaced.
 inline Bytes Patched(const Header& h, size_t at, uint32_t value, int64_t rows = -1) {
     Bytes b = RandomDib(h, 1, rows);

@@ -53,40 +53,19 @@ Bytes Filtered(const Bytes& src, int grayMode, short type, int n, const short* k
 }
 
 TEST(ColorConvolution, MatchesTheModelForEveryTypeSizeGrayModeAndMode) {
-    vxtest::AtEveryVectorLevel([] {
-        const int shapes[][2] = {{1, 1}, {1, 5}, {2, 2}, {3, 1}, {5, 3}, {13, 4}, {4, 11}, {101, 6}};
-        vxtest::TempDir dir;
-        std::mt19937 rng(17);
-        uint32_t seed = 0;
-        for (const auto& shape : shapes)
-            for (short type : {1, 1, 2, 3, 4, 5, 6})
-                for (int n = 3; n <= 7; ++n) {
-                    if (n >= 6 && type != 1 && type != 3) continue;
-                    const std::vector<int64_t> e = vxtest::RandomEntries(rng, n, 16);
-                    const auto k = type <= 2 ? vxtest::ModelCallerKernel(e, n, 16) : vxtest::ModelBuiltIn(type, n);
-                    const std::string file =
-                        type == 2 ? dir.write("k" + std::to_string(seed), vxtest::EntryFile(e, 2)) : "";
-                    const std::vector<short> kernel = Narrow(e);
-                    for (const bool newDib : {false, true}) {
-                        ++seed;
-                        const int grayMode = seed % 3 == 0 ? 1 : seed % 3 == 1 ? 0 : 7;
-                        SCOPED_TRACE(testing::Message() << shape[0] << "x" << shape[1] << " type " << type << " n "
-                                                        << n << " gray " << grayMode
-                                                        << (newDib ? " new" : " in place") << " seed " << seed);
-                        // Sometimes a colour-table count: source rows after it, new rows at 40.
-                        Bytes src = vxtest::PackedDib({shape[0], shape[1], 24, seed % 4 == 0 ? 3u : 0u, false, seed});
-                        if (seed % 5 == 0) PutU32(src, 20, 0);
-                        if (seed % 7 == 0) PutU32(src, 20, GetU32(src, 20) / 2);
-                        if (seed % 11 == 0) PutU32(src, 20, GetU32(src, 20) + 5);
-                        const Bytes expected = ReferenceColor(src, newDib, grayMode, *k);
-                        Block dib(vxtest::BlockFrom(src));
-                        DWORD error = 0xDEAD;
-                        HDIB out = ColorConvolution(dib.get(), newDib, grayMode, type, n, file.c_str(), kernel.data(),
-                                                    &error);
-                        Block owned(newDib ? out : nullptr);
-                        vxtest::ExpectFiltered(dib.get(), out, newDib, error, expected, src);
-                    }
-                }
+    vxtest::ForEveryFilterRun({{1, 1}, {1, 5}, {2, 2}, {3, 1}, {5, 3}, {13, 4}, {4, 11}, {101, 6}}, 17, 16,
+                              [](const vxtest::FilterRun& r) {
+        const int grayMode = r.seed % 3 == 0 ? 1 : r.seed % 3 == 1 ? 0 : 7;
+        SCOPED_TRACE(testing::Message() << "gray " << grayMode);
+        // Sometimes a colour-table count: source rows after it, new rows at 40.
+        Bytes src = vxtest::PackedDib({r.width, r.height, 24, r.seed % 4 == 0 ? 3u : 0u, false, r.seed});
+        vxtest::VarySizeImage(src, r.seed, 5);
+        const std::vector<short> kernel = Narrow(r.entries);
+        vxtest::ExpectFiltered(src, r.newDib, ReferenceColor(src, r.newDib, grayMode, r.kernel),
+                               [&](HDIB dib, DWORD* error) {
+            return ColorConvolution(dib, r.newDib, grayMode, static_cast<short>(r.type), r.n, r.file.c_str(),
+                                    kernel.data(), error);
+        });
     });
 }
 
@@ -95,21 +74,6 @@ TEST(ColorConvolution, WorkedExamples) {
     const Bytes src = vxtest::PackedDib({8, 5, 24, 0, false, 21});
     const short identity[] = {0, 0, 0, 0, 1, 0, 0, 0, 0, 0};
     EXPECT_EQ(Filtered(src, 1, 1, 3, identity), src);
-
-    // A constant colour stays itself under every built-in kernel: each sums to its divisor.
-    Bytes flat = src;
-    for (size_t i = 40; i < flat.size(); i += 3) flat[i] = 30, flat[i + 1] = 140, flat[i + 2] = 220;
-    for (short type = 3; type <= 6; ++type)
-        for (int n = 3; n <= (type == 3 ? 7 : 5); ++n) EXPECT_EQ(Filtered(flat, 0, type, n, nullptr), flat) << type << n;
-
-    // Weight 26 over 25: gray 250 -> 260, so (250, 250, 250) saturates at 255; the average
-    // gray of (100, 250, 250) is 200 -> 208, a delta of 8 on every byte.
-    Bytes two = vxtest::PackedDib({2, 1, 24, 0, false, 1});
-    const uint8_t pixels[] = {250, 250, 250, 100, 250, 250};
-    std::copy(pixels, pixels + 6, two.begin() + 40);
-    const short gain[] = {0, 0, 0, 0, 26, 0, 0, 0, 0, 25};
-    const Bytes raised = Filtered(two, 0, 1, 3, gain);
-    EXPECT_EQ(Bytes(raised.begin() + 40, raised.begin() + 46), (Bytes{255, 255, 255, 108, 255, 255}));
 
     // The size is its low 16 bits, signed; only the low 16 bits of the width are tested for 0.
     EXPECT_EQ(Filtered(src, 1, 4, 0x10003, nullptr), Filtered(src, 1, 4, 3, nullptr));
@@ -128,11 +92,8 @@ TEST(ColorConvolution, KernelFiles) {
         Bytes file = vxtest::EntryFile(e, 2);
         file.resize(bytes, 0x40);
         const std::string path = dir.write("k" + std::to_string(bytes), file);
-        file.resize(20, 0);
-        std::vector<int64_t> seen(10);
-        for (size_t i = 0; i < 10; ++i) seen[i] = static_cast<int16_t>(file[2 * i] | file[2 * i + 1] << 8);
         EXPECT_EQ(Filtered(src, 1, 2, 3, nullptr, path.c_str()),
-                  ReferenceColor(src, true, 1, *vxtest::ModelCallerKernel(seen, 3, 16))) << bytes;
+                  ReferenceColor(src, true, 1, *vxtest::ModelCallerKernel(vxtest::EntriesRead(file, 2), 3, 16))) << bytes;
     }
     Bytes cut = vxtest::EntryFile(e, 2);
     cut.resize(13);

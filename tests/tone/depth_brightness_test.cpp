@@ -70,11 +70,7 @@ TEST(Convert8to24, MatchesTheModelForEverySizeAndTableLength) {
                 for (int h : {1, 2, 5}) {
                     const Bytes src = RandomDib(Shape(w, h, bits, used), ++seed, -1, used % 0x10000 ? used : 256);
                     SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used);
-                    const Outcome o = CallOn(src, Convert8to24);
-                    ASSERT_EQ(o.code, IMGERR_SUCCESS);
-                    ASSERT_EQ(o.result, Expand24Model(src));
-                    EXPECT_TRUE(o.sourceUnchanged);
-                    EXPECT_TRUE(o.sourceLocked) << "the source keeps its lock on success";
+                    ExpectResult(src, Expand24Model(src), true, Convert8to24);  // the source stays locked
                 }
 }
 
@@ -88,9 +84,7 @@ TEST(Convert8to24, SixteenBitArithmeticOfWideImages) {
         PutU32(src, 4, uint32_t(s[0]));
         PutU32(src, 8, uint32_t(s[1]));
         SCOPED_TRACE(testing::Message() << s[0] << "x" << s[1]);
-        const Outcome o = CallOn(src, Convert8to24);
-        ASSERT_EQ(o.code, IMGERR_SUCCESS);
-        ASSERT_EQ(o.result, Expand24Model(src));
+        ExpectResult(src, Expand24Model(src), true, Convert8to24);
     }
 }
 
@@ -150,12 +144,8 @@ TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
                             const Bytes src = RandomDib(hd, ++seed);
                             SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used
                                                             << " sizeImage " << sizeImage << " setting " << s[0]);
-                            const auto call = [&](HDIB d) { return ColorBrightnessContrast(d, s[0], s[1]); };
-                            const Outcome o = CallOn(src, call);
-                            ASSERT_EQ(o.code, IMGERR_SUCCESS);
-                            ASSERT_EQ(o.result, BrightnessModel(src, s[0], s[1]));
-                            EXPECT_TRUE(o.sourceUnchanged);
-                            EXPECT_TRUE(o.sourceLocked);
+                            ExpectResult(src, BrightnessModel(src, s[0], s[1]), true,
+                                         [&](HDIB d) { return ColorBrightnessContrast(d, s[0], s[1]); });
                         }
 }
 
