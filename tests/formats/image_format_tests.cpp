@@ -6,9 +6,10 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "dib_builder.hpp"
+#include "formats_files.hpp"
 
 using namespace vxtest;
 
@@ -21,66 +22,41 @@ Bytes Head(const std::string& head, size_t size = 64) {
     return b;
 }
 
-Bytes Text(const std::string& text) { return Bytes(text.begin(), text.end()); }
-
-// The text a stand-in loader put into the pixels of the DIB it returned.
-std::string Reported(HDIB dib) {
-    const Bytes b = BlockBytes(dib);
-    if (b.size() < 44) return "(no DIB)";
-    const uint32_t width = GetU32(b, 4);
-    return std::string(b.begin() + 44, b.begin() + 44 + std::min<size_t>(width, b.size() - 44));
-}
-
-std::string FileText(const std::string& path) {
-    const Bytes b = ReadFileBytes(path);
-    return std::string(b.begin(), b.end());
-}
-
 // What the library showed in message boxes, "caption|text|style", collected by the message
 // sink on Linux. Under Wine without a display MessageBoxA shows nothing and cannot be watched,
 // so there only the results are checked.
-class Messages {
-public:
+struct Messages {
+    std::vector<std::string> shown;
 #if !defined(_WIN32)
     Messages() {
-        VexoraSetMessageSink(
-            [](const char* text, const char* caption, UINT style, void* context) {
-                static_cast<Messages*>(context)->shown.push_back(std::string(caption) + "|" + text + "|" +
-                                                                  std::to_string(style));
-                return IDOK;
-            },
-            this);
+        VexoraSetMessageSink([](const char* text, const char* caption, UINT style, void* self) {
+            static_cast<Messages*>(self)->shown.push_back(std::string(caption) + "|" + text + "|" + std::to_string(style));
+            return IDOK;
+        }, this);
     }
     ~Messages() { VexoraSetMessageSink(nullptr, nullptr); }
 #endif
-
     // Expects exactly these boxes ("caption|text"), all of them task-modal (8192).
     void expect([[maybe_unused]] const std::vector<std::string>& expected) {
 #if !defined(_WIN32)
         std::vector<std::string> withStyle;
         for (const auto& e : expected) withStyle.push_back(e + "|8192");
-        EXPECT_EQ(shown, withStyle);
-        shown.clear();
+        EXPECT_EQ(std::exchange(shown, {}), withStyle);
 #endif
     }
-
-private:
-    std::vector<std::string> shown;
 };
 
 }  // namespace
 
 TEST(GetImageFormat, SignaturesAreTestedInTheirOrder) {
-    Bytes cals(600, 'x'), text511(512, 'a'), lateCals(512, 'a');
-    std::memcpy(&cals[100], "srcdocid: x", 11);
-    text511[510] = 13, text511[511] = 10;  // the last pair the text test can see
-    Bytes lateText = Bytes(600, 'a');
-    lateText[511] = 13, lateText[512] = 10;          // past the 512 bytes read
-    std::memcpy(&lateCals[503], "srcdocid:", 9);     // its ':' is the buffer's last byte
-    Bytes hiddenCals = cals;
-    hiddenCals[50] = 0;                              // the search stops at a zero byte
-    Bytes emf = Head("\x01", 88);
-    std::memcpy(&emf[40], " EMF", 4);
+    // `n` bytes of `fill` with `text` at `at`.
+    const auto with = [](size_t n, char fill, size_t at, const std::string& text) {
+        Bytes b(n, uint8_t(fill));
+        return std::copy(text.begin(), text.end(), b.begin() + at), b;
+    };
+    const Bytes cals = with(600, 'x', 100, "srcdocid: x");
+    Bytes hiddenCals = cals, emf = with(88, 0, 40, " EMF");
+    hiddenCals[50] = 0, emf[0] = 1;  // the CALS search stops at a zero byte
     const struct { const char* name; Bytes bytes; int format; } cases[] = {
         {"intel.tif", Head("II*"), FMT_TIFF},
         {"motorola.tif", Head("MM"), FMT_TIFF},
@@ -105,10 +81,10 @@ TEST(GetImageFormat, SignaturesAreTestedInTheirOrder) {
         {"drawing.cal", cals, FMT_CALS},
         {"text.cal", Text("srcdocid: a\r\n"), FMT_CALS},  // CALS comes before text
         {"hidden.cal", hiddenCals, FMT_UNKNOWN},
-        {"late.cal", lateCals, FMT_UNKNOWN},
+        {"late.cal", with(512, 'a', 503, "srcdocid:"), FMT_UNKNOWN},  // its ':' is the last byte read
         {"notes.txt", Text("hello\tworld\r\nsecond line\r\n"), FMT_TEXT},
-        {"edge.txt", text511, FMT_TEXT},
-        {"late.txt", lateText, FMT_UNKNOWN},
+        {"edge.txt", with(512, 'a', 510, "\r\n"), FMT_TEXT},  // the last pair the text test can see
+        {"late.txt", with(600, 'a', 511, "\r\n"), FMT_UNKNOWN},  // past the 512 bytes read
         {"unix.txt", Text("hello\nworld\n"), FMT_UNKNOWN},
         {"control.txt", Text("hello\x05\r\n"), FMT_UNKNOWN},
         {"high.txt", Text("caf\xE9\r\n"), FMT_TEXT},

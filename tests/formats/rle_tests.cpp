@@ -1,7 +1,7 @@
-// CompressDIB and ExpandCompressedDIB: worked streams byte for byte; both exports against plain
-// models of the documented steps (an encoder looking at one byte at a time, a decoder writing one
-// pixel at a time that never stops early) on random images and streams; the effect of each kind
-// of hostile stream; round trips; refusals; RLE8 files by ImageMagick against uncompressed twins.
+// CompressDIB and ExpandCompressedDIB: both exports against plain models of the documented steps
+// (an encoder looking at one byte at a time, a decoder writing one pixel at a time that never
+// stops early) on random images and streams; worked streams for the encoder's quirks; the effect
+// of each kind of hostile stream; refusals; RLE8 files by ImageMagick against uncompressed twins.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -39,12 +39,9 @@ Bytes Dib(int32_t w, int32_t h, uint16_t bits, uint32_t compression, const Bytes
 // Calls an export on a block holding `bytes`: the result block, empty when there is none.
 Bytes Call(HDIB (*op)(HDIB), const Bytes& bytes, int* code = nullptr) {
     SetImgError(IMGERR_IO);
-    HDIB in = BlockFrom(bytes), out = op(in);
+    Block in(BlockFrom(bytes)), out(op(in.get()));
     if (code) *code = ImgError();
-    Bytes result = out ? BlockBytes(out) : Bytes{};
-    GlobalFree(in);
-    if (out) GlobalFree(out);
-    return result;
+    return out ? BlockBytes(out.get()) : Bytes{};
 }
 
 // The encoder's steps for one row; p(i) is the i-th byte from the row's start.
@@ -147,9 +144,6 @@ TEST(CompressDIB, WorkedStreams) {
         Bytes rows, stream;
     };
     const Case cases[] = {
-        {8, 7, 1, {10, 10, 10, 10, 11, 12, 13, 0}, {4, 10, 0, 3, 11, 12, 13, 0xFF, 0, 0, 0, 1}},
-        {8, 300, 1, Bytes(300, 0x77), {250, 0x77, 50, 0x77, 0, 0, 0, 1}},
-        {8, 4, 1, {1, 2, 3, 3}, {1, 1, 1, 2, 2, 3, 0, 0, 0, 1}},
         // Width 1: two pixels per row, the second being the byte after the pixel.
         {8, 1, 2, {5, 5, 0, 0, 7, 0, 0, 0}, {2, 5, 0, 0, 1, 7, 1, 0, 0, 0, 0, 1}},
         // The byte after a row is the next row's first pixel, or 0 past the block.
@@ -157,8 +151,6 @@ TEST(CompressDIB, WorkedStreams) {
         // Three 4-bit pixels left: four are written and the row ends.
         {4, 3, 1, {0x12, 0x34, 0, 0}, {2, 0x12, 2, 0x34, 0, 0, 0, 1}},
         {4, 3, 1, {0x12, 0x34, 0x56, 0x78}, {0, 4, 0x12, 0x34, 0, 0, 0, 1}},
-        {4, 5, 1, {0x11, 0x11, 0x20, 0}, {4, 0x11, 1, 0x20, 0, 0, 0, 1}},
-        {4, 6, 1, {0x12, 0x34, 0x56, 0}, {0, 6, 0x12, 0x34, 0x56, 0xFF, 0, 0, 0, 1}},
         // No pixels: end-of-line codes only, more than the historic scratch block held.
         {8, 0, 3, {}, {0, 0, 0, 0, 0, 0, 0, 1}},
         {4, 9, 0, {}, {0, 1}},
@@ -207,26 +199,6 @@ TEST(CompressDIB, EveryShortRowStaysWithinItsBound) {
                 ASSERT_LE(got.size(), bits == 8 ? vx::formats::MaxRle8RowBytes(w) : vx::formats::MaxRle4RowBytes(w));
             }
         }
-}
-
-// Rows come back whole when an 8-bit row's last pixel equals the byte after it (otherwise that
-// byte is written over column 0: see the hostile streams); 4-bit rows always do.
-TEST(RleRoundTrip, PixelsComeBack) {
-    std::mt19937 rnd(77);
-    for (int bits : {8, 4})
-        for (int w : {1, 2, 3, 4, 5, 7, 8, 13, 31, 64, 251, 333})
-            for (int kind = 0; kind < 4; ++kind) {
-                SCOPED_TRACE(testing::Message() << bits << "-bit width " << w << " kind " << kind);
-                const uint32_t stride = Stride(w, bits), used = uint32_t(w * bits + 7) / 8;
-                Bytes rows = RandomBytes(rnd, size_t(stride) * 4, kind);
-                for (uint8_t* row = rows.data(); row < rows.data() + rows.size(); row += stride) {
-                    std::fill(row + used, row + stride, 0);
-                    if (bits == 4 && w % 2) row[used - 1] &= 0xF0;
-                    if (bits == 8) row[w - 1] = used < stride || row + stride == rows.data() + rows.size() ? 0 : row[stride];
-                }
-                const Bytes plain = Dib(w, 4, uint16_t(bits), 0, rows);
-                EXPECT_EQ(Call(ExpandCompressedDIB, Call(CompressDIB, plain)), plain);
-            }
 }
 
 TEST(ExpandCompressedDIB, HostileStreamsHaveTheirDocumentedEffect) {
@@ -290,9 +262,7 @@ TEST(ExpandCompressedDIB, MatchesThePlainDecoderOnRandomStreams) {
 }
 
 TEST(RleRefusals, CodesInOrder) {
-    Bytes shortTable = Dib(4, 1, 8, 1, {0, 1}), shortPlain = Dib(4, 1, 8, 0, {1, 2, 3, 4});
-    shortTable.resize(1000);
-    shortPlain.resize(1000);
+    const auto cut = [](Bytes b) { return b.resize(1000), b; };  // inside the colour table
     const struct {
         const char* what;
         HDIB (*op)(HDIB);
@@ -306,13 +276,13 @@ TEST(RleRefusals, CodesInOrder) {
         {"negative width", CompressDIB, Dib(-4, 1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
         {"negative height", CompressDIB, Dib(4, -1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
         {"a row missing", CompressDIB, Dib(4, 2, 8, 0, {1, 2, 3, 4}), IMGERR_PARAMETER},
-        {"table cut short", CompressDIB, shortPlain, IMGERR_PARAMETER},
+        {"table cut short", CompressDIB, cut(Dib(4, 1, 8, 0, {1, 2, 3, 4})), IMGERR_PARAMETER},
         {"not compressed", ExpandCompressedDIB, Dib(4, 1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
         {"RLE8 on 4 bits", ExpandCompressedDIB, Dib(4, 1, 4, 1, {0, 1}), IMGERR_PARAMETER},
         {"RLE4 on 8 bits", ExpandCompressedDIB, Dib(4, 1, 8, 2, {0, 1}), IMGERR_PARAMETER},
         {"bit fields", ExpandCompressedDIB, Dib(4, 1, 8, 3, {0, 1}), IMGERR_PARAMETER},
         {"no pixel size", ExpandCompressedDIB, Dib(4, 1, 8, 1, {}), IMGERR_PARAMETER},
-        {"table cut short", ExpandCompressedDIB, shortTable, IMGERR_PARAMETER},
+        {"table cut short", ExpandCompressedDIB, cut(Dib(4, 1, 8, 1, {0, 1})), IMGERR_PARAMETER},
         {"negative height", ExpandCompressedDIB, Dib(4, -1, 8, 1, {0, 1}), IMGERR_PARAMETER},
         {"result past 4 GiB", ExpandCompressedDIB, Dib(70000, 70000, 8, 1, {0, 1}), IMGERR_NOMEMORY},
         {"row size wraps 32 bits", ExpandCompressedDIB, Dib(0x20000000, 1, 8, 1, {0, 1}), IMGERR_NOMEMORY},
@@ -338,10 +308,8 @@ const struct {
 Bytes LoadHex(const TempDir& dir, const char* hex) {
     Bytes file;
     for (; hex[0] && hex[1]; hex += 2) file.push_back(uint8_t(std::stoi(std::string(hex, 2), nullptr, 16)));
-    HDIB dib = LoadDIBFromFile(dir.write("twin.bmp", file).c_str());
-    Bytes b = dib ? BlockBytes(dib) : Bytes{};
-    if (dib) GlobalFree(dib);
-    return b;
+    Block dib(LoadDIBFromFile(dir.write("twin.bmp", file).c_str()));
+    return dib ? BlockBytes(dib.get()) : Bytes{};
 }
 
 // ImageMagick writes RLE8 only (pictures of up to 16 colours get 4-bit twins), and codes each
@@ -354,15 +322,8 @@ TEST(ExpandCompressedDIB, FilesFromOtherSoftwareMatchTheirUncompressedTwins) {
         const Bytes rle = LoadHex(dir, t.rle), plain = LoadHex(dir, t.plain);
         ASSERT_TRUE(rle.size() > 54 && plain.size() > 54 && GetU32(rle, 16) == 1);
         const int w = int(GetU32(plain, 4)), h = int(GetU32(plain, 8)), bits = GetU16(plain, 14);
-        Bytes header(rle.begin(), rle.begin() + Offset(8));
-        PutU32(header, 16, 0);
-        PutU32(header, 20, Stride(w, 8) * h);
-        int code = -1;
-        const Bytes got = Call(ExpandCompressedDIB, rle, &code);
-        EXPECT_EQ(code, IMGERR_SUCCESS);
-        ASSERT_EQ(got.size(), header.size() + Stride(w, 8) * h);
-        EXPECT_TRUE(std::equal(header.begin(), header.end(), got.begin()));
-        EXPECT_TRUE(std::equal(plain.begin() + 40, plain.begin() + Offset(bits), got.begin() + 40));
+        const Bytes got = Call(ExpandCompressedDIB, rle);  // header and table: see the plain decoder
+        ASSERT_EQ(got.size(), Offset(8) + Stride(w, 8) * h);
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < w; ++x) {
                 const uint32_t twin = Pixel(&plain[Offset(bits) + size_t(Stride(w, bits)) * y], bits, x);

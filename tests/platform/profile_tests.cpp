@@ -7,13 +7,11 @@
 
 #include <string>
 
-#include "dib_builder.hpp"
+#include "formats_files.hpp"
 
 using namespace vxtest;
 
 namespace {
-
-Bytes Text(const std::string& text) { return Bytes(text.begin(), text.end()); }
 
 const char kProfile[] =
     "; a comment line\r\n"
@@ -45,20 +43,12 @@ const char kProfile[] =
     "[Last]\r\n"
     "k=last";
 
-struct StringCase {
-    const char* section;
-    const char* key;
-    const char* fallback;
-    DWORD size;
-    const char* expected;
-};
-
 }  // namespace
 
 TEST(Profiles, StringLookUpsTrimMatchCaseInsensitivelyAndTruncate) {
     TempDir dir;
     const std::string file = dir.write("strings.ini", Text(kProfile));
-    const StringCase cases[] = {
+    const struct { const char *section, *key, *fallback; DWORD size; const char* expected; } cases[] = {
         {"ColorFax", "Name", "d", 64, "some value"},
         {"colorfax", "NAME", "d", 64, "some value"},
         {" ColorFax ", " Name ", "d", 64, "some value"},  // the names asked for are trimmed too

@@ -68,16 +68,11 @@ inline Outcome CallOn(const Bytes& source, Export call, int depth) {
 
 // The refusals of every dither: `nullCode` and `lockCode` for a null handle and one that cannot
 // be locked; `maxDepth` the largest output depth taken.
-inline void ExpectSharedRefusals(Export call, int nullCode, int lockCode, int maxDepth) {
+inline void ExpectSharedRefusals(const char* name, Export call, int nullCode, int lockCode, int maxDepth) {
+    SCOPED_TRACE(name);
     const Bytes good = Source(8, 4, 24, 1);
-    const auto with = [&](size_t at, uint32_t v, Bytes b) {
-        PutU32(b, at, v);
-        return b;
-    };
-    const auto cut = [](Bytes b, size_t n) {
-        b.resize(n);
-        return b;
-    };
+    const auto with = [](size_t at, uint32_t v, Bytes b) { return PutU32(b, at, v), b; };
+    const auto cut = [](Bytes b, size_t n) { return b.resize(n), b; };
     const struct {
         const char* what;
         Bytes source;
@@ -154,10 +149,9 @@ struct FrameModel {
             planes[x] = uint8_t(r), planes[P + x] = uint8_t(g), planes[2 * P + x] = uint8_t(b);
         }
         if (depth != 1) return;
-        if (rightToLeft)
-            for (int32_t i = P; i >= 1; --i) planes[i] = uint8_t(Luminance(planes[i], planes[P + i], planes[2 * P + i]));
-        else
-            for (int32_t i = 0; i < P; ++i) planes[i] = uint8_t(Luminance(planes[i], planes[P + i], planes[2 * P + i]));
+        // Right to left, the first row runs from P down to 1: slot 0 keeps its red value.
+        for (int32_t i = rightToLeft; i < P + rightToLeft; ++i)
+            planes[i] = uint8_t(Luminance(planes[i], planes[P + i], planes[2 * P + i]));
     }
 
     Bytes result() {
