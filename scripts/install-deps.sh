@@ -1,11 +1,23 @@
 #!/usr/bin/env bash
-# Installs the Debian packages a lane needs, when they are missing.
+# Installs the Debian packages the test lanes need, when they are missing, then checks that
+# every program a lane runs is really there.
 #   scripts/install-deps.sh native    compilers, CMake, GoogleTest, Google Benchmark
-#   scripts/install-deps.sh windows   the MinGW-w64 cross compilers and Wine as well
+#   scripts/install-deps.sh windows   the MinGW-w64 cross compilers, Wine and a virtual display too
+#   scripts/install-deps.sh all       the same as windows
+# A package can be installed while its program is gone (removed by hand, a partial install):
+# the check after the install names the missing program and its package, and fails.
 set -euo pipefail
 
-native=(cmake ninja-build g++ ccache pkg-config python3 googletest libgtest-dev libbenchmark-dev)
-windows=(g++-mingw-w64-i686 g++-mingw-w64-x86-64 binutils-mingw-w64-i686 binutils-mingw-w64-x86-64 wine64)
+# program:package pairs; a package that installs no program of its own is named alone.
+native=(cmake:cmake ninja:ninja-build g++:g++ cc:gcc ccache:ccache pkg-config:pkg-config
+  python3:python3 googletest libgtest-dev libbenchmark-dev)
+# wine is the launcher CMake and the tests call; wine64 holds the 64-bit loader it starts,
+# outside PATH.
+windows=(i686-w64-mingw32-g++-posix:g++-mingw-w64-i686 x86_64-w64-mingw32-g++-posix:g++-mingw-w64-x86-64
+  i686-w64-mingw32-gcc-posix:gcc-mingw-w64-i686 x86_64-w64-mingw32-gcc-posix:gcc-mingw-w64-x86-64
+  i686-w64-mingw32-objdump:binutils-mingw-w64-i686 x86_64-w64-mingw32-objdump:binutils-mingw-w64-x86-64
+  x86_64-w64-mingw32-windres:binutils-mingw-w64-x86-64
+  wine:wine wineboot:wine wineserver:wine /usr/lib/wine/wine64:wine64 Xvfb:xvfb xvfb-run:xvfb xauth:xauth)
 
 wanted=("${native[@]}")
 case "${1:-native}" in
@@ -15,18 +27,34 @@ case "${1:-native}" in
 esac
 
 missing=()
-for package in "${wanted[@]}"; do
+for entry in "${wanted[@]}"; do
+  package=${entry#*:}
   status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
-  [[ "$status" == "install ok installed" ]] || missing+=("$package")
+  if [[ "$status" != "install ok installed" && " ${missing[*]} " != *" $package "* ]]; then
+    missing+=("$package")
+  fi
 done
-[[ ${#missing[@]} -eq 0 ]] && exit 0
 
-echo "Installing: ${missing[*]}"
-sudo=""
-if [[ $(id -u) -ne 0 ]]; then
-  command -v sudo >/dev/null || { echo "need root (or sudo) to install: ${missing[*]}" >&2; exit 1; }
-  sudo=sudo
+if [[ ${#missing[@]} -gt 0 ]]; then
+  echo "Installing: ${missing[*]}"
+  sudo=""
+  if [[ $(id -u) -ne 0 ]]; then
+    command -v sudo >/dev/null || { echo "need root (or sudo) to install: ${missing[*]}" >&2; exit 1; }
+    sudo=sudo
+  fi
+  export DEBIAN_FRONTEND=noninteractive
+  $sudo apt-get update -qq
+  $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi
-export DEBIAN_FRONTEND=noninteractive
-$sudo apt-get update -qq
-$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+
+absent=0
+for entry in "${wanted[@]}"; do
+  [[ "$entry" == *:* ]] || continue
+  program=${entry%%:*} package=${entry#*:}
+  if ! command -v "$program" >/dev/null; then
+    echo "error: the program '$program' is missing (Debian package '$package'; reinstall it with" \
+      "'apt-get install --reinstall $package')" >&2
+    absent=1
+  fi
+done
+exit $absent

@@ -1,37 +1,114 @@
 #!/usr/bin/env bash
-# Builds and runs every test lane:
-#   native    the test suite and the tool's cases against the optimised build
-#   sanitize  the same suite built with AddressSanitizer and UndefinedBehaviorSanitizer
-#   install   an installed copy found by find_package(vexora) and by pkg-config
-#   windows-x86  VEXORA.DLL for 32-bit Windows: built, export table and stdcall imports checked
-#   windows-x64  VEXORA.DLL for 64-bit Windows: the same suite and tool cases run under Wine
-# Each lane has its own build directory under build/; ccache keeps rebuilds cheap.
+# Builds and runs the test lanes, all of them or those named:
+#   scripts/test.sh [native] [sanitize] [install] [windows-x86] [windows-x64]
+#
+#   native       the test suite, the tool's cases and the fuzz replays, optimised build
+#   sanitize     the same under AddressSanitizer and UndefinedBehaviorSanitizer
+#   install      an installed copy of the native build found by find_package and by pkg-config
+#   windows-x86  VEXORA.DLL for 32-bit Windows: built, its export table, imports and resources
+#                checked (32-bit Wine cannot be installed on Debian 12 beside the 64-bit one)
+#   windows-x64  VEXORA.DLL for 64-bit Windows: the whole suite and the tool's cases run under
+#                Wine, in one fresh prefix and one virtual X display made for the run
+#
+# Each lane has its own build directory under build/; ccache keeps rebuilds cheap. A lane
+# fails when its tools are missing, when a test fails, and when it ran fewer tests than the
+# tree defines (scripts/check-lane.py): nothing is skipped quietly.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 jobs=$(nproc)
-"$root/scripts/install-deps.sh" all
+all_lanes=(native sanitize install windows-x86 windows-x64)
 
-lane() {  # lane NAME CMAKE-ARGS...
+lanes=("$@")
+[[ ${#lanes[@]} -gt 0 ]] || lanes=("${all_lanes[@]}")
+for lane in "${lanes[@]}"; do
+  [[ " ${all_lanes[*]} " == *" $lane "* ]] || { echo "unknown lane '$lane' (lanes: ${all_lanes[*]})" >&2; exit 2; }
+done
+wants() { [[ " ${lanes[*]} " == *" $1 "* ]]; }
+
+needs=native
+if wants windows-x86 || wants windows-x64; then needs=windows; fi
+"$root/scripts/install-deps.sh" "$needs"
+
+configure() {  # configure NAME CMAKE-ARGS...
   local name=$1; shift
-  echo "== lane: $name"
   cmake -S "$root" -B "$root/build/$name" -G Ninja "$@" >/dev/null
   cmake --build "$root/build/$name" -j"$jobs"
-  ctest --test-dir "$root/build/$name" -j"$jobs" --output-on-failure
 }
 
-lane native -DCMAKE_BUILD_TYPE=Release
-ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
-  lane sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXORA_SANITIZE=ON
+run_lane() {  # run_lane NAME CMAKE-ARGS...
+  local name=$1; shift
+  local report="$root/build/$name/lane-report.xml"
+  configure "$name" "$@"
+  rm -f "$report"
+  ctest --test-dir "$root/build/$name" -j"$jobs" --output-on-failure --no-tests=error \
+    --output-junit "$report"
+  python3 "$root/scripts/check-lane.py" "$name" "$root/build/$name" "$report"
+}
 
-echo "== lane: install"
-"$root/tests/install/check.sh" "$root/build/native" "$root/build/install-check"
+# The Wine lane's display and prefix, both removed again when the script ends, however it ends.
+xvfb_pid="" prefix=""
+cleanup() {
+  if [[ -n "$prefix" ]]; then WINEPREFIX="$prefix" wineserver --kill 2>/dev/null || true; fi
+  if [[ -n "$xvfb_pid" ]]; then kill "$xvfb_pid" 2>/dev/null || true; wait "$xvfb_pid" 2>/dev/null || true; fi
+}
+trap cleanup EXIT
 
-lane windows-x86 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-i686-w64-mingw32.cmake"
+start_display() {  # a virtual X display on the first free number, its number in VEXORA_WINE_DISPLAY
+  local number_file
+  number_file=$(mktemp)
+  Xvfb -displayfd 3 -nolisten tcp -screen 0 1280x1024x24 3>"$number_file" 2>/dev/null &
+  xvfb_pid=$!
+  for _ in $(seq 100); do
+    [[ -s "$number_file" ]] && break
+    kill -0 "$xvfb_pid" 2>/dev/null || { echo "Xvfb did not start" >&2; exit 1; }
+    sleep 0.1
+  done
+  [[ -s "$number_file" ]] || { echo "Xvfb gave no display number" >&2; exit 1; }
+  export VEXORA_WINE_DISPLAY=":$(head -n1 "$number_file")"
+  rm -f "$number_file"
+  echo "virtual display $VEXORA_WINE_DISPLAY (Xvfb, process $xvfb_pid)"
+}
 
-# One fresh Wine prefix per run, made before the tests so that its start-up is paid once.
-prefix="$root/build/windows-x64/wineprefix"
-rm -rf "$prefix" && mkdir -p "$(dirname "$prefix")"
-echo "== making the Wine prefix"
-WINEPREFIX="$prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" wineboot --init >/dev/null 2>&1 || true
-WINEPREFIX="$prefix" wineserver --wait || true
-lane windows-x64 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-x86_64-w64-mingw32.cmake" -DVEXORA_WINEPREFIX="$prefix"
+start=$SECONDS
+passed=0
+lane_done() { passed=$((passed + 1)); echo "== lane $1 passed in $((SECONDS - $2)) s"; }
+
+if wants native; then
+  echo "== lane: native"; t=$SECONDS
+  run_lane native -DCMAKE_BUILD_TYPE=Release
+  lane_done native $t
+fi
+if wants sanitize; then
+  echo "== lane: sanitize"; t=$SECONDS
+  ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
+    run_lane sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXORA_SANITIZE=ON
+  lane_done sanitize $t
+fi
+if wants install; then
+  echo "== lane: install"; t=$SECONDS
+  wants native || configure native -DCMAKE_BUILD_TYPE=Release
+  "$root/tests/install/check.sh" "$root/build/native" "$root/build/install-check"
+  lane_done install $t
+fi
+if wants windows-x86; then
+  echo "== lane: windows-x86"; t=$SECONDS
+  run_lane windows-x86 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-i686-w64-mingw32.cmake"
+  lane_done windows-x86 $t
+fi
+if wants windows-x64; then
+  echo "== lane: windows-x64"; t=$SECONDS
+  start_display
+  prefix="$root/build/windows-x64/wineprefix"
+  rm -rf "$prefix" && mkdir -p "$(dirname "$prefix")"
+  echo "making the Wine prefix"
+  # Made before the tests so that its start-up is paid once.
+  DISPLAY=$VEXORA_WINE_DISPLAY WINEPREFIX="$prefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" \
+    wineboot --init >/dev/null 2>&1
+  WINEPREFIX="$prefix" wineserver --wait
+  run_lane windows-x64 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-x86_64-w64-mingw32.cmake" \
+    -DVEXORA_WINEPREFIX="$prefix"
+  lane_done windows-x64 $t
+fi
+
+echo "== ${lanes[*]}: done in $((SECONDS - start)) s"
+echo "lanes: $passed passed, 0 failed"
