@@ -1477,6 +1477,26 @@ VXAPI INT_PTR VXCALL PrinterSetupProc(HWND hDlg, UINT message, WPARAM wParam,
 VXAPI INT_PTR VXCALL PrintPageProc(HWND hDlg, UINT message, WPARAM wParam,
                                    LPARAM lParam);
 
+/* ------------------------------------------------------------------------ */
+/* Extensions of this library                                                */
+/* ------------------------------------------------------------------------ */
+
+/*
+ * A message sink receives what the library would show in a message box: the text, the
+ * caption and the box style (MB_ICONEXCLAMATION and friends tell the severity; the loader
+ * messages of the format modules are task-modal, 0x2000). Its result is what the box would
+ * have returned (IDOK for a plain notice). The sink is called with the C calling convention.
+ *
+ * Without a sink the library shows a real message box on Windows (MessageBoxA, no owner) and
+ * writes one line "caption: text" to standard error on Linux. A console program or a service
+ * on Windows installs a sink so that no box waits for a click nobody can give.
+ */
+typedef int (*VXMESSAGESINK)(const char *text, const char *caption, UINT style, void *context);
+
+/* Installs a sink (null restores the default) and returns the previous one (null for the
+   default). The sink is module-wide, like the module error code. */
+VXAPI VXMESSAGESINK VXCALL VexoraSetMessageSink(VXMESSAGESINK sink, void *context);
+
 /*
  * Further exports whose argument lists are not fixed in this header yet:
  * device-bitmap turns and flips RotateBitmap90, RotateBitmap180,

@@ -12,8 +12,8 @@
  *   - the compatibility file calls over POSIX descriptors: _lopen, _lcreat, _lread, _hread,
  *     _lwrite, _hwrite, _llseek, _lclose, OpenFile (an HFILE is a file descriptor);
  *   - logical palettes: CreatePalette, GetPaletteEntries, GetNearestPaletteIndex, DeleteObject;
- *   - MessageBoxA, which has no screen here and reports through a replaceable message sink
- *     (VexoraSetMessageSink);
+ *   - MessageBoxA, which has no screen here and reports through the library's message sink
+ *     (VexoraSetMessageSink in vexora.h);
  *   - profile (INI) files: GetPrivateProfileStringA, GetPrivateProfileIntA;
  *   - GetVersion.
  *
@@ -268,7 +268,7 @@ VXPLATFORMAPI UINT GetPaletteEntries(HPALETTE palette, UINT start, UINT count, L
 VXPLATFORMAPI UINT GetNearestPaletteIndex(HPALETTE palette, COLORREF colour);
 VXPLATFORMAPI BOOL DeleteObject(HGDIOBJ object);
 
-/* Message boxes: no screen, so the text goes to the message sink. */
+/* Message boxes: no screen, so the text goes to the message sink (VexoraSetMessageSink). */
 #define MB_OK 0x00000000L
 #define MB_ICONHAND 0x00000010L
 #define MB_ICONQUESTION 0x00000020L
@@ -276,16 +276,6 @@ VXPLATFORMAPI BOOL DeleteObject(HGDIOBJ object);
 #define MB_ICONASTERISK 0x00000040L
 #define IDOK 1
 
-/*
- * A message sink receives what the library would show in a message box: the text, the
- * caption and the box style (MB_ICONEXCLAMATION and friends tell the severity). Its result is
- * what MessageBoxA returns (IDOK for a plain notice). The default sink writes one line
- * "caption: text" to standard error.
- */
-typedef int (*VXMESSAGESINK)(const char *text, const char *caption, UINT style, void *context);
-
-/* Installs a sink (null restores the default) and returns the previous one. */
-VXPLATFORMAPI VXMESSAGESINK VexoraSetMessageSink(VXMESSAGESINK sink, void *context);
 VXPLATFORMAPI int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT style);
 
 /*

@@ -10,6 +10,7 @@
 #include "vexora.h"
 
 #include "errors.hpp"
+#include "platform/platform.hpp"
 
 namespace vx {
 namespace {
@@ -82,7 +83,7 @@ VXAPI LPSTR VXCALL ImgErrorString(LPSTR buffer, int code) {
     if (code < 0 || code >= vx::kCodeLimit) code = vx::g_moduleError;
     const char* text = vx::ErrorMessage(code);
     if (buffer == nullptr) {
-        MessageBoxA(nullptr, text, vx::kCaption, MB_OK | MB_ICONEXCLAMATION);
+        vx::platform::ShowMessage(text, vx::kCaption, MB_OK | MB_ICONEXCLAMATION);
         return nullptr;
     }
     std::memcpy(buffer, text, std::strlen(text) + 1);

@@ -8,6 +8,15 @@
 
 namespace vx::platform {
 
+// Shows one of the library's messages: through the host's message sink when one is installed
+// (VexoraSetMessageSink), otherwise as this platform shows a message box. Returns the box's
+// answer (the sink's result).
+int ShowMessage(const char* text, const char* caption, UINT style);
+
+// This platform's own message box: MessageBoxA without an owner on Windows, one line
+// "caption: text" on standard error where there is no screen.
+int SystemMessageBox(const char* text, const char* caption, UINT style);
+
 // Shows the wait cursor for the lifetime of the guard and restores the previous cursor on
 // every exit path. Without a screen it does nothing.
 class WaitCursor {

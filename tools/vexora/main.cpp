@@ -6,11 +6,25 @@
 #include <string>
 #include <vector>
 
+#include "vexora.h"
+
 #include "commands.hpp"
 
 using namespace vexora_tool;
 
+namespace {
+
+// The library's message boxes (a format module that cannot be loaded, for one) become lines on
+// standard error, on Windows too, where a box would wait for a click in a console program.
+int MessageToStandardError(const char* text, const char* caption, UINT /*style*/, void* /*context*/) {
+    std::cerr << caption << ": " << text << std::endl;
+    return IDOK;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+    VexoraSetMessageSink(MessageToStandardError, nullptr);
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty()) {
         std::cerr << kToolHelp;

@@ -1,61 +1,31 @@
 // user.cpp - the windowing calls the library makes, for a platform without a screen.
 //
-// Message boxes go to a message sink that a host may replace (a GUI toolkit's dialog, a log);
-// the default writes one line "caption: text" to standard error. The wait cursor does nothing.
+// MessageBoxA goes to the library's message sink (message_sink.cpp), like the library's own
+// messages; without a sink the box is one line "caption: text" on standard error. The wait
+// cursor does nothing.
 #include <cstdio>
-#include <mutex>
 
 #include "vexora_win32.h"
 
 #include "platform/platform.hpp"
 
-namespace {
+namespace vx::platform {
 
-int DefaultSink(const char* text, const char* caption, UINT /*style*/, void* /*context*/) {
-    std::fprintf(stderr, "%s: %s\n", caption ? caption : "", text ? text : "");
+int SystemMessageBox(const char* text, const char* caption, UINT /*style*/) {
+    std::fprintf(stderr, "%s: %s\n", caption, text);
     std::fflush(stderr);
     return IDOK;
 }
 
-struct SinkState {
-    std::mutex mutex;
-    VXMESSAGESINK sink = DefaultSink;
-    void* context = nullptr;
-};
-
-SinkState& Sink() {
-    static SinkState state;
-    return state;
-}
-
-}  // namespace
-
-namespace vx::platform {
 WaitCursor::WaitCursor() = default;
 WaitCursor::~WaitCursor() = default;
+
 }  // namespace vx::platform
 
 extern "C" {
 
-VXPLATFORMAPI VXMESSAGESINK VexoraSetMessageSink(VXMESSAGESINK sink, void* context) {
-    SinkState& state = Sink();
-    std::lock_guard lock(state.mutex);
-    VXMESSAGESINK previous = state.sink == DefaultSink ? nullptr : state.sink;
-    state.sink = sink ? sink : DefaultSink;
-    state.context = sink ? context : nullptr;
-    return previous;
-}
-
 VXPLATFORMAPI int MessageBoxA(HWND /*owner*/, LPCSTR text, LPCSTR caption, UINT style) {
-    VXMESSAGESINK sink;
-    void* context;
-    {
-        SinkState& state = Sink();
-        std::lock_guard lock(state.mutex);
-        sink = state.sink;
-        context = state.context;
-    }
-    return sink(text ? text : "", caption ? caption : "Error", style, context);
+    return vx::platform::ShowMessage(text, caption, style);
 }
 
 // Reports Windows 10 (major 10, minor 0, build 19045); the high bit is clear.
