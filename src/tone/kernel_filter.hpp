@@ -253,7 +253,7 @@ private:
 
 // The ring as the library has always sized it: n rows of width 32-bit cells. Runs whose ring would
 // not fit a 32-bit block are refused as out of memory.
-inline bool RingFits(uint64_t width, int n) { return width * static_cast<uint64_t>(n) * 4 <= UINT32_MAX; }
+inline bool RingFits(uint64_t width, int n) { return width * static_cast<uint64_t>(n) * 4 <= kMaxBlockBytes; }
 
 // Bytes [0, count) of `from` copied to a destination row that holds `room` bytes of the block
 // (writes past a block's end are dropped).
