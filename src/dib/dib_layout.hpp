@@ -109,8 +109,8 @@ inline uint32_t DibPaletteBytes(const uint8_t* header) {
     return DibColorCount(header) * entryBytes;
 }
 
-// The fields of a new DIB's info header. Planes is 1 and compression BI_RGB unless the caller
-// says otherwise; every field not named here is written as 0.
+// The fields of a new DIB's info header: those a caller leaves out are 0 (compression BI_RGB),
+// except planes, which is 1.
 struct InfoHeader {
     int32_t width = 0;
     int32_t height = 0;
@@ -207,7 +207,8 @@ inline std::optional<DibLayout> InspectDib(const uint8_t* block, uint64_t blockB
 #endif
 
 // Conversion toward zero as the x86 instruction does it: values outside the 32-bit range (and
-// NaN) give INT32_MIN instead of undefined behaviour.
+// NaN) give INT32_MIN instead of undefined behaviour. Always inlined, so that it compiles into
+// each caller exactly as if written there.
 VX_EXACT_DOUBLES [[gnu::always_inline]] inline int32_t TruncToInt32(double v) {
     if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
     return static_cast<int32_t>(v);

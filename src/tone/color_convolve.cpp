@@ -71,7 +71,7 @@ void ShiftBaseline(const Divider& d, const int16_t* sums, const int16_t* gray, c
     ShiftBody(d, sums, gray, from, out, n);
 }
 VX_TARGET_AVX2 void ShiftAvx2(const Divider& d, const int16_t* sums, const int16_t* gray, const uint8_t* from,
-                            uint8_t* out, size_t n) {
+                              uint8_t* out, size_t n) {
     ShiftBody(d, sums, gray, from, out, n);
 }
 

@@ -150,7 +150,7 @@ void DenseRuntime(const int16_t* const* rows, const Kernel& k, int16_t* sums, in
 }
 template <int N>
 VX_TARGET_AVX2 void DenseRuntimeAvx2(const int16_t* const* rows, const Kernel& k, int16_t* sums, int16_t*,
-                                   size_t width) {
+                                     size_t width) {
     DenseRuntimeBody<N>(rows, k, sums, width);
 }
 template <int N, Taps T>
@@ -159,7 +159,7 @@ void DenseFixed(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_
 }
 template <int N, Taps T>
 VX_TARGET_AVX2 void DenseFixedAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t*,
-                                 size_t width) {
+                                   size_t width) {
     DenseFixedBody<N, T>(rows, sums, width);
 }
 template <int N, Line V, Line H>
@@ -168,7 +168,7 @@ void Separable(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t
 }
 template <int N, Line V, Line H>
 VX_TARGET_AVX2 void SeparableAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t* scratch,
-                                size_t width) {
+                                  size_t width) {
     SeparableLoop<N, V, H>(rows, sums, scratch, width, std::make_index_sequence<N>{});
 }
 
