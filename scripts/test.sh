@@ -2,7 +2,9 @@
 # Builds and runs the test lanes, all of them or those named:
 #   scripts/test.sh [native] [sanitize] [install] [windows-x86] [windows-x64]
 #
-#   native       the test suite, the tool's cases and the fuzz replays, optimised build
+#   native       the test suite, the tool's cases and the fuzz replays, optimised build; run
+#                twice, the second time with VEXORA_SIMD=scalar: the portable kernels alone,
+#                which the 32-bit DLL ships and no other lane executes
 #   sanitize     the same under AddressSanitizer and UndefinedBehaviorSanitizer
 #   install      an installed copy of the native build found by find_package and by pkg-config
 #   windows-x86  VEXORA.DLL for 32-bit Windows: built, its export table, imports and resources
@@ -35,15 +37,19 @@ configure() {  # configure NAME CMAKE-ARGS...
   cmake --build "$root/build/$name" -j"$jobs"
 }
 
-run_lane() {  # run_lane NAME CMAKE-ARGS...
-  local name=$1; shift
-  local report="$root/build/$name/lane-report.xml"
-  configure "$name" "$@"
+run_tests() {  # run_tests NAME REPORT: the lane's tests, checked against the tree
+  local name=$1 report="$root/build/$1/$2"
   rm -f "$report"
   # A test that waits (a dialog nobody closes) fails after five minutes instead of holding CI.
   ctest --test-dir "$root/build/$name" -j"$jobs" --output-on-failure --no-tests=error \
     --timeout 300 --output-junit "$report"
   python3 "$root/scripts/check-lane.py" "$name" "$root/build/$name" "$report"
+}
+
+run_lane() {  # run_lane NAME CMAKE-ARGS...
+  local name=$1; shift
+  configure "$name" "$@"
+  run_tests "$name" lane-report.xml
 }
 
 # The Wine lane's display and prefix, both removed again when the script ends, however it ends.
@@ -77,6 +83,8 @@ lane_done() { passed=$((passed + 1)); echo "== lane $1 passed in $((SECONDS - $2
 if wants native; then
   echo "== lane: native"; t=$SECONDS
   run_lane native -DCMAKE_BUILD_TYPE=Release
+  echo "== lane: native, portable kernels (VEXORA_SIMD=scalar)"
+  VEXORA_SIMD=scalar run_tests native lane-report-scalar.xml
   lane_done native $t
 fi
 if wants sanitize; then

@@ -85,7 +85,7 @@ VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName) {
                     pixelBytes = std::max(layout->imageBytes, std::min(pixelBytes, BytesLeft(file.get())));
             }
             const uint64_t total = pixelOffset + pixelBytes;
-            if (total > UINT32_MAX) return nullptr;
+            if (total > kMaxBlockBytes) return nullptr;
             // Growth is zeroed so that rows a short file leaves out read as zero; Windows does
             // that only when asked.
             HGLOBAL grown = GlobalReAlloc(block.get(), static_cast<size_t>(total), GMEM_ZEROINIT);

@@ -41,18 +41,12 @@ FrameState g_frame;
 
 // Rebuilds a core header (12 bytes at the start of `header`) as a 40-byte info header in place.
 void WidenCoreHeader(uint8_t* header, uint32_t colorCount) {
-    const uint16_t width = LoadU16(header + bch::kWidth);
-    const uint16_t height = LoadU16(header + bch::kHeight);
-    const uint16_t planes = LoadU16(header + bch::kPlanes);
-    const uint16_t bitCount = LoadU16(header + bch::kBitCount);
-    std::memset(header, 0, kInfoHeaderSize);
-    StoreU32(header + bih::kSize, kInfoHeaderSize);
-    StoreI32(header + bih::kWidth, width);
-    StoreI32(header + bih::kHeight, height);
-    StoreU16(header + bih::kPlanes, planes);
-    StoreU16(header + bih::kBitCount, bitCount);
-    StoreU32(header + bih::kClrUsed, colorCount);
-    StoreU32(header + bih::kClrImportant, colorCount);
+    WriteInfoHeader(header, {.width = LoadU16(header + bch::kWidth),
+                             .height = LoadU16(header + bch::kHeight),
+                             .planes = LoadU16(header + bch::kPlanes),
+                             .bitCount = LoadU16(header + bch::kBitCount),
+                             .clrUsed = colorCount,
+                             .clrImportant = colorCount});
 }
 
 // Whether the pixel area the header describes can exist in a block addressed by 32 bits.
@@ -62,7 +56,7 @@ bool HasRepresentableSize(const uint8_t* header, uint32_t colorCount) {
     if (width <= 0 || height == 0) return false;
     const uint64_t rows = height < 0 ? -int64_t{height} : height;
     const uint64_t image = RowStride64(static_cast<uint64_t>(width), LoadU16(header + bih::kBitCount)) * rows;
-    return kInfoHeaderSize + uint64_t{colorCount} * 4 + image <= UINT32_MAX;
+    return kInfoHeaderSize + uint64_t{colorCount} * 4 + image <= kMaxBlockBytes;
 }
 
 }  // namespace

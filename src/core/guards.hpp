@@ -12,6 +12,7 @@
 
 #include "vexora.h"
 
+#include "dib_layout.hpp"
 #include "platform/platform.hpp"
 
 namespace vx {
@@ -71,7 +72,7 @@ public:
     explicit OwnedBlock(HGLOBAL block) : block_(block) {}
     // Allocates a zero-filled movable block, the way the library allocates every result.
     static OwnedBlock Allocate(uint64_t bytes, UINT flags = GMEM_MOVEABLE | GMEM_ZEROINIT) {
-        if (bytes > UINT32_MAX) return OwnedBlock();  // blocks are addressed by 32-bit sizes
+        if (bytes > kMaxBlockBytes) return OwnedBlock();
         return OwnedBlock(GlobalAlloc(flags, static_cast<size_t>(bytes)));
     }
     OwnedBlock(const OwnedBlock&) = delete;

@@ -210,17 +210,13 @@ HDIB DitherFrame::finish() {
         return nullptr;
     }
     uint8_t* out = lock.data();
-    StoreU32(out + bih::kSize, kInfoHeaderSize);
-    StoreI32(out + bih::kWidth, width_);
-    StoreI32(out + bih::kHeight, height_);
-    StoreU16(out + bih::kPlanes, 1);
-    StoreU16(out + bih::kBitCount, static_cast<uint16_t>(outBits_));
-    StoreU32(out + bih::kCompression, 0);
-    StoreU32(out + bih::kSizeImage, static_cast<uint32_t>(image));
-    StoreI32(out + bih::kXPels, xPels);
-    StoreI32(out + bih::kYPels, yPels);
-    StoreU32(out + bih::kClrUsed, colours);
-    StoreU32(out + bih::kClrImportant, 0);
+    WriteInfoHeader(out, {.width = width_,
+                          .height = height_,
+                          .bitCount = static_cast<uint16_t>(outBits_),
+                          .sizeImage = static_cast<uint32_t>(image),
+                          .xPels = xPels,
+                          .yPels = yPels,
+                          .clrUsed = colours});
     WritePalette(out + kInfoHeaderSize, outBits_);
 
     if (outBits_ != 4) {

@@ -353,7 +353,7 @@ HDIB Halftone(HDIB dib, WORD mode, int32_t brightness, Fail fail) {
     s.stride = RowStride64(s.width, bits);
     s.rowLength = bits == 4 ? 2 * s.stride : s.stride;
     // The planes: a block of 0 bytes cannot be locked, one of 2^32 bytes cannot be had.
-    if (s.rowLength == 0 || s.height == 0 || s.rowLength > UINT32_MAX / s.height)
+    if (s.rowLength == 0 || s.height == 0 || s.rowLength > kMaxBlockBytes / s.height)
         return fail(IMGERR_NOMEMORY);
     s.tableOffset = LoadU32(header + bih::kSize);
     s.pixelOffset = s.tableOffset + DibPaletteBytes(header);
@@ -361,7 +361,7 @@ HDIB Halftone(HDIB dib, WORD mode, int32_t brightness, Fail fail) {
 
     const uint64_t outStride = RowStride64(s.width, 1);
     const uint64_t resultBytes = kResultHeaderAndTable + outStride * s.height;
-    if ((mode == 1 && 16 * s.rowLength + 420 > UINT32_MAX) || resultBytes > UINT32_MAX)
+    if ((mode == 1 && 16 * s.rowLength + 420 > kMaxBlockBytes) || resultBytes > kMaxBlockBytes)
         return fail(IMGERR_NOMEMORY);
     OwnedBlock result = OwnedBlock::Allocate(resultBytes);
     if (!result) return fail(IMGERR_NOMEMORY);
@@ -369,13 +369,13 @@ HDIB Halftone(HDIB dib, WORD mode, int32_t brightness, Fail fail) {
     if (!out) return fail(IMGERR_NOMEMORY);
 
     uint8_t* o = out.data();
-    StoreU32(o + bih::kSize, kInfoHeaderSize);
-    std::memcpy(o + bih::kWidth, header + bih::kWidth, 8);  // width and height
-    StoreU16(o + bih::kPlanes, 1);
-    StoreU16(o + bih::kBitCount, 1);
-    StoreU32(o + bih::kSizeImage, static_cast<uint32_t>(outStride * s.height));
-    std::memcpy(o + bih::kXPels, header + bih::kXPels, 8);  // both resolutions
-    StoreU32(o + bih::kClrUsed, 2);
+    WriteInfoHeader(o, {.width = static_cast<int32_t>(width),
+                        .height = static_cast<int32_t>(height),
+                        .bitCount = 1,
+                        .sizeImage = static_cast<uint32_t>(outStride * s.height),
+                        .xPels = LoadI32(header + bih::kXPels),
+                        .yPels = LoadI32(header + bih::kYPels),
+                        .clrUsed = 2});
     std::memset(o + kInfoHeaderSize + 4, 255, 3);  // entry 1 white; entry 0 stays black
 
     const Levels levels = MakeLevels(brightness);

@@ -180,16 +180,14 @@ Page NewPage(const BlockLock& firstPlane) {
     page.lock = BlockLock(page.block.get());
     if (!page.lock) return page;
     uint8_t* header = page.lock.data();
-    StoreU32(header + bih::kSize, kInfoHeaderSize);
-    StoreI32(header + bih::kWidth, width);
-    StoreI32(header + bih::kHeight, height);
-    StoreU16(header + bih::kPlanes, 1);
-    StoreU16(header + bih::kBitCount, 4);
-    StoreU32(header + bih::kSizeImage, static_cast<uint32_t>(imageBytes));
-    StoreI32(header + bih::kXPels, HeaderField(firstPlane, bih::kXPels));
-    StoreI32(header + bih::kYPels, HeaderField(firstPlane, bih::kYPels));
-    StoreU32(header + bih::kClrUsed, 16);
-    StoreU32(header + bih::kClrImportant, 16);
+    WriteInfoHeader(header, {.width = width,
+                             .height = height,
+                             .bitCount = 4,
+                             .sizeImage = static_cast<uint32_t>(imageBytes),
+                             .xPels = HeaderField(firstPlane, bih::kXPels),
+                             .yPels = HeaderField(firstPlane, bih::kYPels),
+                             .clrUsed = 16,
+                             .clrImportant = 16});
     WriteColorTable(header + kInfoHeaderSize);
     page.width = width;
     page.height = height;

@@ -326,12 +326,6 @@ HDIB Refuse(int code) {
     return nullptr;
 }
 
-// The stride of `width` pixels, or nothing when the library's 32-bit arithmetic would wrap.
-std::optional<uint64_t> Stride(int64_t width, uint32_t bits) {
-    if (static_cast<uint64_t>(width) * bits + 31 > UINT32_MAX) return std::nullopt;
-    return RowStride64(static_cast<uint64_t>(width), bits);
-}
-
 HDIB Compress(HDIB dib) {
     if (dib == nullptr) return Refuse(IMGERR_PARAMETER);
     BlockLock source(dib);
@@ -343,7 +337,7 @@ HDIB Compress(HDIB dib) {
 
     const int64_t width = LoadI32(s + bih::kWidth), height = LoadI32(s + bih::kHeight);
     if (width < 0 || height < 0) return Refuse(IMGERR_PARAMETER);
-    const auto stride = Stride(width, bits);
+    const auto stride = Stride32(static_cast<uint64_t>(width), bits);
     const uint64_t offset = FixedPixelOffset(bits);
     if (!stride || offset + *stride * static_cast<uint64_t>(height) > source.size())
         return Refuse(IMGERR_PARAMETER);
@@ -353,7 +347,7 @@ HDIB Compress(HDIB dib) {
     const uint64_t rowCodes = bits == 8 ? MaxRle8RowBytes(static_cast<uint64_t>(width))
                                         : MaxRle4RowBytes(static_cast<uint64_t>(width));
     const uint64_t longest = static_cast<uint64_t>(height) * (rowCodes + 2) + 2;
-    if (offset + longest > UINT32_MAX) return Refuse(IMGERR_NOMEMORY);
+    if (offset + longest > kMaxBlockBytes) return Refuse(IMGERR_NOMEMORY);
     std::unique_ptr<uint8_t[]> scratch(new (std::nothrow) uint8_t[static_cast<size_t>(longest)]);
     if (!scratch) return Refuse(IMGERR_NOMEMORY);
 
@@ -405,10 +399,10 @@ HDIB Expand(HDIB dib) {
     const int64_t width = LoadI32(s + bih::kWidth), height = LoadI32(s + bih::kHeight);
     if (source.size() < offset || width < 0 || height < 0) return Refuse(IMGERR_PARAMETER);
 
-    const auto stride = Stride(width, bits);
+    const auto stride = Stride32(static_cast<uint64_t>(width), bits);
     if (!stride) return Refuse(IMGERR_NOMEMORY);
     const uint64_t imageBytes = *stride * static_cast<uint64_t>(height);
-    if (offset + imageBytes > UINT32_MAX) return Refuse(IMGERR_NOMEMORY);
+    if (offset + imageBytes > kMaxBlockBytes) return Refuse(IMGERR_NOMEMORY);
     auto result = AllocateDibLike(s, offset, imageBytes);
     if (!result) return Refuse(IMGERR_NOMEMORY);
     uint8_t* r = result->data();

@@ -9,7 +9,8 @@
 //     recursive block swaps (each stage exchanges the upper-right and lower-left quarters of
 //     every sub-square with one shift, one mask and three exclusive-ors per pair of words),
 //     then one word per result row; an all-zero square (white paper, mostly) is not
-//     transposed at all. With SSE2, 8-bit squares are 16 x 16 bytes interleaved by unpacks.
+//     transposed at all. Where the SIMD policy allows SSE2 (simd.hpp), 8-bit squares are
+//     16 x 16 bytes interleaved by unpacks instead.
 //     The squares of a tile are staged in a small buffer whose rows are then copied out
 //     whole, so every cache line of source and result is touched once, even when the row
 //     strides are powers of two and would alias in the cache.
@@ -29,15 +30,13 @@
 #include <cstring>
 #include <type_traits>
 
-// SSE2 is part of every x86-64 target; VEXORA_PORTABLE_KERNELS builds the portable paths
-// alone, so that they can be tested on such a machine too.
-#if defined(__SSE2__) && !defined(VEXORA_PORTABLE_KERNELS)
-#define VEXORA_SSE2_KERNELS 1
-#include <emmintrin.h>
-#endif
-
 #include "geometry/orthogonal.hpp"
 #include "pixels.hpp"
+#include "simd.hpp"
+
+#if defined(VX_SIMD_SSE2)
+#include <emmintrin.h>
+#endif
 
 namespace vx::geometry {
 namespace {
@@ -124,7 +123,7 @@ inline uint64_t ResultRowOf(const SourceRows& s, uint64_t x) {
 
 // A register square of a packed quarter turn: kSide source rows of kSide pixels (kBytes
 // bytes each) in, kSide result rows out. The portable square is one 64-bit word per row;
-// 8-bit pixels use 16 x 16 bytes in SSE2 registers where the target has them.
+// 8-bit pixels use 16 x 16 bytes in SSE2 registers where the build and the policy allow.
 template <unsigned E>
 struct WordSquare {
     static constexpr unsigned kSide = 64 / E;
@@ -143,7 +142,7 @@ struct WordSquare {
     }
 };
 
-#if defined(VEXORA_SSE2_KERNELS)
+#if defined(VX_SIMD_SSE2)
 struct ByteSquareSse2 {
     static constexpr unsigned kSide = 16;
     static constexpr unsigned kBytes = 16;
@@ -186,11 +185,6 @@ struct ByteSquareSse2 {
             _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k * outStride), b[k]);
     }
 };
-template <unsigned E>
-using Square = std::conditional_t<E == 8, ByteSquareSse2, WordSquare<E>>;
-#else
-template <unsigned E>
-using Square = WordSquare<E>;
 #endif
 
 // A quarter turn goes through a staging tile of kStageRows result rows of kStageBytes bytes:
@@ -200,10 +194,10 @@ using Square = WordSquare<E>;
 constexpr unsigned kStageBytes = 128;
 constexpr unsigned kStageRows = 64;
 
-// Result columns 0 .. height - 1 of a quarter turn of E-bit pixels (E = 1, 4, 8).
-template <unsigned E, bool Clockwise>
+// Result columns 0 .. height - 1 of a quarter turn of E-bit pixels (E = 1, 4, 8), moved in
+// squares of type Sq.
+template <unsigned E, bool Clockwise, typename Sq>
 void TurnPacked(const SourceRows& s, const ResultRows& d) {
-    using Sq = Square<E>;
     constexpr unsigned kStageColumns = kStageBytes * 8 / E;  // result columns per stage
     const uint64_t width = s.width;
     const uint64_t height = s.height;
@@ -229,6 +223,17 @@ void TurnPacked(const SourceRows& s, const ResultRows& d) {
                 std::memcpy(d.bits + ResultRowOf<Clockwise>(s, x0 + k) * d.stride + resultByte, stage[k], bytes);
         }
     }
+}
+
+// The squares the policy allows: SSE2 bytes for 8-bit pixels, words otherwise.
+template <unsigned E, bool Clockwise>
+void TurnPackedAtActiveLevel(const SourceRows& s, const ResultRows& d) {
+#if defined(VX_SIMD_SSE2)
+    if constexpr (E == 8) {
+        if (SimdAllows(SimdLevel::kSse2)) return TurnPacked<E, Clockwise, ByteSquareSse2>(s, d);
+    }
+#endif
+    TurnPacked<E, Clockwise, WordSquare<E>>(s, d);
 }
 
 // The same for 24-bit pixels, from column 1 for the anticlockwise turn (column 0 has no
@@ -320,7 +325,7 @@ void Turn(const SourceRows& source, const ResultRows& result, uint32_t bitCount)
     DispatchDepth(bitCount, [&](auto depth) {
         constexpr unsigned kBits = decltype(depth)::value;
         if constexpr (kBits == 24) Turn24<Clockwise>(source, result);
-        else TurnPacked<kBits, Clockwise>(source, result);
+        else TurnPackedAtActiveLevel<kBits, Clockwise>(source, result);
         if constexpr (!Clockwise) SpillBottomRow<kBits>(source, result);
     });
 }

@@ -52,12 +52,6 @@ constexpr bool MovesPixels(uint32_t bitCount) {
     return bitCount == 1 || bitCount == 4 || bitCount == 8 || bitCount == 24;
 }
 
-// A stride in the library's 32-bit arithmetic, or nothing when that arithmetic would wrap.
-std::optional<uint64_t> Stride(uint64_t width, uint64_t bitsPerPixel) {
-    if (width * bitsPerPixel + 31 > UINT32_MAX) return std::nullopt;
-    return RowStride64(width, bitsPerPixel);
-}
-
 // The bytes a row of `width` pixels of `bitCount` bits spans.
 constexpr uint64_t PixelBytes(uint64_t width, uint32_t bitCount) { return (width * bitCount + 7) / 8; }
 
@@ -124,13 +118,13 @@ std::optional<OrthogonalPlan> PlanOrthogonal(const uint8_t* block, uint64_t bloc
     const uint64_t rowBits = uint64_t{LoadU16(block + bih::kPlanes)} * plan.bitCount;
     plan.headerAndTable = kInfoHeaderSize + uint64_t{DibPaletteBytes(block)};
 
-    const auto sourceStride = Stride(plan.width, rowBits);
+    const auto sourceStride = Stride32(plan.width, rowBits);
     if (!sourceStride) return std::nullopt;
     plan.sourceStride = *sourceStride;
     if (plan.headerAndTable + plan.sourceStride * plan.height > blockBytes) return std::nullopt;
 
     if (IsQuarterTurn(op)) {
-        const auto resultStride = Stride(plan.height, rowBits);
+        const auto resultStride = Stride32(plan.height, rowBits);
         if (!resultStride) return std::nullopt;
         plan.resultStride = *resultStride;
         plan.resultRows = plan.width;
@@ -149,7 +143,7 @@ std::optional<OrthogonalPlan> PlanOrthogonal(const uint8_t* block, uint64_t bloc
             return std::nullopt;
     }
 
-    if (plan.resultBytes() > UINT32_MAX) return std::nullopt;
+    if (plan.resultBytes() > kMaxBlockBytes) return std::nullopt;
     return plan;
 }
 

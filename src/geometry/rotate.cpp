@@ -64,13 +64,6 @@ namespace {
 constexpr double kRadiansPerDegree = 0.01745329;
 constexpr double kInchesPerMetre = 39.37;
 
-// Conversion toward zero as the x86 instruction does it: values outside the 32-bit range
-// (and NaN) give INT32_MIN instead of undefined behaviour.
-int32_t TruncToInt32(double v) {
-    if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
-    return static_cast<int32_t>(v);
-}
-
 // Rounding half away from zero: trunc(v + 0.5) for v >= 0, trunc(v - 0.5) for v < 0. Only
 // used on coordinates of the canvas, far inside the 32-bit range.
 inline int32_t RoundHalfAway(double v) { return static_cast<int32_t>(v >= 0 ? v + 0.5 : v - 0.5); }
@@ -320,7 +313,7 @@ HDIB Rotate(HDIB dib, int angle, int mode, DWORD* status, int* corners) {
     const uint64_t outStride = uint64_t{outWords} * 4;
     const uint64_t imageBytes = outStride * static_cast<uint64_t>(plan.outH);
     OwnedBlock block;
-    if (imageBytes <= UINT32_MAX) block = AllocateRetrying(headerAndTable + imageBytes);
+    if (imageBytes <= kMaxBlockBytes) block = AllocateRetrying(headerAndTable + imageBytes);
     if (!block) {
         *status = ROTATE_ERR_NOMEMORY;
         return nullptr;

@@ -14,33 +14,32 @@
 // result multiplied by 255 and truncated toward zero. The same operations in the same order are
 // kept here; they run once per output column (tap table) and once per output row, never per
 // pixel. The weights are not renormalised: their sum may differ from 255 and the output
-// carries that small gain. On 32-bit x86 the function is compiled for SSE2 arithmetic, so that
-// no intermediate keeps x87 extended precision and every build rounds alike.
+// carries that small gain. On 32-bit x86 the function is compiled for SSE2 arithmetic
+// (VX_EXACT_DOUBLES), so that no intermediate keeps x87 extended precision and every build
+// rounds alike.
 //
 // Row kernels. A filtered sample adds products of samples and 8-bit weights (Product(), the
 // product table's values) and clips: to 255 for bilinear; to 0..255 for cubic, whose outer
 // products are subtracted. Horizontally, the samples under each output pixel's taps are first
 // gathered into one row per tap (two or four), the weights having been laid out the same way
 // once per call; the weighted sums then run over whole rows, like the vertical combinations,
-// sixteen samples at a time with SSE2 (the plain loop finishes each row, and is the whole path
-// on a target without SSE2). The products in 16-bit lanes are the same integers as Product().
+// sixteen samples at a time with SSE2 where the build has it and the SIMD policy allows it (the
+// plain loop finishes each row, and is otherwise the whole path). The products in 16-bit lanes
+// are the same integers as Product().
 #include "geometry/scale_filter.hpp"
 
 #include <cmath>
 #include <cstddef>
 #include <cstring>
 
-#if defined(__SSE2__)
+#include "dib_layout.hpp"
+#include "simd.hpp"
+
+#if defined(VX_SIMD_SSE2)
 #include <emmintrin.h>
 #endif
 
 namespace vx::geometry::filter {
-
-#if defined(__GNUC__) && defined(__i386__)
-#define VX_DOUBLE_ROUNDING __attribute__((target("sse2,fpmath=sse")))
-#else
-#define VX_DOUBLE_ROUNDING
-#endif
 
 BilinearTap BilinearTapAt(uint32_t i, uint32_t src, uint32_t dst) {
     const uint32_t n = i * src;  // both below 2^16
@@ -52,19 +51,19 @@ BilinearTap BilinearTapAt(uint32_t i, uint32_t src, uint32_t dst) {
 
 namespace {
 
-VX_DOUBLE_ROUNDING double OuterLobe(double t) {
+VX_EXACT_DOUBLES double OuterLobe(double t) {
     return std::pow(t, 3.0) - 5.0 * std::pow(t, 2.0) + 8.0 * t - 4.0;
 }
-VX_DOUBLE_ROUNDING double InnerLobe(double t) {
+VX_EXACT_DOUBLES double InnerLobe(double t) {
     return std::pow(t, 3.0) - 2.0 * std::pow(t, 2.0) + 1.0;
 }
-VX_DOUBLE_ROUNDING uint8_t Weight(double kernel) {
+VX_EXACT_DOUBLES uint8_t Weight(double kernel) {
     return static_cast<uint8_t>(static_cast<int>(kernel * 255.0));
 }
 
 }  // namespace
 
-VX_DOUBLE_ROUNDING CubicTap CubicTapAt(uint32_t i, uint32_t src, uint32_t dst) {
+VX_EXACT_DOUBLES CubicTap CubicTapAt(uint32_t i, uint32_t src, uint32_t dst) {
     const uint32_t n = i * src;
     const uint32_t p = n / dst;
     const double x = static_cast<double>(n) / static_cast<double>(dst);
@@ -100,7 +99,7 @@ namespace {
 inline uint8_t ClipHigh(uint32_t v) { return static_cast<uint8_t>(v > 255 ? 255 : v); }
 inline uint8_t Clip(int v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
 
-#if defined(__SSE2__)
+#if defined(VX_SIMD_SSE2)
 // Sixteen samples at a time in 16-bit lanes: w v + 129 <= 65,154 and u + (u >> 8) <= 65,408, so
 // nothing wraps; a sum of products lies in -510..510, and the signed-to-unsigned saturating
 // pack is exactly the clip to 0..255.
@@ -142,8 +141,9 @@ struct FixedWeight {
 template <typename W>
 void Bilinear(const uint8_t* a, W wa, const uint8_t* b, W wb, uint64_t n, uint8_t* out) {
     uint64_t x = 0;
-#if defined(__SSE2__)
-    for (; x + 16 <= n; x += 16) {
+#if defined(VX_SIMD_SSE2)
+    const uint64_t vectorEnd = SimdAllows(SimdLevel::kSse2) ? n : 0;
+    for (; x + 16 <= vectorEnd; x += 16) {
         const __m128i va = Load16(a + x), vb = Load16(b + x);
         const __m128i lo = _mm_add_epi16(Product16(wa.at(x, false), Low(va)), Product16(wb.at(x, false), Low(vb)));
         const __m128i hi = _mm_add_epi16(Product16(wa.at(x, true), High(va)), Product16(wb.at(x, true), High(vb)));
@@ -156,8 +156,9 @@ void Bilinear(const uint8_t* a, W wa, const uint8_t* b, W wb, uint64_t n, uint8_
 template <typename W>
 void Cubic(const uint8_t* const r[4], const W w[4], uint64_t n, uint8_t* out) {
     uint64_t x = 0;
-#if defined(__SSE2__)
-    for (; x + 16 <= n; x += 16) {
+#if defined(VX_SIMD_SSE2)
+    const uint64_t vectorEnd = SimdAllows(SimdLevel::kSse2) ? n : 0;
+    for (; x + 16 <= vectorEnd; x += 16) {
         __m128i sum[2];
         for (int half = 0; half < 2; ++half) {
             const bool high = half == 1;

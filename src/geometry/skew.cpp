@@ -188,7 +188,7 @@ HDIB Skew(HDIB dib, int direction, int offset, int* corners, Fail fail) {
     if (outW > INT32_MAX || outH > INT32_MAX) return fail(IMGERR_NOMEMORY);
     const uint64_t outStride = RowStride64(outW, bits);
     const uint64_t imageBytes = outStride * outH;
-    if (imageBytes > UINT32_MAX) return fail(IMGERR_NOMEMORY);
+    if (imageBytes > kMaxBlockBytes) return fail(IMGERR_NOMEMORY);
     OwnedBlock block = OwnedBlock::Allocate(headerAndTable + imageBytes);
     if (!block) return fail(IMGERR_NOMEMORY);
     BlockLock result(block.get());

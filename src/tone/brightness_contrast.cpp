@@ -123,7 +123,7 @@ HDIB Adjust(HDIB dib, int brightnessArg, int contrastArg) {
     if (imageBytes == 0) {
         const std::optional<uint64_t> stride = Stride32(width, bits);
         imageBytes = stride.value_or(0) * height;
-        call.require(stride && imageBytes <= UINT32_MAX, IMGERR_DIBSIZE);
+        call.require(stride && imageBytes <= kMaxBlockBytes, IMGERR_DIBSIZE);
     }
     call.require(pixels + imageBytes <= call.size(), IMGERR_DIBSIZE);
     if (call.refused()) return call.fail();

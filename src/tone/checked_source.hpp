@@ -145,13 +145,6 @@ HDIB RunToneExport(Body&& body) noexcept {
     });
 }
 
-// The library's stride for `width` pixels of `bits` bits, or nothing when its 32-bit
-// arithmetic would wrap (no block can hold such rows).
-inline std::optional<uint64_t> Stride32(uint64_t width, uint64_t bits) {
-    if (width * bits + 31 > UINT32_MAX) return std::nullopt;
-    return RowStride64(width, bits);
-}
-
 // The gray ramp colour tables of the 8-bit results: entry i = (i, i, i, 0), ascending or
 // descending.
 inline void WriteGrayRamp(uint8_t* table, bool descending) {

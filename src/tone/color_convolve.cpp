@@ -65,13 +65,13 @@ struct RowLoops {
 template <bool Weighted>
 void GrayBaseline(const uint8_t* from, int16_t* gray, size_t n) { GrayBody<Weighted>(from, gray, n); }
 template <bool Weighted>
-VX_TONE_AVX2 void GrayAvx2(const uint8_t* from, int16_t* gray, size_t n) { GrayBody<Weighted>(from, gray, n); }
+VX_TARGET_AVX2 void GrayAvx2(const uint8_t* from, int16_t* gray, size_t n) { GrayBody<Weighted>(from, gray, n); }
 void ShiftBaseline(const Divider& d, const int16_t* sums, const int16_t* gray, const uint8_t* from, uint8_t* out,
                    size_t n) {
     ShiftBody(d, sums, gray, from, out, n);
 }
-VX_TONE_AVX2 void ShiftAvx2(const Divider& d, const int16_t* sums, const int16_t* gray, const uint8_t* from,
-                            uint8_t* out, size_t n) {
+VX_TARGET_AVX2 void ShiftAvx2(const Divider& d, const int16_t* sums, const int16_t* gray, const uint8_t* from,
+                              uint8_t* out, size_t n) {
     ShiftBody(d, sums, gray, from, out, n);
 }
 

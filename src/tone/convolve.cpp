@@ -66,11 +66,11 @@ struct RowLoops {
 };
 
 void WidenBaseline(const uint8_t* from, int16_t* values, size_t n) { WidenBody(from, values, n); }
-VX_TONE_AVX2 void WidenAvx2(const uint8_t* from, int16_t* values, size_t n) { WidenBody(from, values, n); }
+VX_TARGET_AVX2 void WidenAvx2(const uint8_t* from, int16_t* values, size_t n) { WidenBody(from, values, n); }
 void BytesBaseline(const Divider& d, bool clamp, const int16_t* sums, uint8_t* out, size_t n) {
     BytesBody(d, clamp, sums, out, n);
 }
-VX_TONE_AVX2 void BytesAvx2(const Divider& d, bool clamp, const int16_t* sums, uint8_t* out, size_t n) {
+VX_TARGET_AVX2 void BytesAvx2(const Divider& d, bool clamp, const int16_t* sums, uint8_t* out, size_t n) {
     BytesBody(d, clamp, sums, out, n);
 }
 

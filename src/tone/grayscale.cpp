@@ -115,7 +115,7 @@ HDIB ConvertColor(HDIB dib, int monoMode, bool weighted) {
     const uint64_t outPixels = kInfoHeaderSize + 4 * outColors;
     const std::optional<uint64_t> outStride = Stride32(width, outBits);
     const uint64_t sizeImage = outStride.value_or(0) * height;
-    call.require(outStride && sizeImage <= UINT32_MAX, IMGERR_NOMEMORY);
+    call.require(outStride && sizeImage <= kMaxBlockBytes, IMGERR_NOMEMORY);
     if (call.refused()) return call.fail();
 
     const uint64_t slack = bits == 1 || bits == 24 ? RenderSlack(width) : 0;
@@ -168,7 +168,7 @@ HDIB ConvertMono(HDIB dib, int mode) {
 
     const std::optional<uint64_t> outStride = Stride32(width, 8);
     const uint64_t sizeImage = outStride.value_or(0) * height;
-    call.require(outStride && sizeImage <= UINT32_MAX, IMGERR_NOMEMORY);
+    call.require(outStride && sizeImage <= kMaxBlockBytes, IMGERR_NOMEMORY);
     if (call.refused()) return call.fail();
 
     constexpr uint64_t kOutPixels = kInfoHeaderSize + 4 * 256;
@@ -176,14 +176,12 @@ HDIB ConvertMono(HDIB dib, int mode) {
     if (!result) return call.fail();
 
     uint8_t* out = result->data();
-    StoreU32(out + bih::kSize, kInfoHeaderSize);
-    StoreI32(out + bih::kWidth, h.width);
-    StoreI32(out + bih::kHeight, h.height);
-    StoreU16(out + bih::kPlanes, 1);
-    StoreU16(out + bih::kBitCount, 8);
-    StoreU32(out + bih::kSizeImage, static_cast<uint32_t>(sizeImage));
-    StoreI32(out + bih::kXPels, h.xPels);
-    StoreI32(out + bih::kYPels, h.yPels);
+    WriteInfoHeader(out, {.width = h.width,
+                          .height = h.height,
+                          .bitCount = 8,
+                          .sizeImage = static_cast<uint32_t>(sizeImage),
+                          .xPels = h.xPels,
+                          .yPels = h.yPels});
     WriteGrayRamp(out + kInfoHeaderSize, true);
 
     // The pixels follow a two-entry table; the darker entry is the one counted.

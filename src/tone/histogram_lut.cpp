@@ -263,13 +263,6 @@ HGLOBAL UpdateHistogram(HDIB dib, HGLOBAL hist, const int* origin, Fail fail) {
 // ---------------------------------------------------------------------------------------------
 // Tone table
 
-// Conversion toward zero as the x86 instruction does it: values outside the 32-bit range give
-// INT32_MIN instead of undefined behaviour.
-int32_t TruncToInt32(double v) {
-    if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
-    return static_cast<int32_t>(v);
-}
-
 // The pivot of the table: the histogram's mean level, low byte kept; 128 without a histogram
 // and for one whose counters total 0.
 uint8_t MeanLevel(const uint8_t* histogram) {

@@ -149,8 +149,8 @@ void DenseRuntime(const int16_t* const* rows, const Kernel& k, int16_t* sums, in
     DenseRuntimeBody<N>(rows, k, sums, width);
 }
 template <int N>
-VX_TONE_AVX2 void DenseRuntimeAvx2(const int16_t* const* rows, const Kernel& k, int16_t* sums, int16_t*,
-                                   size_t width) {
+VX_TARGET_AVX2 void DenseRuntimeAvx2(const int16_t* const* rows, const Kernel& k, int16_t* sums, int16_t*,
+                                     size_t width) {
     DenseRuntimeBody<N>(rows, k, sums, width);
 }
 template <int N, Taps T>
@@ -158,8 +158,8 @@ void DenseFixed(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_
     DenseFixedBody<N, T>(rows, sums, width);
 }
 template <int N, Taps T>
-VX_TONE_AVX2 void DenseFixedAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t*,
-                                 size_t width) {
+VX_TARGET_AVX2 void DenseFixedAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t*,
+                                   size_t width) {
     DenseFixedBody<N, T>(rows, sums, width);
 }
 template <int N, Line V, Line H>
@@ -167,8 +167,8 @@ void Separable(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t
     SeparableLoop<N, V, H>(rows, sums, scratch, width, std::make_index_sequence<N>{});
 }
 template <int N, Line V, Line H>
-VX_TONE_AVX2 void SeparableAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t* scratch,
-                                size_t width) {
+VX_TARGET_AVX2 void SeparableAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t* scratch,
+                                  size_t width) {
     SeparableLoop<N, V, H>(rows, sums, scratch, width, std::make_index_sequence<N>{});
 }
 
@@ -223,11 +223,7 @@ Worker SelectWorker(const Kernel& k) {
 }
 
 VectorLevel BestVectorLevel() {
-#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx2")) return VectorLevel::kAvx2;
-#endif
-    return VectorLevel::kBaseline;
+    return SimdAllows(SimdLevel::kAvx2) ? VectorLevel::kAvx2 : VectorLevel::kBaseline;
 }
 
 VectorLevel& ActiveLevel() {

@@ -24,16 +24,12 @@
 
 #include "dib_layout.hpp"
 #include "guards.hpp"
+#include "simd.hpp"
 
 // Hot row loops are written once, as always-inlined bodies, and compiled twice on x86: for the
-// baseline instruction set and, through thin wrappers marked VX_TONE_AVX2, for AVX2, where
+// baseline instruction set and, through thin wrappers marked VX_TARGET_AVX2, for AVX2, where
 // 16 pixels go through each instruction and the three-byte pixels of colour rows can be
-// gathered and scattered by vector shuffles. The level is chosen once, from the processor.
-#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
-#define VX_TONE_AVX2 __attribute__((target("avx2")))
-#else
-#define VX_TONE_AVX2
-#endif
+// gathered and scattered by vector shuffles. The AVX2 loops run where the SIMD policy allows.
 #define VX_TONE_INLINE __attribute__((always_inline)) inline
 
 namespace vx::tone {
@@ -49,10 +45,10 @@ inline int CheckFilterHeader(const uint8_t* src, size_t size, uint32_t depth) {
 
 enum class VectorLevel : uint8_t { kBaseline, kAvx2 };
 
-// The level the row loops run at.
+// The level the row loops run at: AVX2 where the SIMD policy allows it.
 VectorLevel CurrentVectorLevel();
-// Asks for a level (the processor's best at most) and returns the one in force before: tests
-// run both paths against each other.
+// Asks for a level (at most the one the policy allows) and returns the one in force before:
+// tests run both paths against each other.
 VectorLevel SetVectorLevel(VectorLevel wanted);
 
 inline constexpr int kMaxKernel = 7;
@@ -253,7 +249,7 @@ private:
 
 // The ring as the library has always sized it: n rows of width 32-bit cells. Runs whose ring would
 // not fit a 32-bit block are refused as out of memory.
-inline bool RingFits(uint64_t width, int n) { return width * static_cast<uint64_t>(n) * 4 <= UINT32_MAX; }
+inline bool RingFits(uint64_t width, int n) { return width * static_cast<uint64_t>(n) * 4 <= kMaxBlockBytes; }
 
 // Bytes [0, count) of `from` copied to a destination row that holds `room` bytes of the block
 // (writes past a block's end are dropped).

@@ -7,10 +7,12 @@
 //     are computed and ignored), both contiguous loops that vectorise, then every third
 //     quotient is picked. A chunk reads two bytes past its sixteenth pixel, so the last
 //     sixteen pixels or fewer of a row are done one by one.
-//   - Shuffled: where SSSE3 is present (checked once at run time), the plain per-pixel loop is
+//   - Shuffled: where the SIMD policy allows SSSE3 (simd.hpp), the plain per-pixel loop is
 //     compiled for it, and the compiler deinterleaves the channels with byte shuffles. About
 //     twice as fast as the portable path.
 #include "tone/luminance.hpp"
+
+#include "simd.hpp"
 
 namespace vx::tone {
 namespace {
@@ -53,28 +55,19 @@ void PortableRows(const uint8_t* src, uint64_t srcStride, uint8_t* dst, uint64_t
     for (uint64_t y = 0; y < height; ++y, src += srcStride, dst += dstStride) PortableRow<Weighted>(src, dst, width);
 }
 
-#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
-#define VX_GRAY_SHUFFLES 1
+#if defined(VX_SIMD_TARGETS)
 template <bool Weighted>
-[[gnu::target("ssse3")]] void ShuffledRows(const uint8_t* src, uint64_t srcStride, uint8_t* dst, uint64_t dstStride,
+VX_TARGET_SSSE3 void ShuffledRows(const uint8_t* src, uint64_t srcStride, uint8_t* dst, uint64_t dstStride,
                                            uint64_t width, uint64_t height) {
     for (uint64_t y = 0; y < height; ++y, src += srcStride, dst += dstStride) RowOneByOne<Weighted>(src, dst, 0, width);
-}
-
-bool HasShuffles() {
-    static const bool has = [] {
-        __builtin_cpu_init();
-        return __builtin_cpu_supports("ssse3") != 0;
-    }();
-    return has;
 }
 #endif
 
 }  // namespace
 
 bool GrayRowPathAvailable(GrayRowPath path) {
-#ifdef VX_GRAY_SHUFFLES
-    if (path == GrayRowPath::Shuffled) return HasShuffles();
+#if defined(VX_SIMD_TARGETS)
+    if (path == GrayRowPath::Shuffled) return SimdAllows(SimdLevel::kSsse3);
 #else
     if (path == GrayRowPath::Shuffled) return false;
 #endif
@@ -87,8 +80,8 @@ GrayRowPath FastestGrayRowPath() {
 
 void GrayRows(GrayRowPath path, bool weighted, const uint8_t* src, uint64_t srcStride, uint8_t* dst,
               uint64_t dstStride, uint64_t width, uint64_t height) {
-#ifdef VX_GRAY_SHUFFLES
-    if (path == GrayRowPath::Shuffled && HasShuffles()) {
+#if defined(VX_SIMD_TARGETS)
+    if (path == GrayRowPath::Shuffled && SimdAllows(SimdLevel::kSsse3)) {
         if (weighted) ShuffledRows<true>(src, srcStride, dst, dstStride, width, height);
         else ShuffledRows<false>(src, srcStride, dst, dstStride, width, height);
         return;

@@ -1,5 +1,12 @@
 // dib_layout.hpp - all size arithmetic of a packed DIB, in one audited place.
 //
+// Provides: the header sizes and field offsets, little-endian field access, the row stride
+// (32-bit as the library computes it, 64-bit for deciding what a block must hold, or checked
+// against the 32-bit arithmetic wrapping), colour counts and colour-table sizes, the block
+// limit kMaxBlockBytes, WriteInfoHeader for the header of a new DIB, InspectDib, and
+// TruncToInt32, the double-to-integer conversion the library's arithmetic relies on, with
+// VX_EXACT_DOUBLES, which keeps such arithmetic bit-exact on 32-bit x86.
+//
 // A packed DIB is a header (40 bytes, or a 12-byte core header), a colour table and the pixel
 // rows. The library's historic arithmetic is 32-bit and unsigned (stride, colour count,
 // colour-table size); the helpers that reproduce it keep that width on purpose, because
@@ -7,6 +14,9 @@
 // may be read or written is computed in 64 bits, so that no header, however hostile, can make
 // an operation step outside its block: InspectDib answers "does this block hold what its
 // header says?" before any pixel is touched.
+//
+// This header sits below the core and the platform backends and depends on neither: the
+// operations and the software GDI of the POSIX backend share it.
 #pragma once
 
 #include <cstddef>
@@ -20,6 +30,10 @@ inline constexpr uint32_t kInfoHeaderSize = 40;
 inline constexpr uint32_t kCoreHeaderSize = 12;
 inline constexpr uint32_t kFileHeaderSize = 14;
 inline constexpr uint16_t kBmpSignature = 0x4D42;  // "BM"
+
+// The largest memory block an operation makes or grows: blocks are addressed by 32-bit sizes,
+// so a result, a working buffer or a file image beyond this is refused as out of memory.
+inline constexpr uint64_t kMaxBlockBytes = UINT32_MAX;
 
 // Little-endian field access on unaligned bytes.
 inline uint16_t LoadU16(const void* at) {
@@ -62,6 +76,13 @@ constexpr uint64_t RowStride64(uint64_t width, uint64_t bitCount) {
     return ((width * bitCount + 31) / 32) * 4;
 }
 
+// The stride in the library's 32-bit arithmetic, or nothing when that arithmetic would wrap
+// (no block can hold such rows).
+inline std::optional<uint64_t> Stride32(uint64_t width, uint64_t bitCount) {
+    if (width * bitCount + 31 > UINT32_MAX) return std::nullopt;
+    return RowStride64(width, bitCount);
+}
+
 // Colour count by depth alone: 2, 16, 256 for 1, 4, 8 bits, 0 for anything else.
 constexpr uint32_t ColorCountForDepth(uint32_t bitCount) {
     return bitCount == 1 ? 2u : bitCount == 4 ? 16u : bitCount == 8 ? 256u : 0u;
@@ -86,6 +107,36 @@ inline uint32_t DibColorCount(const uint8_t* header) {
 inline uint32_t DibPaletteBytes(const uint8_t* header) {
     const uint32_t entryBytes = LoadU32(header) == kInfoHeaderSize ? 4u : 3u;
     return DibColorCount(header) * entryBytes;
+}
+
+// The fields of a new DIB's info header: those a caller leaves out are 0 (compression BI_RGB),
+// except planes, which is 1.
+struct InfoHeader {
+    int32_t width = 0;
+    int32_t height = 0;
+    uint16_t planes = 1;
+    uint16_t bitCount = 0;
+    uint32_t compression = 0;
+    uint32_t sizeImage = 0;
+    int32_t xPels = 0;
+    int32_t yPels = 0;
+    uint32_t clrUsed = 0;
+    uint32_t clrImportant = 0;
+};
+
+// Writes all 40 bytes of an info header at `at`.
+inline void WriteInfoHeader(uint8_t* at, const InfoHeader& h) {
+    StoreU32(at + bih::kSize, kInfoHeaderSize);
+    StoreI32(at + bih::kWidth, h.width);
+    StoreI32(at + bih::kHeight, h.height);
+    StoreU16(at + bih::kPlanes, h.planes);
+    StoreU16(at + bih::kBitCount, h.bitCount);
+    StoreU32(at + bih::kCompression, h.compression);
+    StoreU32(at + bih::kSizeImage, h.sizeImage);
+    StoreI32(at + bih::kXPels, h.xPels);
+    StoreI32(at + bih::kYPels, h.yPels);
+    StoreU32(at + bih::kClrUsed, h.clrUsed);
+    StoreU32(at + bih::kClrImportant, h.clrImportant);
 }
 
 // What a block holding one packed DIB contains, according to its header, and whether the
@@ -144,6 +195,23 @@ inline std::optional<DibLayout> InspectDib(const uint8_t* block, uint64_t blockB
     d.stride = d.width > 0 ? RowStride64(static_cast<uint64_t>(d.width), d.bitCount) : 0;
     d.imageBytes = d.compressed() ? d.sizeImage : d.stride * d.rows;
     return d;
+}
+
+// Double arithmetic the library's bytes depend on is compiled for SSE2 on 32-bit x86, whose
+// x87 unit would otherwise keep extended precision between operations; every other target
+// already rounds each operation to double.
+#if defined(__GNUC__) && defined(__i386__) && !defined(__SSE2_MATH__)
+#define VX_EXACT_DOUBLES __attribute__((target("sse2,fpmath=sse")))
+#else
+#define VX_EXACT_DOUBLES
+#endif
+
+// Conversion toward zero as the x86 instruction does it: values outside the 32-bit range (and
+// NaN) give INT32_MIN instead of undefined behaviour. Always inlined, so that it compiles into
+// each caller exactly as if written there.
+VX_EXACT_DOUBLES [[gnu::always_inline]] inline int32_t TruncToInt32(double v) {
+    if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
+    return static_cast<int32_t>(v);
 }
 
 }  // namespace vx
