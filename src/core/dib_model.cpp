@@ -112,9 +112,8 @@ Outcome<DibFileHeaders> ReadDibHeaders(HFILE file) {
     const int32_t height = LoadI32(header + bih::kHeight);
     const uint32_t rows = static_cast<uint32_t>(height < 0 ? -int64_t{height} : height);
     if (LoadU32(header + bih::kSizeImage) == 0)
-        StoreU32(header + bih::kSizeImage,
-                 RowStride(static_cast<uint32_t>(LoadI32(header + bih::kWidth)), LoadU16(header + bih::kBitCount)) *
-                     rows);
+        StoreU32(header + bih::kSizeImage, RowStride(static_cast<uint32_t>(LoadI32(header + bih::kWidth)),
+                                                     LoadU16(header + bih::kBitCount)) * rows);
     if (LoadU32(header + bih::kClrUsed) == 0) StoreU32(header + bih::kClrUsed, DibColorCount(header));
     return h;
 }

@@ -1,8 +1,8 @@
 // guards.hpp - BlockLock, OwnedBlock and FileHandle: RAII for every pair the platform pairs
 // (lock and unlock of a memory block, allocation and release of a block being built, open and
-// close of a file; the wait cursor is platform::WaitCursor). An export builds its result inside an OwnedBlock and hands it to the caller with
-// release(), so that ownership passing out of the library is visible where it happens; every
-// other exit path frees what was taken.
+// close of a file; the wait cursor is platform::WaitCursor). An export builds its result
+// inside an OwnedBlock and hands it to the caller with release(), so that ownership passing
+// out of the library is visible where it happens; every other exit path frees what was taken.
 #pragma once
 
 #include <cstddef>

@@ -174,8 +174,10 @@ struct ResultCode {
 // The failure value `channel` gives for a refusal with `code`.
 template <typename T, typename Channel>
 T RefusedResult(const Channel& channel, int code) noexcept {
-    if constexpr (requires { channel.template refusedResult<T>(code); }) return channel.template refusedResult<T>(code);
-    else return T{};
+    if constexpr (requires { channel.template refusedResult<T>(code); })
+        return channel.template refusedResult<T>(code);
+    else
+        return T{};
 }
 
 template <typename First, typename Second>

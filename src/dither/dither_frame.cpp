@@ -109,16 +109,16 @@ Outcome<void> DitherFrame::checkSource(HDIB dib, int depth, const DitherRules& r
         return Fail(IMGERR_PARAMETER);
     }
     const uint8_t* header = source_.data();
-    sourceBits_ = LoadU16(header + bih::kBitCount);
-    if (static_cast<uint32_t>(depth) >= sourceBits_ || (sourceBits_ != 4 && sourceBits_ != 8 && sourceBits_ != 24)) {
+    const uint32_t bits = sourceBits_ = LoadU16(header + bih::kBitCount);
+    if (static_cast<uint32_t>(depth) >= bits || (bits != 4 && bits != 8 && bits != 24)) {
         source_.keepLocked();
         return Fail(IMGERR_DITHERPARAM);
     }
     width_ = LoadI32(header + bih::kWidth);
     height_ = LoadI32(header + bih::kHeight);
-    pixelOffset_ = kInfoHeaderSize + 4 * uint64_t{ColorCountForDepth(sourceBits_)};
+    pixelOffset_ = kInfoHeaderSize + 4 * uint64_t{ColorCountForDepth(bits)};
     const bool sized = width_ >= 1 && width_ <= kWidestImage && height_ >= 1;
-    sourceStride_ = sized ? RowStride64(static_cast<uint64_t>(width_), sourceBits_) : 0;
+    sourceStride_ = sized ? RowStride64(static_cast<uint64_t>(width_), bits) : 0;
     if (!sized || pixelOffset_ + sourceStride_ * static_cast<uint64_t>(height_) > source_.size()) {
         source_.unlock();
         return Fail(IMGERR_PARAMETER);

@@ -417,5 +417,6 @@ Outcome<HDIB> Halftone(HDIB dib, WORD mode, int32_t brightness) {
 }  // namespace vx::dither
 
 extern "C" VXAPI HDIB VXCALL Halftone(HDIB dib, WORD mode, int brightness, WORD* error) {
-    return vx::RunExport(vx::CallerCell16{.cell = error}, [&] { return vx::dither::Halftone(dib, mode, brightness); });
+    return vx::RunExport(vx::CallerCell16{.cell = error},
+                         [&] { return vx::dither::Halftone(dib, mode, brightness); });
 }

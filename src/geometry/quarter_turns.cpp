@@ -100,7 +100,8 @@ Outcome<HDIB> Orthogonally(HDIB dib, Orthogonal op) {
     if (!source) return Fail();
     const auto plan = PlanOrthogonal(source.data(), source.size(), op);
     if (!plan) return Fail();
-    auto result = AllocateDibLike(source.data(), plan->headerAndTable, plan->resultPixelBytes(), kResultSlackBytes);
+    auto result =
+        AllocateDibLike(source.data(), plan->headerAndTable, plan->resultPixelBytes(), kResultSlackBytes);
     if (!result) return Fail();
     platform::WaitCursor wait;
     Transform(op, *plan, source.data(), result->data());

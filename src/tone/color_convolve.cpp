@@ -136,6 +136,7 @@ Outcome<HDIB> ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, in
 extern "C" VXAPI HDIB VXCALL ColorConvolution(HDIB dib, BOOL newDib, int grayMode, short type, int size,
                                               LPCSTR kernelFile, const short* kernel, DWORD* error) {
     return vx::RunExport(vx::CallerWord32{.cell = error, .onEntry = IMGERR_SUCCESS}, [&] {
-        return vx::tone::ColorConvolveDib(dib, newDib, grayMode, type, static_cast<int16_t>(size), kernelFile, kernel);
+        return vx::tone::ColorConvolveDib(dib, newDib, grayMode, type, static_cast<int16_t>(size), kernelFile,
+                                          kernel);
     });
 }

@@ -203,7 +203,8 @@ Outcome<HDIB> ConvertMono(HDIB dib, int mode) {
 extern "C" {
 
 VXAPI HDIB VXCALL ConvColorDIBtoGrayscale(HDIB dib, int monoMode, BOOL weighted) {
-    return vx::RunExport(vx::tone::kToneChannel, [&] { return vx::tone::ConvertColor(dib, monoMode, weighted != 0); });
+    return vx::RunExport(vx::tone::kToneChannel,
+                         [&] { return vx::tone::ConvertColor(dib, monoMode, weighted != 0); });
 }
 
 VXAPI HDIB VXCALL ConvMonoDIBtoGrayscale(HDIB dib, int mode) {
