@@ -1,4 +1,6 @@
-// pending_exports.cpp - the exports whose operations are not built yet.
+// pending_exports.cpp - the exports of the device-bitmap bridge, clipboard files, text files,
+// combining, display, zoom, magnifier and printing families: stubs until their operations are
+// built.
 //
 // Every function of the interface is exported from the first release on, so that an
 // application that imports any of them loads against this library. Until its operation is

@@ -6,15 +6,20 @@
 // than failing, because damaged scans are still worth showing. Saving writes the file header
 // and then the whole memory block as it is, slack at its end included: bfSize counts the
 // block, not the DIB, and applications compare files written this way byte for byte.
+//
+// Both report through the module code: IMGERR_OPENFILE for a file that cannot be opened or
+// created, SaveDIB also IMGERR_PARAMETER for a block it cannot save and IMGERR_IO for a failed
+// write. LoadDIBFromFile leaves the code to ReadDIBInfo otherwise and fails quietly when the
+// block cannot be grown.
 #include <algorithm>
 #include <cstring>
 
 #include "vexora.h"
 
 #include "dib_layout.hpp"
-#include "errors.hpp"
 #include "file_io.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "platform/platform.hpp"
 
 namespace vx {
@@ -59,77 +64,63 @@ VXAPI DWORD VXCALL FileLength(HFILE file) {
 }
 
 VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName) {
-    return ExportGuard(
-        [&]() -> HDIB {
-            OFSTRUCT info;
-            FileHandle file(OpenFile(fileName, &info, OF_READ));
-            if (!file.valid()) {
-                SetModuleError(IMGERR_OPENFILE);
-                return nullptr;
-            }
-            OwnedBlock block(ReadDIBInfo(file.get()));
-            if (!block) return nullptr;
+    return RunExport(ModuleCode{.outOfMemory = kNoCode}, [&]() -> Outcome<HDIB> {
+        OFSTRUCT info;
+        FileHandle file(OpenFile(fileName, &info, OF_READ));
+        if (!file.valid()) return Fail(IMGERR_OPENFILE);
+        OwnedBlock block(ReadDIBInfo(file.get()));
+        if (!block) return Fail();  // ReadDIBInfo has said why
 
-            uint64_t pixelOffset = 0, pixelBytes = 0;
-            {
-                BlockLock lock(block.get());
-                if (!lock) return nullptr;
-                const auto layout = InspectDib(lock.data(), lock.size());
-                if (!layout) return nullptr;
-                pixelOffset = layout->pixelOffset;
-                // biSizeImage is trusted as the pixel size. An uncompressed DIB gets room for
-                // all of its rows when the header understates them, and no more than the file
-                // holds when it overstates them (a 100-byte file cannot ask for gigabytes).
-                pixelBytes = layout->sizeImage;
-                if (!layout->compressed())
-                    pixelBytes = std::max(layout->imageBytes, std::min(pixelBytes, BytesLeft(file.get())));
-            }
-            const uint64_t total = pixelOffset + pixelBytes;
-            if (total > kMaxBlockBytes) return nullptr;
-            // Growth is zeroed so that rows a short file leaves out read as zero; Windows does
-            // that only when asked.
-            HGLOBAL grown = GlobalReAlloc(block.get(), static_cast<size_t>(total), GMEM_ZEROINIT);
-            if (grown == nullptr) return nullptr;
-            block.assign(grown);
-
+        uint64_t pixelOffset = 0, pixelBytes = 0;
+        {
             BlockLock lock(block.get());
-            if (lock) ReadInto(file.get(), lock.data() + pixelOffset, pixelBytes);
-            lock.unlock();
-            return block.release();
-        },
-        []() -> HDIB { return nullptr; });
+            if (!lock) return Fail();
+            const auto layout = InspectDib(lock.data(), lock.size());
+            if (!layout) return Fail();
+            pixelOffset = layout->pixelOffset;
+            // biSizeImage is trusted as the pixel size. An uncompressed DIB gets room for all of
+            // its rows when the header understates them, and no more than the file holds when it
+            // overstates them (a 100-byte file cannot ask for gigabytes).
+            pixelBytes = layout->sizeImage;
+            if (!layout->compressed())
+                pixelBytes = std::max(layout->imageBytes, std::min(pixelBytes, BytesLeft(file.get())));
+        }
+        const uint64_t total = pixelOffset + pixelBytes;
+        if (total > kMaxBlockBytes) return Fail();
+        // Growth is zeroed so that rows a short file leaves out read as zero; Windows does that
+        // only when asked.
+        HGLOBAL grown = GlobalReAlloc(block.get(), static_cast<size_t>(total), GMEM_ZEROINIT);
+        if (grown == nullptr) return Fail();
+        block.assign(grown);
+
+        BlockLock lock(block.get());
+        if (lock) ReadInto(file.get(), lock.data() + pixelOffset, pixelBytes);
+        lock.unlock();
+        return block.release();
+    });
 }
 
 VXAPI BOOL VXCALL SaveDIB(LPCSTR fileName, HDIB dib) {
-    if (dib == nullptr) {
-        SetModuleError(IMGERR_PARAMETER);
-        return FALSE;
-    }
-    // Checked before the file is created, so a bad block never truncates an existing file.
-    BlockLock lock(dib);
-    const auto layout = lock ? InspectDib(lock.data(), lock.size()) : std::nullopt;
-    if (!layout || !layout->holdsHeaderAndTable()) {
-        SetModuleError(IMGERR_PARAMETER);
-        return FALSE;
-    }
-    OFSTRUCT info;
-    FileHandle file(OpenFile(fileName, &info, OF_CREATE | OF_READWRITE));
-    if (!file.valid()) {
-        SetModuleError(IMGERR_OPENFILE);
-        return FALSE;
-    }
-    platform::WaitCursor wait;
-    const uint64_t blockBytes = lock.size();
-    uint8_t fileHeader[kFileHeaderSize] = {};
-    StoreU16(fileHeader, kBmpSignature);
-    StoreU32(fileHeader + 2, static_cast<uint32_t>(blockBytes + kFileHeaderSize));
-    StoreU32(fileHeader + 10, static_cast<uint32_t>(kFileHeaderSize + layout->pixelOffset));
-    if (_lwrite(file.get(), reinterpret_cast<LPCCH>(fileHeader), sizeof fileHeader) != sizeof fileHeader ||
-        !WriteAll(file.get(), lock.data(), blockBytes)) {
-        SetModuleError(IMGERR_IO);
-        return FALSE;
-    }
-    return TRUE;
+    return RunExport(ModuleCode{}, [&]() -> Outcome<BOOL> {
+        if (dib == nullptr) return Fail(IMGERR_PARAMETER);
+        // Checked before the file is created, so a bad block never truncates an existing file.
+        BlockLock lock(dib);
+        const auto layout = lock ? InspectDib(lock.data(), lock.size()) : std::nullopt;
+        if (!layout || !layout->holdsHeaderAndTable()) return Fail(IMGERR_PARAMETER);
+        OFSTRUCT info;
+        FileHandle file(OpenFile(fileName, &info, OF_CREATE | OF_READWRITE));
+        if (!file.valid()) return Fail(IMGERR_OPENFILE);
+        platform::WaitCursor wait;
+        const uint64_t blockBytes = lock.size();
+        uint8_t fileHeader[kFileHeaderSize] = {};
+        StoreU16(fileHeader, kBmpSignature);
+        StoreU32(fileHeader + 2, static_cast<uint32_t>(blockBytes + kFileHeaderSize));
+        StoreU32(fileHeader + 10, static_cast<uint32_t>(kFileHeaderSize + layout->pixelOffset));
+        if (_lwrite(file.get(), reinterpret_cast<LPCCH>(fileHeader), sizeof fileHeader) != sizeof fileHeader ||
+            !WriteAll(file.get(), lock.data(), blockBytes))
+            return Fail(IMGERR_IO);
+        return TRUE;
+    });
 }
 
 }  // extern "C"

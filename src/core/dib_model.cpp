@@ -1,13 +1,17 @@
 // dib_model.cpp - the DIB model and the library frame: PaletteSize, DIBColorCount,
-// DIBPixelBits, ReadDIBInfo, CreateDIBPalette, GetImageVersion and the attach/detach logic
-// behind the module entry point.
+// DIBPixelBits, ReadDIBInfo, CreateDIBPalette, GetImageVersion, and inside the library
+// LibraryInstance and LibraryEntry (the attach/detach logic behind the module entry point).
 //
 // ReadDIBInfo is the one reader of DIB headers from files. It accepts a BITMAPFILEHEADER or a
 // bare packed DIB (no "BM": the header is read where the file stands), a 40-byte info header or
 // a 12-byte core header (widened to 40 bytes, its 3-byte colour entries to RGBQUADs), fills in
 // a zero biSizeImage and biClrUsed, and leaves the file at the first pixel byte. It also
 // refuses the headers whose sizes no block could hold (see the export's comment), so that the
-// loaders above it never compute a wrapped size.
+// loaders above it never compute a wrapped size. It is split as every export is: a check that
+// reads and refuses headers (ReadDibHeaders) and the work that builds the block (ReadHeaderBlock).
+// Its codes go to the module code: IMGERR_PARAMETER, IMGERR_IO, IMGERR_FILEFORMAT; a block that
+// cannot be had gives a null result and no code. CreateDIBPalette fails quietly except when the
+// palette cannot be made (IMGERR_CREATEPALETTE).
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -16,10 +20,10 @@
 #include "vexora.h"
 
 #include "dib_layout.hpp"
-#include "errors.hpp"
 #include "file_io.hpp"
 #include "guards.hpp"
 #include "library.hpp"
+#include "outcome.hpp"
 
 namespace vx {
 namespace {
@@ -57,6 +61,88 @@ bool HasRepresentableSize(const uint8_t* header, uint32_t colorCount) {
     const uint64_t rows = height < 0 ? -int64_t{height} : height;
     const uint64_t image = RowStride64(static_cast<uint64_t>(width), LoadU16(header + bih::kBitCount)) * rows;
     return kInfoHeaderSize + uint64_t{colorCount} * 4 + image <= kMaxBlockBytes;
+}
+
+// What ReadDIBInfo has read and checked of a file before it allocates anything.
+struct DibFileHeaders {
+    LONG start = 0;        // where the file stood on entry
+    uint32_t offBits = 0;  // bfOffBits; 0 for a bare packed DIB
+    bool core = false;     // the file holds a core header and 3-byte colour entries
+    uint32_t colorCount = 0;
+    uint8_t header[kInfoHeaderSize] = {};  // widened, biSizeImage and biClrUsed filled in
+};
+
+// The check of ReadDIBInfo: reads the file header (or finds a bare packed DIB) and the info or
+// core header, refuses what no block could hold, and leaves the file at the colour table.
+Outcome<DibFileHeaders> ReadDibHeaders(HFILE file) {
+    if (file == HFILE_ERROR) return Fail(IMGERR_PARAMETER);
+    DibFileHeaders h;
+    h.start = _llseek(file, 0, FILE_CURRENT);
+
+    uint8_t fileHeader[kFileHeaderSize];
+    if (!ReadExactly(file, fileHeader, sizeof fileHeader)) return Fail(IMGERR_IO);
+    h.offBits = LoadU32(fileHeader + 10);
+    if (LoadU16(fileHeader) != kBmpSignature) {  // a bare packed DIB
+        h.offBits = 0;
+        _llseek(file, h.start, FILE_BEGIN);
+    }
+
+    uint8_t* header = h.header;
+    if (!ReadExactly(file, header, kInfoHeaderSize)) return Fail(IMGERR_IO);
+    h.colorCount = DibColorCount(header);
+    const uint32_t headerSize = LoadU32(header);
+    h.core = headerSize == kCoreHeaderSize;
+    if (h.core) {
+        WidenCoreHeader(header, h.colorCount);
+        _llseek(file, -static_cast<LONG>(kInfoHeaderSize - kCoreHeaderSize), FILE_CURRENT);
+    } else if (headerSize != kInfoHeaderSize) {
+        return Fail(IMGERR_FILEFORMAT);
+    }
+    const uint32_t entryBytes = h.core ? 3 : 4;
+    if (!HasRepresentableSize(header, h.colorCount) ||
+        (h.colorCount > kLargestDepthTable && uint64_t{h.colorCount} * entryBytes > BytesLeft(file)))
+        return Fail(IMGERR_FILEFORMAT);
+
+    const int32_t height = LoadI32(header + bih::kHeight);
+    const uint32_t rows = static_cast<uint32_t>(height < 0 ? -int64_t{height} : height);
+    if (LoadU32(header + bih::kSizeImage) == 0)
+        StoreU32(header + bih::kSizeImage, RowStride(static_cast<uint32_t>(LoadI32(header + bih::kWidth)),
+                                                     LoadU16(header + bih::kBitCount)) * rows);
+    if (LoadU32(header + bih::kClrUsed) == 0) StoreU32(header + bih::kClrUsed, DibColorCount(header));
+    return h;
+}
+
+// The work of ReadDIBInfo: the block of header and colour table, read from where the check
+// left the file, which is then moved to the first pixel byte. A block that cannot be had is a
+// quiet refusal: ReadDIBInfo has never reported it.
+Outcome<HDIB> ReadHeaderBlock(HFILE file, const DibFileHeaders& h) {
+    OwnedBlock block = OwnedBlock::Allocate(kInfoHeaderSize + uint64_t{h.colorCount} * 4);
+    if (!block) return Fail();
+    {
+        BlockLock lock(block.get());
+        if (!lock) return Fail();
+        std::memcpy(lock.data(), h.header, kInfoHeaderSize);
+        uint8_t* table = lock.data() + kInfoHeaderSize;
+        if (h.colorCount > 0) {
+            // A short table is not an error: the rest of the block stays zero.
+            _lread(file, table, h.colorCount * (h.core ? 3 : 4));
+            if (h.core) {
+                // Widen 3-byte entries to RGBQUADs from the last one down, so that no entry is
+                // overwritten before it has moved.
+                for (uint32_t i = h.colorCount; i-- > 0;) {
+                    table[i * 4 + 3] = 0;
+                    table[i * 4 + 2] = table[i * 3 + 2];
+                    table[i * 4 + 1] = table[i * 3 + 1];
+                    table[i * 4 + 0] = table[i * 3 + 0];
+                }
+            }
+        }
+    }
+    if (h.offBits != 0) {
+        const int64_t pixels = int64_t{h.start} + h.offBits;
+        if (pixels <= INT32_MAX) _llseek(file, static_cast<LONG>(pixels), FILE_BEGIN);
+    }
+    return block.release();
 }
 
 }  // namespace
@@ -104,120 +190,39 @@ VXAPI LPSTR VXCALL DIBPixelBits(LPVOID header) {
 }
 
 VXAPI HDIB VXCALL ReadDIBInfo(HFILE file) {
-    return ExportGuard(
-        [&]() -> HDIB {
-            if (file == HFILE_ERROR) {
-                SetModuleError(IMGERR_PARAMETER);
-                return nullptr;
-            }
-            const LONG start = _llseek(file, 0, FILE_CURRENT);
-
-            uint8_t fileHeader[kFileHeaderSize];
-            if (!ReadExactly(file, fileHeader, sizeof fileHeader)) {
-                SetModuleError(IMGERR_IO);
-                return nullptr;
-            }
-            uint32_t offBits = LoadU32(fileHeader + 10);
-            if (LoadU16(fileHeader) != kBmpSignature) {  // a bare packed DIB
-                offBits = 0;
-                _llseek(file, start, FILE_BEGIN);
-            }
-
-            uint8_t header[kInfoHeaderSize];
-            if (!ReadExactly(file, header, sizeof header)) {
-                SetModuleError(IMGERR_IO);
-                return nullptr;
-            }
-            const uint32_t colorCount = DibColorCount(header);
-            const uint32_t headerSize = LoadU32(header);
-            const bool core = headerSize == kCoreHeaderSize;
-            if (core) {
-                WidenCoreHeader(header, colorCount);
-                _llseek(file, -static_cast<LONG>(kInfoHeaderSize - kCoreHeaderSize), FILE_CURRENT);
-            } else if (headerSize != kInfoHeaderSize) {
-                SetModuleError(IMGERR_FILEFORMAT);
-                return nullptr;
-            }
-            const uint32_t entryBytes = core ? 3 : 4;
-            if (!HasRepresentableSize(header, colorCount) ||
-                (colorCount > kLargestDepthTable &&
-                 uint64_t{colorCount} * entryBytes > BytesLeft(file))) {
-                SetModuleError(IMGERR_FILEFORMAT);
-                return nullptr;
-            }
-
-            const int32_t height = LoadI32(header + bih::kHeight);
-            const uint32_t rows = static_cast<uint32_t>(height < 0 ? -int64_t{height} : height);
-            if (LoadU32(header + bih::kSizeImage) == 0)
-                StoreU32(header + bih::kSizeImage,
-                         RowStride(static_cast<uint32_t>(LoadI32(header + bih::kWidth)),
-                                   LoadU16(header + bih::kBitCount)) * rows);
-            if (LoadU32(header + bih::kClrUsed) == 0)
-                StoreU32(header + bih::kClrUsed, DibColorCount(header));
-
-            OwnedBlock block = OwnedBlock::Allocate(kInfoHeaderSize + uint64_t{colorCount} * 4);
-            if (!block) return nullptr;
-            {
-                BlockLock lock(block.get());
-                if (!lock) return nullptr;
-                std::memcpy(lock.data(), header, sizeof header);
-                uint8_t* table = lock.data() + kInfoHeaderSize;
-                if (colorCount > 0) {
-                    // A short table is not an error: the rest of the block stays zero.
-                    _lread(file, table, colorCount * entryBytes);
-                    if (core) {
-                        // Widen 3-byte entries to RGBQUADs from the last one down, so that no
-                        // entry is overwritten before it has moved.
-                        for (uint32_t i = colorCount; i-- > 0;) {
-                            table[i * 4 + 3] = 0;
-                            table[i * 4 + 2] = table[i * 3 + 2];
-                            table[i * 4 + 1] = table[i * 3 + 1];
-                            table[i * 4 + 0] = table[i * 3 + 0];
-                        }
-                    }
-                }
-            }
-            if (offBits != 0) {
-                const int64_t pixels = int64_t{start} + offBits;
-                if (pixels <= INT32_MAX) _llseek(file, static_cast<LONG>(pixels), FILE_BEGIN);
-            }
-            return block.release();
-        },
-        []() -> HDIB { return nullptr; });
+    return RunExport(ModuleCode{.outOfMemory = kNoCode}, [&]() -> Outcome<HDIB> {
+        const auto headers = ReadDibHeaders(file);
+        if (!headers) return headers.refusal();
+        return ReadHeaderBlock(file, *headers);
+    });
 }
 
 VXAPI HPALETTE VXCALL CreateDIBPalette(HDIB dib) {
-    return ExportGuard(
-        [&]() -> HPALETTE {
-            if (dib == nullptr) return nullptr;
-            BlockLock lock(dib);
-            if (!lock) return nullptr;
-            const auto layout = InspectDib(lock.data(), lock.size());
-            if (!layout || layout->colorCount == 0) return nullptr;
-            const uint32_t n = layout->colorCount;
-            // Entries are read after a 40-byte header whatever biSize says.
-            if (kInfoHeaderSize + uint64_t{n} * 4 > lock.size()) return nullptr;
+    return RunExport(ModuleCode{.outOfMemory = IMGERR_CREATEPALETTE}, [&]() -> Outcome<HPALETTE> {
+        if (dib == nullptr) return Fail();
+        BlockLock lock(dib);
+        if (!lock) return Fail();
+        const auto layout = InspectDib(lock.data(), lock.size());
+        if (!layout || layout->colorCount == 0) return Fail();
+        const uint32_t n = layout->colorCount;
+        // Entries are read after a 40-byte header whatever biSize says.
+        if (kInfoHeaderSize + uint64_t{n} * 4 > lock.size()) return Fail();
 
-            // A LOGPALETTE is a 4-byte head followed by the entries.
-            std::vector<uint8_t> storage(offsetof(LOGPALETTE, palPalEntry) +
-                                         uint64_t{n} * sizeof(PALETTEENTRY));
-            auto* logical = reinterpret_cast<LOGPALETTE*>(storage.data());
-            logical->palVersion = 0x300;
-            logical->palNumEntries = static_cast<WORD>(n);
-            const uint8_t* table = lock.data() + kInfoHeaderSize;
-            uint8_t* entries = storage.data() + offsetof(LOGPALETTE, palPalEntry);
-            for (uint32_t i = 0; i < n; ++i) {
-                const PALETTEENTRY entry{table[i * 4 + 2], table[i * 4 + 1], table[i * 4 + 0], 0};
-                std::memcpy(entries + i * sizeof entry, &entry, sizeof entry);
-            }
-            HPALETTE palette = CreatePalette(logical);
-            if (palette == nullptr) SetModuleError(IMGERR_CREATEPALETTE);
-            return palette;
-        },
-        []() -> HPALETTE {
-            SetModuleError(IMGERR_CREATEPALETTE);
-            return nullptr;
-        });
+        // A LOGPALETTE is a 4-byte head followed by the entries.
+        std::vector<uint8_t> storage(offsetof(LOGPALETTE, palPalEntry) + uint64_t{n} * sizeof(PALETTEENTRY));
+        auto* logical = reinterpret_cast<LOGPALETTE*>(storage.data());
+        logical->palVersion = 0x300;
+        logical->palNumEntries = static_cast<WORD>(n);
+        const uint8_t* table = lock.data() + kInfoHeaderSize;
+        uint8_t* entries = storage.data() + offsetof(LOGPALETTE, palPalEntry);
+        for (uint32_t i = 0; i < n; ++i) {
+            const PALETTEENTRY entry{table[i * 4 + 2], table[i * 4 + 1], table[i * 4 + 0], 0};
+            std::memcpy(entries + i * sizeof entry, &entry, sizeof entry);
+        }
+        HPALETTE palette = CreatePalette(logical);
+        if (palette == nullptr) return Fail(IMGERR_CREATEPALETTE);
+        return palette;
+    });
 }
 
 VXAPI void VXCALL GetImageVersion(LPSTR buffer, int size) {

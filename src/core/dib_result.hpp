@@ -1,6 +1,7 @@
-// dib_result.hpp - building the new DIB an operation returns: a zero-filled movable block that
-// starts with a copy of the source's header and colour table, locked while the kernel fills
-// it, handed to the caller with release().
+// dib_result.hpp - NewDib, AllocateRetrying and AllocateDibLike: building the new DIB an
+// operation returns, a zero-filled movable block that starts with a copy of the source's
+// header and colour table, locked while the kernel fills it, handed to the caller with
+// release().
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// errors.cpp - SetImgError, ImgError, ImgErrorString: the library-wide error code and its
-// messages.
+// errors.cpp - SetImgError, ImgError, ImgErrorString, and inside the library SetModuleError
+// and ErrorMessage: the library-wide error code and its messages.
 //
 // One signed 32-bit code is shared by every caller, without locking, as it always has been.
 // SetImgError accepts 0 to 31 (31 has no message but is a legal code); ImgErrorString uses the
@@ -61,7 +61,6 @@ constexpr const char* kCaption = "VEXORA error";
 }  // namespace
 
 void SetModuleError(int code) { g_moduleError = code; }
-int ModuleError() { return g_moduleError; }
 
 const char* ErrorMessage(int code) {
     return code >= 0 && code < kMessageCount ? kMessages[code] : kNoMessage;

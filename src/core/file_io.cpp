@@ -1,3 +1,4 @@
+// file_io.cpp - ReadExactly and BytesLeft (see file_io.hpp).
 #include "file_io.hpp"
 
 namespace vx {

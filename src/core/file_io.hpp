@@ -1,4 +1,4 @@
-// file_io.hpp - small helpers over the compatibility file calls.
+// file_io.hpp - ReadExactly and BytesLeft: small helpers over the compatibility file calls.
 #pragma once
 
 #include <cstdint>

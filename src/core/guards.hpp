@@ -1,8 +1,8 @@
-// guards.hpp - RAII for every pair the platform pairs: lock and unlock of a memory block,
-// allocation and release of a block being built, open and close of a file, and the wait
-// cursor. An export builds its result inside an OwnedBlock and hands it to the caller with
-// release(), so that ownership passing out of the library is visible where it happens; every
-// other exit path frees what was taken.
+// guards.hpp - BlockLock, OwnedBlock and FileHandle: RAII for every pair the platform pairs
+// (lock and unlock of a memory block, allocation and release of a block being built, open and
+// close of a file; the wait cursor is platform::WaitCursor). An export builds its result
+// inside an OwnedBlock and hands it to the caller with release(), so that ownership passing
+// out of the library is visible where it happens; every other exit path frees what was taken.
 #pragma once
 
 #include <cstddef>
@@ -117,16 +117,5 @@ public:
 private:
     HFILE file_ = HFILE_ERROR;
 };
-
-// Runs an export's body so that no exception crosses the interface: running out of memory
-// gives onNoMemory(), which sets the family's code and returns its failure value.
-template <typename Body, typename OnNoMemory>
-auto ExportGuard(Body&& body, OnNoMemory&& onNoMemory) noexcept -> decltype(body()) {
-    try {
-        return body();
-    } catch (...) {
-        return onNoMemory();
-    }
-}
 
 }  // namespace vx

@@ -1,4 +1,5 @@
-// library.hpp - the library-wide frame state: the instance handle recorded at process attach.
+// library.hpp - LibraryInstance and LibraryEntry (defined in dib_model.cpp): the library-wide
+// frame state, the instance handle recorded at process attach.
 #pragma once
 
 #include "vexora.h"

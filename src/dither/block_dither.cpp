@@ -169,9 +169,11 @@ constexpr DitherRules kBlockRules{false, IMGERR_LOCKMEMORY, IMGERR_NOMEMORY, tru
 }  // namespace vx::dither
 
 extern "C" VXAPI HDIB VXCALL DitherSmooth(HDIB dib, int depth) {
-    return vx::dither::RunDither(dib, depth, vx::dither::kBlockRules, vx::dither::BlockRows<false>);
+    using namespace vx::dither;
+    return vx::RunExport(kDitherChannel, [&] { return Dither(dib, depth, kBlockRules, BlockRows<false>); });
 }
 
 extern "C" VXAPI HDIB VXCALL DitherSharp(HDIB dib, int depth) {
-    return vx::dither::RunDither(dib, depth, vx::dither::kBlockRules, vx::dither::BlockRows<true>);
+    using namespace vx::dither;
+    return vx::RunExport(kDitherChannel, [&] { return Dither(dib, depth, kBlockRules, BlockRows<true>); });
 }

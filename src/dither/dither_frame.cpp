@@ -1,11 +1,13 @@
-// dither_frame.cpp - checks, row loading, working memory and result of the four dithers (see
-// dither_frame.hpp for the method). The check order is the family's: output depth argument,
-// handle, lock, then the source depth (whose refusal leaves the source locked); after those
-// come the checks that keep every access inside the source block (width 1 to 32767, height at
-// least 1, a block that holds the header, the full colour table of its depth and every row).
-// Working memory is taken in the documented order (channel planes, output planes, error
-// rows); when the planes cannot be had the source is unlocked, when a later block cannot be
-// had it stays locked, again as the family has always left it.
+// dither_frame.cpp - DitherFrame's checks (checkSource), set-up and working memory (prepare),
+// row loading and result (finish) for the four dithers (see dither_frame.hpp for the method).
+//
+// The check order is the family's: output depth argument, handle, lock, then the source depth
+// (whose refusal leaves the source locked); after those come the checks that keep every access
+// inside the source block (width 1 to 32767, height at least 1, a block that holds the header,
+// the full colour table of its depth and every row). Working memory is taken in the documented
+// order (channel planes, output planes, error rows); when the planes cannot be had the source
+// is unlocked, when a later block cannot be had it stays locked, again as the family has
+// always left it. Every refusal carries the code the module code receives.
 #include "dither/dither_frame.hpp"
 
 #include <array>
@@ -97,41 +99,41 @@ constexpr std::array<uint32_t, 256> kSpread = [] {
 
 }  // namespace
 
-bool DitherFrame::open(HDIB dib, int depth, const DitherRules& rules) {
-    const auto refuse = [](int code) {
-        SetModuleError(code);
-        return false;
-    };
-    SetModuleError(IMGERR_SUCCESS);
-    if (depth != 1 && depth != 4 && !(depth == 8 && rules.acceptsEightBits)) return refuse(IMGERR_PARAMETER);
-    if (dib == nullptr) return refuse(rules.nullHandleCode);
+Outcome<void> DitherFrame::checkSource(HDIB dib, int depth, const DitherRules& rules) {
+    if (depth != 1 && depth != 4 && !(depth == 8 && rules.acceptsEightBits)) return Fail(IMGERR_PARAMETER);
+    if (dib == nullptr) return Fail(rules.nullHandleCode);
     source_ = BlockLock(dib);
-    if (!source_) return refuse(rules.lockFailureCode);
+    if (!source_) return Fail(rules.lockFailureCode);
     if (source_.size() < kInfoHeaderSize) {
         source_.unlock();
-        return refuse(IMGERR_PARAMETER);
+        return Fail(IMGERR_PARAMETER);
     }
     const uint8_t* header = source_.data();
-    const uint32_t bits = LoadU16(header + bih::kBitCount);
+    const uint32_t bits = sourceBits_ = LoadU16(header + bih::kBitCount);
     if (static_cast<uint32_t>(depth) >= bits || (bits != 4 && bits != 8 && bits != 24)) {
         source_.keepLocked();
-        return refuse(IMGERR_DITHERPARAM);
+        return Fail(IMGERR_DITHERPARAM);
     }
     width_ = LoadI32(header + bih::kWidth);
     height_ = LoadI32(header + bih::kHeight);
-    const uint32_t colours = ColorCountForDepth(bits);
-    pixelOffset_ = kInfoHeaderSize + 4 * uint64_t{colours};
+    pixelOffset_ = kInfoHeaderSize + 4 * uint64_t{ColorCountForDepth(bits)};
     const bool sized = width_ >= 1 && width_ <= kWidestImage && height_ >= 1;
     sourceStride_ = sized ? RowStride64(static_cast<uint64_t>(width_), bits) : 0;
     if (!sized || pixelOffset_ + sourceStride_ * static_cast<uint64_t>(height_) > source_.size()) {
         source_.unlock();
-        return refuse(IMGERR_PARAMETER);
+        return Fail(IMGERR_PARAMETER);
     }
+    return {};
+}
 
+Outcome<void> DitherFrame::prepare(int depth, const DitherRules& rules) {
+    const uint32_t bits = sourceBits_;
+    const uint8_t* header = source_.data();
     outBits_ = depth;
     const auto w = static_cast<uint32_t>(width_);
     padded_ = static_cast<int32_t>(bits == 4 ? (w * 4 + 31) / 32 * 8 : (w * 8 + 31) / 32 * 4);
     rowReadBytes_ = static_cast<uint64_t>(padded_) * (bits == 24 ? 3 : 1) / (bits == 4 ? 2 : 1);
+    const uint32_t colours = ColorCountForDepth(bits);
     for (uint32_t i = 0; i < colours; ++i) {
         const uint8_t* q = header + kInfoHeaderSize + 4 * i;
         palette_.blue[i] = q[0];
@@ -143,12 +145,11 @@ bool DitherFrame::open(HDIB dib, int depth, const DitherRules& rules) {
     luminance_ = bits == 4 ? kLuminanceLoader<4> : bits == 8 ? kLuminanceLoader<8> : kLuminanceLoader<24>;
     firstRowRightToLeft_ = rules.firstRowRightToLeft && depth == 1;
 
-    SetModuleError(IMGERR_NOMEMORY);
     const auto p = static_cast<uint64_t>(padded_), h = static_cast<uint64_t>(height_);
     planes_ = ZeroFilled<uint8_t>(3 * p + 1 + rowReadBytes_);
     if (!planes_) {
         source_.unlock();
-        return false;
+        return Fail(IMGERR_NOMEMORY);
     }
     outputStride_ = RowStride64(w, depth == 4 ? 1 : static_cast<uint64_t>(depth));
     outputPlaneBytes_ = outputStride_ * h;
@@ -159,9 +160,15 @@ bool DitherFrame::open(HDIB dib, int depth, const DitherRules& rules) {
     }
     if (!output_ || !errors_) {
         source_.keepLocked();
-        return false;
+        return Fail(IMGERR_NOMEMORY);
     }
-    return true;
+    return {};
+}
+
+Outcome<void> DitherFrame::open(HDIB dib, int depth, const DitherRules& rules) {
+    const Outcome<void> checked = checkSource(dib, depth, rules);
+    if (!checked) return checked;
+    return prepare(depth, rules);
 }
 
 const uint8_t* DitherFrame::sourceRow(int32_t y) {
@@ -192,7 +199,7 @@ void DitherFrame::loadFirstRow() {
     for (int32_t i = padded_; i >= 1; --i) p[i] = Luminance(p[i], p[padded_ + i], p[2 * padded_ + i]);
 }
 
-HDIB DitherFrame::finish() {
+Outcome<HDIB> DitherFrame::finish() {
     const int32_t xPels = LoadI32(source_.data() + bih::kXPels);
     const int32_t yPels = LoadI32(source_.data() + bih::kYPels);
     source_.unlock();
@@ -205,10 +212,7 @@ HDIB DitherFrame::finish() {
     OwnedBlock block = OwnedBlock::Allocate(pixels + image);
     BlockLock lock;
     if (block) lock = BlockLock(block.get());
-    if (!lock) {
-        SetModuleError(IMGERR_NOMEMORY);
-        return nullptr;
-    }
+    if (!lock) return Fail(IMGERR_NOMEMORY);
     uint8_t* out = lock.data();
     WriteInfoHeader(out, {.width = width_,
                           .height = height_,
@@ -233,7 +237,6 @@ HDIB DitherFrame::finish() {
         }
     }
     lock.unlock();
-    SetModuleError(IMGERR_SUCCESS);
     return block.release();
 }
 

@@ -1,4 +1,6 @@
-// dither_frame.hpp - the frame shared by DitherFS4, DitherJJN, DitherSmooth and DitherSharp.
+// dither_frame.hpp - DitherFrame, DitherRules, Dither, kDitherChannel, BitsRow and the shared
+// arithmetic (Div16, Div48, Luminance): the frame shared by DitherFS4, DitherJJN, DitherSmooth
+// and DitherSharp.
 //
 // All four reduce a 4-, 8- or 24-bit DIB to a 1-, 4- or 8-bit one with a fixed palette, and all
 // four run the same frame around their own row kernels:
@@ -33,8 +35,8 @@
 
 #include "vexora.h"
 
-#include "errors.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "platform/platform.hpp"
 
 namespace vx::dither {
@@ -77,11 +79,11 @@ public:
     DitherFrame(const DitherFrame&) = delete;
     DitherFrame& operator=(const DitherFrame&) = delete;
 
-    // The checks and the working memory. False once the failure code is stored, the source
-    // unlocked or left locked as the export leaves it.
-    bool open(HDIB dib, int depth, const DitherRules& rules);
-    // Unlocks the source and builds the result from the output planes; null on failure.
-    HDIB finish();
+    // The checks, then the set-up and working memory; a refusal leaves the source unlocked or
+    // locked as the export leaves it.
+    Outcome<void> open(HDIB dib, int depth, const DitherRules& rules);
+    // Unlocks the source and builds the result from the output planes.
+    Outcome<HDIB> finish();
 
     int32_t width() const { return width_; }
     int32_t height() const { return height_; }
@@ -112,10 +114,15 @@ public:
     using RowLoader = void (*)(const uint8_t* row, int32_t padded, const Palette& palette, uint8_t* planes);
 
 private:
+    // The check: arguments, handle, lock, depth and size, in the family's order.
+    Outcome<void> checkSource(HDIB dib, int depth, const DitherRules& rules);
+    // The work of opening: padded width, palette, row loaders and working memory.
+    Outcome<void> prepare(int depth, const DitherRules& rules);
     const uint8_t* sourceRow(int32_t y);
 
     BlockLock source_;
     int32_t width_ = 0, height_ = 0, padded_ = 0;
+    uint32_t sourceBits_ = 0;
     int outBits_ = 0;
     int32_t xPels_ = 0, yPels_ = 0;
     uint64_t pixelOffset_ = 0, sourceStride_ = 0, rowReadBytes_ = 0;
@@ -150,23 +157,19 @@ void BitsRow(int32_t width, uint8_t* const* out, Walkers... walkers) {
     (walkers.finish(width), ...);
 }
 
-// Runs one dither export: the frame's checks, rows(frame) over the image, the result.
+// The body of one dither export: the frame's checks, rows(frame) over the image, the result.
 template <typename Rows>
-HDIB RunDither(HDIB dib, int depth, const DitherRules& rules, Rows&& rows) noexcept {
-    return ExportGuard(
-        [&]() -> HDIB {
-            DitherFrame frame;
-            if (!frame.open(dib, depth, rules)) return nullptr;
-            {
-                platform::WaitCursor wait;
-                rows(frame);
-            }
-            return frame.finish();
-        },
-        [] {
-            SetModuleError(IMGERR_NOMEMORY);
-            return HDIB{nullptr};
-        });
+Outcome<HDIB> Dither(HDIB dib, int depth, const DitherRules& rules, Rows&& rows) {
+    DitherFrame frame;
+    if (const Outcome<void> opened = frame.open(dib, depth, rules); !opened) return opened.refusal();
+    {
+        platform::WaitCursor wait;
+        rows(frame);
+    }
+    return frame.finish();
 }
+
+// The channel of the four exports: the module code, cleared on entry.
+inline constexpr ModuleCode kDitherChannel{.clearedOnEntry = true};
 
 }  // namespace vx::dither

@@ -241,9 +241,11 @@ constexpr DitherRules kJarvisRules{true, IMGERR_LOCKMEMORY, IMGERR_NOMEMORY, tru
 }  // namespace vx::dither
 
 extern "C" VXAPI HDIB VXCALL DitherFS4(HDIB dib, int depth) {
-    return vx::dither::RunDither(dib, depth, vx::dither::kFloydRules, vx::dither::FloydRows);
+    using namespace vx::dither;
+    return vx::RunExport(kDitherChannel, [&] { return Dither(dib, depth, kFloydRules, FloydRows); });
 }
 
 extern "C" VXAPI HDIB VXCALL DitherJJN(HDIB dib, int depth) {
-    return vx::dither::RunDither(dib, depth, vx::dither::kJarvisRules, vx::dither::JarvisRows);
+    using namespace vx::dither;
+    return vx::RunExport(kDitherChannel, [&] { return Dither(dib, depth, kJarvisRules, JarvisRows); });
 }

@@ -37,7 +37,8 @@
 // shares that land outside them are never read back, so each row is width + 4 entries (two
 // spare at each end) and the move rotates the rows with one copy.
 //
-// Checks, in order; the code goes to the caller's 16-bit cell, never to the module code:
+// Checks (CheckHalftone, before the work of RenderHalftone), in order; the code goes to the
+// caller's 16-bit cell (a CallerCell16, not cleared on entry), never to the module code:
 //   null handle: 8; mode above 2: 8; source not lockable: 1; biBitCount not 4, 8 or 24: 8,
 //   and the source keeps the lock taken on it (as it always has); negative width or height:
 //   8; planes of 0 entries (width or height 0: a block of 0 bytes cannot be locked) or of 2^32
@@ -57,6 +58,7 @@
 
 #include "dib_layout.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 
 namespace vx::dither {
 namespace {
@@ -328,63 +330,86 @@ void Render(const Source& s, const Levels& levels, WORD mode, uint8_t* out, uint
 
 constexpr uint64_t kResultHeaderAndTable = 48;
 
-template <typename Fail>
-HDIB Halftone(HDIB dib, WORD mode, int32_t brightness, Fail fail) {
-    if (dib == nullptr) return fail(IMGERR_PARAMETER);
-    if (mode > 2) return fail(IMGERR_PARAMETER);
-    BlockLock lock(dib);
-    if (!lock) return fail(IMGERR_NOMEMORY);
+// A source that passed the checks of Halftone, and the size of its result.
+struct HalftonePlan {
+    Source source;
+    uint32_t bits = 0;
+    uint8_t header[kInfoHeaderSize] = {};  // the source header; bytes past a short block read 0
+    uint64_t outStride = 0;
+    uint64_t resultBytes = 0;
+};
 
-    uint8_t header[kInfoHeaderSize] = {};
+// The check of Halftone on its locked source, in the family's order: the depth (whose refusal
+// leaves the source locked), the signs of the size, the size of the planes, a block that holds
+// the rows, and the sizes of the error rows and the result.
+Outcome<HalftonePlan> CheckHalftone(BlockLock& lock, WORD mode) {
+    HalftonePlan plan;
+    uint8_t* header = plan.header;
     std::memcpy(header, lock.data(), std::min<size_t>(lock.size(), kInfoHeaderSize));
-    const uint32_t bits = LoadU16(header + bih::kBitCount);
-    if (bits != 4 && bits != 8 && bits != 24) {
+    plan.bits = LoadU16(header + bih::kBitCount);
+    if (plan.bits != 4 && plan.bits != 8 && plan.bits != 24) {
         lock.keepLocked();
-        return fail(IMGERR_PARAMETER);
+        return Fail(IMGERR_PARAMETER);
     }
     const int64_t width = LoadI32(header + bih::kWidth), height = LoadI32(header + bih::kHeight);
-    if (width < 0 || height < 0) return fail(IMGERR_PARAMETER);
+    if (width < 0 || height < 0) return Fail(IMGERR_PARAMETER);
 
-    Source s;
+    Source& s = plan.source;
     s.block = lock.data();
     s.size = lock.size();
     s.width = static_cast<uint64_t>(width);
     s.height = static_cast<uint64_t>(height);
-    s.stride = RowStride64(s.width, bits);
-    s.rowLength = bits == 4 ? 2 * s.stride : s.stride;
+    s.stride = RowStride64(s.width, plan.bits);
+    s.rowLength = plan.bits == 4 ? 2 * s.stride : s.stride;
     // The planes: a block of 0 bytes cannot be locked, one of 2^32 bytes cannot be had.
     if (s.rowLength == 0 || s.height == 0 || s.rowLength > kMaxBlockBytes / s.height)
-        return fail(IMGERR_NOMEMORY);
+        return Fail(IMGERR_NOMEMORY);
     s.tableOffset = LoadU32(header + bih::kSize);
     s.pixelOffset = s.tableOffset + DibPaletteBytes(header);
-    if (s.pixelOffset + s.stride * s.height > s.size) return fail(IMGERR_PARAMETER);
+    if (s.pixelOffset + s.stride * s.height > s.size) return Fail(IMGERR_PARAMETER);
 
-    const uint64_t outStride = RowStride64(s.width, 1);
-    const uint64_t resultBytes = kResultHeaderAndTable + outStride * s.height;
-    if ((mode == 1 && 16 * s.rowLength + 420 > kMaxBlockBytes) || resultBytes > kMaxBlockBytes)
-        return fail(IMGERR_NOMEMORY);
-    OwnedBlock result = OwnedBlock::Allocate(resultBytes);
-    if (!result) return fail(IMGERR_NOMEMORY);
-    BlockLock out(result.get());
-    if (!out) return fail(IMGERR_NOMEMORY);
+    plan.outStride = RowStride64(s.width, 1);
+    plan.resultBytes = kResultHeaderAndTable + plan.outStride * s.height;
+    if ((mode == 1 && 16 * s.rowLength + 420 > kMaxBlockBytes) || plan.resultBytes > kMaxBlockBytes)
+        return Fail(IMGERR_NOMEMORY);
+    return plan;
+}
 
-    uint8_t* o = out.data();
-    WriteInfoHeader(o, {.width = static_cast<int32_t>(width),
-                        .height = static_cast<int32_t>(height),
+// The work of Halftone: the result's header, its black and white table and its rows, in a
+// zero-filled block. Cannot fail.
+void RenderHalftone(const HalftonePlan& plan, WORD mode, int32_t brightness, uint8_t* o) {
+    const Source& s = plan.source;
+    WriteInfoHeader(o, {.width = LoadI32(plan.header + bih::kWidth),
+                        .height = LoadI32(plan.header + bih::kHeight),
                         .bitCount = 1,
-                        .sizeImage = static_cast<uint32_t>(outStride * s.height),
-                        .xPels = LoadI32(header + bih::kXPels),
-                        .yPels = LoadI32(header + bih::kYPels),
+                        .sizeImage = static_cast<uint32_t>(plan.outStride * s.height),
+                        .xPels = LoadI32(plan.header + bih::kXPels),
+                        .yPels = LoadI32(plan.header + bih::kYPels),
                         .clrUsed = 2});
     std::memset(o + kInfoHeaderSize + 4, 255, 3);  // entry 1 white; entry 0 stays black
 
     const Levels levels = MakeLevels(brightness);
     uint8_t* pixels = o + kResultHeaderAndTable;
-    switch (bits) {
-    case 4: Render<4>(s, levels, mode, pixels, outStride); break;
-    case 8: Render<8>(s, levels, mode, pixels, outStride); break;
-    default: Render<24>(s, levels, mode, pixels, outStride); break;
+    switch (plan.bits) {
+    case 4: Render<4>(s, levels, mode, pixels, plan.outStride); break;
+    case 8: Render<8>(s, levels, mode, pixels, plan.outStride); break;
+    default: Render<24>(s, levels, mode, pixels, plan.outStride); break;
     }
+}
+
+Outcome<HDIB> Halftone(HDIB dib, WORD mode, int32_t brightness) {
+    if (dib == nullptr) return Fail(IMGERR_PARAMETER);
+    if (mode > 2) return Fail(IMGERR_PARAMETER);
+    BlockLock lock(dib);
+    if (!lock) return Fail(IMGERR_NOMEMORY);
+    const auto plan = CheckHalftone(lock, mode);
+    if (!plan) return plan.refusal();
+
+    OwnedBlock result = OwnedBlock::Allocate(plan->resultBytes);
+    if (!result) return Fail(IMGERR_NOMEMORY);
+    BlockLock out(result.get());
+    if (!out) return Fail(IMGERR_NOMEMORY);
+    RenderHalftone(*plan, mode, brightness, out.data());
     out.unlock();
     return result.release();
 }
@@ -393,10 +418,6 @@ HDIB Halftone(HDIB dib, WORD mode, int32_t brightness, Fail fail) {
 }  // namespace vx::dither
 
 extern "C" VXAPI HDIB VXCALL Halftone(HDIB dib, WORD mode, int brightness, WORD* error) {
-    const auto fail = [error](int code) -> HDIB {
-        if (error != nullptr) *error = static_cast<WORD>(code);
-        return nullptr;
-    };
-    return vx::ExportGuard([&] { return vx::dither::Halftone(dib, mode, brightness, fail); },
-                           [&] { return fail(IMGERR_NOMEMORY); });
+    return vx::RunExport(vx::CallerCell16{.cell = error},
+                         [&] { return vx::dither::Halftone(dib, mode, brightness); });
 }

@@ -36,8 +36,8 @@
 #include "vexora.h"
 
 #include "dib_layout.hpp"
-#include "errors.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 
 namespace vx::formats {
 
@@ -309,31 +309,24 @@ using namespace vx::formats;
 
 extern "C" {
 
+// A set that does not exist is refused with IMGERR_OPENFILE in the module code: the count is
+// then -1, and LoadColorFaxPage's *status receives 3, the same code.
 VXAPI int VXCALL GetNumberOfImagesInFaxFile(LPCSTR fileName) {
-    if (!SetExists(fileName)) {
-        SetModuleError(IMGERR_OPENFILE);
-        return -1;
-    }
-    return ProfileInt(kSetSection, "TotalPages", -1, fileName);
+    const Both channel{ModuleCode{.outOfMemory = kNoCode}, NegativeResult{}};
+    return RunExport(channel, [&]() -> Outcome<int> {
+        if (!SetExists(fileName)) return Fail(IMGERR_OPENFILE);
+        return ProfileInt(kSetSection, "TotalPages", -1, fileName);
+    });
 }
 
 VXAPI HDIB VXCALL LoadColorFaxPage(LPCSTR fileName, int page, int* status) {
-    if (!SetExists(fileName)) {
-        SetModuleError(IMGERR_OPENFILE);
-        if (status != nullptr) *status = 3;
-        return nullptr;
-    }
-    if (t_loadingPage) {
-        SetModuleError(IMGERR_FILEFORMAT);
-        if (status != nullptr) *status = 9;
-        return nullptr;
-    }
-    return ExportGuard(
-        [&]() -> HDIB {
-            const LoadingPage loading;
-            return LoadPage(fileName, page, status);
-        },
-        []() -> HDIB { return nullptr; });
+    const Both channel{ModuleCode{.outOfMemory = kNoCode}, StatusOut{.cell = status}};
+    return RunExport(channel, [&]() -> Outcome<HDIB> {
+        if (!SetExists(fileName)) return Fail(IMGERR_OPENFILE);
+        if (t_loadingPage) return Fail(IMGERR_FILEFORMAT);  // *status: 9
+        const LoadingPage loading;
+        return LoadPage(fileName, page, status);
+    });
 }
 
 }  // extern "C"

@@ -1,4 +1,4 @@
-// format_modules.cpp - the loader behind every call into a format module.
+// format_modules.cpp - ModuleCall: the loader behind every call into a format module.
 //
 // A module that cannot be loaded is reported as "'<module>' module has not found (<n>)" with
 // the caption "VEXORA DLL", where <n> is the value the load returned: 0 on every current

@@ -1,5 +1,6 @@
-// format_modules.hpp - the format modules: which module file and entry point serve each format
-// code, the entry points' types, and the loader that makes one call into a module.
+// format_modules.hpp - ModuleEntry, the entry-point types, ModuleCall and CallModule: which
+// module file and entry point serve each format code, the entry points' types, and the loader
+// that makes one call into a module.
 //
 // Reading and writing are separate module files with separate entry points (there is no PNG
 // writer). Each call loads its module by file name, looks the entry point up by its exact

@@ -33,23 +33,21 @@
 #include "vexora.h"
 
 #include "dib_layout.hpp"
-#include "errors.hpp"
 #include "formats/format_modules.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 
 namespace vx::formats {
 
 namespace {
 
 constexpr UINT kProbeBytes = 512;
-constexpr int kNotLoadable = 9;  // what *status receives for a format the library cannot load
 
 // The metafile reader and writers draw through device bitmaps, which come with the bridge to
 // the graphics interface; until then they answer failure. The reader reports
 // IMGERR_FILEFORMAT: the file is a metafile, which this build cannot read.
 HBITMAP LoadMetaFileIntoBitmap(LPCSTR /*fileName*/) {
-    SetModuleError(IMGERR_FILEFORMAT);
-    return nullptr;
+    return RunExport(ModuleCode{}, []() -> Outcome<HBITMAP> { return Fail(IMGERR_FILEFORMAT); });
 }
 int SaveBitmapIntoMetaFile(HDC /*dc*/, HBITMAP /*bitmap*/, LPCSTR /*fileName*/) { return 0; }
 int SaveBitmapIntoEnhMetaFile(HDC /*dc*/, HBITMAP /*bitmap*/, LPCSTR /*fileName*/) { return 0; }
@@ -128,7 +126,9 @@ bool FileExists(LPCSTR fileName) {
 #endif
 }
 
-HDIB LoadImage(LPCSTR fileName, int page, int* status) {
+// Every loader reports for itself; a format the library cannot load is refused with
+// IMGERR_FILEFORMAT, which *status receives too (as 9).
+Outcome<HDIB> LoadImage(LPCSTR fileName, int page, int* status) {
     switch (GetImageFormat(fileName)) {
     case FMT_TIFF: return CallModule<LoadPageFn>(kLoadTiff, fileName, page, static_cast<int*>(nullptr));
     case FMT_PCX: return CallModule<LoadStatusFn>(kLoadPcx, fileName, status);
@@ -143,10 +143,7 @@ HDIB LoadImage(LPCSTR fileName, int page, int* status) {
     case FMT_EMF: return DibFromBitmap(LoadMetaFileIntoBitmap(fileName));
     case FMT_CLP: return DibFromBitmap(static_cast<HBITMAP>(LoadClipboardFormat(fileName, 8)));
     case FMT_COLORFAX: return LoadColorFaxPage(fileName, page, status);
-    default:
-        SetModuleError(IMGERR_FILEFORMAT);
-        if (status != nullptr) *status = kNotLoadable;
-        return nullptr;
+    default: return Fail(IMGERR_FILEFORMAT);
     }
 }
 
@@ -216,12 +213,15 @@ VXAPI int VXCALL GetImageFormat(LPCSTR fileName) {
 }
 
 VXAPI HDIB VXCALL LoadImageIntoDIB(LPCSTR fileName, int page, int* status) {
-    return ExportGuard([&] { return LoadImage(fileName, page, status); }, []() -> HDIB { return nullptr; });
+    const Both channel{ModuleCode{.outOfMemory = kNoCode}, StatusOut{.cell = status}};
+    return RunExport(channel, [&] { return LoadImage(fileName, page, status); });
 }
 
 VXAPI int VXCALL SaveDIBInImageFormat(LPCSTR fileName, HDIB dib, int format, int option, int param) {
-    if (format < 1 || format > 15) return 0;
-    return ExportGuard([&] { return SaveImage(fileName, dib, format, option, param); }, [] { return 0; });
+    return RunExport(Silent{}, [&]() -> Outcome<int> {
+        if (format < 1 || format > 15) return Fail();
+        return SaveImage(fileName, dib, format, option, param);
+    });
 }
 
 }  // extern "C"

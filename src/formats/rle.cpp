@@ -66,9 +66,9 @@
 
 #include "dib_layout.hpp"
 #include "dib_result.hpp"
-#include "errors.hpp"
 #include "formats/rle_codec.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 
 namespace vx::formats {
 
@@ -321,35 +321,30 @@ constexpr uint32_t kBiRgb = 0, kBiRle8 = 1, kBiRle4 = 2;
 // Header and full colour table, at the front of both the source and the result.
 constexpr uint64_t FixedPixelOffset(uint32_t bits) { return kInfoHeaderSize + (uint64_t{4} << bits); }
 
-HDIB Refuse(int code) {
-    SetModuleError(code);
-    return nullptr;
-}
-
-HDIB Compress(HDIB dib) {
-    if (dib == nullptr) return Refuse(IMGERR_PARAMETER);
+Outcome<HDIB> Compress(HDIB dib) {
+    if (dib == nullptr) return Fail(IMGERR_PARAMETER);
     BlockLock source(dib);
-    if (!source || source.size() < kInfoHeaderSize) return Refuse(IMGERR_PARAMETER);
+    if (!source || source.size() < kInfoHeaderSize) return Fail(IMGERR_PARAMETER);
     const uint8_t* s = source.data();
-    if (LoadU32(s + bih::kCompression) != kBiRgb) return Refuse(IMGERR_PARAMETER);
+    if (LoadU32(s + bih::kCompression) != kBiRgb) return Fail(IMGERR_PARAMETER);
     const uint32_t bits = LoadU16(s + bih::kBitCount);
-    if (bits != 8 && bits != 4) return Refuse(IMGERR_PARAMETER);
+    if (bits != 8 && bits != 4) return Fail(IMGERR_PARAMETER);
 
     const int64_t width = LoadI32(s + bih::kWidth), height = LoadI32(s + bih::kHeight);
-    if (width < 0 || height < 0) return Refuse(IMGERR_PARAMETER);
+    if (width < 0 || height < 0) return Fail(IMGERR_PARAMETER);
     const auto stride = Stride32(static_cast<uint64_t>(width), bits);
     const uint64_t offset = FixedPixelOffset(bits);
     if (!stride || offset + *stride * static_cast<uint64_t>(height) > source.size())
-        return Refuse(IMGERR_PARAMETER);
+        return Fail(IMGERR_PARAMETER);
 
     // Working memory for the longest stream these rows can give; a stream that might not fit a
     // block cannot be returned.
     const uint64_t rowCodes = bits == 8 ? MaxRle8RowBytes(static_cast<uint64_t>(width))
                                         : MaxRle4RowBytes(static_cast<uint64_t>(width));
     const uint64_t longest = static_cast<uint64_t>(height) * (rowCodes + 2) + 2;
-    if (offset + longest > kMaxBlockBytes) return Refuse(IMGERR_NOMEMORY);
+    if (offset + longest > kMaxBlockBytes) return Fail(IMGERR_NOMEMORY);
     std::unique_ptr<uint8_t[]> scratch(new (std::nothrow) uint8_t[static_cast<size_t>(longest)]);
-    if (!scratch) return Refuse(IMGERR_NOMEMORY);
+    if (!scratch) return Fail(IMGERR_NOMEMORY);
 
     // A row whose look past its end would leave the block (the last row, when the block ends
     // there) is encoded from a copy followed by zeros.
@@ -373,38 +368,37 @@ HDIB Compress(HDIB dib) {
     const auto length = static_cast<uint64_t>(o - scratch.get());
 
     auto result = AllocateDibLike(s, offset, length);
-    if (!result) return Refuse(IMGERR_NOMEMORY);
+    if (!result) return Fail(IMGERR_NOMEMORY);
     uint8_t* r = result->data();
     StoreU32(r + bih::kCompression, bits == 8 ? kBiRle8 : kBiRle4);
     StoreU32(r + bih::kSizeImage, static_cast<uint32_t>(length));
     std::memcpy(r + offset, scratch.get(), static_cast<size_t>(length));
-    SetModuleError(IMGERR_SUCCESS);
     return result->release();
 }
 
-HDIB Expand(HDIB dib) {
-    if (dib == nullptr) return Refuse(IMGERR_PARAMETER);
+Outcome<HDIB> Expand(HDIB dib) {
+    if (dib == nullptr) return Fail(IMGERR_PARAMETER);
     BlockLock source(dib);
-    if (!source || source.size() < kInfoHeaderSize) return Refuse(IMGERR_PARAMETER);
+    if (!source || source.size() < kInfoHeaderSize) return Fail(IMGERR_PARAMETER);
     const uint8_t* s = source.data();
     const uint32_t compression = LoadU32(s + bih::kCompression);
     const uint32_t bits = LoadU16(s + bih::kBitCount);
-    if (compression == kBiRgb) return Refuse(IMGERR_PARAMETER);
-    if (compression == kBiRle8 && bits != 8) return Refuse(IMGERR_PARAMETER);
-    if (compression == kBiRle4 && bits != 4) return Refuse(IMGERR_PARAMETER);
-    if (compression != kBiRle8 && compression != kBiRle4) return Refuse(IMGERR_PARAMETER);
-    if (LoadU32(s + bih::kSizeImage) == 0) return Refuse(IMGERR_PARAMETER);
+    if (compression == kBiRgb) return Fail(IMGERR_PARAMETER);
+    if (compression == kBiRle8 && bits != 8) return Fail(IMGERR_PARAMETER);
+    if (compression == kBiRle4 && bits != 4) return Fail(IMGERR_PARAMETER);
+    if (compression != kBiRle8 && compression != kBiRle4) return Fail(IMGERR_PARAMETER);
+    if (LoadU32(s + bih::kSizeImage) == 0) return Fail(IMGERR_PARAMETER);
 
     const uint64_t offset = FixedPixelOffset(bits);
     const int64_t width = LoadI32(s + bih::kWidth), height = LoadI32(s + bih::kHeight);
-    if (source.size() < offset || width < 0 || height < 0) return Refuse(IMGERR_PARAMETER);
+    if (source.size() < offset || width < 0 || height < 0) return Fail(IMGERR_PARAMETER);
 
     const auto stride = Stride32(static_cast<uint64_t>(width), bits);
-    if (!stride) return Refuse(IMGERR_NOMEMORY);
+    if (!stride) return Fail(IMGERR_NOMEMORY);
     const uint64_t imageBytes = *stride * static_cast<uint64_t>(height);
-    if (offset + imageBytes > kMaxBlockBytes) return Refuse(IMGERR_NOMEMORY);
+    if (offset + imageBytes > kMaxBlockBytes) return Fail(IMGERR_NOMEMORY);
     auto result = AllocateDibLike(s, offset, imageBytes);
-    if (!result) return Refuse(IMGERR_NOMEMORY);
+    if (!result) return Fail(IMGERR_NOMEMORY);
     uint8_t* r = result->data();
     StoreU32(r + bih::kCompression, kBiRgb);
     StoreU32(r + bih::kSizeImage, static_cast<uint32_t>(imageBytes));
@@ -412,13 +406,7 @@ HDIB Expand(HDIB dib) {
     const RleTarget target{r + offset, *stride, width, height};
     if (bits == 8) DecodeRle8(s + offset, source.size() - offset, target);
     else DecodeRle4(s + offset, source.size() - offset, target);
-    SetModuleError(IMGERR_SUCCESS);
     return result->release();
-}
-
-HDIB OutOfMemory() {
-    SetModuleError(IMGERR_NOMEMORY);
-    return nullptr;
 }
 
 }  // namespace
@@ -426,12 +414,13 @@ HDIB OutOfMemory() {
 
 extern "C" {
 
+// Both clear the module code on entry; a refusal leaves its code there.
 VXAPI HDIB VXCALL CompressDIB(HDIB dib) {
-    return vx::ExportGuard([&] { return vx::formats::Compress(dib); }, vx::formats::OutOfMemory);
+    return vx::RunExport(vx::ModuleCode{.clearedOnEntry = true}, [&] { return vx::formats::Compress(dib); });
 }
 
 VXAPI HDIB VXCALL ExpandCompressedDIB(HDIB dib) {
-    return vx::ExportGuard([&] { return vx::formats::Expand(dib); }, vx::formats::OutOfMemory);
+    return vx::RunExport(vx::ModuleCode{.clearedOnEntry = true}, [&] { return vx::formats::Expand(dib); });
 }
 
 }  // extern "C"

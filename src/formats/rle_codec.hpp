@@ -1,4 +1,5 @@
-// rle_codec.hpp - the row encoders and the stream decoder behind CompressDIB and
+// rle_codec.hpp - EncodeRle8Row, EncodeRle4Row, MaxRle8RowBytes, MaxRle4RowBytes, RleTarget,
+// DecodeRle8 and DecodeRle4: the row encoders and the stream decoder behind CompressDIB and
 // ExpandCompressedDIB (rle.cpp), exposed so that tests, the fuzz target and the benchmark can
 // drive them without building DIB blocks.
 //

@@ -29,6 +29,7 @@
 #include "dib_layout.hpp"
 #include "dib_result.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "pixels.hpp"
 
 namespace vx::geometry {
@@ -167,28 +168,25 @@ std::optional<LockedDib> ViewPackedDib(const uint8_t* block, uint64_t blockBytes
 }
 
 HDIB CropScale1(const LockedDib& s, int x0, int y0, int w, int h, int outW, int outH) {
-    return ExportGuard([&] { return CropScale<1>(s, x0, y0, w, h, outW, outH); },
-                       []() -> HDIB { return nullptr; });
+    return RunExport(Silent{}, [&]() -> Outcome<HDIB> { return CropScale<1>(s, x0, y0, w, h, outW, outH); });
 }
 HDIB CropScale4(const LockedDib& s, int x0, int y0, int w, int h, int outW, int outH) {
-    return ExportGuard([&] { return CropScale<4>(s, x0, y0, w, h, outW, outH); },
-                       []() -> HDIB { return nullptr; });
+    return RunExport(Silent{}, [&]() -> Outcome<HDIB> { return CropScale<4>(s, x0, y0, w, h, outW, outH); });
 }
 HDIB CropScale8(const LockedDib& s, int x0, int y0, int w, int h, int outW, int outH) {
-    return ExportGuard([&] { return CropScale<8>(s, x0, y0, w, h, outW, outH); },
-                       []() -> HDIB { return nullptr; });
+    return RunExport(Silent{}, [&]() -> Outcome<HDIB> { return CropScale<8>(s, x0, y0, w, h, outW, outH); });
 }
 HDIB CropScale24(const LockedDib& s, int x0, int y0, int w, int h, int outW, int outH) {
-    return ExportGuard([&] { return CropScale<24>(s, x0, y0, w, h, outW, outH); },
-                       []() -> HDIB { return nullptr; });
+    return RunExport(Silent{}, [&]() -> Outcome<HDIB> { return CropScale<24>(s, x0, y0, w, h, outW, outH); });
 }
 
 HDIB CropScaleDib(const LockedDib& s, int x0, int y0, int w, int h, int outW, int outH) {
     if (s.header == nullptr || s.headerBytes < kInfoHeaderSize) return nullptr;
     HDIB result = nullptr;
     DispatchDepth(LoadU16(s.header + bih::kBitCount), [&](auto bits) {
-        result = ExportGuard([&] { return CropScale<decltype(bits)::value>(s, x0, y0, w, h, outW, outH); },
-                             []() -> HDIB { return nullptr; });
+        result = RunExport(Silent{}, [&]() -> Outcome<HDIB> {
+            return CropScale<decltype(bits)::value>(s, x0, y0, w, h, outW, outH);
+        });
     });
     return result;
 }

@@ -1,4 +1,4 @@
-// nearest_index.cpp - see nearest_index.hpp.
+// nearest_index.cpp - PaletteFromColourTable and NearestIndexMemo::Ask; see nearest_index.hpp.
 #include "geometry/nearest_index.hpp"
 
 #include <cstddef>

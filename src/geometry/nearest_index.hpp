@@ -1,5 +1,6 @@
-// nearest_index.hpp - mapping filtered colours back to colour-table indices through a logical
-// palette, as the colour filters of ScaleDIB do for 4- and 8-bit images.
+// nearest_index.hpp - OwnedPalette, PaletteFromColourTable and NearestIndexMemo: mapping
+// filtered colours back to colour-table indices through a logical palette, as the colour
+// filters of ScaleDIB do for 4- and 8-bit images.
 //
 // The palette is made from the DIB's colour table with CreatePalette and every colour is
 // resolved by GetNearestPaletteIndex (the entry with the least sum of squared red, green and

@@ -1,6 +1,8 @@
-// orthogonal.hpp - the quarter turns, half turn and mirrors of packed DIB rows (the exports
-// are in quarter_turns.cpp): the check an export makes before it allocates, and the kernels
-// it runs afterwards, which have no failure paths.
+// orthogonal.hpp - Orthogonal, OrthogonalPlan, PlanOrthogonal, SourceRows, ResultRows and the
+// kernels TurnClockwise, TurnAnticlockwiseShifted, TurnHalf, MirrorRows and ReverseRowOrder:
+// the quarter turns, half turn and mirrors of packed DIB rows (the exports are in
+// quarter_turns.cpp): the check an export makes before it allocates, and the kernels it runs
+// afterwards, which have no failure paths.
 #pragma once
 
 #include <cstdint>

@@ -13,7 +13,8 @@
 //   - Every result block is 4 bytes longer than its header, table and rows.
 //   - A quarter turn swaps width and height and the two resolutions, and sets biSizeImage to
 //     the new stride times the source width; the other three leave the header as copied.
-//   - No error code is ever set, on success or on failure.
+//   - No error code is ever set, on success or on failure: the exports run on the Silent
+//     channel.
 //
 // Why the anticlockwise turn lands one column in: its loop counts the destination column down
 // from the height instead of from height - 1, so source row y goes to result column
@@ -37,6 +38,7 @@
 #include "dib_result.hpp"
 #include "geometry/orthogonal.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "platform/platform.hpp"
 
 namespace vx::geometry {
@@ -85,22 +87,19 @@ void Transform(Orthogonal op, const OrthogonalPlan& plan, const uint8_t* source,
     }
 }
 
-HDIB RunExport(HDIB dib, Orthogonal op) noexcept {
-    return ExportGuard(
-        [&]() -> HDIB {
-            if (dib == nullptr) return nullptr;
-            BlockLock source(dib);
-            if (!source) return nullptr;
-            const auto plan = PlanOrthogonal(source.data(), source.size(), op);
-            if (!plan) return nullptr;
-            auto result = AllocateDibLike(source.data(), plan->headerAndTable, plan->resultPixelBytes(),
-                                          kResultSlackBytes);
-            if (!result) return nullptr;
-            platform::WaitCursor wait;
-            Transform(op, *plan, source.data(), result->data());
-            return result->release();
-        },
-        []() -> HDIB { return nullptr; });
+// The body of all five exports; every refusal is quiet.
+Outcome<HDIB> Orthogonally(HDIB dib, Orthogonal op) {
+    if (dib == nullptr) return Fail();
+    BlockLock source(dib);
+    if (!source) return Fail();
+    const auto plan = PlanOrthogonal(source.data(), source.size(), op);
+    if (!plan) return Fail();
+    auto result =
+        AllocateDibLike(source.data(), plan->headerAndTable, plan->resultPixelBytes(), kResultSlackBytes);
+    if (!result) return Fail();
+    platform::WaitCursor wait;
+    Transform(op, *plan, source.data(), result->data());
+    return result->release();
 }
 
 }  // namespace
@@ -149,19 +148,30 @@ std::optional<OrthogonalPlan> PlanOrthogonal(const uint8_t* block, uint64_t bloc
 
 }  // namespace vx::geometry
 
+using namespace vx;
 using vx::geometry::Orthogonal;
-using vx::geometry::RunExport;
+using vx::geometry::Orthogonally;
 
 extern "C" {
 
-VXAPI HDIB VXCALL RotateDIB90(HDIB dib) { return RunExport(dib, Orthogonal::Rotate90); }
+VXAPI HDIB VXCALL RotateDIB90(HDIB dib) {
+    return RunExport(Silent{}, [&] { return Orthogonally(dib, Orthogonal::Rotate90); });
+}
 
-VXAPI HDIB VXCALL RotateDIB270(HDIB dib) { return RunExport(dib, Orthogonal::Rotate270); }
+VXAPI HDIB VXCALL RotateDIB270(HDIB dib) {
+    return RunExport(Silent{}, [&] { return Orthogonally(dib, Orthogonal::Rotate270); });
+}
 
-VXAPI HDIB VXCALL RotateDIB180(HDIB dib) { return RunExport(dib, Orthogonal::Rotate180); }
+VXAPI HDIB VXCALL RotateDIB180(HDIB dib) {
+    return RunExport(Silent{}, [&] { return Orthogonally(dib, Orthogonal::Rotate180); });
+}
 
-VXAPI HDIB VXCALL FlipDIBVertical(HDIB dib) { return RunExport(dib, Orthogonal::FlipVertical); }
+VXAPI HDIB VXCALL FlipDIBVertical(HDIB dib) {
+    return RunExport(Silent{}, [&] { return Orthogonally(dib, Orthogonal::FlipVertical); });
+}
 
-VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib) { return RunExport(dib, Orthogonal::FlipHorizontal); }
+VXAPI HDIB VXCALL FlipDIBHorizontal(HDIB dib) {
+    return RunExport(Silent{}, [&] { return Orthogonally(dib, Orthogonal::FlipHorizontal); });
+}
 
 }  // extern "C"

@@ -1,5 +1,9 @@
 // rotate.cpp - RotateDIB: a DIB turned by any whole number of degrees about its centre.
 //
+// Reporting: the caller's status word (required: without one nothing is done) is set to
+// ROTATE_OK on entry and receives the ROTATE_ERR_ code of a failure; the module code is never
+// touched. The export is a check (CheckRotationSource) and the work (RenderRotation).
+//
 // Method. The four corners of the source are turned forward to size the result: half its
 // width is the largest |x'| of a turned corner rounded to a whole pixel, half its height
 // likewise, so the canvas is always of even size and large enough for the turned picture.
@@ -50,6 +54,7 @@
 #include "dib_layout.hpp"
 #include "dib_result.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "pixels.hpp"
 
 // The walk's arithmetic is IEEE double, operation by operation. 32-bit x86 builds would
@@ -58,7 +63,7 @@
 #pragma GCC target("sse2", "fpmath=sse")
 #endif
 
-namespace vx {
+namespace vx::geometry {
 namespace {
 
 constexpr double kRadiansPerDegree = 0.01745329;
@@ -265,66 +270,46 @@ int32_t BlendResolution(int32_t own, int32_t other, int64_t r) {
     return TruncToInt32((dpi + product / 90) * kInchesPerMetre + 0.5);
 }
 
-HDIB Rotate(HDIB dib, int angle, int mode, DWORD* status, int* corners) {
-    if (dib == nullptr) {
-        *status = ROTATE_ERR_PARAMETER;
-        return nullptr;
-    }
-    BlockLock source(dib);
-    if (!source) {
-        *status = ROTATE_ERR_LOCK;
-        return nullptr;
-    }
-    const uint8_t* src = source.data();
-    if (source.size() < kInfoHeaderSize || LoadU32(src + bih::kSize) != kInfoHeaderSize) {
-        *status = ROTATE_ERR_PARAMETER;
-        return nullptr;
-    }
-    if (LoadU32(src + bih::kCompression) != 0) {
-        *status = ROTATE_ERR_COMPRESSED;
-        return nullptr;
-    }
-    const int32_t w = static_cast<int32_t>(LoadU32(src + bih::kWidth) & 0xFFFF);
-    const int32_t h = static_cast<int32_t>(LoadU32(src + bih::kHeight) & 0xFFFF);
-    if (w == 0 || h == 0) {
-        *status = ROTATE_ERR_SIZE;
-        return nullptr;
-    }
+// A source that passed the checks of RotateDIB: what the walk reads of it.
+struct RotationSource {
+    const uint8_t* block = nullptr;
+    int32_t width = 0, height = 0;  // W and H: the low 16 bits of biWidth and biHeight
+    uint32_t bits = 0;
+    uint64_t headerAndTable = 0;  // 40 + the colour table, copied to the result
+    uint64_t stride = 0;          // computed from the whole biWidth
+    bool copiesPixels = false;    // 1, 4, 8 or 24 bits; other depths give a blank canvas
+};
+
+// The check of RotateDIB on its locked source: a 40-byte header, no compression, a non-zero
+// 16-bit width and height, and a block that holds H rows of the stride and at least every byte
+// the walk can read.
+Outcome<RotationSource> CheckRotationSource(const uint8_t* src, uint64_t size) {
+    if (size < kInfoHeaderSize || LoadU32(src + bih::kSize) != kInfoHeaderSize) return Fail(ROTATE_ERR_PARAMETER);
+    if (LoadU32(src + bih::kCompression) != 0) return Fail(ROTATE_ERR_COMPRESSED);
+    RotationSource s;
+    s.block = src;
+    s.width = static_cast<int32_t>(LoadU32(src + bih::kWidth) & 0xFFFF);
+    s.height = static_cast<int32_t>(LoadU32(src + bih::kHeight) & 0xFFFF);
+    if (s.width == 0 || s.height == 0) return Fail(ROTATE_ERR_SIZE);
 
     // The rows are W pixels of a stride computed from the whole biWidth; the block must hold
     // H of them, and at least every byte the walk can read.
-    const uint32_t bits = LoadU16(src + bih::kBitCount);
-    const uint64_t headerAndTable = kInfoHeaderSize + uint64_t{DibColorCount(src)} * 4;
-    const uint64_t stride = RowStride(LoadU32(src + bih::kWidth), bits);
-    const bool copiesPixels = bits == 1 || bits == 4 || bits == 8 || bits == 24;
-    const uint64_t rowBytes = copiesPixels ? (uint64_t{static_cast<uint32_t>(w)} * bits + 7) / 8 : 0;
-    const uint64_t reach = std::max(stride * h, stride * (h - 1) + rowBytes);
-    if (headerAndTable + reach > source.size()) {
-        *status = ROTATE_ERR_SIZE;
-        return nullptr;
-    }
+    s.bits = LoadU16(src + bih::kBitCount);
+    s.headerAndTable = kInfoHeaderSize + uint64_t{DibColorCount(src)} * 4;
+    s.stride = RowStride(LoadU32(src + bih::kWidth), s.bits);
+    s.copiesPixels = s.bits == 1 || s.bits == 4 || s.bits == 8 || s.bits == 24;
+    const uint64_t rowBytes = s.copiesPixels ? (uint64_t{static_cast<uint32_t>(s.width)} * s.bits + 7) / 8 : 0;
+    const uint64_t reach = std::max(s.stride * s.height, s.stride * (s.height - 1) + rowBytes);
+    if (s.headerAndTable + reach > size) return Fail(ROTATE_ERR_SIZE);
+    return s;
+}
 
-    const RotationPlan plan = PlanRotation(w, h, angle);
-    if (corners != nullptr) std::memcpy(corners, plan.corners, sizeof plan.corners);
-
-    // The result's stride in the library's 32-bit arithmetic; a pixel area of 4 GiB or more
-    // cannot be had, as on the original platform.
-    const uint32_t outWords = (static_cast<uint32_t>(plan.outW) * bits + 31) >> 5;
-    const uint64_t outStride = uint64_t{outWords} * 4;
-    const uint64_t imageBytes = outStride * static_cast<uint64_t>(plan.outH);
-    OwnedBlock block;
-    if (imageBytes <= kMaxBlockBytes) block = AllocateRetrying(headerAndTable + imageBytes);
-    if (!block) {
-        *status = ROTATE_ERR_NOMEMORY;
-        return nullptr;
-    }
-    BlockLock result(block.get());
-    if (!result) {
-        *status = ROTATE_ERR_LOCK;
-        return nullptr;
-    }
-    uint8_t* out = result.data();
-    std::memcpy(out, src, headerAndTable);
+// The work of RotateDIB: the result's header and pixels in a zero-filled block that starts
+// with room for the source's header and table. Cannot fail.
+void RenderRotation(const RotationSource& s, const RotationPlan& plan, int angle, int mode, uint8_t* out,
+                    uint64_t outStride, uint64_t imageBytes) {
+    const uint8_t* src = s.block;
+    std::memcpy(out, src, s.headerAndTable);
     StoreI32(out + bih::kWidth, plan.outW);
     StoreI32(out + bih::kHeight, plan.outH);
     StoreU32(out + bih::kSizeImage, static_cast<uint32_t>(imageBytes));
@@ -334,32 +319,51 @@ HDIB Rotate(HDIB dib, int angle, int mode, DWORD* status, int* corners) {
     StoreI32(out + bih::kXPels, BlendResolution(xPels, yPels, r));
     StoreI32(out + bih::kYPels, BlendResolution(yPels, xPels, r));
 
-    if (copiesPixels) {
-        std::vector<const uint8_t*> rows(static_cast<size_t>(h));
-        for (int32_t y = 0; y < h; ++y) rows[y] = src + headerAndTable + stride * y;
-        uint8_t* pixels = out + headerAndTable;
-        DispatchDepth(bits, [&](auto depth) {
+    if (s.copiesPixels) {
+        std::vector<const uint8_t*> rows(static_cast<size_t>(s.height));
+        for (int32_t y = 0; y < s.height; ++y) rows[y] = src + s.headerAndTable + s.stride * y;
+        uint8_t* pixels = out + s.headerAndTable;
+        DispatchDepth(s.bits, [&](auto depth) {
             constexpr unsigned kBits = decltype(depth)::value;
             if (mode == 0) WalkRows<kBits, FloatWalk>(plan, rows.data(), pixels, outStride);
             else WalkRows<kBits, IntegerWalk>(plan, rows.data(), pixels, outStride);
         });
     }
+}
+
+Outcome<HDIB> Rotate(HDIB dib, int angle, int mode, const DWORD* status, int* corners) {
+    if (dib == nullptr) return Fail(ROTATE_ERR_PARAMETER);
+    BlockLock source(dib);
+    if (!source) return Fail(ROTATE_ERR_LOCK);
+    const auto checked = CheckRotationSource(source.data(), source.size());
+    if (!checked) return checked.refusal();
+
+    const RotationPlan plan = PlanRotation(checked->width, checked->height, angle);
+    if (corners != nullptr) std::memcpy(corners, plan.corners, sizeof plan.corners);
+
+    // The result's stride in the library's 32-bit arithmetic; a pixel area of 4 GiB or more
+    // cannot be had, as on the original platform.
+    const uint32_t outWords = (static_cast<uint32_t>(plan.outW) * checked->bits + 31) >> 5;
+    const uint64_t outStride = uint64_t{outWords} * 4;
+    const uint64_t imageBytes = outStride * static_cast<uint64_t>(plan.outH);
+    OwnedBlock block;
+    if (imageBytes <= kMaxBlockBytes) block = AllocateRetrying(checked->headerAndTable + imageBytes);
+    if (!block) return Fail(ROTATE_ERR_NOMEMORY);
+    BlockLock result(block.get());
+    if (!result) return Fail(ROTATE_ERR_LOCK);
+    RenderRotation(*checked, plan, angle, mode, result.data(), outStride, imageBytes);
 
     result.unlock();
-    if (*status != ROTATE_OK) return nullptr;  // the block is freed on the way out
+    if (*status != ROTATE_OK) return Fail();  // the block is freed on the way out
     source.keepLocked();
     return block.release();
 }
 
 }  // namespace
-}  // namespace vx
+}  // namespace vx::geometry
 
 extern "C" VXAPI HDIB VXCALL RotateDIB(HDIB dib, int angle, int mode, DWORD* status, int* corners) {
-    if (status == nullptr) return nullptr;
-    *status = ROTATE_OK;
-    return vx::ExportGuard([&] { return vx::Rotate(dib, angle, mode, status, corners); },
-                           [&]() -> HDIB {
-                               *status = ROTATE_ERR_NOMEMORY;
-                               return nullptr;
-                           });
+    const vx::CallerWord32 channel{
+        .cell = status, .onEntry = ROTATE_OK, .required = true, .outOfMemory = ROTATE_ERR_NOMEMORY};
+    return vx::RunExport(channel, [&] { return vx::geometry::Rotate(dib, angle, mode, status, corners); });
 }

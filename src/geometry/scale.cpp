@@ -26,8 +26,12 @@
 // - the 1-bit result keeps the source's biSizeImage and is one row and 16 bytes larger than
 //   its pixels; its last row and column stay zero when the rounding reaches past the source.
 //
-// Check, then kernel: each export validates the handle, the header and the arguments, sets
-// its code, allocates the result, the palette and the filter's working memory, and only then
+// Reporting: ScaleDIB reports through the module code (IMGERR_PARAMETER, IMGERR_NOMEMORY,
+// IMGERR_HEADERBITCOUNT, IMGERR_COMPRESSED; its 1-bit path fails quietly); ScaleGrayDIB is
+// silent.
+//
+// Check, then kernel: each export validates the handle, the header and the arguments, refuses
+// with its code, allocates the result, the palette and the filter's working memory, and only then
 // runs the rows, which cannot fail. A colour page of the index memo is the one allocation made
 // while rows run; running out there ends the call like any other allocation failure.
 #include <algorithm>
@@ -39,11 +43,11 @@
 
 #include "dib_layout.hpp"
 #include "dib_result.hpp"
-#include "errors.hpp"
 #include "geometry/crop_scale.hpp"
 #include "geometry/nearest_index.hpp"
 #include "geometry/scale_filter.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "pixels.hpp"
 
 namespace vx::geometry {
@@ -165,21 +169,16 @@ void MergeGray(const uint8_t* levels, uint32_t n, const uint8_t* indices, uint8_
 
 // ---- ScaleDIB ---------------------------------------------------------------------------------
 
-HDIB FailScale(int code) {
-    SetModuleError(code);
-    return nullptr;
-}
-
 template <unsigned Bits>
-HDIB ScaleFiltered(const uint8_t* block, const DibLayout& layout, bool cubic, uint32_t dstW,
+Outcome<HDIB> ScaleFiltered(const uint8_t* block, const DibLayout& layout, bool cubic, uint32_t dstW,
                    uint32_t dstH) {
     const auto source = ReadFilterSource(block, layout);
-    if (!source || dstW == 0 || dstH == 0) return FailScale(IMGERR_PARAMETER);
+    if (!source || dstW == 0 || dstH == 0) return Fail(IMGERR_PARAMETER);
     const Frame frame{source->width, source->height, dstW, dstH};
 
     uint64_t outStride = 0;
     auto result = AllocateFiltered(block, layout, frame, outStride);
-    if (!result) return FailScale(IMGERR_NOMEMORY);
+    if (!result) return Fail(IMGERR_NOMEMORY);
 
     // Indexed images: the palette the filtered colours are matched in, and the entries the
     // indices split into.
@@ -188,7 +187,7 @@ HDIB ScaleFiltered(const uint8_t* block, const DibLayout& layout, bool cubic, ui
     if constexpr (Bits != 24) {
         palette = PaletteFromColourTable(block + kInfoHeaderSize, layout.blockBytes - kInfoHeaderSize,
                                          static_cast<uint16_t>(layout.colorCount));
-        if (!palette) return FailScale(IMGERR_NOMEMORY);
+        if (!palette) return Fail(IMGERR_NOMEMORY);
         for (uint32_t i = 0; i < (1u << Bits); ++i) table[i] = TableEntry(block, layout.blockBytes, i);
     }
     std::optional<NearestIndexMemo> nearest;
@@ -208,23 +207,23 @@ HDIB ScaleFiltered(const uint8_t* block, const DibLayout& layout, bool cubic, ui
     return result->release();
 }
 
-HDIB ScaleDib(HDIB dib, int method, int newWidth, int newHeight) {
-    if (dib == nullptr) return FailScale(IMGERR_PARAMETER);
+Outcome<HDIB> ScaleDib(HDIB dib, int method, int newWidth, int newHeight) {
+    if (dib == nullptr) return Fail(IMGERR_PARAMETER);
     BlockLock lock(dib);
-    if (!lock) return FailScale(IMGERR_NOMEMORY);
+    if (!lock) return Fail(IMGERR_NOMEMORY);
     const uint8_t* block = lock.data();
     if (lock.size() < kInfoHeaderSize || LoadU32(block + bih::kSize) < kInfoHeaderSize)
-        return FailScale(IMGERR_PARAMETER);
+        return Fail(IMGERR_PARAMETER);
     const auto layout = InspectDib(block, lock.size());
-    if (!layout) return FailScale(IMGERR_PARAMETER);
+    if (!layout) return Fail(IMGERR_PARAMETER);
     const uint32_t bits = layout->bitCount;
-    if (bits != 1 && bits != 4 && bits != 8 && bits != 24) return FailScale(IMGERR_HEADERBITCOUNT);
-    if (layout->compressed()) return FailScale(IMGERR_COMPRESSED);
-    if (!layout->holdsPixels()) return FailScale(IMGERR_PARAMETER);
+    if (bits != 1 && bits != 4 && bits != 8 && bits != 24) return Fail(IMGERR_HEADERBITCOUNT);
+    if (layout->compressed()) return Fail(IMGERR_COMPRESSED);
+    if (!layout->holdsPixels()) return Fail(IMGERR_PARAMETER);
     const uint32_t dstW = static_cast<uint32_t>(newWidth) & 0xFFFF;
     const uint32_t dstH = static_cast<uint32_t>(newHeight) & 0xFFFF;
 
-    HDIB result = nullptr;
+    Outcome<HDIB> result = Fail();
     DispatchDepth(bits, [&](auto depth) {
         constexpr unsigned kBits = decltype(depth)::value;
         if constexpr (kBits == 1) {
@@ -262,20 +261,20 @@ std::array<uint8_t, 256> IndicesOfLevels(const uint8_t* block, uint64_t blockByt
 }
 
 template <unsigned Bits>
-HDIB ScaleGray(const uint8_t* block, const DibLayout& layout, int x, int y, int width, int height,
+Outcome<HDIB> ScaleGray(const uint8_t* block, const DibLayout& layout, int x, int y, int width, int height,
                int xFactor, int yFactor, bool cubic) {
     const auto source = ReadFilterSource(block, layout);
-    if (!source) return nullptr;
-    if (x < 0 || y < 0 || width < 1 || height < 1 || xFactor < 1 || yFactor < 1) return nullptr;
-    if (int64_t{x} + width > source->width || int64_t{y} + height > source->height) return nullptr;
+    if (!source) return Fail();
+    if (x < 0 || y < 0 || width < 1 || height < 1 || xFactor < 1 || yFactor < 1) return Fail();
+    if (int64_t{x} + width > source->width || int64_t{y} + height > source->height) return Fail();
     const auto dstW = static_cast<uint32_t>(int64_t{width} * xFactor & 0xFFFF);
     const auto dstH = static_cast<uint32_t>(int64_t{height} * yFactor & 0xFFFF);
-    if (dstW == 0 || dstH == 0) return nullptr;
+    if (dstW == 0 || dstH == 0) return Fail();
     const Frame frame{static_cast<uint32_t>(width), static_cast<uint32_t>(height), dstW, dstH};
 
     uint64_t outStride = 0;
     auto result = AllocateFiltered(block, layout, frame, outStride);
-    if (!result) return nullptr;
+    if (!result) return Fail();
 
     std::array<uint8_t, 256> levels{};
     std::array<uint8_t, 256> indices{};
@@ -312,16 +311,16 @@ HDIB ScaleGray(const uint8_t* block, const DibLayout& layout, int x, int y, int 
     return result->release();
 }
 
-HDIB ScaleGrayDib(HDIB dib, int x, int y, int width, int height, int xFactor, int yFactor,
-                  int method) {
-    if (dib == nullptr || (method != 0 && method != 1)) return nullptr;
+Outcome<HDIB> ScaleGrayDib(HDIB dib, int x, int y, int width, int height, int xFactor, int yFactor,
+                           int method) {
+    if (dib == nullptr || (method != 0 && method != 1)) return Fail();
     BlockLock lock(dib);
-    if (!lock || lock.size() < kInfoHeaderSize) return nullptr;
+    if (!lock || lock.size() < kInfoHeaderSize) return Fail();
     const uint8_t* block = lock.data();
-    if (LoadU32(block + bih::kSize) < kInfoHeaderSize) return nullptr;
+    if (LoadU32(block + bih::kSize) < kInfoHeaderSize) return Fail();
     const auto layout = InspectDib(block, lock.size());
-    if (!layout || layout->compressed() || !layout->holdsPixels()) return nullptr;
-    HDIB result = nullptr;
+    if (!layout || layout->compressed() || !layout->holdsPixels()) return Fail();
+    Outcome<HDIB> result = Fail();
     DispatchDepth(layout->bitCount, [&](auto depth) {
         constexpr unsigned kBits = decltype(depth)::value;
         if constexpr (kBits != 1)
@@ -339,18 +338,13 @@ using namespace vx;
 extern "C" {
 
 VXAPI HDIB VXCALL ScaleDIB(HDIB dib, int method, int newWidth, int newHeight) {
-    return ExportGuard([&] { return geometry::ScaleDib(dib, method, newWidth, newHeight); },
-                       []() -> HDIB {
-                           SetModuleError(IMGERR_NOMEMORY);
-                           return nullptr;
-                       });
+    return RunExport(ModuleCode{}, [&] { return geometry::ScaleDib(dib, method, newWidth, newHeight); });
 }
 
 VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height, int xFactor,
                                int yFactor, int method) {
-    return ExportGuard(
-        [&] { return geometry::ScaleGrayDib(dib, x, y, width, height, xFactor, yFactor, method); },
-        []() -> HDIB { return nullptr; });
+    return RunExport(Silent{},
+                     [&] { return geometry::ScaleGrayDib(dib, x, y, width, height, xFactor, yFactor, method); });
 }
 
 }  // extern "C"

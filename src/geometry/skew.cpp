@@ -22,7 +22,8 @@
 // by pixel move (the moves never overlap) without a division or a mask per pixel.
 //
 // Quirks kept: the module error code is cleared at entry and a failure writes the same code to
-// the module code and the caller's cell, while success leaves the cell alone; the corner
+// the module code and the caller's cell (the two channels Both reports to), while success
+// leaves the cell alone; the corner
 // record is filled before the result is allocated and, for the vertical shear, moves the two y
 // values of one edge together, which is how callers have always read it; on success the
 // source keeps the lock taken on it, every failure unlocks it.
@@ -37,11 +38,11 @@
 #include "vexora.h"
 
 #include "dib_layout.hpp"
-#include "errors.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "pixels.hpp"
 
-namespace vx {
+namespace vx::geometry {
 namespace {
 
 // A source row placed B bytes and k bits into its result row: n bytes from `src` go to
@@ -159,24 +160,23 @@ void FillCorners(int* corners, bool horizontal, int64_t w, int64_t h, int64_t d)
     for (int i = 0; i < 8; ++i) corners[i] = static_cast<int32_t>(c[i]);
 }
 
-template <typename Fail>
-HDIB Skew(HDIB dib, int direction, int offset, int* corners, Fail fail) {
-    if (dib == nullptr) return fail(IMGERR_PARAMETER);
+Outcome<HDIB> Skew(HDIB dib, int direction, int offset, int* corners) {
+    if (dib == nullptr) return Fail(IMGERR_PARAMETER);
     BlockLock source(dib);
-    if (!source) return fail(IMGERR_LOCKMEMORY);
+    if (!source) return Fail(IMGERR_LOCKMEMORY);
     const uint8_t* src = source.data();
     if (source.size() < kInfoHeaderSize || LoadU32(src + bih::kSize) != kInfoHeaderSize)
-        return fail(IMGERR_PARAMETER);
-    if (LoadU32(src + bih::kCompression) != 0) return fail(IMGERR_COMPRESSED);
+        return Fail(IMGERR_PARAMETER);
+    if (LoadU32(src + bih::kCompression) != 0) return Fail(IMGERR_COMPRESSED);
     const int64_t w = LoadI32(src + bih::kWidth), h = LoadI32(src + bih::kHeight);
-    if (w == 0 || h == 0) return fail(IMGERR_DIBSIZE);
+    if (w == 0 || h == 0) return Fail(IMGERR_DIBSIZE);
     // Rows stored top-down (or a negative width) have no defined shear: refused as a size.
-    if (w < 0 || h < 0) return fail(IMGERR_DIBSIZE);
+    if (w < 0 || h < 0) return Fail(IMGERR_DIBSIZE);
     const uint32_t bits = LoadU16(src + bih::kBitCount);
     const uint64_t headerAndTable = kInfoHeaderSize + uint64_t{DibColorCount(src)} * 4;
     const uint64_t stride = RowStride64(static_cast<uint64_t>(w), bits);
     if (headerAndTable + stride * static_cast<uint64_t>(h) > source.size())
-        return fail(IMGERR_DIBSIZE);
+        return Fail(IMGERR_DIBSIZE);
 
     const bool horizontal = direction != 0;
     const int64_t d = offset;
@@ -185,14 +185,14 @@ HDIB Skew(HDIB dib, int direction, int offset, int* corners, Fail fail) {
 
     const uint64_t outW = static_cast<uint64_t>(w) + (horizontal ? shear : 0);
     const uint64_t outH = static_cast<uint64_t>(h) + (horizontal ? 0 : shear);
-    if (outW > INT32_MAX || outH > INT32_MAX) return fail(IMGERR_NOMEMORY);
+    if (outW > INT32_MAX || outH > INT32_MAX) return Fail(IMGERR_NOMEMORY);
     const uint64_t outStride = RowStride64(outW, bits);
     const uint64_t imageBytes = outStride * outH;
-    if (imageBytes > kMaxBlockBytes) return fail(IMGERR_NOMEMORY);
+    if (imageBytes > kMaxBlockBytes) return Fail(IMGERR_NOMEMORY);
     OwnedBlock block = OwnedBlock::Allocate(headerAndTable + imageBytes);
-    if (!block) return fail(IMGERR_NOMEMORY);
+    if (!block) return Fail(IMGERR_NOMEMORY);
     BlockLock result(block.get());
-    if (!result) return fail(IMGERR_LOCKMEMORY);
+    if (!result) return Fail(IMGERR_LOCKMEMORY);
 
     uint8_t* out = result.data();
     std::memcpy(out, src, headerAndTable);
@@ -215,15 +215,9 @@ HDIB Skew(HDIB dib, int direction, int offset, int* corners, Fail fail) {
 }
 
 }  // namespace
-}  // namespace vx
+}  // namespace vx::geometry
 
 extern "C" VXAPI HDIB VXCALL SkewDIB(HDIB dib, int direction, int offset, DWORD* error, int* corners) {
-    vx::SetModuleError(IMGERR_SUCCESS);
-    const auto fail = [error](int code) -> HDIB {
-        vx::SetModuleError(code);
-        if (error != nullptr) *error = static_cast<DWORD>(code);
-        return nullptr;
-    };
-    return vx::ExportGuard([&] { return vx::Skew(dib, direction, offset, corners, fail); },
-                           [&] { return fail(IMGERR_NOMEMORY); });
+    const vx::Both channel{vx::ModuleCode{.clearedOnEntry = true}, vx::CallerWord32{.cell = error}};
+    return vx::RunExport(channel, [&] { return vx::geometry::Skew(dib, direction, offset, corners); });
 }

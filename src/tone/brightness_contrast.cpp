@@ -103,12 +103,12 @@ void MapRows(const uint8_t* src, uint8_t* out, uint64_t have, uint64_t width, ui
     }
 }
 
-HDIB Adjust(HDIB dib, int brightnessArg, int contrastArg) {
-    ToneCall call(dib);
-    const SourceHeader& h = call.header();
+Outcome<HDIB> Adjust(HDIB dib, int brightnessArg, int contrastArg) {
+    CheckedSource checked(dib);
+    const SourceHeader& h = checked.header();
     const int brightness = static_cast<int16_t>(brightnessArg);
     const int contrast = static_cast<int16_t>(contrastArg);
-    call.require(h.compression == 0, IMGERR_COMPRESSED)
+    checked.require(h.compression == 0, IMGERR_COMPRESSED)
         .require(h.bitCount != 1, IMGERR_BITCOUNT)
         .require(static_cast<uint16_t>(h.width) != 0 && static_cast<uint16_t>(h.height) != 0, IMGERR_DIBSIZE)
         .require(brightness >= -100 && brightness <= 100 && contrast >= -100 && contrast <= 100, IMGERR_PARAMETER)
@@ -123,15 +123,15 @@ HDIB Adjust(HDIB dib, int brightnessArg, int contrastArg) {
     if (imageBytes == 0) {
         const std::optional<uint64_t> stride = Stride32(width, bits);
         imageBytes = stride.value_or(0) * height;
-        call.require(stride && imageBytes <= kMaxBlockBytes, IMGERR_DIBSIZE);
+        checked.require(stride && imageBytes <= kMaxBlockBytes, IMGERR_DIBSIZE);
     }
-    call.require(pixels + imageBytes <= call.size(), IMGERR_DIBSIZE);
-    if (call.refused()) return call.fail();
+    checked.require(pixels + imageBytes <= checked.size(), IMGERR_DIBSIZE);
+    if (checked.refused()) return checked.refusal();
 
-    std::optional<NewDib> result = call.allocate(pixels + imageBytes, true);
-    if (!result) return call.fail();
+    std::optional<NewDib> result = checked.allocate(pixels + imageBytes, true);
+    if (!result) return checked.refusal();
 
-    const uint8_t* src = call.data();
+    const uint8_t* src = checked.data();
     uint8_t* out = result->data();
     std::memcpy(out, src, pixels);
     StoreU32(out + bih::kSizeImage, static_cast<uint32_t>(imageBytes));
@@ -148,12 +148,12 @@ HDIB Adjust(HDIB dib, int brightnessArg, int contrastArg) {
         const uint64_t stride = RowStride(static_cast<uint32_t>(width), 24) & 0xFFFF;
         MapRows(src + pixels, out + pixels, imageBytes, width, height, stride, setting);
     }
-    return call.succeed(*result, SourceLockOnSuccess::Kept);
+    return checked.succeed(*result, SourceLockOnSuccess::Kept);
 }
 
 }  // namespace
 }  // namespace vx::tone
 
 extern "C" VXAPI HDIB VXCALL ColorBrightnessContrast(HDIB dib, int brightness, int contrast) {
-    return vx::tone::RunToneExport([&] { return vx::tone::Adjust(dib, brightness, contrast); });
+    return vx::RunExport(vx::tone::kToneChannel, [&] { return vx::tone::Adjust(dib, brightness, contrast); });
 }

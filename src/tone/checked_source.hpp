@@ -1,20 +1,21 @@
-// checked_source.hpp - the frame shared by the tone exports that report through the module
-// error code: ConvColorDIBtoGrayscale, ConvMonoDIBtoGrayscale, Convert8to24 and
-// ColorBrightnessContrast.
+// checked_source.hpp - CheckedSource, Stride32 and WriteGrayRamp: the source side shared by
+// the tone exports that report through the module error code: ConvColorDIBtoGrayscale,
+// ConvMonoDIBtoGrayscale, Convert8to24 and ColorBrightnessContrast.
 //
-// Each of them runs the same sequence. The module code is cleared on entry. The source handle
-// is refused when null (IMGERR_PARAMETER), when it cannot be locked (IMGERR_LOCKMEMORY) and when
-// its header is not a 40-byte BITMAPINFOHEADER (IMGERR_PARAMETER; a block too short to hold
-// one is refused the same way). Then each export makes its own checks, in its own order, each
-// with its own code; the first one that fails decides the code and the later ones are not
-// consulted. The result is allocated last (IMGERR_NOMEMORY; a new block that cannot be locked
-// is freed and gives IMGERR_LOCKMEMORY). Every failure stores its code, unlocks the source and
-// returns null; success returns the new block, leaving the source locked or not as the export
+// Each of them runs the same sequence, on the ModuleCode channel cleared on entry. The source
+// handle is refused when null (IMGERR_PARAMETER), when it cannot be locked (IMGERR_LOCKMEMORY)
+// and when its header is not a 40-byte BITMAPINFOHEADER (IMGERR_PARAMETER; a block too short
+// to hold one is refused the same way). Then each export makes its own checks, in its own
+// order, each with its own code; the first one that fails decides the code and the later ones
+// are not consulted. The result is allocated last (IMGERR_NOMEMORY; a new block that cannot be
+// locked is freed and gives IMGERR_LOCKMEMORY). Every failure unlocks the source and refuses
+// with its code; success returns the new block, leaving the source locked or not as the export
 // has always done.
 //
-// A ToneCall carries that sequence. Checks are written as plain conditions on the header
-// fields, which read as zero when the header could not be read, so a condition after a failed
-// check is harmless and ignored. Conditions never touch the block itself.
+// A CheckedSource holds the locked source, its header fields and that check sequence. Checks
+// are written as plain conditions on the header fields, which read as zero when the header
+// could not be read, so a condition after a failed check is harmless and ignored. Conditions
+// never touch the block itself.
 #pragma once
 
 #include <algorithm>
@@ -26,8 +27,8 @@
 
 #include "dib_layout.hpp"
 #include "dib_result.hpp"
-#include "errors.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 
 namespace vx::tone {
 
@@ -48,22 +49,21 @@ struct SourceHeader {
 // Whether the source stays locked when an export succeeds.
 enum class SourceLockOnSuccess { Released, Kept };
 
-class ToneCall {
+class CheckedSource {
 public:
-    explicit ToneCall(HDIB dib) {
-        SetModuleError(IMGERR_SUCCESS);
+    explicit CheckedSource(HDIB dib) {
         if (dib == nullptr) {
-            code_ = IMGERR_PARAMETER;
+            checks_.require(false, IMGERR_PARAMETER);
             return;
         }
         lock_ = BlockLock(dib);
         if (!lock_) {
-            code_ = IMGERR_LOCKMEMORY;
+            checks_.require(false, IMGERR_LOCKMEMORY);
             return;
         }
         const uint8_t* p = lock_.data();
         if (lock_.size() < kInfoHeaderSize || LoadU32(p + bih::kSize) != kInfoHeaderSize) {
-            code_ = IMGERR_PARAMETER;
+            checks_.require(false, IMGERR_PARAMETER);
             return;
         }
         header_.width = LoadI32(p + bih::kWidth);
@@ -77,26 +77,21 @@ public:
         header_.clrUsed = LoadU32(p + bih::kClrUsed);
         header_.clrImportant = LoadU32(p + bih::kClrImportant);
     }
-    ToneCall(const ToneCall&) = delete;
-    ToneCall& operator=(const ToneCall&) = delete;
+    CheckedSource(const CheckedSource&) = delete;
+    CheckedSource& operator=(const CheckedSource&) = delete;
 
     const SourceHeader& header() const { return header_; }
     const uint8_t* data() const { return lock_.data(); }
     uint64_t size() const { return lock_.size(); }
 
     // Records `code` unless an earlier check has already failed.
-    ToneCall& require(bool ok, int code) {
-        if (code_ == IMGERR_SUCCESS && !ok) code_ = code;
+    CheckedSource& require(bool ok, int code) {
+        checks_.require(ok, code);
         return *this;
     }
-    bool refused() const { return code_ != IMGERR_SUCCESS; }
-
-    // Stores the code of the first failed check, unlocks the source, returns null.
-    HDIB fail() {
-        SetModuleError(code_);
-        lock_.unlock();
-        return nullptr;
-    }
+    bool refused() const { return !checks_.passed(); }
+    // The refusal of the first failed check; the source is unlocked when this guard goes.
+    Refusal refusal() const { return checks_.refusal(); }
 
     // A zero-filled, locked result block of `bytes` (tried twice when `retry`). Empty after
     // recording IMGERR_NOMEMORY, or IMGERR_LOCKMEMORY with the block freed. Blocks are sized
@@ -132,18 +127,11 @@ public:
 private:
     BlockLock lock_;
     SourceHeader header_;
-    int code_ = IMGERR_SUCCESS;
+    CheckSequence checks_;
 };
 
-// Runs an export body built on a ToneCall; running out of memory anywhere in it stores
-// IMGERR_NOMEMORY and gives null (the source lock is released on the way out).
-template <typename Body>
-HDIB RunToneExport(Body&& body) noexcept {
-    return ExportGuard(body, [] {
-        SetModuleError(IMGERR_NOMEMORY);
-        return HDIB{nullptr};
-    });
-}
+// The channel of these exports.
+inline constexpr ModuleCode kToneChannel{.clearedOnEntry = true};
 
 // The gray ramp colour tables of the 8-bit results: entry i = (i, i, i, 0), ascending or
 // descending.

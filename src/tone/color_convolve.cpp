@@ -18,8 +18,8 @@
 // with the source's 40 header bytes and the rows straight after them: a colour-table count in a
 // 24-bit header is copied but given no room, and rows a short biSizeImage leaves no room for
 // are dropped. A kernel file shorter than its kernel is read as far as it goes, the rest of the
-// entries being 0. Every outcome goes to the caller's error word only; the module error code is
-// never touched.
+// entries being 0. Every outcome goes to the caller's error word only (a CallerWord32 set to 0
+// on entry); the module error code is never touched.
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -30,6 +30,7 @@
 #include "dib_layout.hpp"
 #include "dib_result.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "tone/kernel_filter.hpp"
 
 namespace vx::tone {
@@ -80,27 +81,26 @@ RowLoops SelectRowLoops(bool weighted) {
     return {weighted ? GrayBaseline<true> : GrayBaseline<false>, ShiftBaseline};
 }
 
-template <typename Fail>
-HDIB ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, int size, const char* kernelFile,
-                      const int16_t* kernel, Fail fail) {
-    if (dib == nullptr) return fail(IMGERR_PARAMETER);
+Outcome<HDIB> ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, int size, const char* kernelFile,
+                               const int16_t* kernel) {
+    if (dib == nullptr) return Fail(IMGERR_PARAMETER);
     BlockLock source(dib);
-    if (!source) return fail(IMGERR_LOCKMEMORY);
+    if (!source) return Fail(IMGERR_LOCKMEMORY);
     uint8_t* src = source.data();
-    if (const int code = CheckFilterHeader(src, source.size(), 24); code != IMGERR_SUCCESS) return fail(code);
+    if (const int code = CheckFilterHeader(src, source.size(), 24); code != IMGERR_SUCCESS) return Fail(code);
     const int32_t w = LoadI32(src + bih::kWidth), h = LoadI32(src + bih::kHeight);
-    if ((w & 0xFFFF) == 0 || h == 0) return fail(IMGERR_DIBSIZE);
+    if ((w & 0xFFFF) == 0 || h == 0) return Fail(IMGERR_DIBSIZE);
     // Negative sizes (top-down rows) have no defined filtering: refused like zero ones.
-    if (w < 0 || h < 0) return fail(IMGERR_DIBSIZE);
+    if (w < 0 || h < 0) return Fail(IMGERR_DIBSIZE);
     const DibLayout layout = *InspectDib(src, source.size());
-    if (!layout.holdsPixels()) return fail(IMGERR_DIBSIZE);
+    if (!layout.holdsPixels()) return Fail(IMGERR_DIBSIZE);
 
     Kernel k;
     if (const int code = PrepareKernel<int16_t>(type, size, kernelFile, kernel, k); code != IMGERR_SUCCESS)
-        return fail(code);
+        return Fail(code);
 
     const auto width = static_cast<uint64_t>(w), height = layout.rows, stride = layout.stride;
-    if (!RingFits(width, k.size)) return fail(IMGERR_NOMEMORY);
+    if (!RingFits(width, k.size)) return Fail(IMGERR_NOMEMORY);
     KernelRing ring(k, width, height);
     std::vector<uint8_t> row(static_cast<size_t>(width) * 3);
 
@@ -110,7 +110,7 @@ HDIB ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, int size, c
     if (newDib) {
         const uint64_t image = layout.sizeImage != 0 ? layout.sizeImage : stride * height;
         result = AllocateDibLike(src, kInfoHeaderSize, image, 0, /*retry=*/true);
-        if (!result) return fail(IMGERR_NOMEMORY);
+        if (!result) return Fail(IMGERR_NOMEMORY);
         dst = result->data();
         dstBytes = kInfoHeaderSize + image;
         dstPixels = kInfoHeaderSize;
@@ -135,15 +135,8 @@ HDIB ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, int size, c
 
 extern "C" VXAPI HDIB VXCALL ColorConvolution(HDIB dib, BOOL newDib, int grayMode, short type, int size,
                                               LPCSTR kernelFile, const short* kernel, DWORD* error) {
-    if (error != nullptr) *error = IMGERR_SUCCESS;
-    const auto fail = [error](int code) -> HDIB {
-        if (error != nullptr) *error = static_cast<DWORD>(code);
-        return nullptr;
-    };
-    return vx::ExportGuard(
-        [&] {
-            return vx::tone::ColorConvolveDib(dib, newDib, grayMode, type, static_cast<int16_t>(size), kernelFile,
-                                              kernel, fail);
-        },
-        [&] { return fail(IMGERR_NOMEMORY); });
+    return vx::RunExport(vx::CallerWord32{.cell = error, .onEntry = IMGERR_SUCCESS}, [&] {
+        return vx::tone::ColorConvolveDib(dib, newDib, grayMode, type, static_cast<int16_t>(size), kernelFile,
+                                          kernel);
+    });
 }

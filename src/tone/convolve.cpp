@@ -23,7 +23,8 @@
 // they are read) and everything past the block's end is dropped. A new DIB is sized as 40 +
 // the table (biClrUsed * 4, or 1024) + biSizeImage (or stride * height when 0), carries the
 // source's 40 header bytes unchanged, and drops rows that a short biSizeImage leaves no room
-// for. All outcomes go to the caller's error word, never to the module error code.
+// for. All outcomes go to the caller's error word (a CallerWord32 set to 0 on entry), never to
+// the module error code.
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -34,6 +35,7 @@
 #include "dib_layout.hpp"
 #include "dib_result.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 #include "tone/kernel_filter.hpp"
 
 namespace vx::tone {
@@ -79,25 +81,24 @@ RowLoops SelectRowLoops() {
     return {WidenBaseline, BytesBaseline};
 }
 
-template <typename Fail>
-HDIB ConvolveDib(HDIB dib, BOOL newDib, int type, int size, const char* kernelFile, const int32_t* kernel,
-                 Fail fail) {
-    if (dib == nullptr) return fail(IMGERR_PARAMETER);
+Outcome<HDIB> ConvolveDib(HDIB dib, BOOL newDib, int type, int size, const char* kernelFile,
+                          const int32_t* kernel) {
+    if (dib == nullptr) return Fail(IMGERR_PARAMETER);
     BlockLock source(dib);
-    if (!source) return fail(IMGERR_LOCKMEMORY);
+    if (!source) return Fail(IMGERR_LOCKMEMORY);
     uint8_t* src = source.data();
-    if (const int code = CheckFilterHeader(src, source.size(), 8); code != IMGERR_SUCCESS) return fail(code);
+    if (const int code = CheckFilterHeader(src, source.size(), 8); code != IMGERR_SUCCESS) return Fail(code);
     // Negative sizes (top-down rows) have no defined filtering: refused like zero ones.
-    if (LoadI32(src + bih::kWidth) <= 0 || LoadI32(src + bih::kHeight) <= 0) return fail(IMGERR_DIBSIZE);
+    if (LoadI32(src + bih::kWidth) <= 0 || LoadI32(src + bih::kHeight) <= 0) return Fail(IMGERR_DIBSIZE);
     const DibLayout layout = *InspectDib(src, source.size());
-    if (!layout.holdsPixels()) return fail(IMGERR_DIBSIZE);
+    if (!layout.holdsPixels()) return Fail(IMGERR_DIBSIZE);
 
     Kernel k;
     if (const int code = PrepareKernel<int32_t>(type, size, kernelFile, kernel, k); code != IMGERR_SUCCESS)
-        return fail(code);
+        return Fail(code);
 
     const auto width = static_cast<uint64_t>(layout.width), height = layout.rows, stride = layout.stride;
-    if (!RingFits(width, k.size)) return fail(IMGERR_NOMEMORY);
+    if (!RingFits(width, k.size)) return Fail(IMGERR_NOMEMORY);
     KernelRing ring(k, width, height);
     std::vector<uint8_t> row(static_cast<size_t>(width));
 
@@ -109,7 +110,7 @@ HDIB ConvolveDib(HDIB dib, BOOL newDib, int type, int size, const char* kernelFi
         const uint64_t table = layout.colorCount * uint64_t{4};
         const uint64_t image = layout.sizeImage != 0 ? layout.sizeImage : stride * height;
         result = AllocateDibLike(src, kInfoHeaderSize, table + image);
-        if (!result) return fail(IMGERR_NOMEMORY);
+        if (!result) return Fail(IMGERR_NOMEMORY);
         dst = result->data();
         dstBytes = kInfoHeaderSize + table + image;
         dstPixels = kInfoHeaderSize + table;
@@ -135,12 +136,6 @@ HDIB ConvolveDib(HDIB dib, BOOL newDib, int type, int size, const char* kernelFi
 
 extern "C" VXAPI HDIB VXCALL Convolve(HDIB dib, BOOL newDib, int type, int size, LPCSTR kernelFile,
                                       const int* kernel, DWORD* error) {
-    if (error != nullptr) *error = IMGERR_SUCCESS;
-    const auto fail = [error](int code) -> HDIB {
-        if (error != nullptr) *error = static_cast<DWORD>(code);
-        return nullptr;
-    };
-    return vx::ExportGuard(
-        [&] { return vx::tone::ConvolveDib(dib, newDib, type, size, kernelFile, kernel, fail); },
-        [&] { return fail(IMGERR_NOMEMORY); });
+    return vx::RunExport(vx::CallerWord32{.cell = error, .onEntry = IMGERR_SUCCESS},
+                         [&] { return vx::tone::ConvolveDib(dib, newDib, type, size, kernelFile, kernel); });
 }

@@ -77,14 +77,14 @@ void ExpandRows(const Expansion& e, const uint8_t* src, uint64_t srcBytes, uint8
     }
 }
 
-HDIB Convert(HDIB dib) {
-    ToneCall call(dib);
-    const SourceHeader& h = call.header();
+Outcome<HDIB> Convert(HDIB dib) {
+    CheckedSource checked(dib);
+    const SourceHeader& h = checked.header();
     const auto width = static_cast<int16_t>(h.width);
     const auto height = static_cast<int16_t>(h.height);
     const auto usedLow = static_cast<int16_t>(h.clrUsed);
     const int32_t colors = usedLow == 0 ? 256 : usedLow;
-    call.require(h.compression == 0, IMGERR_COMPRESSED)
+    checked.require(h.compression == 0, IMGERR_COMPRESSED)
         .require(h.bitCount != 1 && h.bitCount != 4, IMGERR_BITCOUNT)
         .require(h.bitCount != 24, kAlreadyTrueColour)
         .require(width != 0 && height != 0, IMGERR_DIBSIZE)
@@ -96,15 +96,15 @@ HDIB Convert(HDIB dib) {
     e.srcPixels = kInfoHeaderSize + 4 * static_cast<uint64_t>(colors > 0 ? colors : 0);
     e.srcStride = RowStride(static_cast<uint32_t>(e.width), h.bitCount) & 0xFFFF;
     e.outStride = RowStride(static_cast<uint32_t>(e.width), 24) & 0xFFFF;
-    call.require(e.srcPixels + e.srcStride * static_cast<uint64_t>(e.height) <= call.size(), IMGERR_DIBSIZE);
-    if (call.refused()) return call.fail();
+    checked.require(e.srcPixels + e.srcStride * static_cast<uint64_t>(e.height) <= checked.size(), IMGERR_DIBSIZE);
+    if (checked.refused()) return checked.refusal();
 
     const uint64_t sizeImage = static_cast<uint64_t>(e.height) * e.outStride;
-    std::optional<NewDib> result = call.allocate(kInfoHeaderSize + sizeImage, true);
-    if (!result) return call.fail();
+    std::optional<NewDib> result = checked.allocate(kInfoHeaderSize + sizeImage, true);
+    if (!result) return checked.refusal();
 
     uint8_t* out = result->data();
-    std::memcpy(out, call.data(), kInfoHeaderSize);
+    std::memcpy(out, checked.data(), kInfoHeaderSize);
     StoreU16(out + bih::kPlanes, 1);
     StoreU16(out + bih::kBitCount, 24);
     StoreU32(out + bih::kSizeImage, static_cast<uint32_t>(sizeImage));
@@ -112,7 +112,7 @@ HDIB Convert(HDIB dib) {
     StoreU32(out + bih::kClrImportant, 0);
 
     uint8_t table[256 * 4];
-    call.readZeroExtended(kInfoHeaderSize, sizeof table, table);
+    checked.readZeroExtended(kInfoHeaderSize, sizeof table, table);
     uint32_t colours[256];
     for (int i = 0; i < 256; ++i) {
         const uint8_t bgr0[4] = {table[4 * i], table[4 * i + 1], table[4 * i + 2], 0};
@@ -120,14 +120,14 @@ HDIB Convert(HDIB dib) {
     }
     {
         platform::WaitCursor wait;
-        ExpandRows(e, call.data(), call.size(), out, result->lock.size(), colours);
+        ExpandRows(e, checked.data(), checked.size(), out, result->lock.size(), colours);
     }
-    return call.succeed(*result, SourceLockOnSuccess::Kept);
+    return checked.succeed(*result, SourceLockOnSuccess::Kept);
 }
 
 }  // namespace
 }  // namespace vx::tone
 
 extern "C" VXAPI HDIB VXCALL Convert8to24(HDIB dib) {
-    return vx::tone::RunToneExport([&] { return vx::tone::Convert(dib); });
+    return vx::RunExport(vx::tone::kToneChannel, [&] { return vx::tone::Convert(dib); });
 }

@@ -60,15 +60,15 @@ struct Scratch {
     OwnedBlock block;
     BlockLock lock;
 };
-std::optional<Scratch> AllocateScratch(ToneCall& call, uint64_t bytes) {
+std::optional<Scratch> AllocateScratch(CheckedSource& checked, uint64_t bytes) {
     Scratch s{OwnedBlock::Allocate(bytes, GMEM_MOVEABLE), BlockLock()};
     if (!s.block) {
-        call.require(false, IMGERR_NOMEMORY);
+        checked.require(false, IMGERR_NOMEMORY);
         return std::nullopt;
     }
     s.lock = BlockLock(s.block.get());
     if (!s.lock) {
-        call.require(false, IMGERR_LOCKMEMORY);
+        checked.require(false, IMGERR_LOCKMEMORY);
         return std::nullopt;
     }
     return s;
@@ -76,12 +76,12 @@ std::optional<Scratch> AllocateScratch(ToneCall& call, uint64_t bytes) {
 
 // Renders a 1-bit source into a result whose header and table are written. False after
 // recording the code of a scratch block that cannot be had.
-bool RenderInto(ToneCall& call, const MonoSource& source, int mode, NewDib& result, uint64_t pixelOffset,
+bool RenderInto(CheckedSource& checked, const MonoSource& source, int mode, NewDib& result, uint64_t pixelOffset,
                 uint64_t stride) {
     const int effective = EffectiveMonoMode(mode, static_cast<int64_t>(source.height));
     std::optional<Scratch> scratch;
     if (const uint64_t bytes = MonoScratchBytes(effective, source.width); bytes != 0) {
-        scratch = AllocateScratch(call, bytes);
+        scratch = AllocateScratch(checked, bytes);
         if (!scratch) return false;
     }
     const GrayTarget target{result.data(), result.lock.size(), pixelOffset, stride};
@@ -92,10 +92,10 @@ bool RenderInto(ToneCall& call, const MonoSource& source, int mode, NewDib& resu
 
 constexpr bool ConvertsToGray(uint32_t bits) { return bits == 1 || bits == 4 || bits == 8 || bits == 24; }
 
-HDIB ConvertColor(HDIB dib, int monoMode, bool weighted) {
-    ToneCall call(dib);
-    const SourceHeader& h = call.header();
-    call.require(h.compression == 0, IMGERR_COMPRESSED)
+Outcome<HDIB> ConvertColor(HDIB dib, int monoMode, bool weighted) {
+    CheckedSource checked(dib);
+    const SourceHeader& h = checked.header();
+    checked.require(h.compression == 0, IMGERR_COMPRESSED)
         .require(h.width != 0, IMGERR_DIBSIZE)
         .require(h.height != 0, IMGERR_DIBSIZE)
         .require(h.bitCount != 1 || IsMonoMode(monoMode), IMGERR_PARAMETER)
@@ -108,21 +108,21 @@ HDIB ConvertColor(HDIB dib, int monoMode, bool weighted) {
     const uint64_t colors = h.clrUsed != 0 ? h.clrUsed : ColorCountForDepth(bits);
     const uint64_t srcPixels = kInfoHeaderSize + 4 * colors;
     const std::optional<uint64_t> srcStride = Stride32(width, bits);
-    call.require(srcStride && srcPixels + *srcStride * height <= call.size(), IMGERR_DIBSIZE);
+    checked.require(srcStride && srcPixels + *srcStride * height <= checked.size(), IMGERR_DIBSIZE);
 
     const uint32_t outBits = bits == 4 ? 4 : 8;
     const uint64_t outColors = bits == 4 ? 16 : 256;
     const uint64_t outPixels = kInfoHeaderSize + 4 * outColors;
     const std::optional<uint64_t> outStride = Stride32(width, outBits);
     const uint64_t sizeImage = outStride.value_or(0) * height;
-    call.require(outStride && sizeImage <= kMaxBlockBytes, IMGERR_NOMEMORY);
-    if (call.refused()) return call.fail();
+    checked.require(outStride && sizeImage <= kMaxBlockBytes, IMGERR_NOMEMORY);
+    if (checked.refused()) return checked.refusal();
 
     const uint64_t slack = bits == 1 || bits == 24 ? RenderSlack(width) : 0;
-    std::optional<NewDib> result = call.allocate(outPixels + sizeImage + slack, false);
-    if (!result) return call.fail();
+    std::optional<NewDib> result = checked.allocate(outPixels + sizeImage + slack, false);
+    if (!result) return checked.refusal();
 
-    const uint8_t* src = call.data();
+    const uint8_t* src = checked.data();
     uint8_t* out = result->data();
     std::memcpy(out, src, kInfoHeaderSize);
     StoreU16(out + bih::kBitCount, static_cast<uint16_t>(outBits));
@@ -144,18 +144,18 @@ HDIB ConvertColor(HDIB dib, int monoMode, bool weighted) {
                      height);
         } else {
             WriteGrayRamp(out + kInfoHeaderSize, false);
-            const MonoSource mono{src, call.size(), srcPixels, *srcStride, width, height, false};
-            rendered = RenderInto(call, mono, monoMode, *result, outPixels, *outStride);
+            const MonoSource mono{src, checked.size(), srcPixels, *srcStride, width, height, false};
+            rendered = RenderInto(checked, mono, monoMode, *result, outPixels, *outStride);
         }
     });
-    if (!rendered) return call.fail();
-    return call.succeed(*result, SourceLockOnSuccess::Kept);
+    if (!rendered) return checked.refusal();
+    return checked.succeed(*result, SourceLockOnSuccess::Kept);
 }
 
-HDIB ConvertMono(HDIB dib, int mode) {
-    ToneCall call(dib);
-    const SourceHeader& h = call.header();
-    call.require(h.planes == 1 && h.bitCount == 1 && h.compression == 0, IMGERR_COMPRESSED)
+Outcome<HDIB> ConvertMono(HDIB dib, int mode) {
+    CheckedSource checked(dib);
+    const SourceHeader& h = checked.header();
+    checked.require(h.planes == 1 && h.bitCount == 1 && h.compression == 0, IMGERR_COMPRESSED)
         .require(h.width != 0 && h.height != 0, IMGERR_DIBSIZE)
         .require(IsMonoMode(mode), IMGERR_PARAMETER)
         .require(h.width > 0 && h.height > 0, IMGERR_DIBSIZE);
@@ -164,16 +164,16 @@ HDIB ConvertMono(HDIB dib, int mode) {
     const uint64_t height = h.height > 0 ? static_cast<uint64_t>(h.height) : 0;
     const uint64_t colors = h.clrUsed != 0 ? h.clrUsed : 2;
     const uint64_t srcStride = RowStride64(width, 1);
-    call.require(kInfoHeaderSize + 4 * colors + srcStride * height <= call.size(), IMGERR_DIBSIZE);
+    checked.require(kInfoHeaderSize + 4 * colors + srcStride * height <= checked.size(), IMGERR_DIBSIZE);
 
     const std::optional<uint64_t> outStride = Stride32(width, 8);
     const uint64_t sizeImage = outStride.value_or(0) * height;
-    call.require(outStride && sizeImage <= kMaxBlockBytes, IMGERR_NOMEMORY);
-    if (call.refused()) return call.fail();
+    checked.require(outStride && sizeImage <= kMaxBlockBytes, IMGERR_NOMEMORY);
+    if (checked.refused()) return checked.refusal();
 
     constexpr uint64_t kOutPixels = kInfoHeaderSize + 4 * 256;
-    std::optional<NewDib> result = call.allocate(kOutPixels + sizeImage + RenderSlack(width), false);
-    if (!result) return call.fail();
+    std::optional<NewDib> result = checked.allocate(kOutPixels + sizeImage + RenderSlack(width), false);
+    if (!result) return checked.refusal();
 
     uint8_t* out = result->data();
     WriteInfoHeader(out, {.width = h.width,
@@ -187,12 +187,12 @@ HDIB ConvertMono(HDIB dib, int mode) {
     // The pixels follow a two-entry table; the darker entry is the one counted.
     constexpr uint64_t kMonoPixels = kInfoHeaderSize + 8;
     uint8_t table[8];
-    call.readZeroExtended(kInfoHeaderSize, sizeof table, table);
+    checked.readZeroExtended(kInfoHeaderSize, sizeof table, table);
     const uint32_t dark0 = uint32_t{table[0]} * table[1] * table[2];
     const uint32_t dark1 = uint32_t{table[4]} * table[5] * table[6];
-    const MonoSource mono{call.data(), call.size(), kMonoPixels, srcStride, width, height, dark0 < dark1};
-    if (!RenderInto(call, mono, mode, *result, kOutPixels, *outStride)) return call.fail();
-    return call.succeed(*result, SourceLockOnSuccess::Released);
+    const MonoSource mono{checked.data(), checked.size(), kMonoPixels, srcStride, width, height, dark0 < dark1};
+    if (!RenderInto(checked, mono, mode, *result, kOutPixels, *outStride)) return checked.refusal();
+    return checked.succeed(*result, SourceLockOnSuccess::Released);
 }
 
 }  // namespace
@@ -201,11 +201,12 @@ HDIB ConvertMono(HDIB dib, int mode) {
 extern "C" {
 
 VXAPI HDIB VXCALL ConvColorDIBtoGrayscale(HDIB dib, int monoMode, BOOL weighted) {
-    return vx::tone::RunToneExport([&] { return vx::tone::ConvertColor(dib, monoMode, weighted != 0); });
+    return vx::RunExport(vx::tone::kToneChannel,
+                         [&] { return vx::tone::ConvertColor(dib, monoMode, weighted != 0); });
 }
 
 VXAPI HDIB VXCALL ConvMonoDIBtoGrayscale(HDIB dib, int mode) {
-    return vx::tone::RunToneExport([&] { return vx::tone::ConvertMono(dib, mode); });
+    return vx::RunExport(vx::tone::kToneChannel, [&] { return vx::tone::ConvertMono(dib, mode); });
 }
 
 }  // extern "C"

@@ -44,8 +44,8 @@
 // biClrUsed and biSizeImage (or stride x biHeight); pixels that fall beyond a block sized
 // smaller are dropped.
 //
-// Errors go to the caller's error word only, never to the module code: 0 on entry, the code of
-// the first failed check on failure. Checks follow the documented order; the additions that
+// Errors go to the caller's error word only (a CallerWord32), never to the module code: 0 on
+// entry, the code of the first failed check on failure. Checks follow the documented order; the additions that
 // keep bad input from faulting (short blocks, a null origin, rows too wide for 32-bit
 // arithmetic) sit where the data they guard is first needed.
 #include "tone/histogram_lut.hpp"
@@ -60,6 +60,7 @@
 #include "dib_layout.hpp"
 #include "dib_result.hpp"
 #include "guards.hpp"
+#include "outcome.hpp"
 
 // The table arithmetic is IEEE double, operation by operation. 32-bit x86 builds would
 // otherwise evaluate it on the x87 stack in extended precision and round differently.
@@ -221,33 +222,31 @@ void UpdateByStrips(const WindowReader& reader, const EightBitImage& image, int6
     g_state.originY = static_cast<int32_t>(y0);
 }
 
-template <typename Fail>
-HGLOBAL CreateHistogram(Fail fail) {
+Outcome<HGLOBAL> CreateHistogram() {
     OwnedBlock block = OwnedBlock::Allocate(kHistogramBytes);
-    if (!block) return fail(IMGERR_NOMEMORY);
-    if (!BlockLock(block.get())) return fail(IMGERR_LOCKMEMORY);  // freed by the guard
+    if (!block) return Fail(IMGERR_NOMEMORY);
+    if (!BlockLock(block.get())) return Fail(IMGERR_LOCKMEMORY);  // freed by the guard
     g_state.histogramBytes = kHistogramBytes;
     g_state.originX = -kWindow;
     g_state.originY = -kWindow;
     return block.release();
 }
 
-template <typename Fail>
-HGLOBAL UpdateHistogram(HDIB dib, HGLOBAL hist, const int* origin, Fail fail) {
-    if (hist == nullptr || dib == nullptr) return fail(IMGERR_PARAMETER);
+Outcome<HGLOBAL> UpdateHistogram(HDIB dib, HGLOBAL hist, const int* origin) {
+    if (hist == nullptr || dib == nullptr) return Fail(IMGERR_PARAMETER);
     BlockLock source(dib);
-    if (!source) return fail(IMGERR_LOCKMEMORY);
+    if (!source) return Fail(IMGERR_LOCKMEMORY);
     EightBitImage image;
-    if (const DWORD code = CheckEightBit(source, image)) return fail(code);
-    if (origin == nullptr) return fail(IMGERR_PARAMETER);
+    if (const DWORD code = CheckEightBit(source, image)) return Fail(static_cast<int>(code));
+    if (origin == nullptr) return Fail(IMGERR_PARAMETER);
 
     const int64_t x0 = PlaceWindow(origin[0], image.width);
     const int64_t y0 = PlaceWindow(origin[1], image.height);
     if (x0 == g_state.originX && y0 == g_state.originY) return hist;
 
     BlockLock table(hist);
-    if (!table) return fail(IMGERR_LOCKMEMORY);
-    if (table.size() < kHistogramBytes) return fail(IMGERR_PARAMETER);
+    if (!table) return Fail(IMGERR_LOCKMEMORY);
+    if (table.size() < kHistogramBytes) return Fail(IMGERR_PARAMETER);
     Counts counts;
     std::memcpy(counts.data(), table.data(), kHistogramBytes);
     const WindowReader reader(image);
@@ -286,32 +285,30 @@ void FillToneTable(uint8_t* lut, uint32_t length, uint8_t mean, int32_t contrast
     }
 }
 
-template <typename Fail>
-HGLOBAL CreateLut(Fail fail) {
+Outcome<HGLOBAL> CreateLut() {
     OwnedBlock block = OwnedBlock::Allocate(kLutBytes);
-    if (!block) return fail(IMGERR_NOMEMORY);
+    if (!block) return Fail(IMGERR_NOMEMORY);
     BlockLock lock(block.get());
-    if (!lock) return fail(IMGERR_LOCKMEMORY);
+    if (!lock) return Fail(IMGERR_LOCKMEMORY);
     for (uint32_t i = 0; i < kLutBytes; ++i) lock.data()[i] = static_cast<uint8_t>(i);
     g_state.lutLength = kLutBytes;
     lock.unlock();
     return block.release();
 }
 
-template <typename Fail>
-HGLOBAL ComputeLut(HGLOBAL hist, HGLOBAL lut, int contrast, int brightness, Fail fail) {
-    if (lut == nullptr) return fail(IMGERR_PARAMETER);
+Outcome<HGLOBAL> ComputeLut(HGLOBAL hist, HGLOBAL lut, int contrast, int brightness) {
+    if (lut == nullptr) return Fail(IMGERR_PARAMETER);
     uint8_t mean = 128;
     if (hist != nullptr) {
         const BlockLock counts(hist);
         if (counts) {
-            if (counts.size() < kHistogramBytes) return fail(IMGERR_PARAMETER);
+            if (counts.size() < kHistogramBytes) return Fail(IMGERR_PARAMETER);
             mean = MeanLevel(counts.data());
         }
     }
     BlockLock table(lut);
-    if (!table) return fail(IMGERR_LOCKMEMORY);
-    if (table.size() < g_state.lutLength) return fail(IMGERR_PARAMETER);
+    if (!table) return Fail(IMGERR_LOCKMEMORY);
+    if (table.size() < g_state.lutLength) return Fail(IMGERR_PARAMETER);
     FillToneTable(table.data(), g_state.lutLength, mean, contrast, brightness);
     return lut;
 }
@@ -350,32 +347,31 @@ void StoreClipped(uint8_t* block, uint64_t size, uint64_t at, const uint8_t* byt
     std::memcpy(block + at, bytes, std::min(n, size - at));
 }
 
-template <typename Fail>
-HDIB ApplyTable(HDIB dib, HGLOBAL lut, bool newDib, Fail fail) {
-    if (dib == nullptr || lut == nullptr) return fail(IMGERR_PARAMETER);
+Outcome<HDIB> ApplyTable(HDIB dib, HGLOBAL lut, bool newDib) {
+    if (dib == nullptr || lut == nullptr) return Fail(IMGERR_PARAMETER);
     BlockLock source(dib);
-    if (!source) return fail(IMGERR_LOCKMEMORY);
+    if (!source) return Fail(IMGERR_LOCKMEMORY);
     EightBitImage image;
-    if (const DWORD code = CheckEightBit(source, image)) return fail(code);
+    if (const DWORD code = CheckEightBit(source, image)) return Fail(static_cast<int>(code));
     BlockLock table(lut);
-    if (!table) return fail(IMGERR_LOCKMEMORY);
-    if (table.size() < kLutBytes) return fail(IMGERR_PARAMETER);
+    if (!table) return Fail(IMGERR_LOCKMEMORY);
+    if (table.size() < kLutBytes) return Fail(IMGERR_PARAMETER);
 
     OwnedBlock result;
     BlockLock resultLock;
     if (newDib) {
         const uint32_t bytes = NewDibBytes(source.data());
         // No 32-bit process can hold a block of 2 GiB; such a size only comes from wrapping.
-        if (bytes > INT32_MAX) return fail(IMGERR_NOMEMORY);
+        if (bytes > INT32_MAX) return Fail(IMGERR_NOMEMORY);
         result = AllocateRetrying(bytes);
-        if (!result) return fail(IMGERR_NOMEMORY);
+        if (!result) return Fail(IMGERR_NOMEMORY);
         resultLock = BlockLock(result.get());
-        if (!resultLock) return fail(IMGERR_LOCKMEMORY);
+        if (!resultLock) return Fail(IMGERR_LOCKMEMORY);
     }
     const OwnedBlock mapBlock = AllocateRetrying(kMapBytes);
-    if (!mapBlock) return fail(IMGERR_NOMEMORY);
+    if (!mapBlock) return Fail(IMGERR_NOMEMORY);
     const BlockLock mapLock(mapBlock.get());
-    if (!mapLock) return fail(IMGERR_LOCKMEMORY);
+    if (!mapLock) return Fail(IMGERR_LOCKMEMORY);
 
     // The level map, from all 256 colour-table entries (bytes beyond the block read as 0).
     uint8_t* map = mapLock.data();
@@ -417,53 +413,32 @@ void ResetTableState() { g_state = TableState{}; }
 
 }  // namespace vx::tone
 
-namespace {
-
-// The failure path of the family: the code goes to the caller's error word (when there is
-// one), the result is null.
-auto FailInto(DWORD* error) {
-    return [error](DWORD code) -> HGLOBAL {
-        if (error != nullptr) *error = code;
-        return nullptr;
-    };
-}
-
-}  // namespace
+using namespace vx;
 
 extern "C" VXAPI HGLOBAL VXCALL ComputeHistogram(HDIB dib, int mode, HGLOBAL hHist, int* origin, DWORD* error) {
-    if (error != nullptr) *error = IMGERR_SUCCESS;
-    const auto fail = FailInto(error);
-    return vx::ExportGuard(
-        [&]() -> HGLOBAL {
-            switch (mode) {
-            case TABLE_CREATE: return vx::tone::CreateHistogram(fail);
-            case TABLE_COMPUTE: return vx::tone::UpdateHistogram(dib, hHist, origin, fail);
-            case TABLE_FREE: GlobalFree(hHist); return nullptr;
-            default: return nullptr;
-            }
-        },
-        [&] { return fail(IMGERR_NOMEMORY); });
+    return RunExport(CallerWord32{.cell = error, .onEntry = IMGERR_SUCCESS}, [&]() -> Outcome<HGLOBAL> {
+        switch (mode) {
+        case TABLE_CREATE: return tone::CreateHistogram();
+        case TABLE_COMPUTE: return tone::UpdateHistogram(dib, hHist, origin);
+        case TABLE_FREE: GlobalFree(hHist); return nullptr;
+        default: return nullptr;
+        }
+    });
 }
 
 extern "C" VXAPI HGLOBAL VXCALL ComputeLUT(HGLOBAL hHist, int mode, HGLOBAL hLut, int contrast, int brightness,
                                            DWORD* error) {
-    if (error != nullptr) *error = IMGERR_SUCCESS;
-    const auto fail = FailInto(error);
-    return vx::ExportGuard(
-        [&]() -> HGLOBAL {
-            switch (mode) {
-            case TABLE_CREATE: return vx::tone::CreateLut(fail);
-            case TABLE_COMPUTE: return vx::tone::ComputeLut(hHist, hLut, contrast, brightness, fail);
-            case TABLE_FREE: GlobalFree(hLut); return hLut;
-            default: return nullptr;
-            }
-        },
-        [&] { return fail(IMGERR_NOMEMORY); });
+    return RunExport(CallerWord32{.cell = error, .onEntry = IMGERR_SUCCESS}, [&]() -> Outcome<HGLOBAL> {
+        switch (mode) {
+        case TABLE_CREATE: return tone::CreateLut();
+        case TABLE_COMPUTE: return tone::ComputeLut(hHist, hLut, contrast, brightness);
+        case TABLE_FREE: GlobalFree(hLut); return hLut;
+        default: return nullptr;
+        }
+    });
 }
 
 extern "C" VXAPI HDIB VXCALL ApplyLUT(HDIB dib, HGLOBAL hLut, BOOL newDib, DWORD* error) {
-    if (error != nullptr) *error = IMGERR_SUCCESS;
-    const auto fail = FailInto(error);
-    return vx::ExportGuard([&] { return vx::tone::ApplyTable(dib, hLut, newDib != 0, fail); },
-                           [&] { return fail(IMGERR_NOMEMORY); });
+    return RunExport(CallerWord32{.cell = error, .onEntry = IMGERR_SUCCESS},
+                     [&] { return tone::ApplyTable(dib, hLut, newDib != 0); });
 }

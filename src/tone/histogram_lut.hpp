@@ -1,4 +1,4 @@
-// histogram_lut.hpp - internals of the histogram and tone-table family shared with its tests.
+// histogram_lut.hpp - ResetTableState: internals of the histogram and tone-table family shared with its tests.
 #pragma once
 
 namespace vx::tone {

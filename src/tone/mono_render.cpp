@@ -1,4 +1,4 @@
-// mono_render.cpp - the three renderings of a 1-bit image as 8-bit gray.
+// mono_render.cpp - MonoScratchBytes and RenderMono: the three renderings of a 1-bit image as 8-bit gray.
 //
 // The counted pixels (the 1-bits, or the 0-bits when the caller asks for the complement) are
 // rendered in one of three ways:

@@ -1,4 +1,5 @@
-// mono_render.hpp - 1-bit images rendered as 8-bit gray, shared by ConvColorDIBtoGrayscale and
+// mono_render.hpp - MonoSource, GrayTarget, the mono modes, MonoScratchBytes and RenderMono:
+// 1-bit images rendered as 8-bit gray, shared by ConvColorDIBtoGrayscale and
 // ConvMonoDIBtoGrayscale. See mono_render.cpp for the method.
 #pragma once
 
