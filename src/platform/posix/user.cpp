@@ -1,7 +1,10 @@
-// user.cpp - the windowing calls the library makes, for a platform without a screen.
+// user.cpp - the windowing calls the library makes, for a platform without a screen:
+// VexoraSetMessageSink, MessageBoxA, GetVersion, and the wait cursor and active-window context
+// of platform.hpp.
 //
 // Message boxes go to a message sink that a host may replace (a GUI toolkit's dialog, a log);
 // the default writes one line "caption: text" to standard error. The wait cursor does nothing.
+// There is no active window, so the metafile writers are given a null context.
 #include <cstdio>
 #include <mutex>
 
@@ -33,6 +36,8 @@ SinkState& Sink() {
 namespace vx::platform {
 WaitCursor::WaitCursor() = default;
 WaitCursor::~WaitCursor() = default;
+ActiveWindowDC::ActiveWindowDC() = default;
+ActiveWindowDC::~ActiveWindowDC() = default;
 }  // namespace vx::platform
 
 extern "C" {

@@ -1,0 +1,19 @@
+// metafile_bridge.cpp - LoadMetaFileIntoBitmap, SaveBitmapIntoMetaFile and
+// SaveBitmapIntoEnhMetaFile before the device bitmaps they draw through exist: the reader
+// refuses with IMGERR_FILEFORMAT, the writers answer 0 (see metafile_bridge.hpp).
+#include "formats/metafile_bridge.hpp"
+
+#include "errors.hpp"
+
+namespace vx::formats {
+
+HBITMAP LoadMetaFileIntoBitmap(LPCSTR /*fileName*/) {
+    SetModuleError(IMGERR_FILEFORMAT);
+    return nullptr;
+}
+
+int SaveBitmapIntoMetaFile(HDC /*dc*/, HBITMAP /*bitmap*/, LPCSTR /*fileName*/) { return 0; }
+
+int SaveBitmapIntoEnhMetaFile(HDC /*dc*/, HBITMAP /*bitmap*/, LPCSTR /*fileName*/) { return 0; }
+
+}  // namespace vx::formats
