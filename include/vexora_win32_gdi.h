@@ -49,7 +49,6 @@ typedef struct tagLOGPALETTE {
 #define GetBValue(rgb) ((BYTE)((rgb) >> 16))
 #define CLR_INVALID 0xFFFFFFFF
 
-
 /* What GetObjectType answers for each kind of object; 0 for a handle that is not one. */
 #define OBJ_PEN 1
 #define OBJ_BRUSH 2
