@@ -40,10 +40,10 @@ VXPLATFORMAPI VXMESSAGESINK VexoraSetMessageSink(VXMESSAGESINK sink, void *conte
 VXPLATFORMAPI int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT style);
 
 /*
- * Device contexts of windows. GetDC(NULL) gives a context of the screen: a 32-bit true-colour
- * device with the default palette selected. ReleaseDC gives it back (1) to a small cache, so
- * the handle stays a DC and a later GetDC may return it again; releasing a context that is not
- * out of the cache answers 0. GetDC of any other window answers NULL: there are no windows.
+ * Device contexts of windows. GetDC(NULL) gives a context of the screen, the default palette
+ * selected. ReleaseDC gives it back (1) to a cache, so the handle stays a DC and a later GetDC
+ * may lend it out again; releasing a context that is not lent out answers 0. GetDC of any
+ * other window answers NULL: there are no windows yet.
  */
 VXPLATFORMAPI HDC GetDC(HWND window);
 VXPLATFORMAPI int ReleaseDC(HWND window, HDC dc);

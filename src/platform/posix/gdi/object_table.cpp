@@ -85,7 +85,8 @@ using vx::posix::gdi::Objects;
 extern "C" {
 
 VXPLATFORMAPI DWORD GetObjectType(HGDIOBJ handle) {
-    const auto* object = Objects().find(handle);
+    auto objects = Objects();
+    const vx::posix::gdi::GdiObject* object = objects.find(handle);
     return object != nullptr ? static_cast<DWORD>(object->kind()) : 0;
 }
 
