@@ -24,55 +24,20 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(_WIN32)
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
-
 #include "vexora.h"
 
 #include "dib_layout.hpp"
 #include "formats/format_modules.hpp"
+#include "formats/metafile_bridge.hpp"
 #include "guards.hpp"
 #include "outcome.hpp"
+#include "platform/platform.hpp"
 
 namespace vx::formats {
 
 namespace {
 
 constexpr UINT kProbeBytes = 512;
-
-// The metafile reader and writers draw through device bitmaps, which come with the bridge to
-// the graphics interface; until then they answer failure. The reader reports
-// IMGERR_FILEFORMAT: the file is a metafile, which this build cannot read.
-HBITMAP LoadMetaFileIntoBitmap(LPCSTR /*fileName*/) {
-    return RunExport(ModuleCode{}, []() -> Outcome<HBITMAP> { return Fail(IMGERR_FILEFORMAT); });
-}
-int SaveBitmapIntoMetaFile(HDC /*dc*/, HBITMAP /*bitmap*/, LPCSTR /*fileName*/) { return 0; }
-int SaveBitmapIntoEnhMetaFile(HDC /*dc*/, HBITMAP /*bitmap*/, LPCSTR /*fileName*/) { return 0; }
-
-// The device context of the active window, which the metafile writers are given.
-class ActiveWindowDC {
-public:
-#if defined(_WIN32)
-    ActiveWindowDC() : window_(GetActiveWindow()), dc_(GetDC(window_)) {}
-    ~ActiveWindowDC() {
-        if (dc_ != nullptr) ReleaseDC(window_, dc_);
-    }
-#else
-    ActiveWindowDC() = default;  // no screen: the writers get a null context
-#endif
-    ActiveWindowDC(const ActiveWindowDC&) = delete;
-    ActiveWindowDC& operator=(const ActiveWindowDC&) = delete;
-    HDC get() const { return dc_; }
-
-private:
-#if defined(_WIN32)
-    HWND window_;
-#endif
-    HDC dc_ = nullptr;
-};
 
 bool NameEndsInTga(const char* fileName) {
     if (fileName == nullptr) return false;
@@ -117,15 +82,6 @@ int SaveThroughBitmap(HDIB dib, Writer&& write) {
     return result;
 }
 
-bool FileExists(LPCSTR fileName) {
-    if (fileName == nullptr) return false;
-#if defined(_WIN32)
-    return _access(fileName, 0) == 0;
-#else
-    return access(fileName, F_OK) == 0;
-#endif
-}
-
 // Every loader reports for itself; a format the library cannot load is refused with
 // IMGERR_FILEFORMAT, which *status receives too (as 9).
 Outcome<HDIB> LoadImage(LPCSTR fileName, int page, int* status) {
@@ -153,7 +109,7 @@ int SaveImage(LPCSTR fileName, HDIB dib, int format, int option, int param) {
     case FMT_TIFF: return CallModule<SaveTiffFn>(kSaveTiff, fileName, dib, param, 1);
     case FMT_PCX: return CallModule<SaveParamAddressFn>(kSavePcx, fileName, dib, &copy);
     case FMT_DCX:
-        if (!FileExists(fileName)) CallModule<MakeDcxFn>(kMakeDcx, fileName, &copy);
+        if (!platform::FileExists(fileName)) CallModule<MakeDcxFn>(kMakeDcx, fileName, &copy);
         return CallModule<SaveParamAddressFn>(kSaveDcx, fileName, dib, &copy);
     case FMT_GIF: return CallModule<SaveGifFn>(kSaveGif, fileName, dib, option, &copy);
     case FMT_TGA: return CallModule<SaveTgaFn>(kSaveTga, fileName, dib, param != 0 ? 1 : 0, 1);
@@ -163,7 +119,7 @@ int SaveImage(LPCSTR fileName, HDIB dib, int format, int option, int param) {
     case FMT_WMF:
     case FMT_EMF:
         return SaveThroughBitmap(dib, [&](HBITMAP bitmap) {
-            const ActiveWindowDC dc;
+            const platform::ActiveWindowDC dc;
             return format == FMT_WMF ? SaveBitmapIntoMetaFile(dc.get(), bitmap, fileName)
                                      : SaveBitmapIntoEnhMetaFile(dc.get(), bitmap, fileName);
         });

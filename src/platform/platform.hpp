@@ -1,7 +1,9 @@
-// platform.hpp - the few platform services the core uses that are not plain Win32 calls of
-// the same name on every platform. Win32 names the library calls directly (GlobalAlloc,
-// _lread, MessageBoxA, CreatePalette, ...) are the real API on Windows and the POSIX backend's
-// own implementations on Linux.
+// platform.hpp - the few platform services the library uses that are not plain Win32 calls of
+// the same name on every platform: WaitCursor, Module (a format module loaded by file name),
+// ActiveWindowDC (the context the metafile writers draw for) and FileExists. Win32 names the
+// library calls directly (GlobalAlloc, _lread, MessageBoxA, CreatePalette, ...) are the real
+// API on Windows and the POSIX backend's own implementations on Linux; each service here has
+// one implementation under win32/ and one under posix/.
 #pragma once
 
 #include "vexora_win32.h"
@@ -55,5 +57,24 @@ private:
     void* handle_ = nullptr;
     int loadResult_ = 0;
 };
+
+// The device context of the active window for the lifetime of the guard (GetActiveWindow,
+// GetDC, ReleaseDC on Windows, where no active window gives the screen's). Without a screen
+// the context is null.
+class ActiveWindowDC {
+public:
+    ActiveWindowDC();
+    ~ActiveWindowDC();
+    ActiveWindowDC(const ActiveWindowDC&) = delete;
+    ActiveWindowDC& operator=(const ActiveWindowDC&) = delete;
+    HDC get() const { return dc_; }
+
+private:
+    [[maybe_unused]] HWND window_ = nullptr;  // the window the context belongs to (Windows)
+    HDC dc_ = nullptr;
+};
+
+// Whether a file of this name exists (the C runtime's access check); false for null.
+bool FileExists(const char* fileName);
 
 }  // namespace vx::platform

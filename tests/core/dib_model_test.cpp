@@ -2,7 +2,7 @@
 // attach/detach logic of the module entry point.
 #include <gtest/gtest.h>
 
-#include "core/library.hpp"
+#include "library.hpp"
 #include "dib_builder.hpp"
 
 using namespace vxtest;

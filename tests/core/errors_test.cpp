@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/errors.hpp"
+#include "errors.hpp"
 #include "vexora.h"
 
 namespace {

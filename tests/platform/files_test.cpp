@@ -1,4 +1,4 @@
-// The compatibility file calls, and the nearest-colour look-up in logical palettes.
+// The compatibility file calls.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -43,22 +43,4 @@ TEST(FileCalls, OpenFileFillsTheRecordAndReportsMissingFiles) {
     f = OpenFile(present.c_str(), &info, OF_CREATE | OF_READWRITE);  // creating truncates
     EXPECT_EQ(FileLength(f), 0u);
     _lclose(f);
-}
-
-TEST(Palettes, NearestIndexIsTheLeastSquaredDistanceLowestIndexFirst) {
-    const PALETTEENTRY colours[] = {{200, 200, 200, 0}, {10, 0, 0, 0},   {6, 6, 0, 0},     {0, 5, 0, 0},
-                                    {5, 0, 0, 0},       {54, 50, 50, 0}, {52, 52, 52, 0}, {0, 0, 120, 0}};
-    std::vector<uint8_t> storage(4 + sizeof colours);
-    auto* logical = reinterpret_cast<LOGPALETTE*>(storage.data());
-    *logical = {0x300, 8, {}};
-    std::memcpy(logical->palPalEntry, colours, sizeof colours);
-    HPALETTE palette = CreatePalette(logical);
-    const struct { COLORREF colour; UINT index; } cases[] = {
-        {RGB(0, 0, 0), 3},        // 3 and 4 tie: the lower index wins
-        {RGB(50, 50, 50), 6},     // 3 * 2 * 2 = 12 beats 4 * 4 = 16, though 6 > 4 summed
-        {RGB(0, 0, 118), 7},      // blue is the third byte of a COLORREF
-        {RGB(255, 255, 255), 0},
-    };
-    for (const auto& c : cases) EXPECT_EQ(GetNearestPaletteIndex(palette, c.colour), c.index) << c.colour;
-    EXPECT_TRUE(DeleteObject(palette));
 }

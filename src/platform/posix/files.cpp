@@ -1,4 +1,5 @@
-// files.cpp - the Win32 compatibility file calls over POSIX descriptors.
+// files.cpp - the Win32 compatibility file calls over POSIX descriptors (_lopen, _lcreat,
+// _lread, _hread, _lwrite, _hwrite, _llseek, _lclose, OpenFile), and platform::FileExists.
 //
 // An HFILE is a file descriptor. The calls keep their Win32 results: HFILE_ERROR (-1) for a
 // failure, byte counts for reads and writes (reads stop short only at end of file), the new
@@ -15,6 +16,8 @@
 #include <cstring>
 
 #include "vexora_win32.h"
+
+#include "platform/platform.hpp"
 
 namespace {
 
@@ -93,6 +96,12 @@ void FillPathName(OFSTRUCT* info, const char* path) {
 }
 
 }  // namespace
+
+namespace vx::platform {
+
+bool FileExists(const char* fileName) { return fileName != nullptr && access(fileName, F_OK) == 0; }
+
+}  // namespace vx::platform
 
 extern "C" {
 

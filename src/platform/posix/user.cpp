@@ -1,8 +1,11 @@
-// user.cpp - the windowing calls the library makes, for a platform without a screen.
+// user.cpp - the windowing calls the library makes, for a platform without a screen:
+// VexoraSetMessageSink, MessageBoxA, GetVersion, and the wait cursor and active-window context
+// of platform.hpp.
 //
 // MessageBoxA goes to the library's message sink (message_sink.cpp), like the library's own
 // messages; without a sink the box is one line "caption: text" on standard error. The wait
 // cursor does nothing.
+// There is no active window, so the metafile writers are given a null context.
 #include <cstdio>
 
 #include "vexora_win32.h"
@@ -19,7 +22,8 @@ int SystemMessageBox(const char* text, const char* caption, UINT /*style*/) {
 
 WaitCursor::WaitCursor() = default;
 WaitCursor::~WaitCursor() = default;
-
+ActiveWindowDC::ActiveWindowDC() = default;
+ActiveWindowDC::~ActiveWindowDC() = default;
 }  // namespace vx::platform
 
 extern "C" {

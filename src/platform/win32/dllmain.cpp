@@ -2,7 +2,7 @@
 // core (LibraryEntry) so that it is the same code everywhere it is tested.
 #include <windows.h>
 
-#include "core/library.hpp"
+#include "library.hpp"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID /*reserved*/) {
     return vx::LibraryEntry(instance, reason, GetVersion());

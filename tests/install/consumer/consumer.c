@@ -1,4 +1,5 @@
-/* A program written against the installed headers and library, in plain C. */
+/* A program written against the installed headers and library, in plain C: the library's own
+   calls, a memory block, and a GDI object inspected and freed through the area headers. */
 #include <stdio.h>
 #include <string.h>
 
@@ -11,7 +12,10 @@ int main(void) {
     SetImgError(IMGERR_OPENFILE);
     ImgErrorString(message, -1);
     HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 64);
-    int ok = strcmp(version, "Version 5.56") == 0 && strcmp(message, "Can't open file") == 0 &&
+    LOGPALETTE logical = {0x300, 1, {{1, 2, 3, 0}}};
+    HPALETTE palette = CreatePalette(&logical);
+    int gdi = GetObjectType(palette) == OBJ_PAL && DeleteObject(palette) && GetObjectType(palette) == 0;
+    int ok = gdi && strcmp(version, "Version 5.56") == 0 && strcmp(message, "Can't open file") == 0 &&
              block != NULL && GlobalSize(block) == 64 && GlobalFree(block) == NULL;
     printf("consumer: %s, %s\n", version, ok ? "ok" : "FAILED");
     return ok ? 0 : 1;

@@ -1,0 +1,111 @@
+// gdi_guards.hpp - RAII for the pairs of the graphics interface: OwnedObject (an object the
+// library made, DeleteObject on destruction), MemoryDC (CreateCompatibleDC / DeleteDC),
+// WindowDC (GetDC / ReleaseDC) and PaletteSelection (SelectPalette, the previous palette put
+// back on destruction).
+//
+// The device families are written as the documented sequence of Win32 calls; these guards
+// make every exit path of such a sequence undo what it did, in reverse order, as the habit for
+// memory blocks in guards.hpp does. A result leaves its guard by release(), so ownership
+// passing to the caller is visible where it happens. The guards call the Win32 names: the real
+// API on Windows, the Linux subset elsewhere, so they behave alike on both.
+//
+// Selections of bitmaps, brushes, pens and fonts (SelectObject) get their guard together with
+// SelectObject in the Linux subset, when it has such objects to select.
+#pragma once
+
+#include <utility>
+
+#include "vexora.h"
+
+namespace vx {
+
+// A GDI object (bitmap, palette, ...) owned by the library, deleted on destruction unless
+// released.
+template <typename Handle>
+class OwnedObject {
+public:
+    OwnedObject() = default;
+    explicit OwnedObject(Handle object) : object_(object) {}
+    OwnedObject(const OwnedObject&) = delete;
+    OwnedObject& operator=(const OwnedObject&) = delete;
+    OwnedObject(OwnedObject&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    OwnedObject& operator=(OwnedObject&& other) noexcept {
+        if (this != &other) {
+            reset();
+            object_ = std::exchange(other.object_, nullptr);
+        }
+        return *this;
+    }
+    ~OwnedObject() { reset(); }
+
+    explicit operator bool() const { return object_ != nullptr; }
+    Handle get() const { return object_; }
+    [[nodiscard]] Handle release() { return std::exchange(object_, nullptr); }
+    void reset() {
+        if (object_ != nullptr) DeleteObject(object_);
+        object_ = nullptr;
+    }
+
+private:
+    Handle object_ = nullptr;
+};
+
+// A memory device context compatible with `like` (null: with the screen), deleted on
+// destruction.
+class MemoryDC {
+public:
+    explicit MemoryDC(HDC like = nullptr) : dc_(CreateCompatibleDC(like)) {}
+    MemoryDC(const MemoryDC&) = delete;
+    MemoryDC& operator=(const MemoryDC&) = delete;
+    ~MemoryDC() {
+        if (dc_ != nullptr) DeleteDC(dc_);
+    }
+
+    explicit operator bool() const { return dc_ != nullptr; }
+    HDC get() const { return dc_; }
+
+private:
+    HDC dc_;
+};
+
+// The device context of a window (null: of the screen), released on destruction.
+class WindowDC {
+public:
+    explicit WindowDC(HWND window) : window_(window), dc_(GetDC(window)) {}
+    WindowDC(const WindowDC&) = delete;
+    WindowDC& operator=(const WindowDC&) = delete;
+    ~WindowDC() {
+        if (dc_ != nullptr) ReleaseDC(window_, dc_);
+    }
+
+    explicit operator bool() const { return dc_ != nullptr; }
+    HDC get() const { return dc_; }
+
+private:
+    HWND window_;
+    HDC dc_;
+};
+
+// A palette selected into a DC for the lifetime of the guard. The palette it replaced goes
+// back in on destruction, selected the same way (foreground or background). A refused
+// selection (a DC or palette that is not live) leaves nothing to restore.
+class PaletteSelection {
+public:
+    PaletteSelection(HDC dc, HPALETTE palette, BOOL forceBackground = FALSE)
+        : dc_(dc), background_(forceBackground), previous_(SelectPalette(dc, palette, forceBackground)) {}
+    PaletteSelection(const PaletteSelection&) = delete;
+    PaletteSelection& operator=(const PaletteSelection&) = delete;
+    ~PaletteSelection() {
+        if (previous_ != nullptr) SelectPalette(dc_, previous_, background_);
+    }
+
+    explicit operator bool() const { return previous_ != nullptr; }
+    HPALETTE previous() const { return previous_; }
+
+private:
+    HDC dc_;
+    BOOL background_;
+    HPALETTE previous_;
+};
+
+}  // namespace vx

@@ -1,0 +1,98 @@
+// device_context.cpp - device contexts of the Linux subset: CreateCompatibleDC and DeleteDC
+// (memory DCs), GetDC and ReleaseDC (screen DCs; USER calls in Windows, kept here beside the
+// DCs they lend), and SelectPalette.
+//
+// A DC holds what is selected into it; for now that is its palette, the stock default palette
+// until SelectPalette puts another in. A screen DC comes from a cache as Windows' do: ReleaseDC
+// gives it back without deleting it, so its handle stays a DC (GetObjectType answers OBJ_DC)
+// and a later GetDC(NULL) lends it out again, its selections reset; releasing it twice answers
+// 0 the second time. Deleting a cached DC (DeleteDC or DeleteObject) frees it for good. There
+// are no windows yet, so GetDC of any window but the screen answers NULL.
+#include <algorithm>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "platform/posix/gdi/objects.hpp"
+
+namespace vx::posix::gdi {
+namespace {
+
+// The screen DCs ever lent out and not known to be deleted. Guarded by the table lock.
+std::vector<HDC>& ScreenCache() {
+    static auto* cache = new std::vector<HDC>;
+    return *cache;
+}
+
+}  // namespace
+}  // namespace vx::posix::gdi
+
+using vx::posix::gdi::DefaultPalette;
+using vx::posix::gdi::DeviceContext;
+using vx::posix::gdi::ObjectKind;
+using vx::posix::gdi::Objects;
+using vx::posix::gdi::Palette;
+
+extern "C" {
+
+VXPLATFORMAPI HDC CreateCompatibleDC(HDC like) {
+    try {
+        const HPALETTE initial = DefaultPalette();
+        auto objects = Objects();
+        if (like != nullptr && objects.find<DeviceContext>(like) == nullptr) return nullptr;
+        return static_cast<HDC>(objects.add(std::make_unique<DeviceContext>(ObjectKind::MemoryDC, initial)));
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+VXPLATFORMAPI BOOL DeleteDC(HDC dc) {
+    std::unique_ptr<vx::posix::gdi::GdiObject> object;
+    {
+        auto objects = Objects();
+        if (objects.find<DeviceContext>(dc) == nullptr) return FALSE;
+        object = objects.remove(dc);
+    }
+    return TRUE;
+}
+
+VXPLATFORMAPI HPALETTE SelectPalette(HDC dc, HPALETTE palette, BOOL /*forceBackground*/) {
+    auto objects = Objects();
+    DeviceContext* context = objects.find<DeviceContext>(dc);
+    if (context == nullptr || objects.find<Palette>(palette) == nullptr) return nullptr;
+    return std::exchange(context->palette, palette);
+}
+
+VXPLATFORMAPI HDC GetDC(HWND window) {
+    if (window != nullptr) return nullptr;
+    try {
+        const HPALETTE initial = DefaultPalette();
+        auto objects = Objects();
+        std::vector<HDC>& cache = vx::posix::gdi::ScreenCache();
+        std::erase_if(cache, [&](HDC dc) { return objects.find<DeviceContext>(dc) == nullptr; });
+        for (HDC dc : cache) {
+            DeviceContext* context = objects.find<DeviceContext>(dc);
+            if (context->released) {
+                context->released = false;
+                context->palette = initial;
+                return dc;
+            }
+        }
+        cache.reserve(cache.size() + 1);
+        const auto dc = static_cast<HDC>(objects.add(std::make_unique<DeviceContext>(ObjectKind::DC, initial)));
+        cache.push_back(dc);
+        return dc;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+VXPLATFORMAPI int ReleaseDC(HWND /*window*/, HDC dc) {
+    auto objects = Objects();
+    DeviceContext* context = objects.find<DeviceContext>(dc);
+    if (context == nullptr || context->kind() != ObjectKind::DC || context->released) return 0;
+    context->released = true;
+    return 1;
+}
+
+}  // extern "C"
