@@ -44,17 +44,18 @@ std::array<uint32_t, 2> Sides16(const std::vector<uint8_t>& dib) {
     return {uint32_t(dib[4] | dib[5] << 8), uint32_t(dib[8] | dib[9] << 8)};
 }
 
-// Whether the header describes a picture of billions of empty rows (or columns): a side of no
-// pixels, in 32 or in 16 bits, against a side past 16 bits. Such a picture passes every size
-// check, as it has no bytes, and only costs a loop over its other side; it is skipped.
+// Whether the header describes a picture of billions of empty rows (or columns): a width of
+// no pixels (0 or negative, or 0 in its low 16 bits) against a height past 16 bits, or the
+// other way round. Such a picture passes every size check, as it has no bytes, and only costs
+// a loop over its other side; it is skipped.
 bool EmptyButLong(const std::vector<uint8_t>& dib) {
     if (dib.size() < 12) return false;
     int32_t w, h;
     std::memcpy(&w, dib.data() + 4, 4);
     std::memcpy(&h, dib.data() + 8, 4);
     const auto aw = uint64_t(std::abs(int64_t{w})), ah = uint64_t(std::abs(int64_t{h}));
-    const bool empty = (aw & 0xFFFF) == 0 || (ah & 0xFFFF) == 0;
-    return empty && (aw > 0xFFFF || ah > 0xFFFF);
+    const bool noColumns = w <= 0 || (aw & 0xFFFF) == 0, noRows = h == 0 || (ah & 0xFFFF) == 0;
+    return (noColumns && ah > 0xFFFF) || (noRows && aw > 0xFFFF);
 }
 
 // A kernel of n*n weights and a divisor, inside the weight limits the filters accept most
