@@ -1,12 +1,25 @@
-// bench_support.hpp - what the benchmarks share: random source images and a measuring loop
-// that checks the export produces a result before it is timed.
+// bench_support.hpp - what the benchmarks share: random source images, the check of a case's
+// first result against its reference, and the measuring loop.
+//
+// Every case checks one result before it is timed, so that a fast but wrong kernel reports no
+// figure. Cases with a property or a plain model of their own (a round trip, an operation that
+// undoes itself, a plain count) check that; the others compare the digest of their first
+// result with the reference digest of the case (bench_references.inc): the bytes this library
+// gives for that input, which its tests pin against independent models. A change of any byte
+// of any result shows as a skipped case naming the case and the digest it got.
+//
+// Recording: with VEXORA_BENCH_RECORD set, the checked cases print their digests as table
+// lines on standard error instead of being timed:
+//   VEXORA_BENCH_RECORD=1 build/native/bench/vexora_bench 2>&1 >/dev/null | sort
 #pragma once
 
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <random>
+#include <string>
 
 #include "vexora.h"
 
@@ -29,8 +42,31 @@ inline HDIB RandomDib(int side, int bits, uint32_t seed) {
     return dib;
 }
 
-// Times `run` (which returns a new block, freed here) and reports `pixels` items per run;
-// an export that gives no result is reported as an error instead of timed.
+// The name of a case in the reference table: the export and the case's arguments, joined by
+// slashes ("DitherFS4/24/8").
+std::string CaseKey(const char* name, std::initializer_list<int64_t> arguments);
+
+// Whether the first results are being recorded rather than checked and timed.
+bool Recording();
+
+// Compares every byte of `result` (through its digest) with the reference of case `key`;
+// a missing result, a missing reference or another digest skips the case with the reason.
+// While recording, prints the table line of the case and answers false.
+bool MatchesReference(benchmark::State& state, const std::string& key, HGLOBAL result);
+
+// Times `run` (which returns a new block, freed here) and reports `pixels` items per run.
+template <typename Run>
+void TimeResults(benchmark::State& state, int64_t pixels, Run&& run) {
+    for (auto _ : state) {
+        HDIB out = run();
+        benchmark::DoNotOptimize(out);
+        GlobalFree(out);
+    }
+    state.SetItemsProcessed(state.iterations() * pixels);
+}
+
+// As TimeResults, for a case that checked its result on its own: an export that gives no
+// result is reported as an error instead of timed.
 template <typename Run>
 void MeasureResults(benchmark::State& state, int64_t pixels, Run&& run) {
     HDIB first = run();
@@ -39,12 +75,16 @@ void MeasureResults(benchmark::State& state, int64_t pixels, Run&& run) {
         return;
     }
     GlobalFree(first);
-    for (auto _ : state) {
-        HDIB out = run();
-        benchmark::DoNotOptimize(out);
-        GlobalFree(out);
-    }
-    state.SetItemsProcessed(state.iterations() * pixels);
+    TimeResults(state, pixels, run);
+}
+
+// As TimeResults, once the first result matches the reference of case `key`.
+template <typename Run>
+void MeasureChecked(benchmark::State& state, const std::string& key, int64_t pixels, Run&& run) {
+    HDIB first = run();
+    const bool matches = MatchesReference(state, key, first);
+    GlobalFree(first);
+    if (matches) TimeResults(state, pixels, run);
 }
 
 }  // namespace vexora_bench

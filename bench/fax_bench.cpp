@@ -1,5 +1,6 @@
 // LoadColorFaxPage of square colour fax pages whose random 1-bit planes are BMP files: the
-// whole load (the set's profile, every plane file read, the page built and merged).
+// whole load (the set's profile, every plane file read, the page built and merged). Each case
+// checks its first page against its reference before timing.
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
@@ -28,7 +29,7 @@ void BM_LoadColorFaxPage(benchmark::State& state) {
     const std::string setFile = (dir / "set.cfx").string();
     std::ofstream(setFile) << set;
     int status = 0;
-    vexora_bench::MeasureResults(state, int64_t{side} * side,
+    vexora_bench::MeasureChecked(state, vexora_bench::CaseKey("LoadColorFaxPage", {side, planes}), int64_t{side} * side,
                                  [&] { return LoadColorFaxPage(setFile.c_str(), 1, &status); });
     std::filesystem::remove_all(dir);
 }

@@ -6,7 +6,7 @@
 // colour ramp, so filtered colours fall between neighbouring entries as in a photograph. The
 // "Noise" cases are random pixels over a random palette, the worst case of the palette look-up
 // (nearly every filtered pixel is a colour not seen before). Each case checks its first result
-// before timing.
+// against its reference before timing.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -15,11 +15,13 @@
 #include <random>
 #include <vector>
 
-#include "geometry/crop_scale.hpp"
 #include "bench_support.hpp"
 #include "vexora.h"
 
 namespace {
+
+using vexora_bench::CaseKey;
+using vexora_bench::MeasureChecked;
 
 HDIB MakeSource(int size, int bits, bool noise) {
     const uint32_t stride = (uint32_t(size) * uint32_t(bits) + 31) / 32 * 4;
@@ -73,7 +75,8 @@ void BM_ScaleDIB(benchmark::State& state) {
     const int bits = int(state.range(0)), size = int(state.range(1)), method = int(state.range(2));
     const int out = size * int(state.range(3)) / 100;
     Source source(size, bits, state.range(4) != 0);
-    vexora_bench::MeasureResults(state, int64_t{out} * out, [&] { return ScaleDIB(source.dib, method, out, out); });
+    MeasureChecked(state, CaseKey("ScaleDIB", {bits, size, method, state.range(3), state.range(4)}), int64_t{out} * out,
+                   [&] { return ScaleDIB(source.dib, method, out, out); });
 }
 
 // Args: bits, source size, method, factor; the centred square of size / factor is magnified.
@@ -82,8 +85,8 @@ void BM_ScaleGrayDIB(benchmark::State& state) {
     const int factor = int(state.range(3));
     const int crop = size / factor, at = (size - crop) / 2;
     Source source(size, bits, false);
-    vexora_bench::MeasureResults(state, int64_t{size} * size,
-            [&] { return ScaleGrayDIB(source.dib, at, at, crop, crop, factor, factor, method); });
+    MeasureChecked(state, CaseKey("ScaleGrayDIB", {bits, size, method, factor}), int64_t{size} * size,
+                   [&] { return ScaleGrayDIB(source.dib, at, at, crop, crop, factor, factor, method); });
 }
 
 // Args: bits, source size, output size in percent; the whole picture is resampled.
@@ -91,11 +94,8 @@ void BM_CropScale(benchmark::State& state) {
     const int bits = int(state.range(0)), size = int(state.range(1));
     const int out = size * int(state.range(2)) / 100;
     Source source(size, bits, false);
-    auto* block = static_cast<const uint8_t*>(GlobalLock(source.dib));
-    const auto view = vx::geometry::ViewPackedDib(block, GlobalSize(source.dib));
-    vexora_bench::MeasureResults(state, int64_t{out} * out,
-            [&] { return vx::geometry::CropScaleDib(*view, 0, 0, size, size, out, out); });
-    GlobalUnlock(source.dib);
+    MeasureChecked(state, CaseKey("VexoraCropScaleDIB", {bits, size, state.range(2)}), int64_t{out} * out,
+                   [&] { return VexoraCropScaleDIB(source.dib, 0, 0, size, size, out, out); });
 }
 
 void ScaleArgs(benchmark::internal::Benchmark* b) {

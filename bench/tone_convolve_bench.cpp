@@ -2,13 +2,14 @@
 // 4096 x 4096 24-bit image, through their entry points into new DIBs (the result allocation
 // included), in megapixels per second, for every type and every kernel size each type accepts.
 // The caller kernels (type 1) mix signs and use a divisor that is not a power of two, so they
-// take the clamped path and the multiply-high division. Each case checks that it gets a
-// result before timing.
+// take the clamped path and the multiply-high division. Each case checks its first result
+// against its reference before timing.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <cstring>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "bench_support.hpp"
@@ -46,8 +47,9 @@ std::vector<Entry> CallerKernel(int n) {
 }
 
 template <typename Run>
-void Measure(benchmark::State& state, Run&& run) {
-    vexora_bench::MeasureResults(state, int64_t{kSide} * kSide, run);
+void Measure(benchmark::State& state, const char* name, Run&& run) {
+    const std::string key = vexora_bench::CaseKey(name, {state.range(0), state.range(1)});
+    vexora_bench::MeasureChecked(state, key, int64_t{kSide} * kSide, run);
     state.counters["MP/s"] = benchmark::Counter(double(state.iterations()) * kSide * kSide / 1e6,
                                                 benchmark::Counter::kIsRate);
 }
@@ -56,14 +58,14 @@ void BM_Convolve8(benchmark::State& state) {
     static HDIB source = MakeSource(8);
     const int type = int(state.range(0)), n = int(state.range(1));
     const std::vector<int> kernel = CallerKernel<int>(n);
-    Measure(state, [&] { return Convolve(source, TRUE, type, n, nullptr, kernel.data(), nullptr); });
+    Measure(state, "Convolve", [&] { return Convolve(source, TRUE, type, n, nullptr, kernel.data(), nullptr); });
 }
 
 void BM_ColorConvolution24(benchmark::State& state) {
     static HDIB source = MakeSource(24);
     const int type = int(state.range(0)), n = int(state.range(1));
     const std::vector<short> kernel = CallerKernel<short>(n);
-    Measure(state, [&] {
+    Measure(state, "ColorConvolution", [&] {
         return ColorConvolution(source, TRUE, 1, short(type), n, nullptr, kernel.data(), nullptr);
     });
 }

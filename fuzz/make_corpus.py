@@ -1,18 +1,19 @@
 #!/usr/bin/env python3
 """Writes the seed corpora of the fuzz targets: small files that each sit on one edge of their
-format (run from anywhere; the files go to corpus/read_dib and corpus/expand_rle beside this
-script)."""
+format (run from anywhere; the files go to corpus/read_dib, corpus/expand_rle and
+corpus/dib_exports beside this script)."""
 import os
 import struct
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 OUT = os.path.join(HERE, "corpus", "read_dib")
 RLE_OUT = os.path.join(HERE, "corpus", "expand_rle")
+EXPORTS_OUT = os.path.join(HERE, "corpus", "dib_exports")
 
 
-def info(width, height, bits, compression=0, size_image=0, clr_used=0, size=40):
-    return struct.pack("<IiiHHIIiiII", size, width, height, 1, bits, compression, size_image,
-                       2835, 2835, clr_used, 0)
+def info(width, height, bits, compression=0, size_image=0, clr_used=0, size=40, planes=1):
+    return struct.pack("<IiiHHIIiiII", size, width, height, planes, bits, compression, size_image,
+                       2835, 2835, clr_used & 0xFFFFFFFF, 0)
 
 
 def core(width, height, bits):
@@ -85,6 +86,59 @@ RLE_CORPUS = {
 }
 
 
+def params(a, b, c):
+    """The DIB-exports target's parameter bytes: three 16-bit values the exports draw on."""
+    return struct.pack("<HHH", a, b, c)
+
+
+def image(width, height, bits, rows=None, colours=None, **fields):
+    """A packed DIB: info header, a full colour table (or `colours` entries) and `rows` rows
+    (all of them unless told) of the stride that the width's magnitude gives."""
+    entries = colours if colours is not None else (1 << bits if bits <= 8 else 0)
+    stride = (abs(width) * bits + 31) // 32 * 4
+    return info(width, height, bits, **fields) + table(entries) + pattern(stride * (abs(height) if rows is None else rows))
+
+
+EXPORTS_CORPUS = {
+    # Sound images of every depth the exports take, with awkward widths.
+    "plain_8bit": params(0x0001, 0x0305, 0x0A0B) + image(7, 5, 8),
+    "plain_24bit": params(0x0102, 0x0203, 0x1204) + image(5, 3, 24),
+    "plain_4bit": params(0x0200, 0x0305, 0x2805) + image(9, 3, 4),
+    "plain_1bit": params(0x0000, 0x0421, 0x0921) + image(33, 4, 1, clr_used=2),
+    # Widths whose rows fill their stride: the reads one pixel past a row's end.
+    "full_rows_1bit": params(0x8005, 0x0101, 0x0503) + image(32, 3, 1),
+    "full_rows_24bit": params(0x2D03, 0x0902, 0x3F17) + image(4, 4, 24),
+    "full_rows_4bit": params(0x0107, 0x0000, 0x0102) + image(8, 2, 4),
+    # A long row and a tall column.
+    "long_row_24bit": params(0x0059, 0x0180, 0x0240) + image(700, 1, 24),
+    "tall_column_1bit": params(0x010E, 0x2C01, 0xFF01) + image(1, 300, 1),
+    # Blocks shorter than their headers say.
+    "rows_cut_short": params(0x0203, 0x0404, 0x0808) + image(6, 9, 8, rows=3),
+    "table_past_end": params(0x0000, 0x0202, 0x0404) + image(2, 2, 8, colours=3, clr_used=0x10000),
+    "short_table": params(0x0101, 0x0303, 0x0706) + image(5, 4, 8, colours=3, clr_used=3),
+    "cut_in_header": params(0x0000, 0x0101, 0x0101) + info(8, 8, 8)[:30],
+    # Header sizes other than 40.
+    "header_108": params(0x0000, 0x0303, 0x0606) + info(3, 3, 24, size=108) + bytes(68) + pattern(36),
+    "core_header": params(0x0100, 0x0202, 0x0303) + struct.pack("<IHHHH", 12, 3, 2, 1, 4) + table(16, 3) + pattern(8),
+    "header_size_huge": params(0x0000, 0x0202, 0x0202) + info(2, 2, 8, size=0xFFFFFFF0) + table(256) + pattern(8),
+    # Signs and sizes past what the arithmetic holds.
+    "top_down": params(0x0001, 0x0203, 0x0405) + image(5, -4, 8),
+    "negative_width": params(0x0000, 0x0202, 0x0303) + image(-3, 2, 24),
+    "width_past_16_bits": params(0x0000, 0x0202, 0x0404) + info(0x10003, 2, 8) + table(256) + pattern(8),
+    "size_image_huge": params(0x0102, 0x0303, 0x0505) + image(4, 4, 8, size_image=0xFFFFFF00),
+    "no_width": params(0x0000, 0x0101, 0x0101) + image(0, 5, 8),
+    "planes_zero": params(0x005A, 0x0303, 0x0303) + image(3, 3, 24, planes=0),
+    # Depths and compressions the exports refuse or pass over.
+    "depth_2": params(0x0001, 0x0404, 0x0404) + image(4, 4, 2),
+    "depth_16_bitfields": params(0x0002, 0x0303, 0x0303) + image(3, 3, 16, compression=3),
+    "depth_32": params(0x010F, 0x0202, 0x0202) + image(2, 2, 32),
+    "rle8_stream": params(0x0000, 0x0303, 0x0404) + info(4, 3, 8, compression=1, size_image=10) + table(256)
+    + bytes([3, 5, 0, 0, 0, 3, 1, 2, 3, 0, 0, 1]),
+    "rle4_stream": params(0x0001, 0x0202, 0x0505) + info(5, 2, 4, compression=2, size_image=8) + table(16)
+    + bytes([5, 0x12, 0, 0, 0, 3, 0x45, 0x60, 0, 1]),
+}
+
+
 def write(directory, corpus):
     os.makedirs(directory, exist_ok=True)
     for name, data in sorted(corpus.items()):
@@ -95,6 +149,7 @@ def write(directory, corpus):
 def main():
     write(OUT, CORPUS)
     write(RLE_OUT, RLE_CORPUS)
+    write(EXPORTS_OUT, EXPORTS_CORPUS)
 
 
 if __name__ == "__main__":

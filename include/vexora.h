@@ -1478,7 +1478,7 @@ VXAPI INT_PTR VXCALL PrintPageProc(HWND hDlg, UINT message, WPARAM wParam,
                                    LPARAM lParam);
 
 /* ------------------------------------------------------------------------ */
-/* Extensions of this library                                                */
+/* Extensions: calls this library adds to the classic interface             */
 /* ------------------------------------------------------------------------ */
 
 /*
@@ -1496,6 +1496,32 @@ typedef int (*VXMESSAGESINK)(const char *text, const char *caption, UINT style, 
 /* Installs a sink (null restores the default) and returns the previous one (null for the
    default). The sink is module-wide, like the module error code. */
 VXAPI VXMESSAGESINK VXCALL VexoraSetMessageSink(VXMESSAGESINK sink, void *context);
+
+
+/* Cuts the rectangle (x, y, width, height), counted in pixels from the top
+   left of the picture, out of a 1/4/8/24-bit DIB and resizes it to outWidth
+   x outHeight by nearest neighbour, as the display does in low-memory mode.
+   Output row j (from the top) takes source row
+   y + floor((2 j height + outHeight) / (2 outHeight)) and output column i
+   takes column x + floor((2 i width + outWidth) / (2 outWidth)); pixels are
+   copied as stored (bits, nibbles, bytes, BGR triples).
+   The result starts with the source's first 40 + PaletteSize bytes (its
+   header and colour table when biSize is 40) unchanged, but for biWidth =
+   outWidth and biHeight = outHeight: biSize and biSizeImage keep the
+   source's values. Decisions kept from the display's
+   use: the block holds one spare zero row and 16 zero bytes after the
+   pixel rows; a source column or row at or beyond the image's edge leaves
+   that output pixel (and the rest of its row, or every row below) zero,
+   so a rectangle reaching past the image gives zero pixels there, and
+   nothing outside the source's rows is ever read.
+   Returns NULL, never setting the module code, when: dib is NULL or cannot
+   be locked; the block is under 40 bytes or shorter than its header, colour
+   table and rows (image height x row stride); biSize is below 40; biBitCount
+   is not 1, 4, 8 or 24; biWidth or biHeight is below 1; width, height,
+   outWidth or outHeight is below 1; x or y is negative or not inside the
+   image; the result would pass 4 GiB, or an allocation fails. */
+VXAPI HDIB VXCALL VexoraCropScaleDIB(HDIB dib, int x, int y, int width,
+                                     int height, int outWidth, int outHeight);
 
 /*
  * Further exports whose argument lists are not fixed in this header yet:

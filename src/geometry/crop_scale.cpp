@@ -1,5 +1,6 @@
 // crop_scale.cpp - nearest-neighbour crop-and-scale, one member per depth (see crop_scale.hpp
-// for the arguments and the result block).
+// for the arguments and the result block), and the export VexoraCropScaleDIB, which runs the
+// member of an HDIB's depth for callers outside the library.
 //
 // Method. The source column of every output column is worked out once per call into a table
 // (exact 64-bit arithmetic of floor((8 x w + 4 W') / (8 W')), which is floor(x w / W' + 1/2)),
@@ -192,3 +193,19 @@ HDIB CropScaleDib(const LockedDib& s, int x0, int y0, int w, int h, int outW, in
 }
 
 }  // namespace vx::geometry
+
+// VexoraCropScaleDIB: the dispatching member over a whole packed DIB, for callers outside the
+// library (the vexora tool's --crop-scale). It locks the block, views it as header, colour
+// table and rows, and hands the view to CropScaleDib; its result block is that member's,
+// spare row included. Like the members it sets no module error code.
+extern "C" VXAPI HDIB VXCALL VexoraCropScaleDIB(HDIB dib, int x, int y, int width, int height,
+                                                int outWidth, int outHeight) {
+    using namespace vx;
+    return RunExport(Silent{}, [&]() -> Outcome<HDIB> {
+        const BlockLock block(dib);
+        if (!block) return Fail();
+        const auto view = geometry::ViewPackedDib(block.data(), block.size());
+        if (!view) return Fail();
+        return geometry::CropScaleDib(*view, x, y, width, height, outWidth, outHeight);
+    });
+}

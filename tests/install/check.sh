@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs a built tree into a staging prefix and builds a small program against it twice:
-# once through find_package(vexora), once through pkg-config. Usage: check.sh BUILD-DIR WORK-DIR
+# once through find_package(vexora), once through pkg-config; then runs the installed tool.
+# Usage: check.sh BUILD-DIR WORK-DIR
 set -euo pipefail
 build=$(realpath "$1") work=$(realpath -m "$2")
 here=$(cd "$(dirname "$0")" && pwd)
@@ -16,4 +17,7 @@ libdir=$(find "$prefix" -name vexora.pc -printf '%h\n' | head -n1)
 PKG_CONFIG_PATH="$libdir" cc "$here/consumer/consumer.c" -o "$work/pkg-consumer" \
   $(PKG_CONFIG_PATH="$libdir" pkg-config --cflags --libs vexora) -Wl,-rpath,"$libdir/.."
 "$work/pkg-consumer"
-echo "1 passed, 0 failed: installed copy usable through find_package and pkg-config"
+
+# The installed tool runs on the installed library, found through its run path.
+env -u LD_LIBRARY_PATH "$prefix/bin/vexora" convert --help >/dev/null
+echo "1 passed, 0 failed: installed copy usable through find_package and pkg-config, tool runs"

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "arguments.hpp"
-#include "geometry/crop_scale.hpp"
 #include "operations.hpp"
 
 namespace vexora_tool {
@@ -129,14 +128,9 @@ void CropScale(Dib* image, const std::string& argument) {
     const auto r = ParseRectangle(rectangle, "crop-scale");
     const auto [width, height] = ParsePair(size, "--crop-scale size", 1, kLargestSide);
     if (image == nullptr) return;
-    HDIB result = nullptr;
-    if (const auto* block = static_cast<const uint8_t*>(GlobalLock(image->get()))) {
-        if (const auto view = vx::geometry::ViewPackedDib(block, GlobalSize(image->get())))
-            result = vx::geometry::CropScaleDib(*view, static_cast<int>(r[0]), static_cast<int>(r[1]),
-                                                static_cast<int>(r[2]), static_cast<int>(r[3]),
-                                                static_cast<int>(width), static_cast<int>(height));
-        GlobalUnlock(image->get());
-    }
+    HDIB result = VexoraCropScaleDIB(image->get(), static_cast<int>(r[0]), static_cast<int>(r[1]),
+                                     static_cast<int>(r[2]), static_cast<int>(r[3]),
+                                     static_cast<int>(width), static_cast<int>(height));
     TakeResult(*image, TidyCropScaleResult(result), "crop-scale",
                "the rectangle could not be extracted (1-, 4-, 8- or 24-bit images, rectangle starting inside)");
 }
