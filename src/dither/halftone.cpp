@@ -267,8 +267,9 @@ public:
     // arithmetic of the one before it, not on a store and reload.
     void diffuse(const uint8_t* level, uint64_t width, uint8_t* out) {
         const int32_t* const cur = current_;
-        int32_t* const nxt = next_;
-        int32_t* const aft = afterNext_;
+        // Both rows are addressed from their first spare entry, x - 2, so that no index wraps.
+        int32_t* const nxt = next_ - 2;
+        int32_t* const aft = afterNext_ - 2;
         int32_t here = cur[0], ahead = cur[1];
         unsigned bits = 0;
         for (uint64_t x = 0; x < width; ++x) {
@@ -281,16 +282,16 @@ public:
                 const int32_t e1 = Div48(e), e3 = Div48(e * 3);
                 e5 = Div48(e * 5);
                 e7 = Div48(e * 7);
-                nxt[x - 2] += e3;
-                nxt[x - 1] += e5;
-                nxt[x] += e7;
+                nxt[x] += e3;
                 nxt[x + 1] += e5;
-                nxt[x + 2] += e3;
-                aft[x - 2] = e1;
-                aft[x - 1] = e3;
-                aft[x] = e5;
+                nxt[x + 2] += e7;
+                nxt[x + 3] += e5;
+                nxt[x + 4] += e3;
+                aft[x] = e1;
                 aft[x + 1] = e3;
-                aft[x + 2] = e1;
+                aft[x + 2] = e5;
+                aft[x + 3] = e3;
+                aft[x + 4] = e1;
             }
             here = ahead + e7;
             ahead = cur[x + 2] + e5;
