@@ -124,6 +124,20 @@ struct InfoHeader {
     uint32_t clrImportant = 0;
 };
 
+// The fields of the info header stored at `at` (40 bytes).
+inline InfoHeader ReadInfoHeader(const uint8_t* at) {
+    return {.width = LoadI32(at + bih::kWidth),
+            .height = LoadI32(at + bih::kHeight),
+            .planes = LoadU16(at + bih::kPlanes),
+            .bitCount = LoadU16(at + bih::kBitCount),
+            .compression = LoadU32(at + bih::kCompression),
+            .sizeImage = LoadU32(at + bih::kSizeImage),
+            .xPels = LoadI32(at + bih::kXPels),
+            .yPels = LoadI32(at + bih::kYPels),
+            .clrUsed = LoadU32(at + bih::kClrUsed),
+            .clrImportant = LoadU32(at + bih::kClrImportant)};
+}
+
 // Writes all 40 bytes of an info header at `at`.
 inline void WriteInfoHeader(uint8_t* at, const InfoHeader& h) {
     StoreU32(at + bih::kSize, kInfoHeaderSize);

@@ -32,19 +32,8 @@
 
 namespace vx::tone {
 
-// The fields of a BITMAPINFOHEADER as stored; all zero when the header could not be read.
-struct SourceHeader {
-    int32_t width = 0;
-    int32_t height = 0;
-    uint16_t planes = 0;
-    uint16_t bitCount = 0;
-    uint32_t compression = 0;
-    uint32_t sizeImage = 0;
-    int32_t xPels = 0;
-    int32_t yPels = 0;
-    uint32_t clrUsed = 0;
-    uint32_t clrImportant = 0;
-};
+// The fields of the source's info header as stored; all zero when it could not be read.
+using SourceHeader = InfoHeader;
 
 // Whether the source stays locked when an export succeeds.
 enum class SourceLockOnSuccess { Released, Kept };
@@ -66,16 +55,7 @@ public:
             checks_.require(false, IMGERR_PARAMETER);
             return;
         }
-        header_.width = LoadI32(p + bih::kWidth);
-        header_.height = LoadI32(p + bih::kHeight);
-        header_.planes = LoadU16(p + bih::kPlanes);
-        header_.bitCount = LoadU16(p + bih::kBitCount);
-        header_.compression = LoadU32(p + bih::kCompression);
-        header_.sizeImage = LoadU32(p + bih::kSizeImage);
-        header_.xPels = LoadI32(p + bih::kXPels);
-        header_.yPels = LoadI32(p + bih::kYPels);
-        header_.clrUsed = LoadU32(p + bih::kClrUsed);
-        header_.clrImportant = LoadU32(p + bih::kClrImportant);
+        header_ = ReadInfoHeader(p);
     }
     CheckedSource(const CheckedSource&) = delete;
     CheckedSource& operator=(const CheckedSource&) = delete;
@@ -126,7 +106,7 @@ public:
 
 private:
     BlockLock lock_;
-    SourceHeader header_;
+    SourceHeader header_{.planes = 0};
     CheckSequence checks_;
 };
 
