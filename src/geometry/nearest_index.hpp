@@ -11,34 +11,16 @@
 
 #include <cstdint>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "vexora.h"
 
+#include "gdi_guards.hpp"
+
 namespace vx::geometry {
 
 // A logical palette owned by the library, deleted on destruction.
-class OwnedPalette {
-public:
-    OwnedPalette() = default;
-    explicit OwnedPalette(HPALETTE palette) : palette_(palette) {}
-    OwnedPalette(OwnedPalette&& other) noexcept : palette_(std::exchange(other.palette_, nullptr)) {}
-    OwnedPalette& operator=(OwnedPalette&& other) noexcept {
-        std::swap(palette_, other.palette_);
-        return *this;
-    }
-    OwnedPalette(const OwnedPalette&) = delete;
-    OwnedPalette& operator=(const OwnedPalette&) = delete;
-    ~OwnedPalette() {
-        if (palette_ != nullptr) DeleteObject(palette_);
-    }
-    explicit operator bool() const { return palette_ != nullptr; }
-    HPALETTE get() const { return palette_; }
-
-private:
-    HPALETTE palette_ = nullptr;
-};
+using OwnedPalette = OwnedObject<HPALETTE>;
 
 // A palette of `count` entries (version 0x300, flags 0) taken from the RGBQUADs at `table`;
 // bytes at or past tableBytes read as zero. Null when CreatePalette refuses (count 0).
