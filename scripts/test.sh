@@ -17,6 +17,8 @@
 # tree defines (scripts/check-lane.py): nothing is skipped quietly.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
+# Paths below the tree are hashed relative to it, so clones in other places share the cache.
+export CCACHE_BASEDIR="$root"
 jobs=$(nproc)
 all_lanes=(native sanitize install windows-x86 windows-x64)
 
