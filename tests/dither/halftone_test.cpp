@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "dib_builder.hpp"
+#include "export_calls.hpp"
 #include "vexora.h"
 
 namespace {
@@ -120,28 +120,15 @@ TEST(Halftone, MatchesThePlaneModelOnRandomSourcesForEveryModeAndBrightness) {
         }
 }
 
+// The model's screen, which the model comparison reads through the export, against the
+// published tables.
 TEST(Halftone, OrderedScreenIsTheDoubledSeed) {
-    // Read back through the export: each threshold is the number of uniform grays that stay black, less one.
-    Grid screen(16, std::vector<int>(16, -1));
-    for (int g = 0; g < 256; ++g) {
-        const Bytes b = HalftoneBytes(GrayDib(16, 16, g), 2, 0);
-        for (int y = 0; y < 16; ++y)
-            for (int x = 0; x < 16; ++x) screen[y][x] += (b.at(48 + 4 * y + x / 8) >> (7 - x % 8) & 1) == 0;
-    }
-    EXPECT_EQ(screen, ModelScreen());
+    const Grid screen = ModelScreen();
     EXPECT_EQ(screen[0], (std::vector<int>{0, 128, 32, 160, 8, 136, 40, 168, 2, 130, 34, 162, 10, 138, 42, 170}));
     EXPECT_EQ(screen[8], (std::vector<int>{3, 131, 35, 163, 11, 139, 43, 171, 1, 129, 33, 161, 9, 137, 41, 169}));
 }
 
-TEST(Halftone, WorkedExamples) {
-    // Uniform 32 x 32 grays: white pixels for (gray, mode, brightness).
-    const int cases[][4] = {{128, 0, 0, 0}, {129, 0, 0, 1024}, {0, 0, 255, 1024}, {128, 2, 0, 4 * 128}, {200, 1, -300, 0}};
-    for (const auto& c : cases) {
-        const Bytes b = HalftoneBytes(GrayDib(32, 32, c[0]), c[1], c[2]);
-        int whites = 0;
-        for (size_t i = 48; i < b.size(); ++i) whites += __builtin_popcount(b[i]);
-        EXPECT_EQ(whites, c[3]) << "gray " << c[0] << " mode " << c[1] << " brightness " << c[2];
-    }
+TEST(Halftone, TwentyFourBitRowsAreLoadedAndReadAtDifferentStrides) {
     // 24 bits, width 4: rows are loaded 4 slots apart and read 12 apart, so output row y shows
     // source row 3y while 3y < 6, and the zero-filled planes (black) above.
     Bytes src = vxtest::PackedDib({4, 6, 24, 0, false, 3});
@@ -169,44 +156,40 @@ TEST(Halftone, DiffusionStoresOneThreeFiveThreeOneTwoRowsAhead) {
 TEST(Halftone, RefusalsGoToTheCellInOrderAndLeaveTheModuleCodeAlone) {
     const Bytes good = GrayDib(8, 4, 50);
     auto with = [](Bytes b, size_t at, uint32_t v) { return PutU32(b, at, v), b; };
-    struct Case { const char* name; Bytes bytes; int mode; WORD code; bool leftLocked; };
+    struct Case {
+        const char* what;
+        vxtest::Source source;
+        int mode, code;
+        bool leftLocked = false;
+    };
     const Case cases[] = {
-        {"mode 3", good, 3, IMGERR_PARAMETER, false},
-        {"mode 0xFFFF before depth", with(good, 14, 1), 0xFFFF, IMGERR_PARAMETER, false},
+        {"mode 3", good, 3, IMGERR_PARAMETER},
+        {"mode 0xFFFF before depth", with(good, 14, 1), 0xFFFF, IMGERR_PARAMETER},
         {"1 bit", with(good, 14, 1), 0, IMGERR_PARAMETER, true},
         {"16 bits", with(good, 14, 16), 1, IMGERR_PARAMETER, true},
         {"32 bits", with(good, 14, 32), 2, IMGERR_PARAMETER, true},
-        {"negative width", with(good, 4, uint32_t(-8)), 0, IMGERR_PARAMETER, false},
-        {"top-down", with(good, 8, uint32_t(-4)), 0, IMGERR_PARAMETER, false},
-        {"width 0", with(good, 4, 0), 0, IMGERR_NOMEMORY, false},
-        {"height 0", with(good, 8, 0), 1, IMGERR_NOMEMORY, false},
-        {"planes of 2^32 bytes", with(with(good, 4, 70000), 8, 70000), 0, IMGERR_NOMEMORY, false},
-        {"rows past the block", Bytes(good.begin(), good.end() - 1), 0, IMGERR_PARAMETER, false},
-        {"table past the block", with(good, 32, 300), 2, IMGERR_PARAMETER, false},
-        {"header only", Bytes(good.begin(), good.begin() + 20), 0, IMGERR_PARAMETER, false},
+        {"negative width", with(good, 4, uint32_t(-8)), 0, IMGERR_PARAMETER},
+        {"top-down", with(good, 8, uint32_t(-4)), 0, IMGERR_PARAMETER},
+        {"width 0", with(good, 4, 0), 0, IMGERR_NOMEMORY},
+        {"height 0", with(good, 8, 0), 1, IMGERR_NOMEMORY},
+        {"planes of 2^32 bytes", with(with(good, 4, 70000), 8, 70000), 0, IMGERR_NOMEMORY},
+        {"rows past the block", Bytes(good.begin(), good.end() - 1), 0, IMGERR_PARAMETER},
+        {"table past the block", with(good, 32, 300), 2, IMGERR_PARAMETER},
+        {"header only", Bytes(good.begin(), good.begin() + 20), 0, IMGERR_PARAMETER},
+        {"null handle", vxtest::kNullHandle, 0, IMGERR_PARAMETER},
+        {"unlockable", vxtest::kUnlockable, 0, IMGERR_NOMEMORY},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Block dib(vxtest::BlockFrom(c.bytes));
-        SetImgError(IMGERR_IO);
+    ExpectRefusals(vxtest::Reports::kCallerWord, cases, [](HDIB dib, const Case& c, DWORD* word) {
         WORD cell = 0xBEEF;
-        EXPECT_EQ(HalftoneOf(dib.get(), c.mode, 0, &cell), nullptr);
-        EXPECT_EQ(cell, c.code);
-        EXPECT_EQ(ImgError(), IMGERR_IO);
-        GlobalLock(dib.get());
-        EXPECT_EQ(GlobalUnlock(dib.get()) != 0, c.leftLocked);  // one lock left behind, or none
-        EXPECT_EQ(HalftoneOf(dib.get(), c.mode, 0, nullptr), nullptr);  // no cell: nothing reported
-        if (c.leftLocked) GlobalUnlock(dib.get()), GlobalUnlock(dib.get());
-    }
-    WORD cell = 0;
-    EXPECT_EQ(HalftoneOf(nullptr, 0, 0, &cell), nullptr);
-    EXPECT_EQ(cell, IMGERR_PARAMETER);
-    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
-    EXPECT_EQ(HalftoneOf(unlockable.get(), 0, 0, &cell), nullptr);
-    EXPECT_EQ(cell, IMGERR_NOMEMORY);
-    EXPECT_FALSE(HalftoneBytes(good, 1, 0).empty());  // a success leaves the module code alone too
-    EXPECT_EQ(ImgError(), IMGERR_IO);
-    SetImgError(IMGERR_SUCCESS);
+        HDIB out = HalftoneOf(dib, c.mode, 0, &cell);
+        *word = cell;
+        return out;
+    });
+    // Without a cell nothing is reported, and a success leaves the module code alone too.
+    const vxtest::Outcome o = vxtest::CallOn(good, [](HDIB dib) { return HalftoneOf(dib, 3, 0, nullptr); });
+    EXPECT_EQ(o.moduleCode, vxtest::kUntouched);
+    EXPECT_FALSE(HalftoneBytes(good, 1, 0).empty());
+    EXPECT_EQ(ImgError(), vxtest::kUntouched);
 }
 
 }  // namespace

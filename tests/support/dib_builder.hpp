@@ -1,5 +1,6 @@
-// dib_builder.hpp - test helpers: packed DIBs with seeded pixels, BMP file images, and a
-// temporary directory that removes itself.
+// dib_builder.hpp - the DIB builder every test uses: packed DIBs with seeded table and pixel
+// bytes (padding included) and every header field under the test's control, the row stride,
+// BMP file images, blocks, bounds-checked fields, and a temporary directory that removes itself.
 #pragma once
 
 #include <cstdint>
@@ -20,6 +21,8 @@ struct FreeBlock {
 };
 using Block = std::unique_ptr<void, FreeBlock>;  // frees a block however the test ends
 
+constexpr uint32_t kAsBuilt = 0xFFFFFFFF;
+
 struct DibShape {
     int32_t width = 8;
     int32_t height = 4;
@@ -27,9 +30,16 @@ struct DibShape {
     uint32_t clrUsed = 0;     // stored as given; the table has clrUsed or 2^bitCount entries
     bool coreHeader = false;  // a 12-byte header with 3-byte entries
     uint32_t seed = 1;        // table and pixel bytes are a function of the seed
+    int64_t entries = -1;     // table entries when not as above
+    int64_t rows = -1;        // rows when not |height|
+    uint16_t planes = 1;      // a row holds width x planes x bitCount bits
+    uint32_t sizeImage = kAsBuilt;  // biSizeImage: the rows' bytes unless set
 };
 
-Bytes PackedDib(const DibShape& shape);     // header, table (reserved bytes 0), rows
+// Bytes of a row of `width` pixels of `bits` bits, to the next 4-byte boundary.
+inline uint32_t Stride(int64_t width, int64_t bits) { return uint32_t((width * bits + 31) / 32 * 4); }
+
+Bytes PackedDib(const DibShape& shape);     // header (resolution 3780 x 2835), table (reserved bytes 0), rows
 uint32_t PixelOffset(const DibShape& shape);  // header and table bytes
 HDIB BlockFrom(const Bytes& bytes);       // a movable block holding exactly `bytes`
 HDIB MakeDib(const DibShape& shape, uint32_t slack = 0);  // PackedDib, then slack bytes of 0xEE
@@ -40,6 +50,7 @@ Bytes PlainBmp(const DibShape& shape);      // BmpFile with bfOffBits at the pix
 // Bounds-checked little-endian fields: a wrong offset in a test throws instead of scribbling.
 inline void PutU16(Bytes& b, size_t at, uint16_t v) { std::memcpy(&b.at(at + 1) - 1, &v, 2); }
 inline void PutU32(Bytes& b, size_t at, uint32_t v) { std::memcpy(&b.at(at + 3) - 3, &v, 4); }
+inline uint16_t GetU16(const Bytes& b, size_t at) { return uint16_t(b.at(at) | b.at(at + 1) << 8); }
 inline uint32_t GetU32(const Bytes& b, size_t at) {
     uint32_t v;
     std::memcpy(&v, &b.at(at + 3) - 3, 4);
