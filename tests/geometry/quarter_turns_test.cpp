@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <random>
 
 #include "dib_builder.hpp"
 #include "geometry/orthogonal.hpp"
@@ -23,25 +22,13 @@ struct Shape {
     uint32_t biSize = 40, clrUsed = 0;
 };
 
-uint32_t Stride(uint32_t width, uint32_t bitsPerPixel) { return (width * bitsPerPixel + 31) / 32 * 4; }
-
-// A 40-byte header (biSize as given) and its table.
-Bytes Header(const Shape& s) {
-    const uint32_t fields[10] = {s.biSize, uint32_t(s.width), uint32_t(s.height), s.planes | uint32_t{s.bits} << 16,
-                                 0, 123, 3780, 2835, s.clrUsed, 0};
-    Bytes dib(40);
-    std::memcpy(dib.data(), fields, 40);
-    dib.resize(40 + PaletteSize(dib.data()), 0x5A);
-    return dib;
-}
-
-// Header, table, and rows whose every byte, padding included, is random.
-Bytes RandomDib(const Shape& s, uint32_t seed) {
-    Bytes dib = Header(s);
-    const size_t size = dib.size() + uint64_t{Stride(s.width, s.planes * s.bits)} * uint32_t(s.height);
-    std::mt19937 random(seed);
-    while (dib.size() < size) dib.push_back(static_cast<uint8_t>(random()));
-    return dib;
+// Header (biSize as given), the table the library reads after it, and random rows.
+Bytes RandomDib(const Shape& s, uint32_t seed, int64_t rows = -1) {
+    const auto build = [&](int64_t entries, int64_t rowCount) {
+        Bytes b = PackedDib({s.width, s.height, s.bits, s.clrUsed, false, seed, entries, rowCount, s.planes});
+        return PutU32(b, 0, s.biSize), b;
+    };
+    return build(PaletteSize(build(0, 0).data()) / 4, rows);
 }
 
 using Op = HDIB (*)(HDIB);
@@ -157,7 +144,7 @@ TEST(OrthogonalTransforms, RefusedBlocksGiveNullAndLeaveTheCode) {
     // pixels turns into 2^30 rows of 4 bytes, past 2^32 - 1; 4096 planes make its row size wrap.
     using vx::geometry::Orthogonal;
     using vx::geometry::PlanOrthogonal;
-    const Bytes header = Header({1 << 30, 1, 1}), wraps = Header({1 << 20, 1, 1, 4096});
+    const Bytes header = RandomDib({1 << 30, 1, 1}, 1, 0), wraps = RandomDib({1 << 20, 1, 1, 4096}, 1, 0);
     const uint64_t claimed = 48 + (1u << 27);
     EXPECT_FALSE(PlanOrthogonal(header.data(), claimed, Orthogonal::Rotate90));
     EXPECT_FALSE(PlanOrthogonal(header.data(), claimed - 1, Orthogonal::FlipVertical));

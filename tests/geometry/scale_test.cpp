@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "dib_builder.hpp"
+#include "export_calls.hpp"
 #include "geometry/nearest_index.hpp"
 #include "geometry/scale_filter.hpp"
 #include "scale_models.hpp"
@@ -193,12 +193,6 @@ struct Size4 {
     int srcW, srcH, dstW, dstH;
 };
 
-TEST(ScaleFilter, ProductMatchesTheProductTable) {
-    for (uint32_t w = 0; w < 256; ++w)
-        for (uint32_t v = 0; v < 256; ++v)
-            ASSERT_EQ(vx::geometry::filter::Product(w, v), (w * v + 128) / 255) << w << " " << v;
-}
-
 // Over long axes the truncated cubic weights depend on the exact double arithmetic of the
 // fraction; small images never reach those cases.
 TEST(ScaleFilter, CubicTapsOnLongAxes) {
@@ -280,16 +274,15 @@ Bytes With(DibShape s, size_t at, uint32_t v, int bytes = 4) {
     return b;
 }
 
+Bytes Cut(Bytes b) { return b.pop_back(), b; }
+
+// kUntouched: the module code stays as it was. A success leaves it alone too.
 TEST(ScaleDIB, RefusesBadInputWithItsCode) {
     const DibShape gray{4, 4, 8, 0, false, 1}, rgb{4, 4, 24, 0, false, 1}, mono{4, 4, 1, 0, false, 1};
-    Bytes shortRows = vxtest::PackedDib(gray), shortMono = vxtest::PackedDib(mono);
-    shortRows.pop_back();
-    shortMono.pop_back();
     const struct {
         const char* what;
-        Bytes block;
-        int width, height;
-        int code;  // -1: the module code stays as it was
+        vxtest::Source source;
+        int width, height, code;
     } cases[] = {
         {"39-byte block", Bytes(39, 0), 4, 4, IMGERR_PARAMETER},
         {"biSize 12", With(gray, 0, 12), 4, 4, IMGERR_PARAMETER},
@@ -297,31 +290,22 @@ TEST(ScaleDIB, RefusesBadInputWithItsCode) {
         {"16-bit", With(rgb, 14, 16, 2), 4, 4, IMGERR_HEADERBITCOUNT},
         {"32-bit", With(rgb, 14, 32, 2), 4, 4, IMGERR_HEADERBITCOUNT},
         {"RLE8", With(gray, 16, 1), 4, 4, IMGERR_COMPRESSED},
-        {"short rows", shortRows, 4, 4, IMGERR_PARAMETER},
-        {"short 1-bit rows", shortMono, 4, 4, IMGERR_PARAMETER},
+        {"rows one byte short", Cut(vxtest::PackedDib(gray)), 4, 4, IMGERR_PARAMETER},
+        {"1-bit rows one byte short", Cut(vxtest::PackedDib(mono)), 4, 4, IMGERR_PARAMETER},
         {"huge colour table", With(gray, 32, 0x40000000), 4, 4, IMGERR_PARAMETER},
         {"zero width", vxtest::PackedDib(gray), 0, 4, IMGERR_PARAMETER},
         {"height 65536 masks to 0", vxtest::PackedDib(rgb), 4, 65536, IMGERR_PARAMETER},
         {"source 65536 wide", With(rgb, 4, 65536), 4, 4, IMGERR_PARAMETER},
         {"negative height reads 65532 rows", With(rgb, 8, uint32_t(-4)), 4, 4, IMGERR_PARAMETER},
         {"over 4 GiB", vxtest::PackedDib(rgb), 65535, 65535, IMGERR_NOMEMORY},
-        {"1-bit zero width", vxtest::PackedDib(mono), 0, 4, -1},
-        {"1-bit zero source height", With(mono, 8, 0), 4, 4, -1},
+        {"1-bit zero width", vxtest::PackedDib(mono), 0, 4, vxtest::kUntouched},
+        {"1-bit zero source height", With(mono, 8, 0), 4, 4, vxtest::kUntouched},
+        {"null handle", vxtest::kNullHandle, 4, 4, IMGERR_PARAMETER},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        Block src(vxtest::BlockFrom(c.block));
-        SetImgError(IMGERR_NOTHINGTODO);
-        EXPECT_EQ(ScaleDIB(src.get(), 0, c.width, c.height), nullptr);
-        EXPECT_EQ(ImgError(), c.code < 0 ? IMGERR_NOTHINGTODO : c.code);
-    }
-    SetImgError(IMGERR_NOTHINGTODO);
-    EXPECT_EQ(ScaleDIB(nullptr, 0, 4, 4), nullptr);
-    EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
-    SetImgError(IMGERR_NOTHINGTODO);  // success leaves the code alone
-    Block src(vxtest::MakeDib(gray));
-    EXPECT_NE(Block(ScaleDIB(src.get(), 1, 9, 9)), nullptr);
-    EXPECT_EQ(ImgError(), IMGERR_NOTHINGTODO);
+    vxtest::ExpectRefusals(vxtest::Reports::kModuleCode, cases,
+                           [](HDIB dib, const auto& c, auto) { return ScaleDIB(dib, 0, c.width, c.height); });
+    EXPECT_EQ(vxtest::CallOn(vxtest::PackedDib(gray), [](HDIB d) { return ScaleDIB(d, 1, 9, 9); }).moduleCode,
+              vxtest::kUntouched);
 }
 
 TEST(ScaleGrayDIB, MatchesThePixelModel) {
@@ -359,31 +343,26 @@ TEST(ScaleGrayDIB, MatchesThePixelModel) {
 }
 
 TEST(ScaleGrayDIB, RefusesWithoutTouchingTheCode) {
-    Block gray(vxtest::MakeDib({10, 8, 8, 0, false, 2}));
-    Block mono(vxtest::MakeDib({10, 8, 1, 0, false, 2}));
-    Block rle(vxtest::BlockFrom(With({10, 8, 8, 0, false, 2}, 16, 1)));
+    const Bytes gray = vxtest::PackedDib({10, 8, 8, 0, false, 2});
     const struct {
         const char* what;
-        HDIB dib;
-        int x, y, w, h, fx, fy, method;
+        vxtest::Source source;
+        int x, y, w, h, fx, fy, method, code = vxtest::kUntouched;
     } cases[] = {
-        {"null", nullptr, 0, 0, 2, 2, 2, 2, 0},
-        {"1-bit", mono.get(), 0, 0, 2, 2, 2, 2, 0},
-        {"compressed", rle.get(), 0, 0, 2, 2, 2, 2, 0},
-        {"method 2", gray.get(), 0, 0, 2, 2, 2, 2, 2},
-        {"x negative", gray.get(), -1, 0, 2, 2, 2, 2, 0},
-        {"past the right edge", gray.get(), 9, 0, 2, 2, 2, 2, 0},
-        {"past the bottom edge", gray.get(), 0, 7, 2, 2, 2, 2, 1},
-        {"zero width", gray.get(), 0, 0, 0, 2, 2, 2, 0},
-        {"zero factor", gray.get(), 0, 0, 2, 2, 0, 2, 0},
-        {"masked to zero", gray.get(), 0, 0, 2, 2, 32768, 2, 0},
+        {"null", vxtest::kNullHandle, 0, 0, 2, 2, 2, 2, 0},
+        {"1-bit", vxtest::PackedDib({10, 8, 1, 0, false, 2}), 0, 0, 2, 2, 2, 2, 0},
+        {"compressed", With({10, 8, 8, 0, false, 2}, 16, 1), 0, 0, 2, 2, 2, 2, 0},
+        {"method 2", gray, 0, 0, 2, 2, 2, 2, 2},
+        {"x negative", gray, -1, 0, 2, 2, 2, 2, 0},
+        {"past the right edge", gray, 9, 0, 2, 2, 2, 2, 0},
+        {"past the bottom edge", gray, 0, 7, 2, 2, 2, 2, 1},
+        {"zero width", gray, 0, 0, 0, 2, 2, 2, 0},
+        {"zero factor", gray, 0, 0, 2, 2, 0, 2, 0},
+        {"masked to zero", gray, 0, 0, 2, 2, 32768, 2, 0},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        SetImgError(IMGERR_NOTHINGTODO);
-        EXPECT_EQ(ScaleGrayDIB(c.dib, c.x, c.y, c.w, c.h, c.fx, c.fy, c.method), nullptr);
-        EXPECT_EQ(ImgError(), IMGERR_NOTHINGTODO);
-    }
+    vxtest::ExpectRefusals(vxtest::Reports::kModuleCode, cases, [](HDIB dib, const auto& c, auto) {
+        return ScaleGrayDIB(dib, c.x, c.y, c.w, c.h, c.fx, c.fy, c.method);
+    });
 }
 
 TEST(NearestIndexMemo, AnswersAsGetNearestPaletteIndex) {

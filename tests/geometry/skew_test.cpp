@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "dib_builder.hpp"
 #include "geometry_corners.hpp"
 #include "vexora.h"
 
@@ -97,78 +96,48 @@ TEST(SkewDIB, MatchesThePerPixelShearForEveryDepthAndOffset) {
                 }
 }
 
-// Independent of the reference: a 24-bit shift that falls inside a pixel goes up to whole
-// bytes, then down to whole pixels.
+// Pinning the model: a 24-bit shift that falls inside a pixel goes up to whole bytes, then
+// down to whole pixels (2 x 2, offset -1: row 1 moves 24 x 1 x 1 / 2 = 12 bits -> 16 bits ->
+// byte 2 -> byte 0).
 TEST(SkewDIB, WholePixelShiftsAtTwentyFourBits) {
-    // 24 bits, 1 row of 2 pixels, d = -1 over H = 2: row 1 moves 24*1*1/2 = 12 bits -> 16 bits
-    // -> byte 2 -> byte 0.
-    const Bytes src24 = vxtest::PackedDib({2, 2, 24, 0, false, 4});
-    Block dib24(vxtest::BlockFrom(src24));
-    Block out24(SkewDIB(dib24.get(), 1, -1, nullptr, nullptr));
-    const Bytes b24 = vxtest::BlockBytes(out24.get());
-    EXPECT_TRUE(std::equal(b24.begin() + 40 + 12, b24.begin() + 40 + 18, src24.begin() + 40 + 8));
-    EXPECT_TRUE(std::equal(b24.begin() + 40 + 3, b24.begin() + 40 + 9, src24.begin() + 40));
+    const Bytes src = vxtest::PackedDib({2, 2, 24, 0, false, 4});
+    int corners[8];
+    const Bytes b = ReferenceSkew(src, true, -1, corners);
+    EXPECT_TRUE(std::equal(b.begin() + 40 + 12, b.begin() + 40 + 18, src.begin() + 40 + 8));
+    EXPECT_TRUE(std::equal(b.begin() + 40 + 3, b.begin() + 40 + 9, src.begin() + 40));
 }
 
 TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
     const Bytes good = vxtest::PackedDib({10, 6, 4, 0, false, 2});
     auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
-    Bytes cut = good;
-    cut.resize(cut.size() - 1);
     const struct {
         const char* what;
-        Bytes bytes;
-        int direction, offset;
-        int code;
-        bool cornersWritten;
+        vxtest::Source source;
+        int direction, offset, code;
+        bool cornersWritten = false;
     } cases[] = {
-        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), 1, 3, IMGERR_PARAMETER, false},
-        {"biSize 108", with(0, 108), 1, 3, IMGERR_PARAMETER, false},
-        {"RLE4", with(16, 2), 1, 3, IMGERR_COMPRESSED, false},
-        {"width 0", with(4, 0), 1, 3, IMGERR_DIBSIZE, false},
-        {"height 0", with(8, 0), 0, 3, IMGERR_DIBSIZE, false},
-        {"top-down rows", with(8, static_cast<uint32_t>(-6)), 0, 3, IMGERR_DIBSIZE, false},
-        {"block one byte short", cut, 0, 3, IMGERR_DIBSIZE, false},
+        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), 1, 3, IMGERR_PARAMETER},
+        {"biSize 108", with(0, 108), 1, 3, IMGERR_PARAMETER},
+        {"RLE4", with(16, 2), 1, 3, IMGERR_COMPRESSED},
+        {"width 0", with(4, 0), 1, 3, IMGERR_DIBSIZE},
+        {"height 0", with(8, 0), 0, 3, IMGERR_DIBSIZE},
+        {"top-down rows", with(8, static_cast<uint32_t>(-6)), 0, 3, IMGERR_DIBSIZE},
+        {"block one byte short", Bytes(good.begin(), good.end() - 1), 0, 3, IMGERR_DIBSIZE},
         {"2^32-byte result", good, 0, 1000000000, IMGERR_NOMEMORY, true},
         {"height past 2^31", good, 0, INT_MAX, IMGERR_NOMEMORY, true},
         {"width past 2^31", good, 1, INT_MIN, IMGERR_NOMEMORY, true},
+        {"null handle", vxtest::kNullHandle, 1, 1, IMGERR_PARAMETER},
+        {"unlockable", vxtest::kUnlockable, 1, 1, IMGERR_LOCKMEMORY},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        vxtest::geometry::ExpectRefused(c.bytes, c.cornersWritten, [&](HDIB dib, int* corners) {
-            DWORD error = 0;
-            HDIB out = SkewDIB(dib, c.direction, c.offset, &error, corners);
-            EXPECT_EQ(error, static_cast<DWORD>(c.code));
-            return out;
-        });
-        EXPECT_EQ(ImgError(), c.code);
-    }
-    DWORD error = 0;
-    EXPECT_EQ(SkewDIB(nullptr, 1, 1, &error, nullptr), nullptr);
-    EXPECT_EQ(error, DWORD{IMGERR_PARAMETER});
-    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
-    EXPECT_EQ(SkewDIB(unlockable.get(), 1, 1, nullptr, nullptr), nullptr);  // no cell: module code only
-    EXPECT_EQ(ImgError(), IMGERR_LOCKMEMORY);
-}
-
-TEST(SkewDIB, CornerRecordAndSourceLockOnSuccess) {
-    Block dib(vxtest::BlockFrom(vxtest::PackedDib({10, 6, 1, 0, false, 5})));
-    const struct {
-        int direction, offset;
-        int corners[8];
-    } cases[] = {
-        {1, 4, {4, 0, 14, 0, 10, 6, 0, 6}},   {1, 0, {0, 0, 10, 0, 10, 6, 0, 6}},
-        {1, -4, {0, 0, 10, 0, 14, 6, 4, 6}},  {0, 4, {0, 4, 10, 4, 10, 6, 0, 6}},
-        {0, -4, {0, 0, 10, 0, 10, 10, 0, 10}},
-    };
-    for (const auto& c : cases) {
-        int corners[8];
-        Block out(SkewDIB(dib.get(), c.direction, c.offset, nullptr, corners));
-        ASSERT_NE(out, nullptr);
-        EXPECT_TRUE(std::equal(corners, corners + 8, c.corners)) << c.direction << " " << c.offset;
-        EXPECT_TRUE(vxtest::geometry::LockHeld(dib.get())) << "the lock SkewDIB took is released";
-        GlobalUnlock(dib.get());
-    }
+    vxtest::ExpectRefusals(vxtest::Reports::kBoth, cases, [](HDIB dib, const auto& c, DWORD* error) {
+        int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
+        HDIB out = SkewDIB(dib, c.direction, c.offset, error, corners);
+        EXPECT_EQ(corners[0] != -1, c.cornersWritten);
+        return out;
+    });
+    SetImgError(IMGERR_SUCCESS);  // without a cell, the module code alone
+    EXPECT_EQ(SkewDIB(nullptr, 1, 1, nullptr, nullptr), nullptr);
+    EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
 }
 
 }  // namespace
