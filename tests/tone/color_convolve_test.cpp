@@ -46,10 +46,8 @@ Bytes ReferenceColor(const Bytes& src, bool newDib, int grayMode, const ModelKer
 
 std::vector<short> Narrow(const std::vector<int64_t>& e) { return std::vector<short>(e.begin(), e.end()); }
 
-Bytes Filtered(const Bytes& src, int grayMode, short type, int n, const short* kernel, const char* file = nullptr) {
-    Block dib(vxtest::BlockFrom(src));
-    Block out(ColorConvolution(dib.get(), TRUE, grayMode, type, n, file, kernel, nullptr));
-    return out ? vxtest::BlockBytes(out.get()) : Bytes{};
+Bytes Filtered(const Bytes& src, short type, int n, DWORD* error = nullptr, const char* file = nullptr) {
+    return vxtest::CallOn(src, [&](HDIB d) { return ColorConvolution(d, TRUE, 1, type, n, file, nullptr, error); }).result;
 }
 
 TEST(ColorConvolution, MatchesTheModelForEveryTypeSizeGrayModeAndMode) {
@@ -69,40 +67,24 @@ TEST(ColorConvolution, MatchesTheModelForEveryTypeSizeGrayModeAndMode) {
     });
 }
 
-TEST(ColorConvolution, WorkedExamples) {
-    // Identity with divisor 0 changes nothing (rows without padding, which a new DIB zeroes).
+// The size is its low 16 bits, signed; only the low 16 bits of the width are tested for 0.
+TEST(ColorConvolution, SixteenBitSizeAndWidth) {
     const Bytes src = vxtest::PackedDib({8, 5, 24, 0, false, 21});
-    const short identity[] = {0, 0, 0, 0, 1, 0, 0, 0, 0, 0};
-    EXPECT_EQ(Filtered(src, 1, 1, 3, identity), src);
-
-    // The size is its low 16 bits, signed; only the low 16 bits of the width are tested for 0.
-    EXPECT_EQ(Filtered(src, 1, 4, 0x10003, nullptr), Filtered(src, 1, 4, 3, nullptr));
-    EXPECT_EQ(Filtered(src, 1, 4, 0x10008, nullptr), Bytes{});
+    EXPECT_EQ(Filtered(src, 4, 0x10003), Filtered(src, 4, 3));
+    EXPECT_EQ(Filtered(src, 4, 0x10008), Bytes{});
     const Bytes wide = vxtest::PackedDib({65537, 2, 24, 0, false, 8});
-    EXPECT_EQ(Filtered(wide, 1, 4, 3, nullptr), ReferenceColor(wide, true, 1, vxtest::ModelBuiltIn(4, 3)));
+    EXPECT_EQ(Filtered(wide, 4, 3), ReferenceColor(wide, true, 1, vxtest::ModelBuiltIn(4, 3)));
 }
 
-// Kernel files of 16-bit entries are read as far as they go, the rest being 0; a file cut
-// inside a negative entry keeps its low byte, a weight of 255, and is refused.
+// A file cut inside a negative entry keeps its low byte, a weight of 255, and is refused.
 TEST(ColorConvolution, KernelFiles) {
-    vxtest::TempDir dir;
     const Bytes src = vxtest::PackedDib({9, 6, 24, 0, false, 31});
-    const std::vector<int64_t> e = {-1, 0, 1, -2, 9, 2, -1, 0, 1, 0};
-    for (const size_t bytes : {20, 26, 14, 2, 0}) {
-        Bytes file = vxtest::EntryFile(e, 2);
-        file.resize(bytes, 0x40);
-        const std::string path = dir.write("k" + std::to_string(bytes), file);
-        EXPECT_EQ(Filtered(src, 1, 2, 3, nullptr, path.c_str()),
-                  ReferenceColor(src, true, 1, *vxtest::ModelCallerKernel(vxtest::EntriesRead(file, 2), 3, 16))) << bytes;
-    }
-    Bytes cut = vxtest::EntryFile(e, 2);
+    Bytes cut = vxtest::EntryFile({-1, 0, 1, -2, 9, 2, -1, 0, 1, 0}, 2);
     cut.resize(13);
-    for (const std::string& path : {dir.write("cut", cut), dir.path("missing")}) {
-        DWORD error = 0;
-        Block dib(vxtest::BlockFrom(src));
-        EXPECT_EQ(ColorConvolution(dib.get(), TRUE, 1, 2, 3, path.c_str(), nullptr, &error), nullptr) << path;
-        EXPECT_EQ(error, DWORD{IMGERR_PARAMETER}) << path;
-    }
+    vxtest::ExpectKernelFilesRead(
+        16, {-1, 0, 1, -2, 9, 2, -1, 0, 1, 0}, {cut},
+        [&](const std::string& path, DWORD* error) { return Filtered(src, 2, 3, error, path.c_str()); },
+        [&](const ModelKernel& k) { return ReferenceColor(src, true, 1, k); });
 }
 
 TEST(ColorConvolution, RefusalsReportThroughTheErrorWordOnly) {
@@ -111,7 +93,7 @@ TEST(ColorConvolution, RefusalsReportThroughTheErrorWordOnly) {
     cases.push_back({"depth 8", vxtest::PackedDib({8, 4, 8, 0, false, 12}), 3, 3, {}, IMGERR_BITCOUNT});
     cases.push_back({"width 65536", vxtest::PackedDib({65536, 1, 24, 0, false, 1}), 3, 3, {}, IMGERR_DIBSIZE});
     cases.push_back({"weight -32768", good, 1, 3, {0, 0, 0, 0, -32768, 0, 0, 0, 0, 1}, IMGERR_PARAMETER});
-    vxtest::CheckCases(good, cases, [](HDIB dib, bool newDib, const vxtest::FilterCase& c, DWORD* error) {
+    vxtest::ExpectFilterRefusals(good, cases, [](HDIB dib, bool newDib, const vxtest::FilterCase& c, DWORD* error) {
         const std::vector<short> k = Narrow(c.kernel);
         return ColorConvolution(dib, newDib, 1, static_cast<short>(c.type), c.size, nullptr,
                                 k.empty() ? nullptr : k.data(), error);
