@@ -22,8 +22,7 @@ TEST(ReadDIBInfo, ReadsHeaderAndTableAndStopsAtThePixels) {
     Bytes info = PackedDib({5, 3, 4}), core = PackedDib({5, 3, 4, 0, true});
     PutU32(info, 20, 0);  // biSizeImage and biClrUsed are filled in
     const struct { const char* name; Bytes file; LONG pixels; } cases[] = {
-        {"bare packed DIB", info, 7 + 104},
-        {"offBits 0", BmpFile(info, 0), 7 + 14 + 104},
+        {"bare packed DIB", info, 7 + 104}, {"offBits 0", BmpFile(info, 0), 7 + 14 + 104},
         {"offBits past a gap", BmpFile(info, 14 + 104 + 6), 7 + 14 + 104 + 6},
         {"core header", BmpFile(core, 0), 7 + 14 + 12 + 48},
     };
@@ -91,8 +90,7 @@ TEST(LoadDIBFromFile, WidensCoreHeadersAndToleratesOddSizesAndDamage) {
     PutU32(overstated, 14 + 20, 0xF0000000u);  // honoured only as far as the file holds bytes
     PutU32(overstatedDib, 20, 0xF0000000u);
     const struct { const char* name; Bytes file, dib; } cases[] = {
-        {"core header", BmpFile(core, 0), widened},
-        {"top-down rows", PlainBmp(topDown), PackedDib(topDown)},
+        {"core header", BmpFile(core, 0), widened}, {"top-down rows", PlainBmp(topDown), PackedDib(topDown)},
         {"understated biSizeImage", BmpFile(understated, 14 + 1064), understated},
         {"RLE8", BmpFile(rle, 0), Bytes(rle.begin(), rle.begin() + 1064 + 10)},
         {"more than 256 colours", PlainBmp(many), PackedDib(many)},
@@ -153,18 +151,15 @@ TEST(HostileFiles, AreRefusedWithTheirCode) {
     Bytes core = BmpFile(PackedDib({4, 2, 8, 0, true}), 0);
     PutU16(core, 18, 0);
     const struct { const char* name; Bytes file; int code; } cases[] = {
-        {"empty", {}, IMGERR_IO},
-        {"cut in the file header", cut(rgb, 9), IMGERR_IO},
+        {"empty", {}, IMGERR_IO}, {"cut in the file header", cut(rgb, 9), IMGERR_IO},
         {"cut in the info header", cut(rgb, 34), IMGERR_IO},
         {"bare DIB cut in its header", cut(PackedDib({4, 2, 24}), 30), IMGERR_IO},
         {"wrong signature", with(rgb, 0, 0x00005842), IMGERR_FILEFORMAT},
         {"header size 108", with(rgb, 14, 108), IMGERR_FILEFORMAT},
         {"header size 124", with(rgb, 14, 124), IMGERR_FILEFORMAT},
-        {"header size 0", with(rgb, 14, 0), IMGERR_FILEFORMAT},
-        {"width 0", with(rgb, 18, 0), IMGERR_FILEFORMAT},
+        {"header size 0", with(rgb, 14, 0), IMGERR_FILEFORMAT}, {"width 0", with(rgb, 18, 0), IMGERR_FILEFORMAT},
         {"negative width", with(rgb, 18, 0xFFFFFFFC), IMGERR_FILEFORMAT},
-        {"height 0", with(rgb, 22, 0), IMGERR_FILEFORMAT},
-        {"core width 0", core, IMGERR_FILEFORMAT},
+        {"height 0", with(rgb, 22, 0), IMGERR_FILEFORMAT}, {"core width 0", core, IMGERR_FILEFORMAT},
         {"65536 x 65536 x 8 wraps to 0", with(with(indexed, 18, 65536), 22, 65536), IMGERR_FILEFORMAT},
         {"stride wraps", with(rgb, 18, 0x40000000), IMGERR_FILEFORMAT},
         {"height INT_MIN", with(rgb, 22, 0x80000000), IMGERR_FILEFORMAT},

@@ -63,9 +63,7 @@ TEST(LoadColorFaxPage, OnePlaneFilePerPlaneMergesIntoTheFixedTable) {
     // Shape of the first plane; the other planes may differ in size and depth, and one may be
     // missing (its bits stay clear).
     const struct { int width, height, planes, firstPage; std::vector<DibShape> others; } cases[] = {
-        {13, 5, 3, 1, {{13, 5, 1}, {13, 5, 1}}},
-        {1, 1, 2, 3, {{1, 1, 1}}},
-        {35, 4, 2, 1, {{35, 4, 1}}},
+        {13, 5, 3, 1, {{13, 5, 1}, {13, 5, 1}}}, {1, 1, 2, 3, {{1, 1, 1}}}, {35, 4, 2, 1, {{35, 4, 1}}},
         {9, 6, 3, 1, {{20, 9, 1}, {4, 2, 1}}},          // larger and smaller planes
         {12, 4, 3, 1, {{12, 4, 8}, {12, 4, 4}}},         // planes of other depths
         {10, 3, 6, 1, {{10, 3, 1}, {10, 3, 1}, {10, 3, 1}, {10, 3, 1}, {10, 3, 1}}},  // planes 4, 5
@@ -176,8 +174,7 @@ TEST(LoadColorFaxPage, RefusalsAndTheirCodes) {
     };
     const std::string good = set("good.cfx", plane);
     const struct { const char* name; std::string file; int page; int code; int status; } cases[] = {
-        {"missing set", dir.path("absent.cfx"), 1, IMGERR_OPENFILE, 3},
-        {"page 0", good, 0, IMGERR_NOTHINGTODO, 17},
+        {"missing set", dir.path("absent.cfx"), 1, IMGERR_OPENFILE, 3}, {"page 0", good, 0, IMGERR_NOTHINGTODO, 17},
         {"page past the last", good, 4, IMGERR_NOTHINGTODO, 17},
         {"BitsPixel 8", set("deep.cfx", plane, "BitsPixel=8"), 1, IMGERR_NOTHINGTODO, 17},
         {"no BitsPixel", set("nobits.cfx", plane, ""), 1, IMGERR_NOTHINGTODO, 17},

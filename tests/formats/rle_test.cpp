@@ -140,8 +140,7 @@ TEST(CompressDIB, WorkedStreams) {
         {4, 3, 1, {0x12, 0x34, 0, 0}, {2, 0x12, 2, 0x34, 0, 0, 0, 1}},
         {4, 3, 1, {0x12, 0x34, 0x56, 0x78}, {0, 4, 0x12, 0x34, 0, 0, 0, 1}},
         // No pixels: end-of-line codes only, more than the historic scratch block held.
-        {8, 0, 3, {}, {0, 0, 0, 0, 0, 0, 0, 1}},
-        {4, 9, 0, {}, {0, 1}},
+        {8, 0, 3, {}, {0, 0, 0, 0, 0, 0, 0, 1}}, {4, 9, 0, {}, {0, 1}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.bits << "-bit " << c.w << "x" << c.h);

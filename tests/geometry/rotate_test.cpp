@@ -155,10 +155,8 @@ TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
         bool cornersWritten = false;
     } cases[] = {
         {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), ROTATE_ERR_PARAMETER},
-        {"core header", with(0, 12), ROTATE_ERR_PARAMETER},
-        {"RLE8", with(16, 1), ROTATE_ERR_COMPRESSED},
-        {"width 65536 (low 16 bits 0)", with(4, 65536), ROTATE_ERR_SIZE},
-        {"height 0", with(8, 0), ROTATE_ERR_SIZE},
+        {"core header", with(0, 12), ROTATE_ERR_PARAMETER}, {"RLE8", with(16, 1), ROTATE_ERR_COMPRESSED},
+        {"width 65536 (low 16 bits 0)", with(4, 65536), ROTATE_ERR_SIZE}, {"height 0", with(8, 0), ROTATE_ERR_SIZE},
         {"block one byte short", Bytes(good.begin(), good.end() - 1), ROTATE_ERR_SIZE},
         {"2^32-byte result", Image(65535, 1, 24, 2), ROTATE_ERR_NOMEMORY, true},  // 65535 wide at 45 degrees
         {"null handle", vxtest::kNullHandle, ROTATE_ERR_PARAMETER},

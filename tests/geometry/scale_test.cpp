@@ -346,15 +346,11 @@ TEST(ScaleGrayDIB, RefusesWithoutTouchingTheCode) {
         Source source;
         int x, y, w, h, fx, fy, method, code = kUntouched;
     } cases[] = {
-        {"null", kNullHandle, 0, 0, 2, 2, 2, 2, 0},
-        {"1-bit", PackedDib({10, 8, 1, 0, false, 2}), 0, 0, 2, 2, 2, 2, 0},
+        {"null", kNullHandle, 0, 0, 2, 2, 2, 2, 0}, {"1-bit", PackedDib({10, 8, 1, 0, false, 2}), 0, 0, 2, 2, 2, 2, 0},
         {"compressed", With({10, 8, 8, 0, false, 2}, 16, 1), 0, 0, 2, 2, 2, 2, 0},
-        {"method 2", gray, 0, 0, 2, 2, 2, 2, 2},
-        {"x negative", gray, -1, 0, 2, 2, 2, 2, 0},
-        {"past the right edge", gray, 9, 0, 2, 2, 2, 2, 0},
-        {"past the bottom edge", gray, 0, 7, 2, 2, 2, 2, 1},
-        {"zero width", gray, 0, 0, 0, 2, 2, 2, 0},
-        {"zero factor", gray, 0, 0, 2, 2, 0, 2, 0},
+        {"method 2", gray, 0, 0, 2, 2, 2, 2, 2}, {"x negative", gray, -1, 0, 2, 2, 2, 2, 0},
+        {"past the right edge", gray, 9, 0, 2, 2, 2, 2, 0}, {"past the bottom edge", gray, 0, 7, 2, 2, 2, 2, 1},
+        {"zero width", gray, 0, 0, 0, 2, 2, 2, 0}, {"zero factor", gray, 0, 0, 2, 2, 0, 2, 0},
         {"masked to zero", gray, 0, 0, 2, 2, 32768, 2, 0},
     };
     ExpectRefusals(Reports::kModuleCode, cases, [](HDIB dib, const auto& c, auto) {

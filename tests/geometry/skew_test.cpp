@@ -117,10 +117,8 @@ TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
         bool cornersWritten = false;
     } cases[] = {
         {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), 1, 3, IMGERR_PARAMETER},
-        {"biSize 108", with(0, 108), 1, 3, IMGERR_PARAMETER},
-        {"RLE4", with(16, 2), 1, 3, IMGERR_COMPRESSED},
-        {"width 0", with(4, 0), 1, 3, IMGERR_DIBSIZE},
-        {"height 0", with(8, 0), 0, 3, IMGERR_DIBSIZE},
+        {"biSize 108", with(0, 108), 1, 3, IMGERR_PARAMETER}, {"RLE4", with(16, 2), 1, 3, IMGERR_COMPRESSED},
+        {"width 0", with(4, 0), 1, 3, IMGERR_DIBSIZE}, {"height 0", with(8, 0), 0, 3, IMGERR_DIBSIZE},
         {"top-down rows", with(8, static_cast<uint32_t>(-6)), 0, 3, IMGERR_DIBSIZE},
         {"block one byte short", Bytes(good.begin(), good.end() - 1), 0, 3, IMGERR_DIBSIZE},
         {"2^32-byte result", good, 0, 1000000000, IMGERR_NOMEMORY, true},

@@ -56,6 +56,15 @@ inline uint32_t GetU32(const Bytes& b, size_t at) {
     std::memcpy(&v, &b.at(at + 3) - 3, 4);
     return v;
 }
+// Shorthands: a seeded DIB with clrUsed, rows and entries as DibShape takes them; bytes with
+// one 32-bit field replaced; bytes cut to a size.
+inline Bytes SeededDib(int32_t w, int32_t h, uint16_t bits, uint32_t seed = 1, uint32_t used = 0, int64_t rows = -1,
+                       int64_t entries = -1) {
+    return PackedDib({w, h, bits, used, false, seed, entries, rows});
+}
+inline Bytes With(Bytes b, size_t at, uint32_t v) { return PutU32(b, at, v), b; }
+inline Bytes Cut(Bytes b, size_t size) { return b.resize(size), b; }
+
 Bytes ReadFileBytes(const std::filesystem::path& path);
 
 class TempDir {

@@ -60,8 +60,7 @@ inline void ExpectSharedRefusals(const char* name, Export call, int nullCode, in
         int depth, code;
         bool leftLocked = false;
     } cases[] = {
-        {"output depth 2", good, 2, IMGERR_PARAMETER},
-        {"output depth 0", good, 0, IMGERR_PARAMETER},
+        {"output depth 2", good, 2, IMGERR_PARAMETER}, {"output depth 0", good, 0, IMGERR_PARAMETER},
         {"output depth 8 where not taken", good, maxDepth == 8 ? 16 : 8, IMGERR_PARAMETER},
         {"header cut short", cut(good, 39), 1, IMGERR_PARAMETER},
         {"8 to 8 bits, or 1 to 1", RandomSource(8, 4, uint16_t(same), 2), same, IMGERR_DITHERPARAM, true},
@@ -70,8 +69,7 @@ inline void ExpectSharedRefusals(const char* name, Export call, int nullCode, in
         {"1-bit source", RandomSource(8, 4, 1, 2), 1, IMGERR_DITHERPARAM, true},
         {"16-bit source", RandomSource(8, 4, 16, 2), 1, IMGERR_DITHERPARAM, true},
         {"32-bit source", RandomSource(8, 4, 32, 2), 4, IMGERR_DITHERPARAM, true},
-        {"width 0", with(4, 0, good), 1, IMGERR_PARAMETER},
-        {"height 0", with(8, 0, good), 1, IMGERR_PARAMETER},
+        {"width 0", with(4, 0, good), 1, IMGERR_PARAMETER}, {"height 0", with(8, 0, good), 1, IMGERR_PARAMETER},
         {"negative width", with(4, uint32_t(-8), good), 1, IMGERR_PARAMETER},
         {"negative height", with(8, uint32_t(-4), good), 1, IMGERR_PARAMETER},
         {"width 32768", RandomSource(32768, 1, 24, 3), 4, IMGERR_PARAMETER},

@@ -56,8 +56,7 @@ inline std::optional<ModelKernel> ModelCallerKernel(const std::vector<int64_t>& 
 // The built-in kernels, written out cell by cell.
 inline ModelKernel ModelBuiltIn(int type, int n) {
     static const int64_t smooth[3][5][5] = {
-        {{1, 2, 1}, {2, 4, 2}, {1, 2, 1}},
-        {{1, 3, 3, 1}, {3, 9, 9, 3}, {3, 9, 9, 3}, {1, 3, 3, 1}},
+        {{1, 2, 1}, {2, 4, 2}, {1, 2, 1}}, {{1, 3, 3, 1}, {3, 9, 9, 3}, {3, 9, 9, 3}, {1, 3, 3, 1}},
         {{0, 1, 1, 1, 0}, {1, 2, 4, 2, 1}, {1, 4, 8, 4, 1}, {1, 2, 4, 2, 1}, {0, 1, 1, 1, 0}}};
     static const int64_t sharp[3][5][5] = {
         {{-1, -2, -1}, {-2, 13, -2}, {-1, -2, -1}},
@@ -272,13 +271,10 @@ inline std::vector<FilterCase> SharedCases(const Bytes& good) {
         {"negative width", with(4, static_cast<uint32_t>(-6)), 3, 3, {}, IMGERR_DIBSIZE},
         {"rows past the block", with(8, 5), 3, 3, {}, IMGERR_DIBSIZE},
         {"table past the block", with(32, 0x40000000), 3, 3, {}, IMGERR_DIBSIZE},
-        {"type 0", good, 0, 3, k3, IMGERR_PARAMETER},
-        {"type 7", good, 7, 3, k3, IMGERR_PARAMETER},
+        {"type 0", good, 0, 3, k3, IMGERR_PARAMETER}, {"type 7", good, 7, 3, k3, IMGERR_PARAMETER},
         {"type 1 without kernel", good, 1, 3, {}, IMGERR_PARAMETER},
-        {"type 2 without file", good, 2, 3, k3, IMGERR_PARAMETER},
-        {"size 2", good, 1, 2, k3, IMGERR_PARAMETER},
-        {"size 8", good, 1, 8, k7, IMGERR_PARAMETER},
-        {"size 6 smoothing", good, 4, 6, {}, IMGERR_PARAMETER},
+        {"type 2 without file", good, 2, 3, k3, IMGERR_PARAMETER}, {"size 2", good, 1, 2, k3, IMGERR_PARAMETER},
+        {"size 8", good, 1, 8, k7, IMGERR_PARAMETER}, {"size 6 smoothing", good, 4, 6, {}, IMGERR_PARAMETER},
         {"size 6 sharpening", good, 5, 6, {}, IMGERR_PARAMETER},
         {"size 7 sharpening", good, 6, 7, {}, IMGERR_PARAMETER},
         {"weight 128", good, 1, 3, centre(128, 0, 0), IMGERR_PARAMETER},

@@ -11,13 +11,6 @@ using namespace vxtest;
 
 namespace {
 
-// A random DIB: header, `entries` table entries (by clrUsed, else by depth), `rows` rows.
-Bytes Random(int32_t w, int32_t h, uint16_t bits, uint32_t seed, uint32_t used = 0, int64_t rows = -1,
-             int64_t entries = -1) {
-    return PackedDib({w, h, bits, used, false, seed, entries, rows});
-}
-Bytes With(Bytes b, size_t at, uint32_t value) { return PutU32(b, at, value), b; }
-Bytes Cut(Bytes b, size_t size) { return b.resize(size), b; }
 
 int ByteAt(const Bytes& b, int64_t at) { return at >= 0 && uint64_t(at) < b.size() ? b[size_t(at)] : 0; }
 
@@ -75,7 +68,7 @@ TEST(Convert8to24, MatchesTheModelForEverySizeAndTableLength) {
         for (uint32_t used : {0u, 2u, 17u, 0x10000u})  // 2: indices past the table; 0x10000: 256 entries
             for (int w : {1, 2, 3, 4, 5, 7, 8, 9, 13, 31, 33})
                 for (int h : {1, 2, 5}) {
-                    const Bytes src = Random(w, h, bits, ++seed, used, -1, used % 0x10000 ? used : 256);
+                    const Bytes src = SeededDib(w, h, bits, ++seed, used, -1, used % 0x10000 ? used : 256);
                     SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used);
                     ExpectResult(src, Expand24Model(src), true, Convert8to24);  // the source stays locked
                 }
@@ -87,7 +80,7 @@ TEST(Convert8to24, SixteenBitArithmeticOfWideImages) {
     const int32_t sizes[][3] = {{65537, 3, 3}, {10923, 2, 2}, {10924, 2, 2}, {11000, 3, 3},
                                 {21845, 2, 2}, {30000, 2, 2}, {5, 65539, 3}};
     for (const auto& s : sizes) {
-        Bytes src = With(With(Random(int16_t(s[0]), s[2], 8, uint32_t(s[0])), 4, uint32_t(s[0])), 8, uint32_t(s[1]));
+        Bytes src = With(With(SeededDib(int16_t(s[0]), s[2], 8, uint32_t(s[0])), 4, uint32_t(s[0])), 8, uint32_t(s[1]));
         SCOPED_TRACE(testing::Message() << s[0] << "x" << s[1]);
         ExpectResult(src, Expand24Model(src), true, Convert8to24);
     }
@@ -95,27 +88,25 @@ TEST(Convert8to24, SixteenBitArithmeticOfWideImages) {
 
 TEST(Convert8to24, RefusalsInTheirOrder) {
     const Refusal cases[] = {
-        {"block under 40 bytes", Cut(Random(4, 4, 8, 1), 39), IMGERR_PARAMETER},
-        {"biSize 12", With(Random(4, 4, 8, 1), 0, 12), IMGERR_PARAMETER},
-        {"compressed 24-bit", With(Random(4, 4, 24, 1), 16, 1), IMGERR_COMPRESSED},
-        {"1-bit, before the size", Random(0, 4, 1, 1), IMGERR_BITCOUNT},
-        {"4-bit", Random(4, 4, 4, 1), IMGERR_BITCOUNT},
-        {"24-bit, before the size", Random(0, 4, 24, 1), 31},
-        {"width 65536 is 0", Random(65536, 4, 8, 1, 0, 0), IMGERR_DIBSIZE},
-        {"height 0", Random(4, 0, 8, 1), IMGERR_DIBSIZE},
-        {"width 40000 is negative", Random(40000, 1, 8, 1, 0, 0), IMGERR_DIBSIZE},
-        {"negative height", Random(4, -4, 8, 1), IMGERR_DIBSIZE},
-        {"colour count 40000 is negative", Random(4, 4, 8, 1, 40000, 4, 256), IMGERR_DIBSIZE},
-        {"block one byte short", Cut(Random(7, 5, 8, 1), 1103), IMGERR_DIBSIZE},
-        {"null handle", kNullHandle, IMGERR_PARAMETER},
-        {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+        {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), IMGERR_PARAMETER},
+        {"biSize 12", With(SeededDib(4, 4, 8), 0, 12), IMGERR_PARAMETER},
+        {"compressed 24-bit", With(SeededDib(4, 4, 24), 16, 1), IMGERR_COMPRESSED},
+        {"1-bit, before the size", SeededDib(0, 4, 1), IMGERR_BITCOUNT},
+        {"4-bit", SeededDib(4, 4, 4), IMGERR_BITCOUNT}, {"24-bit, before the size", SeededDib(0, 4, 24), 31},
+        {"width 65536 is 0", SeededDib(65536, 4, 8, 1, 0, 0), IMGERR_DIBSIZE},
+        {"height 0", SeededDib(4, 0, 8), IMGERR_DIBSIZE},
+        {"width 40000 is negative", SeededDib(40000, 1, 8, 1, 0, 0), IMGERR_DIBSIZE},
+        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
+        {"colour count 40000 is negative", SeededDib(4, 4, 8, 1, 40000, 4, 256), IMGERR_DIBSIZE},
+        {"block one byte short", Cut(SeededDib(7, 5, 8), 1103), IMGERR_DIBSIZE},
+        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
     };
     ExpectRefusals(Reports::kModuleCode, cases, [](HDIB d, auto&, auto) { return Convert8to24(d); });
 }
 
 // Every level at every setting, through a colour table and through 24-bit pixels.
 TEST(ColorBrightnessContrast, LevelsMatchTheDoublePrecisionFormulaForEverySetting) {
-    Bytes paletted = Random(1, 1, 8, 1), trueColour = Random(86, 1, 24, 1);
+    Bytes paletted = SeededDib(1, 1, 8), trueColour = SeededDib(86, 1, 24);
     for (size_t i = 0; i < 256; ++i) paletted[41 + 4 * i] = trueColour[40 + i] = uint8_t(i);
     Block in[2] = {Block(BlockFrom(paletted)), Block(BlockFrom(trueColour))};
     for (int b = -100; b <= 100; ++b)
@@ -162,21 +153,20 @@ TEST(ColorBrightnessContrast, RefusalsInTheirOrder) {
         int code, brightness = 0, contrast = 0;
     };
     const Case cases[] = {
-        {"block under 40 bytes", Cut(Random(4, 4, 8, 1), 39), IMGERR_PARAMETER},
-        {"biSize 108", With(Random(4, 4, 8, 1), 0, 108), IMGERR_PARAMETER},
-        {"compressed 1-bit", With(Random(4, 4, 1, 1), 16, 2), IMGERR_COMPRESSED},
-        {"1-bit, before size and settings", Random(0, 4, 1, 1), IMGERR_BITCOUNT, 500},
-        {"width 65536, before settings", Random(65536, 1, 8, 1, 0, 0), IMGERR_DIBSIZE, 101},
-        {"height 0", Random(4, 0, 24, 1), IMGERR_DIBSIZE},
-        {"brightness 101", Random(4, 4, 8, 1), IMGERR_PARAMETER, 101},
-        {"brightness -101", Random(4, 4, 24, 1), IMGERR_PARAMETER, -101},
-        {"contrast 101", Random(4, 4, 4, 1), IMGERR_PARAMETER, 0, 101},
-        {"16-bit brightness -32668", Random(4, 4, 4, 1), IMGERR_PARAMETER, 32868, 65535},
-        {"negative height", Random(4, -4, 8, 1), IMGERR_DIBSIZE},
-        {"one byte short", Cut(Random(7, 5, 24, 1), 159), IMGERR_DIBSIZE},
-        {"short of biSizeImage", With(Random(4, 4, 8, 1), 20, 17), IMGERR_DIBSIZE},
-        {"null handle", kNullHandle, IMGERR_PARAMETER},
-        {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+        {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), IMGERR_PARAMETER},
+        {"biSize 108", With(SeededDib(4, 4, 8), 0, 108), IMGERR_PARAMETER},
+        {"compressed 1-bit", With(SeededDib(4, 4, 1), 16, 2), IMGERR_COMPRESSED},
+        {"1-bit, before size and settings", SeededDib(0, 4, 1), IMGERR_BITCOUNT, 500},
+        {"width 65536, before settings", SeededDib(65536, 1, 8, 1, 0, 0), IMGERR_DIBSIZE, 101},
+        {"height 0", SeededDib(4, 0, 24), IMGERR_DIBSIZE},
+        {"brightness 101", SeededDib(4, 4, 8), IMGERR_PARAMETER, 101},
+        {"brightness -101", SeededDib(4, 4, 24), IMGERR_PARAMETER, -101},
+        {"contrast 101", SeededDib(4, 4, 4), IMGERR_PARAMETER, 0, 101},
+        {"16-bit brightness -32668", SeededDib(4, 4, 4), IMGERR_PARAMETER, 32868, 65535},
+        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
+        {"one byte short", Cut(SeededDib(7, 5, 24), 159), IMGERR_DIBSIZE},
+        {"short of biSizeImage", With(SeededDib(4, 4, 8), 20, 17), IMGERR_DIBSIZE},
+        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
     };
     ExpectRefusals(Reports::kModuleCode, cases,
                    [](HDIB d, const Case& c, auto) { return ColorBrightnessContrast(d, c.brightness, c.contrast); });

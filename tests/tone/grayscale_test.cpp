@@ -16,11 +16,6 @@ using namespace vxtest;
 
 namespace {
 
-Bytes Random(int32_t w, int32_t h, uint16_t bits, uint32_t seed, uint32_t used = 0, int64_t rows = -1,
-             int64_t entries = -1) {
-    return PackedDib({w, h, bits, used, false, seed, entries, rows});
-}
-Bytes With(Bytes b, size_t at, uint32_t value) { return PutU32(b, at, value), b; }
 
 int Gray(int b, int g, int r, bool weighted) {
     return weighted ? int(unsigned((g * 5 + b) * 3 + r * 8) / 26u) : (b + g + r) / 3;
@@ -136,7 +131,7 @@ TEST(ConvColorDIBtoGrayscale, MatchesTheModelForEveryDepthSizeModeAndWeighting) 
             ForEachSize([&](int w, int h) {
                 for (int mode = bits == 1 ? 0 : 7; mode <= (bits == 1 ? 2 : 7); ++mode)
                     for (BOOL weighted : {FALSE, TRUE}) {
-                        const Bytes src = Random(w, h, bits, ++seed, used);
+                        const Bytes src = SeededDib(w, h, bits, ++seed, used);
                         SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used
                                                         << " mode " << mode << " weighted " << weighted);
                         ExpectResult(src, ColorModel(src, mode, weighted), true,  // the source stays locked
@@ -155,7 +150,7 @@ TEST(ConvMonoDIBtoGrayscale, MatchesTheModelForEitherDarkerColour) {
         for (uint32_t used : {0u, 1u})
             for (int mode : {0, 1, 2})
                 ForEachSize([&](int w, int h) {
-                    Bytes src = Random(w, h, 1, ++seed, used);
+                    Bytes src = SeededDib(w, h, 1, ++seed, used);
                     std::copy(table, table + (used ? 4 : 8), src.begin() + 40);
                     SCOPED_TRACE(testing::Message() << "mode " << mode << " " << w << "x" << h << " table "
                                                     << int(table[0]) << " clrUsed " << used);
@@ -191,32 +186,26 @@ TEST(Grayscale, RefusalsInTheirOrderAndTheDocumentedGrays) {
         int code, mode = 0;
         bool mono = false;
     };
-    Bytes shortRows = Random(9, 5, 24, 1);
-    shortRows.resize(179);  // one byte short
     const Case cases[] = {
-        {"block under 40 bytes", Bytes(39, 40), IMGERR_PARAMETER},
-        {"biSize 124", With(Random(4, 4, 8, 1), 0, 124), IMGERR_PARAMETER},
-        {"compressed, before the size", With(Random(0, 4, 8, 1), 16, 1), IMGERR_COMPRESSED},
-        {"width 0, before the mode", Random(0, 4, 1, 1), IMGERR_DIBSIZE, 9},
-        {"height 0, before the mode", Random(4, 0, 1, 1), IMGERR_DIBSIZE, 9},
-        {"1-bit mode 3", Random(4, 4, 1, 1), IMGERR_PARAMETER, 3},
-        {"mode -1, before a short block", Random(4, 4, 1, 1, 0, 2), IMGERR_PARAMETER, -1},
-        {"depth 0", Random(4, 4, 0, 1), IMGERR_BITCOUNT},
-        {"depth 2", Random(4, 4, 2, 1), IMGERR_BITCOUNT},
-        {"depth 16", Random(4, 4, 16, 1), IMGERR_BITCOUNT},
-        {"depth 32", Random(4, 4, 32, 1), IMGERR_BITCOUNT},
-        {"negative height", Random(4, -4, 8, 1), IMGERR_DIBSIZE},
-        {"one byte short", shortRows, IMGERR_DIBSIZE},
-        {"table past the block", Random(4, 4, 8, 1, 1u << 30, 4, 256), IMGERR_DIBSIZE},
-        {"null handle", kNullHandle, IMGERR_PARAMETER},
-        {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
-        {"mono: biSize 44", With(Random(4, 4, 1, 1), 0, 44), IMGERR_PARAMETER, 0, true},
-        {"mono: two planes", With(Random(4, 4, 1, 1), 12, 2 | 1 << 16), IMGERR_COMPRESSED, 0, true},
-        {"mono: 4-bit, before the size", Random(0, 4, 4, 1), IMGERR_COMPRESSED, 0, true},
-        {"mono: width 0, before the mode", Random(0, 4, 1, 1), IMGERR_DIBSIZE, 5, true},
-        {"mono: mode 3", Random(4, 4, 1, 1), IMGERR_PARAMETER, 3, true},
-        {"mono: negative height", Random(4, -4, 1, 1), IMGERR_DIBSIZE, 0, true},
-        {"mono: short of its rows", Random(40, 6, 1, 1, 0, 5), IMGERR_DIBSIZE, 1, true},
+        {"block under 40 bytes", Bytes(39, 40), IMGERR_PARAMETER}, {"biSize 124", With(SeededDib(4, 4, 8), 0, 124), IMGERR_PARAMETER},
+        {"compressed, before the size", With(SeededDib(0, 4, 8), 16, 1), IMGERR_COMPRESSED},
+        {"width 0, before the mode", SeededDib(0, 4, 1), IMGERR_DIBSIZE, 9},
+        {"height 0, before the mode", SeededDib(4, 0, 1), IMGERR_DIBSIZE, 9},
+        {"1-bit mode 3", SeededDib(4, 4, 1), IMGERR_PARAMETER, 3},
+        {"mode -1, before a short block", SeededDib(4, 4, 1, 1, 0, 2), IMGERR_PARAMETER, -1},
+        {"depth 0", SeededDib(4, 4, 0), IMGERR_BITCOUNT}, {"depth 2", SeededDib(4, 4, 2), IMGERR_BITCOUNT},
+        {"depth 16", SeededDib(4, 4, 16), IMGERR_BITCOUNT}, {"depth 32", SeededDib(4, 4, 32), IMGERR_BITCOUNT},
+        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
+        {"one byte short", Cut(SeededDib(9, 5, 24), 179), IMGERR_DIBSIZE},
+        {"table past the block", SeededDib(4, 4, 8, 1, 1u << 30, 4, 256), IMGERR_DIBSIZE},
+        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+        {"mono: biSize 44", With(SeededDib(4, 4, 1), 0, 44), IMGERR_PARAMETER, 0, true},
+        {"mono: two planes", With(SeededDib(4, 4, 1), 12, 2 | 1 << 16), IMGERR_COMPRESSED, 0, true},
+        {"mono: 4-bit, before the size", SeededDib(0, 4, 4), IMGERR_COMPRESSED, 0, true},
+        {"mono: width 0, before the mode", SeededDib(0, 4, 1), IMGERR_DIBSIZE, 5, true},
+        {"mono: mode 3", SeededDib(4, 4, 1), IMGERR_PARAMETER, 3, true},
+        {"mono: negative height", SeededDib(4, -4, 1), IMGERR_DIBSIZE, 0, true},
+        {"mono: short of its rows", SeededDib(40, 6, 1, 1, 0, 5), IMGERR_DIBSIZE, 1, true},
         {"mono: null handle", kNullHandle, IMGERR_PARAMETER, 0, true},
         {"mono: unlockable", kUnlockable, IMGERR_LOCKMEMORY, 0, true},
     };
@@ -224,7 +213,7 @@ TEST(Grayscale, RefusalsInTheirOrderAndTheDocumentedGrays) {
         return c.mono ? ConvMonoDIBtoGrayscale(d, c.mode) : ConvColorDIBtoGrayscale(d, c.mode, TRUE);
     });
 
-    Bytes src = Random(3, 1, 24, 1);
+    Bytes src = SeededDib(3, 1, 24);
     const uint8_t redGreenBlue[9] = {0, 0, 255, 0, 255, 0, 255, 0, 0};
     std::copy(redGreenBlue, redGreenBlue + 9, src.begin() + 40);
     const Outcome o = CallOn(src, [](HDIB d) { return ConvColorDIBtoGrayscale(d, -5, TRUE); });  // the mode is for 1-bit images only
