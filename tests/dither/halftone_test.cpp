@@ -9,12 +9,10 @@
 #include "export_calls.hpp"
 #include "vexora.h"
 
+using namespace vxtest;
+
 namespace {
 
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
-using vxtest::PutU32;
 using Grid = std::vector<std::vector<int>>;
 
 Grid ModelScreen() {
@@ -83,13 +81,13 @@ HDIB HalftoneOf(HDIB dib, int mode, int brightness, WORD* cell) {
 
 // The result block of a call on a block holding `src`, with no error cell.
 Bytes HalftoneBytes(const Bytes& src, int mode, int brightness) {
-    Block dib(vxtest::BlockFrom(src));
-    return vxtest::BlockBytes(Block(HalftoneOf(dib.get(), mode, brightness, nullptr)).get());
+    Block dib(BlockFrom(src));
+    return BlockBytes(Block(HalftoneOf(dib.get(), mode, brightness, nullptr)).get());
 }
 
 // An 8-bit DIB whose table maps every index to one gray, or index i to gray i (gray < 0).
 Bytes GrayDib(int width, int height, int gray) {
-    Bytes src = vxtest::PackedDib({width, height, 8, 0, false, 1});
+    Bytes src = PackedDib({width, height, 8, 0, false, 1});
     for (int i = 0; i < 256; ++i) std::fill_n(src.begin() + 40 + 4 * i, 3, uint8_t(gray < 0 ? i : gray));
     return src;
 }
@@ -101,20 +99,20 @@ TEST(Halftone, MatchesThePlaneModelOnRandomSourcesForEveryModeAndBrightness) {
         for (const auto& size : sizes) {
             // Some sources carry bytes after their rows (read by 24-bit rows that run past the
             // width), some a short colour table (looked up into the pixels).
-            Bytes src = vxtest::PackedDib({size[0], size[1], uint16_t(bits), bits == 8 && ++seed % 3 == 0 ? 20u : 0u, false, seed});
+            Bytes src = PackedDib({size[0], size[1], uint16_t(bits), bits == 8 && ++seed % 3 == 0 ? 20u : 0u, false, seed});
             if (seed % 2) src.insert(src.end(), 7, 0xEE);
             PutU32(src, 24, seed), PutU32(src, 28, ~seed);
-            Block dib(vxtest::BlockFrom(src));
+            Block dib(BlockFrom(src));
             for (int mode : {0, 1, 2})
                 for (int brightness : {-300, -255, -17, 0, 40, 255, 300}) {
                     SCOPED_TRACE(::testing::Message() << bits << "-bit " << size[0] << "x" << size[1] << " seed "
                                                       << seed << " mode " << mode << " brightness " << brightness);
                     WORD cell = 0xBEEF;
                     Block out(HalftoneOf(dib.get(), mode, brightness, &cell));
-                    ASSERT_EQ(vxtest::BlockBytes(out.get()), ModelHalftone(src, mode, brightness));
+                    ASSERT_EQ(BlockBytes(out.get()), ModelHalftone(src, mode, brightness));
                     EXPECT_EQ(cell, 0xBEEF);
                 }
-            EXPECT_EQ(vxtest::BlockBytes(dib.get()), src);
+            EXPECT_EQ(BlockBytes(dib.get()), src);
             GlobalLock(dib.get());
             EXPECT_FALSE(GlobalUnlock(dib.get())) << "no lock left behind";
         }
@@ -131,7 +129,7 @@ TEST(Halftone, OrderedScreenIsTheDoubledSeed) {
 TEST(Halftone, TwentyFourBitRowsAreLoadedAndReadAtDifferentStrides) {
     // 24 bits, width 4: rows are loaded 4 slots apart and read 12 apart, so output row y shows
     // source row 3y while 3y < 6, and the zero-filled planes (black) above.
-    Bytes src = vxtest::PackedDib({4, 6, 24, 0, false, 3});
+    Bytes src = PackedDib({4, 6, 24, 0, false, 3});
     for (int r = 0; r < 6; ++r) std::fill_n(src.begin() + 40 + 12 * r, 12, uint8_t(r % 3 ? 0 : 255));
     PutU32(src, 16, 1);  // biCompression is not read
     const Bytes b = HalftoneBytes(src, 0, 0);
@@ -158,7 +156,7 @@ TEST(Halftone, RefusalsGoToTheCellInOrderAndLeaveTheModuleCodeAlone) {
     auto with = [](Bytes b, size_t at, uint32_t v) { return PutU32(b, at, v), b; };
     struct Case {
         const char* what;
-        vxtest::Source source;
+        Source source;
         int mode, code;
         bool leftLocked = false;
     };
@@ -175,20 +173,19 @@ TEST(Halftone, RefusalsGoToTheCellInOrderAndLeaveTheModuleCodeAlone) {
         {"rows past the block", Bytes(good.begin(), good.end() - 1), 0, IMGERR_PARAMETER},
         {"table past the block", with(good, 32, 300), 2, IMGERR_PARAMETER},
         {"header only", Bytes(good.begin(), good.begin() + 20), 0, IMGERR_PARAMETER},
-        {"null handle", vxtest::kNullHandle, 0, IMGERR_PARAMETER},
-        {"unlockable", vxtest::kUnlockable, 0, IMGERR_NOMEMORY},
+        {"null handle", kNullHandle, 0, IMGERR_PARAMETER}, {"unlockable", kUnlockable, 0, IMGERR_NOMEMORY},
     };
-    ExpectRefusals(vxtest::Reports::kCallerWord, cases, [](HDIB dib, const Case& c, DWORD* word) {
+    ExpectRefusals(Reports::kCallerWord, cases, [](HDIB dib, const Case& c, DWORD* word) {
         WORD cell = 0xBEEF;
         HDIB out = HalftoneOf(dib, c.mode, 0, &cell);
         *word = cell;
         return out;
     });
     // Without a cell nothing is reported, and a success leaves the module code alone too.
-    const vxtest::Outcome o = vxtest::CallOn(good, [](HDIB dib) { return HalftoneOf(dib, 3, 0, nullptr); });
-    EXPECT_EQ(o.moduleCode, vxtest::kUntouched);
+    const Outcome o = CallOn(good, [](HDIB dib) { return HalftoneOf(dib, 3, 0, nullptr); });
+    EXPECT_EQ(o.moduleCode, kUntouched);
     EXPECT_FALSE(HalftoneBytes(good, 1, 0).empty());
-    EXPECT_EQ(ImgError(), vxtest::kUntouched);
+    EXPECT_EQ(ImgError(), kUntouched);
 }
 
 }  // namespace

@@ -11,10 +11,10 @@
 #include "scale_models.hpp"
 #include "vexora.h"
 
+using namespace vxtest;
+
 namespace {
 
-using vxtest::Block;
-using vxtest::Bytes;
 
 using CropFn = HDIB (*)(const vx::geometry::LockedDib&, int, int, int, int, int, int);
 
@@ -40,7 +40,7 @@ TEST(CropScale, EveryDepthMatchesThePixelModel) {
     for (int bits : {1, 4, 8, 24}) {
         for (const auto& im : images) {
             std::mt19937 random(uint32_t(bits * 100 + im.w));
-            const Bytes src = vxtest::PackedDib({im.w, im.h, uint16_t(bits), 0, false, uint32_t(im.w + bits)});
+            const Bytes src = PackedDib({im.w, im.h, uint16_t(bits), 0, false, uint32_t(im.w + bits)});
             for (int trial = 0; trial < 40; ++trial) {
                 const int x0 = int(random() % uint32_t(im.w)), y0 = int(random() % uint32_t(im.h));
                 // Rectangles inside, flush with and reaching past the right and bottom edges.
@@ -52,16 +52,16 @@ TEST(CropScale, EveryDepthMatchesThePixelModel) {
                                                 << " " << w << "x" << h << " -> " << outW << "x" << outH);
                 Block out(Member(bits)(View(src), x0, y0, w, h, outW, outH));
                 ASSERT_NE(out, nullptr);
-                EXPECT_EQ(vxtest::BlockBytes(out.get()), vxtest::ModelCropScale(src, x0, y0, w, h, outW, outH));
+                EXPECT_EQ(BlockBytes(out.get()), ModelCropScale(src, x0, y0, w, h, outW, outH));
                 Block dispatched(vx::geometry::CropScaleDib(View(src), x0, y0, w, h, outW, outH));
-                EXPECT_EQ(vxtest::BlockBytes(dispatched.get()), vxtest::BlockBytes(out.get()));
+                EXPECT_EQ(BlockBytes(dispatched.get()), BlockBytes(out.get()));
             }
         }
     }
 }
 
 TEST(CropScale, RefusesWhatItCannotRead) {
-    const Bytes src = vxtest::PackedDib({20, 10, 8, 0, false, 6});
+    const Bytes src = PackedDib({20, 10, 8, 0, false, 6});
     const vx::geometry::LockedDib view = View(src);
     struct Case {
         const char* what;
@@ -83,7 +83,7 @@ TEST(CropScale, RefusesWhatItCannotRead) {
     shortRows.bitsBytes -= 1;
     EXPECT_EQ(vx::geometry::CropScale8(shortRows, 0, 0, 5, 5, 5, 5), nullptr);
     Bytes taller = src;
-    vxtest::PutU32(taller, 8, 11);
+    PutU32(taller, 8, 11);
     EXPECT_EQ(vx::geometry::CropScale8(View(taller), 0, 0, 5, 5, 5, 5), nullptr);
     Bytes twoBit = src;
     twoBit[14] = 2;

@@ -12,12 +12,10 @@
 #include "pixels.hpp"
 #include "vexora.h"
 
+using namespace vxtest;
+
 namespace {
 
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
-using vxtest::PutU32;
 
 int RoundAway(double v) { return v >= 0 ? static_cast<int>(v + 0.5) : static_cast<int>(v - 0.5); }
 
@@ -100,7 +98,7 @@ Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
 }
 
 Bytes Image(int w, int h, int bits, uint32_t seed, uint32_t clrUsed = 0) {
-    Bytes b = vxtest::PackedDib({w, h, static_cast<uint16_t>(bits), clrUsed, false, seed});
+    Bytes b = PackedDib({w, h, static_cast<uint16_t>(bits), clrUsed, false, seed});
     PutU32(b, 24, 2835 + seed % 1000);  // distinct resolutions, so that the blend shows
     PutU32(b, 28, 3780 - seed % 700);
     return b;
@@ -150,7 +148,7 @@ TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
     auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
     const struct {
         const char* what;
-        vxtest::Source source;
+        Source source;
         int code;
         bool cornersWritten = false;
     } cases[] = {
@@ -159,10 +157,9 @@ TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
         {"width 65536 (low 16 bits 0)", with(4, 65536), ROTATE_ERR_SIZE}, {"height 0", with(8, 0), ROTATE_ERR_SIZE},
         {"block one byte short", Bytes(good.begin(), good.end() - 1), ROTATE_ERR_SIZE},
         {"2^32-byte result", Image(65535, 1, 24, 2), ROTATE_ERR_NOMEMORY, true},  // 65535 wide at 45 degrees
-        {"null handle", vxtest::kNullHandle, ROTATE_ERR_PARAMETER},
-        {"unlockable", vxtest::kUnlockable, ROTATE_ERR_LOCK},
+        {"null handle", kNullHandle, ROTATE_ERR_PARAMETER}, {"unlockable", kUnlockable, ROTATE_ERR_LOCK},
     };
-    vxtest::ExpectRefusals(vxtest::Reports::kCallerWord, cases, [](HDIB dib, const auto& c, DWORD* status) {
+    ExpectRefusals(Reports::kCallerWord, cases, [](HDIB dib, const auto& c, DWORD* status) {
         int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
         HDIB out = RotateDIB(dib, 45, 0, status, corners);
         EXPECT_EQ(corners[0] != -1, c.cornersWritten);
@@ -173,7 +170,7 @@ TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
 // Without a status cell nothing is done. A status cell that is also the first corner holds a
 // non-zero x once the corners are out, and the finished result is thrown away.
 TEST(RotateDIB, TheStatusCellIsReadLast) {
-    Block dib(vxtest::BlockFrom(Image(10, 6, 1, 4)));
+    Block dib(BlockFrom(Image(10, 6, 1, 4)));
     int corners[8] = {};
     EXPECT_EQ(RotateDIB(dib.get(), 10, 0, nullptr, corners), nullptr);
     EXPECT_EQ(corners[0], 0);

@@ -10,12 +10,10 @@
 #include "geometry_corners.hpp"
 #include "vexora.h"
 
+using namespace vxtest;
+
 namespace {
 
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
-using vxtest::PutU32;
 
 // The whole result block, moving one pixel (vertical) or one source byte (horizontal) at a
 // time. Horizontal writes past the end of the block are dropped.
@@ -81,7 +79,7 @@ TEST(SkewDIB, MatchesThePerPixelShearForEveryDepthAndOffset) {
                     ++seed;
                     SCOPED_TRACE(testing::Message() << bits << " bits " << size[0] << "x" << size[1]
                                                     << " direction " << direction << " offset " << d << " seed " << seed);
-                    const Bytes src = vxtest::PackedDib(
+                    const Bytes src = PackedDib(
                         {size[0], size[1], static_cast<uint16_t>(bits), seed % 3 == 0 && bits <= 8 ? 2u : 0u, false, seed});
                     int expectedCorners[8];
                     const Bytes expected = ReferenceSkew(src, direction != 0, d, expectedCorners);
@@ -100,7 +98,7 @@ TEST(SkewDIB, MatchesThePerPixelShearForEveryDepthAndOffset) {
 // down to whole pixels (2 x 2, offset -1: row 1 moves 24 x 1 x 1 / 2 = 12 bits -> 16 bits ->
 // byte 2 -> byte 0).
 TEST(SkewDIB, WholePixelShiftsAtTwentyFourBits) {
-    const Bytes src = vxtest::PackedDib({2, 2, 24, 0, false, 4});
+    const Bytes src = PackedDib({2, 2, 24, 0, false, 4});
     int corners[8];
     const Bytes b = ReferenceSkew(src, true, -1, corners);
     EXPECT_TRUE(std::equal(b.begin() + 40 + 12, b.begin() + 40 + 18, src.begin() + 40 + 8));
@@ -108,11 +106,11 @@ TEST(SkewDIB, WholePixelShiftsAtTwentyFourBits) {
 }
 
 TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
-    const Bytes good = vxtest::PackedDib({10, 6, 4, 0, false, 2});
+    const Bytes good = PackedDib({10, 6, 4, 0, false, 2});
     auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
     const struct {
         const char* what;
-        vxtest::Source source;
+        Source source;
         int direction, offset, code;
         bool cornersWritten = false;
     } cases[] = {
@@ -124,10 +122,9 @@ TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
         {"2^32-byte result", good, 0, 1000000000, IMGERR_NOMEMORY, true},
         {"height past 2^31", good, 0, INT_MAX, IMGERR_NOMEMORY, true},
         {"width past 2^31", good, 1, INT_MIN, IMGERR_NOMEMORY, true},
-        {"null handle", vxtest::kNullHandle, 1, 1, IMGERR_PARAMETER},
-        {"unlockable", vxtest::kUnlockable, 1, 1, IMGERR_LOCKMEMORY},
+        {"null handle", kNullHandle, 1, 1, IMGERR_PARAMETER}, {"unlockable", kUnlockable, 1, 1, IMGERR_LOCKMEMORY},
     };
-    vxtest::ExpectRefusals(vxtest::Reports::kBoth, cases, [](HDIB dib, const auto& c, DWORD* error) {
+    ExpectRefusals(Reports::kBoth, cases, [](HDIB dib, const auto& c, DWORD* error) {
         int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
         HDIB out = SkewDIB(dib, c.direction, c.offset, error, corners);
         EXPECT_EQ(corners[0] != -1, c.cornersWritten);
