@@ -75,14 +75,10 @@ Bytes ModelHalftone(const Bytes& src, int mode, int brightness) {
     return out;
 }
 
-HDIB HalftoneOf(HDIB dib, int mode, int brightness, WORD* cell) {
-    return Halftone(dib, static_cast<WORD>(mode), brightness, cell);
-}
-
-// The result block of a call on a block holding `src`, with no error cell.
-Bytes HalftoneBytes(const Bytes& src, int mode, int brightness) {
-    Block dib(BlockFrom(src));
-    return BlockBytes(Block(HalftoneOf(dib.get(), mode, brightness, nullptr)).get());
+// One call on a block holding `src`, the error cell set beforehand to 0xBEEF.
+Outcome HalftoneOf(const Source& src, int mode, int brightness, WORD* cell = nullptr) {
+    if (cell) *cell = 0xBEEF;
+    return CallOn(src, [&](HDIB dib) { return Halftone(dib, static_cast<WORD>(mode), brightness, cell); });
 }
 
 // An 8-bit DIB whose table maps every index to one gray, or index i to gray i (gray < 0).
@@ -102,19 +98,17 @@ TEST(Halftone, MatchesThePlaneModelOnRandomSourcesForEveryModeAndBrightness) {
             Bytes src = PackedDib({size[0], size[1], uint16_t(bits), bits == 8 && ++seed % 3 == 0 ? 20u : 0u, false, seed});
             if (seed % 2) src.insert(src.end(), 7, 0xEE);
             PutU32(src, 24, seed), PutU32(src, 28, ~seed);
-            Block dib(BlockFrom(src));
             for (int mode : {0, 1, 2})
                 for (int brightness : {-300, -255, -17, 0, 40, 255, 300}) {
                     SCOPED_TRACE(::testing::Message() << bits << "-bit " << size[0] << "x" << size[1] << " seed "
                                                       << seed << " mode " << mode << " brightness " << brightness);
-                    WORD cell = 0xBEEF;
-                    Block out(HalftoneOf(dib.get(), mode, brightness, &cell));
-                    ASSERT_EQ(BlockBytes(out.get()), ModelHalftone(src, mode, brightness));
-                    EXPECT_EQ(cell, 0xBEEF);
+                    WORD cell;
+                    const Outcome o = HalftoneOf(src, mode, brightness, &cell);
+                    ASSERT_EQ(o.result, ModelHalftone(src, mode, brightness));
+                    EXPECT_EQ(cell, 0xBEEF);  // a success reports nothing, and leaves the module code alone
+                    EXPECT_EQ(o.moduleCode, kUntouched);
+                    EXPECT_TRUE(o.sourceUnchanged && !o.sourceLocked);
                 }
-            EXPECT_EQ(BlockBytes(dib.get()), src);
-            GlobalLock(dib.get());
-            EXPECT_FALSE(GlobalUnlock(dib.get())) << "no lock left behind";
         }
 }
 
@@ -132,7 +126,7 @@ TEST(Halftone, TwentyFourBitRowsAreLoadedAndReadAtDifferentStrides) {
     Bytes src = PackedDib({4, 6, 24, 0, false, 3});
     for (int r = 0; r < 6; ++r) std::fill_n(src.begin() + 40 + 12 * r, 12, uint8_t(r % 3 ? 0 : 255));
     PutU32(src, 16, 1);  // biCompression is not read
-    const Bytes b = HalftoneBytes(src, 0, 0);
+    const Bytes b = HalftoneOf(src, 0, 0).result;
     for (int y = 0; y < 6; ++y) EXPECT_EQ(b.at(48 + 4 * y), y < 2 ? 0xF0 : 0) << "row " << y;
 }
 
@@ -145,7 +139,7 @@ TEST(Halftone, DiffusionStoresOneThreeFiveThreeOneTwoRowsAhead) {
         const int rows[3][6] = {{128, 237, 242, 255, 255, 255}, {237, 242, 247, 255, 255, 255},
                                 {242, probe == 121 ? 121 : 247, probe == 121 ? 0 : 126, 255, 255, 255}};
         for (int i = 0; i < 18; ++i) src.at(1064 + 8 * (i / 6) + i % 6) = uint8_t(rows[i / 6][i % 6]);
-        const Bytes b = HalftoneBytes(src, 1, 0);
+        const Bytes b = HalftoneOf(src, 1, 0).result;
         EXPECT_EQ(b, ModelHalftone(src, 1, 0));
         EXPECT_EQ(b.at(48 + 8) & 0xE0, 0xC0) << "row 2 starts white, white, black; probe " << probe;
     }
@@ -177,15 +171,11 @@ TEST(Halftone, RefusalsGoToTheCellInOrderAndLeaveTheModuleCodeAlone) {
     };
     ExpectRefusals(Reports::kCallerWord, cases, [](HDIB dib, const Case& c, DWORD* word) {
         WORD cell = 0xBEEF;
-        HDIB out = HalftoneOf(dib, c.mode, 0, &cell);
+        HDIB out = Halftone(dib, static_cast<WORD>(c.mode), 0, &cell);
         *word = cell;
         return out;
     });
-    // Without a cell nothing is reported, and a success leaves the module code alone too.
-    const Outcome o = CallOn(good, [](HDIB dib) { return HalftoneOf(dib, 3, 0, nullptr); });
-    EXPECT_EQ(o.moduleCode, kUntouched);
-    EXPECT_FALSE(HalftoneBytes(good, 1, 0).empty());
-    EXPECT_EQ(ImgError(), kUntouched);
+    EXPECT_EQ(HalftoneOf(good, 3, 0).moduleCode, kUntouched);  // without a cell nothing is reported
 }
 
 }  // namespace

@@ -23,10 +23,8 @@ int RoundAway(double v) { return v >= 0 ? static_cast<int>(v + 0.5) : static_cas
 Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
     const uint32_t biWidth = GetU32(src, 4);
     const int W = biWidth & 0xFFFF, H = GetU32(src, 8) & 0xFFFF;
-    const int bits = src[14] | src[15] << 8;
-    const uint32_t used = GetU32(src, 32);
-    const uint32_t colours = used ? used : bits == 1 ? 2 : bits == 4 ? 16 : bits == 8 ? 256 : 0;
-    const size_t table = 40 + 4 * colours;
+    const int bits = GetU16(src, 14);
+    const size_t table = 40 + 4 * Colours(src);
     const uint32_t stride = (biWidth * bits + 31) / 32 * 4;
 
     if (angle < 0) angle += 360;
@@ -43,11 +41,7 @@ Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
     }
     const int outW = 2 * halfW, outH = 2 * halfH;
     const uint32_t outStride = ((outW * bits + 31) >> 5) * 4;
-    Bytes out(table + size_t{outStride} * outH);
-    std::copy(src.begin(), src.begin() + table, out.begin());
-    PutU32(out, 4, outW);
-    PutU32(out, 8, outH);
-    PutU32(out, 20, outStride * outH);
+    Bytes out = ResultFrame(src, table, outW, outH, outStride);
     const int xdpi = static_cast<int>(static_cast<int32_t>(GetU32(src, 24)) / 39.37);
     const int ydpi = static_cast<int>(static_cast<int32_t>(GetU32(src, 28)) / 39.37);
     const int r = std::abs(angle - 90 * static_cast<int>(angle / 90.001));

@@ -24,10 +24,7 @@ struct Dib {
     int bits() const { return bytes[14]; }
     int width() const { return int(GetU32(bytes, 4) & 0xFFFF); }  // as the filters read it
     int height() const { return int(GetU32(bytes, 8) & 0xFFFF); }
-    uint32_t colours() const {
-        const uint32_t used = GetU32(bytes, 32);
-        return used ? used : bits() <= 8 ? 1u << bits() : 0u;
-    }
+    uint32_t colours() const { return Colours(bytes); }
     size_t table() const { return 4 * size_t{colours()}; }
     uint32_t pixel(size_t storedRow, size_t x) const {
         const uint8_t* row = &bytes[40 + table() + storedRow * Stride(width(), bits())];
@@ -123,11 +120,7 @@ Bytes FilteredResult(const Dib& src, std::vector<Plane> planes, int dstW, int ds
                      ToIndex toIndex) {
     for (auto& p : planes) p = Filter(p, dstW, dstH, cubic);
     const size_t stride = Stride(dstW, src.bits());
-    Bytes out(40 + src.table() + stride * size_t(dstH), 0);
-    std::copy(src.bytes.begin(), src.bytes.begin() + long(40 + src.table()), out.begin());
-    PutU32(out, 4, uint32_t(dstW));
-    PutU32(out, 8, uint32_t(dstH));
-    PutU32(out, 20, uint32_t(stride * size_t(dstH)));
+    Bytes out = ResultFrame(src.bytes, 40 + src.table(), dstW, dstH, stride);
     for (size_t j = 0; j < size_t(dstH); ++j) {
         uint8_t* row = &out[40 + src.table() + j * stride];
         for (size_t x = 0; x < size_t(dstW); ++x) {

@@ -19,17 +19,12 @@ namespace {
 // time. Horizontal writes past the end of the block are dropped.
 Bytes ReferenceSkew(const Bytes& src, bool horizontal, int d, int corners[8]) {
     const int64_t W = static_cast<int32_t>(GetU32(src, 4)), H = static_cast<int32_t>(GetU32(src, 8));
-    const int b = src[14] | src[15] << 8;
-    const uint32_t used = GetU32(src, 32);
-    const size_t table = 40 + 4 * (used ? used : b == 1 ? 2 : b == 4 ? 16 : b == 8 ? 256 : 0);
+    const int b = GetU16(src, 14);
+    const size_t table = 40 + 4 * Colours(src);
     const int64_t m = std::llabs(int64_t{d});
     const int64_t outW = horizontal ? W + m : W, outH = horizontal ? H : H + m;
-    const size_t stride = (b * W + 31) / 32 * 4, outStride = (outW * b + 31) / 32 * 4;
-    Bytes out(table + outStride * outH);
-    std::copy(src.begin(), src.begin() + table, out.begin());
-    PutU32(out, 4, static_cast<uint32_t>(outW));
-    PutU32(out, 8, static_cast<uint32_t>(outH));
-    PutU32(out, 20, static_cast<uint32_t>(outStride * outH));
+    const size_t stride = Stride(W, b), outStride = Stride(outW, b);
+    Bytes out = ResultFrame(src, table, outW, outH, outStride);
     const int64_t c[2][2][8] = {
         {{0, 0, W, 0, W, H - d, 0, H - d}, {0, d, W, d, W, H, 0, H}},
         {{0, 0, W, 0, W - d, H, -d, H}, {d, 0, W + d, 0, W, H, 0, H}}};

@@ -3,6 +3,7 @@
 // BMP file images, blocks, bounds-checked fields, and a temporary directory that removes itself.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -64,6 +65,23 @@ inline Bytes SeededDib(int32_t w, int32_t h, uint16_t bits, uint32_t seed = 1, u
 }
 inline Bytes With(Bytes b, size_t at, uint32_t v) { return PutU32(b, at, v), b; }
 inline Bytes Cut(Bytes b, size_t size) { return b.resize(size), b; }
+
+// For the models: the table entries read after a 40-byte header (biClrUsed, else 2, 16 or 256
+// by depth), and a result block with the source's header and `pixels - 40` bytes of table,
+// then `height` rows of `stride` bytes and `extra` zero bytes; width, height and biSizeImage set.
+inline uint32_t Colours(const Bytes& dib) {
+    const uint32_t used = GetU32(dib, 32), bits = GetU16(dib, 14);
+    return used ? used : bits == 1 || bits == 4 || bits == 8 ? 1u << bits : 0;
+}
+inline Bytes ResultFrame(const Bytes& src, size_t pixels, int64_t width, int64_t height, uint64_t stride,
+                         size_t extra = 0) {
+    Bytes out(pixels + stride * uint64_t(height) + extra, 0);
+    std::copy(src.begin(), src.begin() + int64_t(pixels), out.begin());
+    PutU32(out, 4, uint32_t(width));
+    PutU32(out, 8, uint32_t(height));
+    PutU32(out, 20, uint32_t(stride * uint64_t(height)));
+    return out;
+}
 
 Bytes ReadFileBytes(const std::filesystem::path& path);
 
