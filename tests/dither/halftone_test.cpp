@@ -148,12 +148,7 @@ TEST(Halftone, DiffusionStoresOneThreeFiveThreeOneTwoRowsAhead) {
 TEST(Halftone, RefusalsGoToTheCellInOrderAndLeaveTheModuleCodeAlone) {
     const Bytes good = GrayDib(8, 4, 50);
     auto with = [](Bytes b, size_t at, uint32_t v) { return PutU32(b, at, v), b; };
-    struct Case {
-        const char* what;
-        Source source;
-        int mode, code;
-        bool leftLocked = false;
-    };
+    struct Case { const char* what; Source source; int mode, code; bool leftLocked = false; };
     const Case cases[] = {
         {"mode 3", good, 3, IMGERR_PARAMETER},
         {"mode 0xFFFF before depth", with(good, 14, 1), 0xFFFF, IMGERR_PARAMETER},

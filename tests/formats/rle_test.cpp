@@ -126,11 +126,7 @@ Bytes RandomBytes(std::mt19937& rnd, size_t n, int kind) {
 }
 
 TEST(CompressDIB, WorkedStreams) {
-    struct Case {
-        uint16_t bits;
-        int32_t w, h;
-        Bytes rows, stream;
-    };
+    struct Case { uint16_t bits; int32_t w, h; Bytes rows, stream; };
     const Case cases[] = {
         // Width 1: two pixels per row, the second being the byte after the pixel.
         {8, 1, 2, {5, 5, 0, 0, 7, 0, 0, 0}, {2, 5, 0, 0, 1, 7, 1, 0, 0, 0, 0, 1}},
@@ -293,9 +289,7 @@ TEST(RleRefusals, CodesInOrder) {
     ExpectRefusals(Reports::kModuleCode, cases, [](HDIB dib, const auto& c, auto) { return c.op(dib); });
 }
 
-const struct {
-    const char *name, *rle, *plain;
-} kTwins[] = {
+const struct { const char *name, *rle, *plain; } kTwins[] = {
 #include "rle_data/twins.inc"
 };
 

@@ -16,11 +16,7 @@ using vx::SetPixel;
 
 namespace {
 
-struct Shape {
-    int32_t width, height;
-    uint16_t bits, planes = 1;
-    uint32_t biSize = 40, clrUsed = 0;
-};
+struct Shape { int32_t width, height; uint16_t bits, planes = 1; uint32_t biSize = 40, clrUsed = 0; };
 
 // Header (biSize as given), the table the library reads after it, and random rows.
 Bytes RandomDib(const Shape& s, uint32_t seed, int64_t rows = -1) {

@@ -140,12 +140,7 @@ TEST(RotateDIB, QuarterTurnOfASmallPicture) {
 TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
     const Bytes good = Image(10, 6, 8, 2);
     auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
-    const struct {
-        const char* what;
-        Source source;
-        int code;
-        bool cornersWritten = false;
-    } cases[] = {
+    const struct { const char* what; Source source; int code; bool cornersWritten = false; } cases[] = {
         {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), ROTATE_ERR_PARAMETER},
         {"core header", with(0, 12), ROTATE_ERR_PARAMETER}, {"RLE8", with(16, 1), ROTATE_ERR_COMPRESSED},
         {"width 65536 (low 16 bits 0)", with(4, 65536), ROTATE_ERR_SIZE}, {"height 0", with(8, 0), ROTATE_ERR_SIZE},

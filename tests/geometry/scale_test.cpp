@@ -179,9 +179,7 @@ Bytes ModelScaleGray(const Dib& src, int x0, int y0, int w, int h, int fx, int f
 
 // ---- cases ------------------------------------------------------------------------------------
 
-struct Size4 {
-    int srcW, srcH, dstW, dstH;
-};
+struct Size4 { int srcW, srcH, dstW, dstH; };
 
 // Over long axes the truncated cubic weights depend on the exact double arithmetic of the
 // fraction; small images never reach those cases.
@@ -269,11 +267,7 @@ Bytes Cut(Bytes b) { return b.pop_back(), b; }
 // kUntouched: the module code stays as it was. A success leaves it alone too.
 TEST(ScaleDIB, RefusesBadInputWithItsCode) {
     const DibShape gray{4, 4, 8, 0, false, 1}, rgb{4, 4, 24, 0, false, 1}, mono{4, 4, 1, 0, false, 1};
-    const struct {
-        const char* what;
-        Source source;
-        int width, height, code;
-    } cases[] = {
+    const struct { const char* what; Source source; int width, height, code; } cases[] = {
         {"39-byte block", Bytes(39, 0), 4, 4, IMGERR_PARAMETER},
         {"biSize 12", With(gray, 0, 12), 4, 4, IMGERR_PARAMETER},
         {"2-bit", With(gray, 14, 2, 2), 4, 4, IMGERR_HEADERBITCOUNT},
@@ -299,9 +293,7 @@ TEST(ScaleDIB, RefusesBadInputWithItsCode) {
 }
 
 TEST(ScaleGrayDIB, MatchesThePixelModel) {
-    const struct {
-        int bits, imageW, imageH, x, y, w, h, fx, fy;
-    } cases[] = {
+    const struct { int bits, imageW, imageH, x, y, w, h, fx, fy; } cases[] = {
         {8, 20, 15, 0, 0, 20, 15, 1, 1}, {8, 20, 15, 3, 2, 7, 9, 3, 2},   {8, 9, 9, 8, 8, 1, 1, 5, 4},
         {4, 21, 13, 1, 4, 13, 5, 2, 3},  {4, 21, 13, 0, 0, 21, 13, 1, 2}, {4, 7, 3, 3, 0, 3, 3, 7, 1},
         {24, 17, 10, 2, 1, 9, 8, 2, 2},  {24, 5, 40, 0, 7, 5, 33, 1, 1},  {8, 40, 2, 11, 1, 29, 1, 2, 9},
@@ -334,11 +326,7 @@ TEST(ScaleGrayDIB, MatchesThePixelModel) {
 
 TEST(ScaleGrayDIB, RefusesWithoutTouchingTheCode) {
     const Bytes gray = PackedDib({10, 8, 8, 0, false, 2});
-    const struct {
-        const char* what;
-        Source source;
-        int x, y, w, h, fx, fy, method, code = kUntouched;
-    } cases[] = {
+    const struct { const char* what; Source source; int x, y, w, h, fx, fy, method, code = kUntouched; } cases[] = {
         {"null", kNullHandle, 0, 0, 2, 2, 2, 2, 0}, {"1-bit", PackedDib({10, 8, 1, 0, false, 2}), 0, 0, 2, 2, 2, 2, 0},
         {"compressed", With({10, 8, 8, 0, false, 2}, 16, 1), 0, 0, 2, 2, 2, 2, 0},
         {"method 2", gray, 0, 0, 2, 2, 2, 2, 2}, {"x negative", gray, -1, 0, 2, 2, 2, 2, 0},

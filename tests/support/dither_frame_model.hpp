@@ -54,12 +54,7 @@ inline void ExpectSharedRefusals(const char* name, Export call, int nullCode, in
     const auto with = [](size_t at, uint32_t v, Bytes b) { return PutU32(b, at, v), b; };
     const auto cut = [](Bytes b, size_t n) { return b.resize(n), b; };
     const int same = maxDepth == 8 ? 8 : 1;  // 8 to 8 bits, or 1 to 1
-    const struct {
-        const char* what;
-        vxtest::Source source;
-        int depth, code;
-        bool leftLocked = false;
-    } cases[] = {
+    const struct { const char* what; vxtest::Source source; int depth, code; bool leftLocked = false; } cases[] = {
         {"output depth 2", good, 2, IMGERR_PARAMETER}, {"output depth 0", good, 0, IMGERR_PARAMETER},
         {"output depth 8 where not taken", good, maxDepth == 8 ? 16 : 8, IMGERR_PARAMETER},
         {"header cut short", cut(good, 39), 1, IMGERR_PARAMETER},
@@ -151,10 +146,7 @@ struct FrameModel {
 };
 
 // The legal source/output depth pairs and the sizes every model comparison runs.
-struct DepthPair {
-    uint16_t from;
-    int to;
-};
+struct DepthPair { uint16_t from; int to; };
 inline std::vector<std::pair<int32_t, int32_t>> AwkwardSizes() {
     std::vector<std::pair<int32_t, int32_t>> sizes;
     for (int32_t w : {1, 2, 3, 5, 7, 8, 9, 13, 33})

@@ -147,11 +147,7 @@ TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
 }
 
 TEST(ColorBrightnessContrast, RefusalsInTheirOrder) {
-    struct Case {
-        const char* what;
-        Source source;
-        int code, brightness = 0, contrast = 0;
-    };
+    struct Case { const char* what; Source source; int code, brightness = 0, contrast = 0; };
     const Case cases[] = {
         {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), IMGERR_PARAMETER},
         {"biSize 108", With(SeededDib(4, 4, 8), 0, 108), IMGERR_PARAMETER},

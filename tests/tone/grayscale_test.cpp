@@ -180,12 +180,7 @@ TEST(GrayRows, EveryPathMatchesThePerPixelFormula) {
 
 // The pure primaries of the documented example ride along as the first three pixels.
 TEST(Grayscale, RefusalsInTheirOrderAndTheDocumentedGrays) {
-    struct Case {
-        const char* what;
-        Source source;
-        int code, mode = 0;
-        bool mono = false;
-    };
+    struct Case { const char* what; Source source; int code, mode = 0; bool mono = false; };
     const Case cases[] = {
         {"block under 40 bytes", Bytes(39, 40), IMGERR_PARAMETER}, {"biSize 124", With(SeededDib(4, 4, 8), 0, 124), IMGERR_PARAMETER},
         {"compressed, before the size", With(SeededDib(0, 4, 8), 16, 1), IMGERR_COMPRESSED},
