@@ -288,8 +288,7 @@ TEST(ScaleDIB, RefusesBadInputWithItsCode) {
     };
     ExpectRefusals(Reports::kModuleCode, cases,
                            [](HDIB dib, const auto& c, auto) { return ScaleDIB(dib, 0, c.width, c.height); });
-    EXPECT_EQ(CallOn(PackedDib(gray), [](HDIB d) { return ScaleDIB(d, 1, 9, 9); }).moduleCode,
-              kUntouched);
+    EXPECT_EQ(CallOn(PackedDib(gray), [](HDIB d) { return ScaleDIB(d, 1, 9, 9); }).moduleCode, kUntouched);
 }
 
 TEST(ScaleGrayDIB, MatchesThePixelModel) {
