@@ -163,6 +163,7 @@ TEST(Halftone, RefusalsGoToTheCellInOrderAndLeaveTheModuleCodeAlone) {
         {"table past the block", with(good, 32, 300), 2, IMGERR_PARAMETER},
         {"header only", Bytes(good.begin(), good.begin() + 20), 0, IMGERR_PARAMETER},
         {"null handle", kNullHandle, 0, IMGERR_PARAMETER}, {"unlockable", kUnlockable, 0, IMGERR_NOMEMORY},
+        {"mode 3, before the lock", kUnlockable, 3, IMGERR_PARAMETER},
     };
     ExpectRefusals(Reports::kCallerWord, cases, [](HDIB dib, const Case& c, DWORD* word) {
         WORD cell = 0xBEEF;
