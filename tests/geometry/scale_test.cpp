@@ -222,73 +222,59 @@ TEST(ScaleDIB, EveryDepthMatchesThePixelModel) {
     }
 }
 
+Bytes Scaled(const Bytes& src, int method, int width, int height) {
+    return CallOn(src, [&](HDIB d) { return ScaleDIB(d, method, width, height); }).result;
+}
+
+// Entry 0 white, entry 5 black, the rest gray: a row of black becomes index 0 through the
+// one-entry cache; black after another colour becomes 5.
 TEST(ScaleDIB, BlackStartsEachRowAsIndexZero) {
-    // Entry 0 white, entry 5 black, the rest gray: a row of black becomes index 0 through the
-    // one-entry cache; black after another colour becomes 5.
-    Bytes b = PackedDib({4, 2, 8, 0, false, 5});
+    Bytes b = SeededDib(4, 2, 8, 5);
     std::fill(b.begin() + 40, b.begin() + 1064, uint8_t(200));
     std::fill(b.begin() + 40, b.begin() + 43, uint8_t(255));
     std::fill(b.begin() + 60, b.begin() + 63, uint8_t(0));
     const Bytes rows = {5, 5, 5, 5, 7, 5, 5, 5};
     std::copy(rows.begin(), rows.end(), b.begin() + 1064);
-    Block src(BlockFrom(b));
-    const Bytes out = BlockBytes(Block(ScaleDIB(src.get(), 0, 4, 2)).get());
+    const Bytes out = Scaled(b, 0, 4, 2);
     EXPECT_EQ(Bytes(out.begin() + 1064, out.end()), Bytes({0, 0, 0, 0, 1, 5, 5, 5}));
 }
 
+// Sizes are their low 16 bits; a source 65536 + 3 wide is filtered as 3 wide, its stride taken
+// from that width.
 TEST(ScaleDIB, SizesAreSixteenBit) {
-    for (int bits : {1, 8, 24}) {
-        SCOPED_TRACE(bits);
-        Block src(MakeDib({19, 6, uint16_t(bits), 0, false, 4}));
-        Block small(ScaleDIB(src.get(), 1, 7, 5));
-        Block wrapped(ScaleDIB(src.get(), 1, 65536 + 7, 3 * 65536 + 5));
-        ASSERT_NE(wrapped, nullptr);
-        EXPECT_EQ(BlockBytes(wrapped.get()), BlockBytes(small.get()));
+    for (uint16_t bits : {1, 8, 24}) {
+        const Bytes src = SeededDib(19, 6, bits, 4), wrapped = Scaled(src, 1, 65536 + 7, 3 * 65536 + 5);
+        EXPECT_FALSE(wrapped.empty());
+        EXPECT_EQ(wrapped, Scaled(src, 1, 7, 5)) << bits;
     }
-    // A source 65536 + 3 wide is filtered as 3 wide, its stride taken from that width.
-    Bytes wide = PackedDib({65539, 1, 24, 0, false, 8});
-    Bytes narrow = PackedDib({3, 1, 24, 0, false, 8});
+    const Bytes wide = SeededDib(65539, 1, 24, 8);
+    Bytes narrow = SeededDib(3, 1, 24, 8);
     std::copy(wide.begin() + 40, wide.begin() + 52, narrow.begin() + 40);
-    Block w(BlockFrom(wide)), n(BlockFrom(narrow));
-    Block fromWide(ScaleDIB(w.get(), 0, 8, 2)), fromNarrow(ScaleDIB(n.get(), 0, 8, 2));
-    ASSERT_NE(fromWide, nullptr);
-    EXPECT_EQ(BlockBytes(fromWide.get()), BlockBytes(fromNarrow.get()));
+    EXPECT_FALSE(Scaled(wide, 0, 8, 2).empty());
+    EXPECT_EQ(Scaled(wide, 0, 8, 2), Scaled(narrow, 0, 8, 2));
 }
-
-Bytes With(DibShape s, size_t at, uint32_t v, int bytes = 4) {
-    Bytes b = PackedDib(s);
-    if (bytes == 2) PutU16(b, at, uint16_t(v));
-    else PutU32(b, at, v);
-    return b;
-}
-
-Bytes Cut(Bytes b) { return b.pop_back(), b; }
 
 // kUntouched: the module code stays as it was. A success leaves it alone too.
 TEST(ScaleDIB, RefusesBadInputWithItsCode) {
-    const DibShape gray{4, 4, 8, 0, false, 1}, rgb{4, 4, 24, 0, false, 1}, mono{4, 4, 1, 0, false, 1};
+    const Bytes gray = SeededDib(4, 4, 8), rgb = SeededDib(4, 4, 24), mono = SeededDib(4, 4, 1);
     const struct { const char* what; Source source; int width, height, code; } cases[] = {
-        {"39-byte block", Bytes(39, 0), 4, 4, IMGERR_PARAMETER},
-        {"biSize 12", With(gray, 0, 12), 4, 4, IMGERR_PARAMETER},
-        {"2-bit", With(gray, 14, 2, 2), 4, 4, IMGERR_HEADERBITCOUNT},
-        {"16-bit", With(rgb, 14, 16, 2), 4, 4, IMGERR_HEADERBITCOUNT},
-        {"32-bit", With(rgb, 14, 32, 2), 4, 4, IMGERR_HEADERBITCOUNT},
+        {"39-byte block", Bytes(39, 0), 4, 4, IMGERR_PARAMETER}, {"biSize 12", With(gray, 0, 12), 4, 4, IMGERR_PARAMETER},
+        {"2-bit", With(gray, 12, 1 | 2 << 16), 4, 4, IMGERR_HEADERBITCOUNT},
+        {"16-bit", With(rgb, 12, 1 | 16 << 16), 4, 4, IMGERR_HEADERBITCOUNT},
+        {"32-bit", With(rgb, 12, 1 | 32 << 16), 4, 4, IMGERR_HEADERBITCOUNT},
         {"RLE8", With(gray, 16, 1), 4, 4, IMGERR_COMPRESSED},
-        {"rows one byte short", Cut(PackedDib(gray)), 4, 4, IMGERR_PARAMETER},
-        {"1-bit rows one byte short", Cut(PackedDib(mono)), 4, 4, IMGERR_PARAMETER},
+        {"rows one byte short", Cut(gray, gray.size() - 1), 4, 4, IMGERR_PARAMETER},
+        {"1-bit rows one byte short", Cut(mono, mono.size() - 1), 4, 4, IMGERR_PARAMETER},
         {"huge colour table", With(gray, 32, 0x40000000), 4, 4, IMGERR_PARAMETER},
-        {"zero width", PackedDib(gray), 0, 4, IMGERR_PARAMETER},
-        {"height 65536 masks to 0", PackedDib(rgb), 4, 65536, IMGERR_PARAMETER},
+        {"zero width", gray, 0, 4, IMGERR_PARAMETER}, {"height 65536 masks to 0", rgb, 4, 65536, IMGERR_PARAMETER},
         {"source 65536 wide", With(rgb, 4, 65536), 4, 4, IMGERR_PARAMETER},
         {"negative height reads 65532 rows", With(rgb, 8, uint32_t(-4)), 4, 4, IMGERR_PARAMETER},
-        {"over 4 GiB", PackedDib(rgb), 65535, 65535, IMGERR_NOMEMORY},
-        {"1-bit zero width", PackedDib(mono), 0, 4, kUntouched},
+        {"over 4 GiB", rgb, 65535, 65535, IMGERR_NOMEMORY}, {"1-bit zero width", mono, 0, 4, kUntouched},
         {"1-bit zero source height", With(mono, 8, 0), 4, 4, kUntouched},
         {"null handle", kNullHandle, 4, 4, IMGERR_PARAMETER},
     };
-    ExpectRefusals(Reports::kModuleCode, cases,
-                           [](HDIB dib, const auto& c, auto) { return ScaleDIB(dib, 0, c.width, c.height); });
-    EXPECT_EQ(CallOn(PackedDib(gray), [](HDIB d) { return ScaleDIB(d, 1, 9, 9); }).moduleCode, kUntouched);
+    ExpectRefusals(Reports::kModuleCode, cases, [](HDIB dib, const auto& c, auto) { return ScaleDIB(dib, 0, c.width, c.height); });
+    EXPECT_EQ(CallOn(gray, [](HDIB d) { return ScaleDIB(d, 1, 9, 9); }).moduleCode, kUntouched);
 }
 
 TEST(ScaleGrayDIB, MatchesThePixelModel) {
@@ -324,10 +310,10 @@ TEST(ScaleGrayDIB, MatchesThePixelModel) {
 }
 
 TEST(ScaleGrayDIB, RefusesWithoutTouchingTheCode) {
-    const Bytes gray = PackedDib({10, 8, 8, 0, false, 2});
+    const Bytes gray = SeededDib(10, 8, 8, 2);
     const struct { const char* what; Source source; int x, y, w, h, fx, fy, method, code = kUntouched; } cases[] = {
-        {"null", kNullHandle, 0, 0, 2, 2, 2, 2, 0}, {"1-bit", PackedDib({10, 8, 1, 0, false, 2}), 0, 0, 2, 2, 2, 2, 0},
-        {"compressed", With({10, 8, 8, 0, false, 2}, 16, 1), 0, 0, 2, 2, 2, 2, 0},
+        {"null", kNullHandle, 0, 0, 2, 2, 2, 2, 0}, {"1-bit", SeededDib(10, 8, 1, 2), 0, 0, 2, 2, 2, 2, 0},
+        {"compressed", With(gray, 16, 1), 0, 0, 2, 2, 2, 2, 0},
         {"method 2", gray, 0, 0, 2, 2, 2, 2, 2}, {"x negative", gray, -1, 0, 2, 2, 2, 2, 0},
         {"past the right edge", gray, 9, 0, 2, 2, 2, 2, 0}, {"past the bottom edge", gray, 0, 7, 2, 2, 2, 2, 1},
         {"zero width", gray, 0, 0, 0, 2, 2, 2, 0}, {"zero factor", gray, 0, 0, 2, 2, 0, 2, 0},
