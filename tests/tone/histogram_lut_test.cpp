@@ -9,8 +9,10 @@
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <string>
+#include <vector>
 
-#include "dib_builder.hpp"
+#include "export_calls.hpp"
 #include "tone/histogram_lut.hpp"
 #include "vexora.h"
 
@@ -270,34 +272,41 @@ TEST_F(Tables, RefusalsInCheckOrder) {
     Block shortHist(BlockFrom(Bytes(511, 0))), shortLut(BlockFrom(Bytes(255, 0)));
     ASSERT_EQ(Compute(okDib.get(), hist.get(), 20, 20), 0u);
     const Bytes counts = BlockBytes(hist.get()), identity = BlockBytes(lut.get());
-    auto apply = [&](HDIB d, HGLOBAL t, BOOL n) { DWORD e = 99; EXPECT_EQ(ApplyLUT(d, t, n, &e), nullptr); return e; };
-    auto table = [&](HGLOBAL h, HGLOBAL t) { DWORD e = 99; EXPECT_EQ(ComputeLUT(h, TABLE_COMPUTE, t, 5, 5, &e), nullptr); return e; };
+    enum Call { kHistogram, kApplyInPlace, kApplyNew };
+    struct Case { std::string what; Source source; int code; Call call; HGLOBAL table; };
+    std::vector<Case> cases = {
+        {"histogram: no image, no table", kNullHandle, 8, kHistogram, nullptr}, {"histogram: no table", good, 8, kHistogram, nullptr},
+        {"histogram: no image", kNullHandle, 8, kHistogram, hist.get()},
+        {"histogram: image unlockable", kUnlockable, 17, kHistogram, hist.get()},
+        {"histogram: table unlockable", good, 17, kHistogram, none.get()},
+        {"histogram: table short", good, 8, kHistogram, shortHist.get()},
+        {"apply: no image, no table", kNullHandle, 8, kApplyNew, nullptr}, {"apply: no table", good, 8, kApplyNew, nullptr},
+        {"apply: no image", kNullHandle, 8, kApplyInPlace, lut.get()},
+        {"apply: image unlockable", kUnlockable, 17, kApplyInPlace, lut.get()},
+        {"apply: table unlockable", good, 17, kApplyNew, none.get()},
+        {"apply: table short", good, 8, kApplyInPlace, shortLut.get()},
+    };
     for (const auto& [bytes, code] : images) {
-        SCOPED_TRACE(testing::Message() << "case with code " << code);
-        Block dib(BlockFrom(bytes));
+        const std::string image = "image with code " + std::to_string(code);
         if (code != IMGERR_NOMEMORY) {
-            EXPECT_EQ(Compute(dib.get(), hist.get(), 0, 0), code);
-            EXPECT_EQ(apply(dib.get(), none.get(), FALSE), code);  // the image is checked first
+            cases.push_back({"histogram: " + image, bytes, int(code), kHistogram, hist.get()});
+            cases.push_back({"apply in place, the image checked first: " + image, bytes, int(code), kApplyInPlace, none.get()});
         }
-        EXPECT_EQ(apply(dib.get(), lut.get(), TRUE), code);
-        EXPECT_EQ(BlockBytes(dib.get()), bytes);
-        GlobalLock(dib.get());
-        EXPECT_FALSE(GlobalUnlock(dib.get())) << "left locked";
+        cases.push_back({"apply new: " + image, bytes, int(code), kApplyNew, lut.get()});
     }
+    ExpectRefusals(Reports::kCallerWord, cases, [](HDIB dib, const Case& c, DWORD* error) {
+        int origin[2] = {0, 0};
+        return c.call == kHistogram ? ComputeHistogram(dib, TABLE_COMPUTE, c.table, origin, error)
+                                    : ApplyLUT(dib, c.table, c.call == kApplyNew, error);
+    });
     int origin[2] = {0, 0};
     DWORD error = 99;
     EXPECT_EQ(ComputeHistogram(okDib.get(), TABLE_COMPUTE, hist.get(), nullptr, &error), nullptr);
     EXPECT_EQ(error, DWORD{IMGERR_PARAMETER});
     EXPECT_EQ(ComputeHistogram(nullptr, TABLE_COMPUTE, nullptr, origin, nullptr), nullptr);
-    const DWORD histogramCodes[] = {Compute(nullptr, nullptr, 0, 0), Compute(okDib.get(), nullptr, 0, 0), Compute(nullptr, hist.get(), 0, 0),
-                                    Compute(none.get(), hist.get(), 0, 0), Compute(okDib.get(), none.get(), 0, 0),
-                                    Compute(okDib.get(), shortHist.get(), 0, 0)};
-    EXPECT_EQ(Bytes(std::begin(histogramCodes), std::end(histogramCodes)), Bytes({8, 8, 8, 17, 17, 8}));
+    auto table = [&](HGLOBAL h, HGLOBAL t) { DWORD e = 99; EXPECT_EQ(ComputeLUT(h, TABLE_COMPUTE, t, 5, 5, &e), nullptr); return e; };
     const DWORD tableCodes[] = {table(nullptr, nullptr), table(shortHist.get(), lut.get()), table(nullptr, none.get()), table(nullptr, shortLut.get())};
     EXPECT_EQ(Bytes(std::begin(tableCodes), std::end(tableCodes)), Bytes({8, 8, 17, 8}));
-    const DWORD applyCodes[] = {apply(nullptr, nullptr, TRUE), apply(okDib.get(), nullptr, TRUE), apply(nullptr, lut.get(), FALSE),
-                                apply(none.get(), lut.get(), FALSE), apply(okDib.get(), none.get(), TRUE), apply(okDib.get(), shortLut.get(), FALSE)};
-    EXPECT_EQ(Bytes(std::begin(applyCodes), std::end(applyCodes)), Bytes({8, 8, 8, 17, 17, 8}));
     EXPECT_EQ(BlockBytes(hist.get()), counts);
     EXPECT_EQ(BlockBytes(lut.get()), identity);
     EXPECT_EQ(BlockBytes(okDib.get()), good);
