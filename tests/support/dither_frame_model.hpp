@@ -167,10 +167,7 @@ void ExpectModelBytes(Export call, const std::vector<DepthPair>& pairs, Model mo
             SCOPED_TRACE(testing::Message() << p.from << " -> " << p.to << " bits, " << w << "x" << h << ", seed " << seed);
             const Outcome o = Dither(src, call, p.to);
             ASSERT_EQ(o.moduleCode, IMGERR_SUCCESS);
-            const Bytes expected = model(src, p.to);
-            ASSERT_EQ(o.result.size(), expected.size());
-            const auto diff = std::mismatch(o.result.begin(), o.result.end(), expected.begin()).first;
-            ASSERT_TRUE(diff == o.result.end()) << "first difference at byte " << diff - o.result.begin();
+            ASSERT_NO_FATAL_FAILURE(ExpectSameBytes(o.result, model(src, p.to)));
             EXPECT_FALSE(o.sourceLocked);
             EXPECT_TRUE(o.sourceUnchanged);
         }

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "dib_builder.hpp"
@@ -57,6 +58,13 @@ Outcome CallOn(const Source& source, Call call) {
         o.sourceUnchanged = BlockBytes(in.get()) == source.bytes;
     }
     return o;
+}
+
+// Equal blocks, or the first byte where they differ.
+inline void ExpectSameBytes(const Bytes& got, const Bytes& want) {
+    ASSERT_EQ(got.size(), want.size());
+    const auto diff = std::mismatch(got.begin(), got.end(), want.begin()).first;
+    ASSERT_TRUE(diff == got.end()) << "first difference at byte " << diff - got.begin();
 }
 
 // A success reported through the module code: the code cleared, the whole result block
