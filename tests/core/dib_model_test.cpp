@@ -40,24 +40,19 @@ TEST(GetImageVersion, CopiesAsManyBytesAsAskedUpToTheTerminator) {
 TEST(CreateDIBPalette, HoldsTheColourTableAndNeverTouchesTheCode) {
     SetImgError(IMGERR_IO);
     for (const DibShape& shape : {DibShape{5, 2, 8, 3}, DibShape{9, 2, 1}, DibShape{3, 3, 4}}) {
-        Block dib(MakeDib(shape));
-        const Bytes bytes = BlockBytes(dib.get());
+        const Bytes bytes = PackedDib(shape);
+        Block dib(BlockFrom(bytes));
         HPALETTE palette = CreateDIBPalette(dib.get());
         const UINT n = GetPaletteEntries(palette, 0, 0, nullptr);
-        ASSERT_EQ(n, (PixelOffset(shape) - 40) / 4) << shape.bitCount;
-        std::vector<PALETTEENTRY> entries(n);
-        ASSERT_EQ(GetPaletteEntries(palette, 0, n, entries.data()), n);
-        for (UINT i = 0; i < n; ++i) {
-            const PALETTEENTRY want{bytes[40 + i * 4 + 2], bytes[40 + i * 4 + 1], bytes[40 + i * 4], 0};
-            EXPECT_EQ(std::memcmp(&entries[i], &want, 4), 0) << "entry " << i;
-        }
+        Bytes got(4 * n), want;  // red, green, blue, flags
+        for (UINT i = 0; i < n; ++i) want.insert(want.end(), {bytes[42 + 4 * i], bytes[41 + 4 * i], bytes[40 + 4 * i], 0});
+        EXPECT_EQ(GetPaletteEntries(palette, 0, n, reinterpret_cast<PALETTEENTRY*>(got.data())), n);
+        EXPECT_EQ(got, want) << shape.bitCount;
+        EXPECT_EQ(n, (PixelOffset(shape) - 40) / 4);
         EXPECT_TRUE(DeleteObject(palette));
     }
-    Bytes cut = PackedDib({4, 4, 8});
-    cut.resize(140);  // an 8-bit header without room for its table
-    Block trueColour(MakeDib({4, 4, 24})), undersized(BlockFrom(cut));
-    EXPECT_EQ(CreateDIBPalette(trueColour.get()), nullptr);
-    EXPECT_EQ(CreateDIBPalette(undersized.get()), nullptr);
+    for (const Bytes& refused : {Cut(PackedDib({4, 4, 8}), 140), PackedDib({4, 4, 24})})  // no room for the table; none
+        EXPECT_EQ(CreateDIBPalette(Block(BlockFrom(refused)).get()), nullptr);
     EXPECT_EQ(CreateDIBPalette(nullptr), nullptr);
     EXPECT_EQ(ImgError(), IMGERR_IO);
 }
