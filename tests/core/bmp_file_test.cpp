@@ -1,7 +1,4 @@
 // Reading DIB headers from files, loading and saving BMP files, and files built to hurt.
-#include <gtest/gtest.h>
-
-#include <cstring>
 
 #include "dib_builder.hpp"
 

@@ -1,6 +1,5 @@
 // DIB arithmetic, the version text, palettes made from DIBs, the colour-table inversions and the
 // attach/detach logic of the module entry point.
-#include <gtest/gtest.h>
 
 #include "core/library.hpp"
 #include "dib_builder.hpp"

@@ -1,9 +1,4 @@
 // The module error code, its range rules and its messages.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <string>
 
 #include "core/errors.hpp"
 #include "formats_files.hpp"

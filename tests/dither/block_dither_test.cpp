@@ -1,7 +1,6 @@
 // DitherSmooth and DitherSharp: every result byte against a plain model of the documented
 // window redistribution (one block of 16-bit rows with spare slots, the pre-pass on row 0, the
 // ranking scans), a worked example, and the refusals.
-#include <gtest/gtest.h>
 
 #include "dither_frame_model.hpp"
 

@@ -1,7 +1,6 @@
 // DitherFS4 and DitherJJN: every result byte against a plain model of the documented error
 // diffusion (one block of 16-bit error rows, shares added or stored in place, the row moves),
 // worked examples, the exact divisions, and the refusals.
-#include <gtest/gtest.h>
 
 #include "dither/dither_frame.hpp"
 #include "dither_frame_model.hpp"

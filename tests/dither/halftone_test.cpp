@@ -1,13 +1,7 @@
 // Halftone against a literal model of its whole-image planes, its screen against the
 // published tables, and its error-cell, lock and refusal contracts.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <vector>
 
 #include "export_calls.hpp"
-#include "vexora.h"
 
 using namespace vxtest;
 

@@ -2,10 +2,6 @@
 // and the refusals. Planes are BMP files, except where a stand-in TIFF module shows which
 // image of a multi-image file a page asked for. Set files are given absolute paths (Windows
 // resolves relative profile names against the Windows directory).
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "formats_files.hpp"
 

@@ -2,10 +2,8 @@
 // and to the format modules. The modules are the stand-ins of tests/formats/modules: each one
 // reports the module file, entry point and arguments it was called with (VXGIFR has no entry
 // points, VXJPGR does not exist).
-#include <gtest/gtest.h>
 
 #include <filesystem>
-#include <string>
 
 #include "formats_files.hpp"
 

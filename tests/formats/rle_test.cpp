@@ -2,14 +2,10 @@
 // (an encoder looking at one byte at a time, a decoder writing one pixel at a time that never
 // stops early) on random images and streams; worked streams for the encoder's quirks; the effect
 // of each kind of hostile stream; refusals; RLE8 files by ImageMagick against uncompressed twins.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "export_calls.hpp"
 #include "formats/rle_codec.hpp"

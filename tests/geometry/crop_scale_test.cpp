@@ -1,15 +1,12 @@
 // crop_scale_test.cpp - the nearest-neighbour crop-and-scale members against a per-pixel model
 // of the mapping, over rectangles inside, across and at the edges of seeded images of every
 // depth; and the arguments they refuse.
-#include <gtest/gtest.h>
 
-#include <cstdint>
 #include <random>
 
 #include "dib_builder.hpp"
 #include "geometry/crop_scale.hpp"
 #include "scale_models.hpp"
-#include "vexora.h"
 
 using namespace vxtest;
 using namespace vx::geometry;

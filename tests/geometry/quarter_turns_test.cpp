@@ -1,9 +1,6 @@
 // Quarter turns, half turn and flips: every byte of the result against a per-pixel reference
 // written from the documented loops, and refused blocks.
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
 #include <functional>
 
 #include "export_calls.hpp"
@@ -31,7 +28,6 @@ using Op = HDIB (*)(HDIB);
 const struct { Op op; const char* name; } kOps[] = {{RotateDIB90, "RotateDIB90"},
     {RotateDIB270, "RotateDIB270"}, {RotateDIB180, "RotateDIB180"},
     {FlipDIBVertical, "FlipDIBVertical"}, {FlipDIBHorizontal, "FlipDIBHorizontal"}};
-
 
 // The documented algorithm, one pixel at a time.
 Bytes Reference(Op op, const Bytes& src) {

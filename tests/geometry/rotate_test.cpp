@@ -1,21 +1,15 @@
 // RotateDIB against a plain per-pixel rotation written from the documented steps, and its
 // status-cell, corner-record and refusal contracts.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 
 #include "geometry_corners.hpp"
 #include "pixels.hpp"
-#include "vexora.h"
 
 using namespace vxtest;
 
 namespace {
-
 
 int RoundAway(double v) { return v >= 0 ? static_cast<int>(v + 0.5) : static_cast<int>(v - 0.5); }
 

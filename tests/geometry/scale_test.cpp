@@ -1,18 +1,12 @@
 // scale_test.cpp - ScaleDIB and ScaleGrayDIB against plain per-pixel models of the
 // filters, byte for byte over the whole result block, on seeded images of every accepted depth;
 // the deliberate oddities; the refusals and their codes.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "export_calls.hpp"
 #include "scale_models.hpp"
-#include "vexora.h"
 
 namespace {
 

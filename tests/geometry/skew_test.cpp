@@ -1,19 +1,14 @@
 // SkewDIB against a plain shear written from the documented moves, and its error-channel,
 // corner-record and refusal contracts.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
-#include <cstdint>
 #include <cstdlib>
 
 #include "geometry_corners.hpp"
-#include "vexora.h"
 
 using namespace vxtest;
 
 namespace {
-
 
 // The whole result block, moving one pixel (vertical) or one source byte (horizontal) at a
 // time. Horizontal writes past the end of the block are dropped.

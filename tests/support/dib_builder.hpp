@@ -3,6 +3,8 @@
 // BMP file images, blocks, bounds-checked fields, and a temporary directory that removes itself.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>

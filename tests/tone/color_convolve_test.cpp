@@ -2,21 +2,15 @@
 // each channel), on random 24-bit images of awkward sizes, for every type, size and gray mode,
 // 16-bit kernels from memory and from files, in place and into new DIBs, at each vector level;
 // worked examples; refusals.
-#include <gtest/gtest.h>
 
-#include <cstdint>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "dib_builder.hpp"
 #include "tone_convolution_model.hpp"
-#include "vexora.h"
 
 using namespace vxtest;
 
 namespace {
-
 
 Bytes ReferenceColor(const Bytes& src, bool newDib, int grayMode, const ModelKernel& k) {
     const int64_t w = static_cast<int32_t>(GetU32(src, 4)), h = static_cast<int32_t>(GetU32(src, 8));

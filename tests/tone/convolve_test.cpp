@@ -1,22 +1,16 @@
 // Convolve against a per-pixel model on random 8-bit images of awkward sizes (every type and
 // size, kernels from memory and files, in place and new, at each vector level); worked
 // examples; kernel files; refusals; and the divisor stage on every sum it can meet.
-#include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdint>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "dib_builder.hpp"
 #include "tone_convolution_model.hpp"
-#include "vexora.h"
 
 using namespace vxtest;
 
 namespace {
-
 
 // The block Convolve leaves: the source changed in place, or the new DIB.
 Bytes ReferenceConvolve(const Bytes& src, bool newDib, const ModelKernel& k) {

@@ -1,16 +1,12 @@
 // Convert8to24 and ColorBrightnessContrast against models written from the documented steps
 // (16-bit widths, strides and pixel offsets, the unbounded table index, the level table in
 // double precision): whole result blocks compared byte for byte, and the refusals in order.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 
 #include "export_calls.hpp"
 
 using namespace vxtest;
 
 namespace {
-
 
 int ByteAt(const Bytes& b, int64_t at) { return at >= 0 && uint64_t(at) < b.size() ? b[size_t(at)] : 0; }
 

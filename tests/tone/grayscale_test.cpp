@@ -2,12 +2,9 @@
 // steps: whole result blocks (header, table, pixels, padding, slack) compared byte for byte on
 // random images of every accepted depth and awkward sizes, 1-bit renderings through a literal
 // accumulator ring, the gray row paths, worked examples, and the refusals in their order.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <random>
-#include <vector>
 
 #include "export_calls.hpp"
 #include "tone/luminance.hpp"
@@ -15,7 +12,6 @@
 using namespace vxtest;
 
 namespace {
-
 
 int Gray(int b, int g, int r, bool weighted) {
     return weighted ? int(unsigned((g * 5 + b) * 3 + r * 8) / 26u) : (b + g + r) / 3;

@@ -1,20 +1,14 @@
 // ComputeHistogram, ComputeLUT and ApplyLUT against plain models written from their documented
 // steps (the window histogram and its strip updates pixel by pixel, the table entry by entry,
 // the applied table byte by byte), the module state across calls, and every refusal.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <climits>
 #include <cmath>
-#include <cstring>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "export_calls.hpp"
 #include "tone/histogram_lut.hpp"
-#include "vexora.h"
 
 using namespace vxtest;
 
