@@ -183,30 +183,23 @@ TEST(CompressDIB, EveryShortRowStaysWithinItsBound) {
 // What the documented cuts, wraps and skips do to a 5 x 2 picture, through the export and
 // through the plain decoder, which the random streams below compare against.
 TEST(ExpandCompressedDIB, HostileStreamsHaveTheirDocumentedEffect) {
-    struct Case {
-        const char* what;
-        uint16_t bits;
-        Bytes stream;
-        std::vector<std::vector<int>> rows;  // bottom row first, width 5
-    };
+    struct Case { const char* what; uint16_t bits; Bytes stream, rows; };  // rows: bottom first, 5 pixels, padded
     const Case cases[] = {
-        {"a run past the row is cut; x wraps to column 0, same row", 8, {9, 7, 2, 3, 0, 1}, {{3, 3, 7, 7, 7}, {0, 0, 0, 0, 0}}},
-        {"one pixel, then the byte after it over column 0", 8, {3, 4, 1, 5, 1, 6, 1, 7}, {{7, 4, 4, 5, 6}, {0, 0, 0, 0, 0}}},
-        {"delta right of the row: the next run writes nothing, x back to 0", 8, {0, 2, 9, 0, 3, 8, 2, 6}, {{6, 6, 0, 0, 0}, {0, 0, 0, 0, 0}}},
-        {"literal cut at the row's end, input skips all of it", 8,
-         {0, 7, 1, 2, 3, 4, 5, 6, 7, 0xFF, 0, 0, 0, 3, 8, 9, 1, 0xFF, 1, 4}, {{1, 2, 3, 4, 5}, {8, 9, 1, 4, 0}}},
-        {"a last odd byte is a run of zeros", 8, {5, 9, 3}, {{0, 0, 0, 9, 9}, {0, 0, 0, 0, 0}}},
-        {"4-bit runs alternate and stop at the row's end", 4, {1, 0x9A, 7, 0x12, 3, 0x34, 0, 0, 3, 0x56}, {{9, 1, 2, 1, 2}, {5, 6, 5, 0, 0}}},
-        {"4-bit literal from an odd column, cut", 4, {1, 0x70, 0, 6, 0x12, 0x34, 0x56, 0, 0, 0, 0, 2, 0, 1, 2, 0xAB}, {{7, 1, 2, 3, 4}, {0, 0, 0, 0, 0}}},
+        {"a run past the row is cut; x wraps to column 0, same row", 8, {9, 7, 2, 3, 0, 1}, {3, 3, 7, 7, 7, 0, 0, 0}},
+        {"one pixel, then the byte after it over column 0", 8, {3, 4, 1, 5, 1, 6, 1, 7}, {7, 4, 4, 5, 6, 0, 0, 0}},
+        {"delta right of the row: the next run writes nothing, x back to 0", 8, {0, 2, 9, 0, 3, 8, 2, 6}, {6, 6, 0, 0, 0, 0, 0, 0}},
+        {"literal cut at the row's end, input skips all of it", 8, {0, 7, 1, 2, 3, 4, 5, 6, 7, 0xFF, 0, 0, 0, 3, 8, 9, 1, 0xFF, 1, 4},
+         {1, 2, 3, 4, 5, 0, 0, 0, 8, 9, 1, 4, 0, 0, 0, 0}},
+        {"a last odd byte is a run of zeros", 8, {5, 9, 3}, {0, 0, 0, 9, 9, 0, 0, 0}},
+        {"4-bit runs alternate and stop at the row's end", 4, {1, 0x9A, 7, 0x12, 3, 0x34, 0, 0, 3, 0x56},
+         {0x91, 0x21, 0x20, 0, 0x56, 0x50, 0, 0}},
+        {"4-bit literal from an odd column, cut", 4, {1, 0x70, 0, 6, 0x12, 0x34, 0x56, 0, 0, 0, 0, 2, 0, 1, 2, 0xAB},
+         {0x71, 0x23, 0x40, 0}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        Bytes rows(2 * Stride(5, c.bits));
-        for (size_t y = 0; y < 2; ++y)
-            for (size_t x = 0; x < 5; ++x) {
-                uint8_t* row = &rows[y * Stride(5, c.bits)];
-                c.bits == 8 ? vx::SetPixel<8>(row, x, uint32_t(c.rows[y][x])) : vx::SetPixel<4>(row, x, uint32_t(c.rows[y][x]));
-            }
+        Bytes rows = c.rows;
+        rows.resize(2 * Stride(5, c.bits), 0);
         const Bytes source = Dib(5, 2, c.bits, Rle(c.bits), c.stream), expected = Dib(5, 2, c.bits, 0, rows);
         EXPECT_EQ(Call(ExpandCompressedDIB, source), expected);
         EXPECT_EQ(PlainExpand(source), expected);

@@ -1,6 +1,6 @@
 // Convolve against a per-pixel model on random 8-bit images of awkward sizes (every type and
-// size, kernels from memory and files, in place and new, at each vector level); worked
-// examples; kernel files; refusals; and the divisor stage on every sum it can meet.
+// size, kernels from memory and files, in place and new, at each vector level); the kernel
+// orientation pinned by hand; kernel files; refusals; and the divisor stage on every sum.
 
 #include <climits>
 #include <random>
