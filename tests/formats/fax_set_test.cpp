@@ -3,6 +3,7 @@
 // image of a multi-image file a page asked for. Set files are given absolute paths (Windows
 // resolves relative profile names against the Windows directory).
 
+#include "export_calls.hpp"
 #include "formats_files.hpp"
 
 using namespace vxtest;
@@ -159,7 +160,7 @@ TEST(LoadColorFaxPage, RefusalsAndTheirCodes) {
                                     "\r\n[Page1]\r\nPlane0=" + plane0 + "\r\nPlane1=" + plane + "\r\n"));
     };
     const std::string good = set("good.cfx", plane);
-    const struct { const char* name; std::string file; int page; int code; int status; } cases[] = {
+    const struct { const char* what; std::string file; int page; int code; int status; } cases[] = {
         {"missing set", dir.path("absent.cfx"), 1, IMGERR_OPENFILE, 3}, {"page 0", good, 0, IMGERR_NOTHINGTODO, 17},
         {"page past the last", good, 4, IMGERR_NOTHINGTODO, 17},
         {"BitsPixel 8", set("deep.cfx", plane, "BitsPixel=8"), 1, IMGERR_NOTHINGTODO, 17},
@@ -168,14 +169,12 @@ TEST(LoadColorFaxPage, RefusalsAndTheirCodes) {
         {"first plane upside down", set("topdown.cfx", topDown), 1, IMGERR_NOTHINGTODO, 17},
         {"set naming itself", set("self.cfx", dir.path("self.cfx")), 1, IMGERR_FILEFORMAT, 9},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    ExpectRefusals(Reports::kModuleCode, cases, [](HDIB, const auto& c, auto) {
         int status = 17;
-        SetImgError(IMGERR_NOTHINGTODO);
-        EXPECT_EQ(LoadColorFaxPage(c.file.c_str(), c.page, &status), nullptr);
-        EXPECT_EQ(ImgError(), c.code);
+        HDIB page = LoadColorFaxPage(c.file.c_str(), c.page, &status);
         EXPECT_EQ(status, c.status);
-    }
+        return page;
+    });
     EXPECT_EQ(LoadColorFaxPage(nullptr, 1, nullptr), nullptr);
     Block page(LoadColorFaxPage(good.c_str(), 3, nullptr));  // the last page is in range
     EXPECT_EQ(page, nullptr);                                 // ...but has no Page3 section

@@ -3,9 +3,9 @@
 // ExpectRefusals, which calls the export on each case's source and checks the null result, the
 // code where the family reports it, and that the source is left as it was.
 //
-// A case is any struct with `what`, `source` (bytes, or kNullHandle, or kUnlockable), `code`
-// and, where the family returns with its lock held after some refusals, `leftLocked`; the
-// family's own arguments ride along in the same struct.
+// A case is any struct with `what`, `source` (bytes, or kNullHandle, or kUnlockable; none for
+// exports that read files), `code` and, where the family returns with its lock held after
+// some refusals, `leftLocked`; the family's own arguments ride along in the same struct.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -92,7 +92,11 @@ void ExpectRefusals(Reports where, const Cases& cases, Call call) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         DWORD word = kWordUntouched;
-        const Outcome o = CallOn(c.source, [&](HDIB handle) { return call(handle, c, &word); });
+        const Source& source = [&]() -> const Source& {
+            if constexpr (requires { c.source; }) return c.source;
+            return kNullHandle;  // a case of files or arguments alone
+        }();
+        const Outcome o = CallOn(source, [&](HDIB handle) { return call(handle, c, &word); });
         EXPECT_TRUE(o.result.empty());
         EXPECT_EQ(o.moduleCode, where == Reports::kCallerWord ? kUntouched : c.code);
         if (where != Reports::kModuleCode) {
