@@ -97,7 +97,9 @@ TEST(LoadImageIntoDIB, ModulesGetTheirEntryPointsAndArguments) {
     messages.expect({});
 }
 
-TEST(LoadImageIntoDIB, AMissingModuleOrEntryPointIsShownAndGivesNull) {
+#ifndef _WIN32
+// Where MessageBoxA has a screen (Wine with a display, Windows) the box waits for a click.
+TEST(LoadImageIntoDIB, AMissingModuleOrEntryPointIsShownAndGivesNullPosix) {
     TempDir dir;
     Messages messages;
     int status = 17;
@@ -109,6 +111,7 @@ TEST(LoadImageIntoDIB, AMissingModuleOrEntryPointIsShownAndGivesNull) {
     EXPECT_EQ(status, 17);
     EXPECT_EQ(ImgError(), IMGERR_NOTHINGTODO);
 }
+#endif
 
 TEST(LoadImageIntoDIB, TheLibraryReadsBmpAndRefusesWhatItCannotLoad) {
     TempDir dir;
