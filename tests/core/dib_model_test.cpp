@@ -1,6 +1,5 @@
 // DIB arithmetic, the version text, palettes made from DIBs, the colour-table inversions and the
 // attach/detach logic of the module entry point.
-#include <gtest/gtest.h>
 
 #include "library.hpp"
 #include "dib_builder.hpp"
@@ -40,26 +39,29 @@ TEST(GetImageVersion, CopiesAsManyBytesAsAskedUpToTheTerminator) {
 TEST(CreateDIBPalette, HoldsTheColourTableAndNeverTouchesTheCode) {
     SetImgError(IMGERR_IO);
     for (const DibShape& shape : {DibShape{5, 2, 8, 3}, DibShape{9, 2, 1}, DibShape{3, 3, 4}}) {
-        Block dib(MakeDib(shape));
-        const Bytes bytes = BlockBytes(dib.get());
+        const Bytes bytes = PackedDib(shape);
+        Block dib(BlockFrom(bytes));
         HPALETTE palette = CreateDIBPalette(dib.get());
         const UINT n = GetPaletteEntries(palette, 0, 0, nullptr);
-        ASSERT_EQ(n, (PixelOffset(shape) - 40) / 4) << shape.bitCount;
-        std::vector<PALETTEENTRY> entries(n);
-        ASSERT_EQ(GetPaletteEntries(palette, 0, n, entries.data()), n);
-        for (UINT i = 0; i < n; ++i) {
-            const PALETTEENTRY want{bytes[40 + i * 4 + 2], bytes[40 + i * 4 + 1], bytes[40 + i * 4], 0};
-            EXPECT_EQ(std::memcmp(&entries[i], &want, 4), 0) << "entry " << i;
-        }
+        Bytes got(4 * n), want;  // red, green, blue, flags
+        for (UINT i = 0; i < n; ++i) want.insert(want.end(), {bytes[42 + 4 * i], bytes[41 + 4 * i], bytes[40 + 4 * i], 0});
+        EXPECT_EQ(GetPaletteEntries(palette, 0, n, reinterpret_cast<PALETTEENTRY*>(got.data())), n);
+        EXPECT_EQ(got, want) << shape.bitCount;
+        EXPECT_EQ(n, (PixelOffset(shape) - 40) / 4);
         EXPECT_TRUE(DeleteObject(palette));
     }
-    Bytes cut = PackedDib({4, 4, 8});
-    cut.resize(140);  // an 8-bit header without room for its table
-    Block trueColour(MakeDib({4, 4, 24})), undersized(BlockFrom(cut));
-    EXPECT_EQ(CreateDIBPalette(trueColour.get()), nullptr);
-    EXPECT_EQ(CreateDIBPalette(undersized.get()), nullptr);
+    for (const Bytes& refused : {Cut(PackedDib({4, 4, 8}), 140), PackedDib({4, 4, 24})})  // no room for the table; none
+        EXPECT_EQ(CreateDIBPalette(Block(BlockFrom(refused)).get()), nullptr);
     EXPECT_EQ(CreateDIBPalette(nullptr), nullptr);
     EXPECT_EQ(ImgError(), IMGERR_IO);
+}
+
+// In place: what the block holds after call(handle).
+template <typename Call>
+Bytes After(const Bytes& bytes, Call call) {
+    Block dib(BlockFrom(bytes));
+    call(dib.get());
+    return BlockBytes(dib.get());
 }
 
 TEST(InvertMonoDIB, ComplementsPixelsSwapsColoursAndTwiceRestores) {
@@ -67,52 +69,39 @@ TEST(InvertMonoDIB, ComplementsPixelsSwapsColoursAndTwiceRestores) {
         for (const int32_t height : {2, -3}) {
             SCOPED_TRACE(testing::Message() << width << " x " << height);
             Bytes before = PackedDib({width, height, 1, 0, false, static_cast<uint32_t>(width)});
-            before[43] = 7;  // reserved bytes stay where they are
-            before[47] = 9;
+            before[43] = 7, before[47] = 9;  // reserved bytes stay where they are
             Bytes want = before;
             std::swap_ranges(&want[40], &want[43], &want[44]);
             for (size_t i = 48; i < want.size(); ++i) want[i] = static_cast<uint8_t>(~want[i]);
             before.resize(before.size() + 8, 0x5A);  // slack is not touched
             want.resize(want.size() + 8, 0x5A);
-            Block dib(BlockFrom(before));
-            InvertMonoDIB(dib.get());
-            EXPECT_EQ(BlockBytes(dib.get()), want);
-            InvertMonoDIB(dib.get());
-            EXPECT_EQ(BlockBytes(dib.get()), before);
+            EXPECT_EQ(After(before, InvertMonoDIB), want);
+            EXPECT_EQ(After(before, [](HDIB d) { InvertMonoDIB(d), InvertMonoDIB(d); }), before);
         }
     }
-    Bytes cut = PackedDib({40, 6, 1});
-    cut.pop_back();  // one byte short of its rows
-    for (const Bytes& bytes : {PackedDib({5, 3, 4}), PackedDib({5, 3, 8}), PackedDib({5, 3, 24}), cut}) {
-        Block dib(BlockFrom(bytes));
-        InvertMonoDIB(dib.get());
-        EXPECT_EQ(BlockBytes(dib.get()), bytes);
-    }
+    const Bytes cut = Cut(PackedDib({40, 6, 1}), PixelOffset({40, 6, 1}) + 6 * 8 - 1);  // one byte short of its rows
+    for (const Bytes& bytes : {PackedDib({5, 3, 4}), PackedDib({5, 3, 8}), PackedDib({5, 3, 24}), cut})
+        EXPECT_EQ(After(bytes, InvertMonoDIB), bytes);
     InvertMonoDIB(nullptr);
 }
 
 TEST(InvertDIBPalette, InvertsTheFirstClrUsedEntriesOfAnInfoHeaderOnly) {
-    Bytes full = PackedDib({6, 2, 8, 256}), two = PackedDib({6, 2, 8, 2}), v4 = PackedDib({6, 2, 8});
+    Bytes full = PackedDib({6, 2, 8, 256}), two = PackedDib({6, 2, 8, 2});
     const uint8_t blueGreenRedReserved[4] = {30, 20, 10, 0x55};
     std::memcpy(&full[60], blueGreenRedReserved, 4);
-    Bytes tooFew = two;
-    PutU32(tooFew, 32, 300);  // more entries than the block holds
-    PutU32(v4, 0, 108);
     const struct { const char* name; Bytes bytes; BOOL result; size_t inverted; } cases[] = {
         {"256 entries", full, TRUE, 256}, {"2 entries", two, TRUE, 2},
         {"clrUsed 0", PackedDib({6, 2, 8}), TRUE, 0}, {"core", PackedDib({6, 2, 8, 0, true}), FALSE, 0},
-        {"108-byte header", v4, FALSE, 0}, {"clrUsed past the block", tooFew, FALSE, 0},
+        {"108-byte header", With(PackedDib({6, 2, 8}), 0, 108), FALSE, 0},
+        {"clrUsed past the block", With(two, 32, 300), FALSE, 0},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        Block dib(BlockFrom(c.bytes));
-        EXPECT_EQ(InvertDIBPalette(dib.get()), c.result);
         Bytes want = c.bytes;
         for (size_t i = 40; i < 40 + c.inverted * 4; ++i) want[i] = i % 4 == 3 ? want[i] : 255 - want[i];
-        if (c.inverted == 256) {
-            EXPECT_EQ(Bytes(&want[60], &want[64]), Bytes({225, 235, 245, 0x55}));
-        }
-        EXPECT_EQ(BlockBytes(dib.get()), want);
+        EXPECT_TRUE(c.inverted != 256 || Bytes(&want[60], &want[64]) == Bytes({225, 235, 245, 0x55}));
+        BOOL result = -1;
+        EXPECT_EQ(After(c.bytes, [&](HDIB d) { result = InvertDIBPalette(d); }), want) << c.name;
+        EXPECT_EQ(result, c.result) << c.name;
     }
     EXPECT_FALSE(InvertDIBPalette(nullptr));
 }

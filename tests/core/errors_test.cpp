@@ -1,13 +1,7 @@
 // The module error code, its range rules and its messages.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "errors.hpp"
-#include "vexora.h"
+#include "formats_files.hpp"
 
 namespace {
 
@@ -73,20 +67,11 @@ TEST(ImgErrorString, OutOfRangeCodesAskForTheCurrentOne) {
 }
 
 TEST(ImgErrorString, WithoutABufferTheMessageGoesToTheSink) {
-    using Shown = std::vector<std::string>;
-    Shown shown;
-    VexoraSetMessageSink(
-        [](const char* text, const char* caption, UINT style, void* context) {
-            const std::string line = std::string(caption) + "|" + text + "|" + std::to_string(style);
-            static_cast<Shown*>(context)->push_back(line);
-            return IDOK;
-        },
-        &shown);
+    vxtest::Messages messages;
     SetImgError(IMGERR_NOMEMORY);
     EXPECT_EQ(ImgErrorString(nullptr, IMGERR_OPENFILE), nullptr);
     EXPECT_EQ(ImgErrorString(nullptr, -1), nullptr);
-    VexoraSetMessageSink(nullptr, nullptr);
     // MB_OK | MB_ICONEXCLAMATION is 48.
-    EXPECT_EQ(shown, Shown({"VEXORA error|Can't open file|48", "VEXORA error|Not enough memory.|48"}));
+    messages.expect({"VEXORA error|Can't open file|48", "VEXORA error|Not enough memory.|48"});
     EXPECT_EQ(ImgError(), IMGERR_NOMEMORY);
 }

@@ -1,46 +1,34 @@
 // crop_scale_test.cpp - the nearest-neighbour crop-and-scale members against a per-pixel model
 // of the mapping, over rectangles inside, across and at the edges of seeded images of every
 // depth; and the arguments they refuse.
-#include <gtest/gtest.h>
 
-#include <cstdint>
 #include <random>
 
 #include "dib_builder.hpp"
 #include "geometry/crop_scale.hpp"
 #include "scale_models.hpp"
-#include "vexora.h"
+
+using namespace vxtest;
+using namespace vx::geometry;
 
 namespace {
 
-using vxtest::Block;
-using vxtest::Bytes;
+using CropFn = HDIB (*)(const LockedDib&, int, int, int, int, int, int);
 
-using CropFn = HDIB (*)(const vx::geometry::LockedDib&, int, int, int, int, int, int);
+CropFn Member(int bits) { return bits == 1 ? CropScale1 : bits == 4 ? CropScale4 : bits == 8 ? CropScale8 : CropScale24; }
 
-CropFn Member(int bits) {
-    switch (bits) {
-    case 1: return vx::geometry::CropScale1;
-    case 4: return vx::geometry::CropScale4;
-    case 8: return vx::geometry::CropScale8;
-    default: return vx::geometry::CropScale24;
-    }
-}
-
-vx::geometry::LockedDib View(const Bytes& b) {
-    auto view = vx::geometry::ViewPackedDib(b.data(), b.size());
+LockedDib View(const Bytes& b) {
+    auto view = ViewPackedDib(b.data(), b.size());
     EXPECT_TRUE(view.has_value());
-    return view.value_or(vx::geometry::LockedDib{});
+    return view.value_or(LockedDib{});
 }
 
 TEST(CropScale, EveryDepthMatchesThePixelModel) {
-    const struct {
-        int w, h;
-    } images[] = {{1, 1}, {7, 5}, {33, 9}, {64, 20}, {100, 3}};
+    const struct { int w, h; } images[] = {{1, 1}, {7, 5}, {33, 9}, {64, 20}, {100, 3}};
     for (int bits : {1, 4, 8, 24}) {
         for (const auto& im : images) {
             std::mt19937 random(uint32_t(bits * 100 + im.w));
-            const Bytes src = vxtest::PackedDib({im.w, im.h, uint16_t(bits), 0, false, uint32_t(im.w + bits)});
+            const Bytes src = SeededDib(im.w, im.h, uint16_t(bits), uint32_t(im.w + bits));
             for (int trial = 0; trial < 40; ++trial) {
                 const int x0 = int(random() % uint32_t(im.w)), y0 = int(random() % uint32_t(im.h));
                 // Rectangles inside, flush with and reaching past the right and bottom edges.
@@ -50,46 +38,35 @@ TEST(CropScale, EveryDepthMatchesThePixelModel) {
                 const int outH = trial % 7 == 0 ? h : 1 + int(random() % 40);
                 SCOPED_TRACE(testing::Message() << bits << "-bit " << im.w << "x" << im.h << " rect " << x0 << "," << y0
                                                 << " " << w << "x" << h << " -> " << outW << "x" << outH);
-                Block out(Member(bits)(View(src), x0, y0, w, h, outW, outH));
+                Block out(Member(bits)(View(src), x0, y0, w, h, outW, outH)), dispatched(CropScaleDib(View(src), x0, y0, w, h, outW, outH));
                 ASSERT_NE(out, nullptr);
-                EXPECT_EQ(vxtest::BlockBytes(out.get()), vxtest::ModelCropScale(src, x0, y0, w, h, outW, outH));
-                Block dispatched(vx::geometry::CropScaleDib(View(src), x0, y0, w, h, outW, outH));
-                EXPECT_EQ(vxtest::BlockBytes(dispatched.get()), vxtest::BlockBytes(out.get()));
+                EXPECT_EQ(BlockBytes(out.get()), ModelCropScale(src, x0, y0, w, h, outW, outH));
+                EXPECT_EQ(BlockBytes(dispatched.get()), BlockBytes(out.get()));
             }
         }
     }
 }
 
 TEST(CropScale, RefusesWhatItCannotRead) {
-    const Bytes src = vxtest::PackedDib({20, 10, 8, 0, false, 6});
-    const vx::geometry::LockedDib view = View(src);
-    struct Case {
-        const char* what;
-        int x0, y0, w, h, outW, outH;
-    } cases[] = {
+    const Bytes src = SeededDib(20, 10, 8, 6);
+    const LockedDib view = View(src);
+    struct Case { const char* what; int x0, y0, w, h, outW, outH; } cases[] = {
         {"x0 negative", -1, 0, 5, 5, 5, 5},   {"y0 negative", 0, -1, 5, 5, 5, 5},
         {"x0 at the width", 20, 0, 5, 5, 5, 5}, {"y0 at the height", 0, 10, 5, 5, 5, 5},
         {"zero width", 0, 0, 0, 5, 5, 5},      {"zero height", 0, 0, 5, 0, 5, 5},
         {"zero output width", 0, 0, 5, 5, 0, 5}, {"negative output height", 0, 0, 5, 5, 5, -2},
         {"over 4 GiB", 0, 0, 5, 5, 70000, 70000},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        EXPECT_EQ(vx::geometry::CropScale8(view, c.x0, c.y0, c.w, c.h, c.outW, c.outH), nullptr);
-    }
+    for (const Case& c : cases) EXPECT_EQ(CropScale8(view, c.x0, c.y0, c.w, c.h, c.outW, c.outH), nullptr) << c.what;
     // Another depth's member, rows past the bytes given, and a header that says 1 row too many.
-    EXPECT_EQ(vx::geometry::CropScale4(view, 0, 0, 5, 5, 5, 5), nullptr);
-    vx::geometry::LockedDib shortRows = view;
+    EXPECT_EQ(CropScale4(view, 0, 0, 5, 5, 5, 5), nullptr);
+    LockedDib shortRows = view;
     shortRows.bitsBytes -= 1;
-    EXPECT_EQ(vx::geometry::CropScale8(shortRows, 0, 0, 5, 5, 5, 5), nullptr);
-    Bytes taller = src;
-    vxtest::PutU32(taller, 8, 11);
-    EXPECT_EQ(vx::geometry::CropScale8(View(taller), 0, 0, 5, 5, 5, 5), nullptr);
-    Bytes twoBit = src;
-    twoBit[14] = 2;
-    EXPECT_EQ(vx::geometry::CropScaleDib(View(twoBit), 0, 0, 5, 5, 5, 5), nullptr);
-    EXPECT_FALSE(vx::geometry::ViewPackedDib(src.data(), 39).has_value());
-    EXPECT_FALSE(vx::geometry::ViewPackedDib(src.data(), 40 + 1023).has_value());
+    EXPECT_EQ(CropScale8(shortRows, 0, 0, 5, 5, 5, 5), nullptr);
+    EXPECT_EQ(CropScale8(View(With(src, 8, 11)), 0, 0, 5, 5, 5, 5), nullptr);
+    EXPECT_EQ(CropScaleDib(View(With(src, 12, 1 | 2 << 16)), 0, 0, 5, 5, 5, 5), nullptr);
+    EXPECT_FALSE(ViewPackedDib(src.data(), 39).has_value());
+    EXPECT_FALSE(ViewPackedDib(src.data(), 40 + 1023).has_value());
 }
 
 }  // namespace

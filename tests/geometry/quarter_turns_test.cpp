@@ -1,13 +1,9 @@
 // Quarter turns, half turn and flips: every byte of the result against a per-pixel reference
 // written from the documented loops, and refused blocks.
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
 #include <functional>
-#include <random>
 
-#include "dib_builder.hpp"
+#include "export_calls.hpp"
 #include "geometry/orthogonal.hpp"
 #include "pixels.hpp"
 
@@ -17,44 +13,21 @@ using vx::SetPixel;
 
 namespace {
 
-struct Shape {
-    int32_t width, height;
-    uint16_t bits, planes = 1;
-    uint32_t biSize = 40, clrUsed = 0;
-};
+struct Shape { int32_t width, height; uint16_t bits, planes = 1; uint32_t biSize = 40, clrUsed = 0; };
 
-uint32_t Stride(uint32_t width, uint32_t bitsPerPixel) { return (width * bitsPerPixel + 31) / 32 * 4; }
-
-// A 40-byte header (biSize as given) and its table.
-Bytes Header(const Shape& s) {
-    const uint32_t fields[10] = {s.biSize, uint32_t(s.width), uint32_t(s.height), s.planes | uint32_t{s.bits} << 16,
-                                 0, 123, 3780, 2835, s.clrUsed, 0};
-    Bytes dib(40);
-    std::memcpy(dib.data(), fields, 40);
-    dib.resize(40 + PaletteSize(dib.data()), 0x5A);
-    return dib;
-}
-
-// Header, table, and rows whose every byte, padding included, is random.
-Bytes RandomDib(const Shape& s, uint32_t seed) {
-    Bytes dib = Header(s);
-    const size_t size = dib.size() + uint64_t{Stride(s.width, s.planes * s.bits)} * uint32_t(s.height);
-    std::mt19937 random(seed);
-    while (dib.size() < size) dib.push_back(static_cast<uint8_t>(random()));
-    return dib;
+// Header (biSize as given), the table the library reads after it, and random rows.
+Bytes RandomDib(const Shape& s, uint32_t seed, int64_t rows = -1) {
+    const auto build = [&](int64_t entries, int64_t rowCount) {
+        Bytes b = PackedDib({s.width, s.height, s.bits, s.clrUsed, false, seed, entries, rowCount, s.planes});
+        return PutU32(b, 0, s.biSize), b;
+    };
+    return build(PaletteSize(build(0, 0).data()) / 4, rows);
 }
 
 using Op = HDIB (*)(HDIB);
 const struct { Op op; const char* name; } kOps[] = {{RotateDIB90, "RotateDIB90"},
     {RotateDIB270, "RotateDIB270"}, {RotateDIB180, "RotateDIB180"},
     {FlipDIBVertical, "FlipDIBVertical"}, {FlipDIBHorizontal, "FlipDIBHorizontal"}};
-
-Bytes Apply(Op op, const Bytes& source) {
-    Block in(BlockFrom(source));
-    Block out(op(in.get()));
-    EXPECT_EQ(BlockBytes(in.get()), source) << "source changed";
-    return out ? BlockBytes(out.get()) : Bytes();
-}
 
 // The documented algorithm, one pixel at a time.
 Bytes Reference(Op op, const Bytes& src) {
@@ -118,46 +91,37 @@ TEST(OrthogonalTransforms, EveryByteMatchesTheDocumentedLoops) {
                     Shape{10, 7, 8, 1, 108, 20}, Shape{6, 6, 4, 1, 40, 3}, Shape{0, 5, 8}, Shape{5, 0, 24},
                     Shape{6, 3, 2}, Shape{4, 4, 0}})
         shapes.push_back(s);
-    SetImgError(IMGERR_IO);
     uint32_t seed = 0;
     for (const Shape& shape : shapes) {
         const Bytes source = RandomDib(shape, ++seed);
         for (const auto& [op, name] : kOps) {
             SCOPED_TRACE(testing::Message() << name << " " << shape.width << "x" << shape.height << "x"
                                             << shape.bits << " planes " << shape.planes << " seed " << seed);
-            const Bytes result = Apply(op, source), want = Reference(op, source);
-            ASSERT_EQ(result.size(), want.size());
-            const auto diff = std::mismatch(result.begin(), result.end(), want.begin());
-            ASSERT_TRUE(diff.first == result.end()) << "first difference at byte " << diff.first - result.begin();
+            const Outcome o = CallOn(source, op);
+            ASSERT_NO_FATAL_FAILURE(ExpectSameBytes(o.result, Reference(op, source)));
+            EXPECT_TRUE(o.sourceUnchanged && !o.sourceLocked);
+            EXPECT_EQ(o.moduleCode, kUntouched);
         }
     }
-    EXPECT_EQ(ImgError(), IMGERR_IO);
 }
 
 TEST(OrthogonalTransforms, RefusedBlocksGiveNullAndLeaveTheCode) {
-    SetImgError(IMGERR_BITCOUNT);
-    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
     const Bytes good = RandomDib({9, 5, 4}, 3);
-    Bytes shortByOne(good.begin(), good.end() - 1), headerOnly(good.begin(), good.begin() + 39);
-    Bytes negative = good, noPlanes = good;
-    PutU32(negative, 8, uint32_t(-5));
-    PutU16(noPlanes, 12, 0);
+    const Refusal cases[] = {{"null handle", kNullHandle, kUntouched}, {"unlockable", kUnlockable, kUntouched},
+                             {"one byte short", Cut(good, good.size() - 1), kUntouched},
+                             {"header only", Cut(good, 39), kUntouched}, {"negative height", With(good, 8, uint32_t(-5)), kUntouched}};
     for (const auto& [op, name] : kOps) {
         SCOPED_TRACE(name);
-        EXPECT_EQ(op(nullptr), nullptr);
-        EXPECT_EQ(op(unlockable.get()), nullptr);
-        for (const Bytes* bad : {&shortByOne, &headerOnly, &negative})
-            EXPECT_TRUE(Apply(op, *bad).empty());
+        ExpectRefusals(Reports::kModuleCode, cases, [op](HDIB dib, auto&, auto) { return op(dib); });
         // Zero planes make zero-byte rows: only whole-row copying has nothing to step past.
-        EXPECT_EQ(Apply(op, noPlanes).empty(), op != FlipDIBVertical);
+        EXPECT_EQ(CallOn(With(good, 12, 4 << 16), op).result.empty(), op != FlipDIBVertical);
     }
-    EXPECT_EQ(ImgError(), IMGERR_BITCOUNT);
 
     // Sizes judged from the header alone, before anything is allocated. One 1-bit row of 2^30
     // pixels turns into 2^30 rows of 4 bytes, past 2^32 - 1; 4096 planes make its row size wrap.
     using vx::geometry::Orthogonal;
     using vx::geometry::PlanOrthogonal;
-    const Bytes header = Header({1 << 30, 1, 1}), wraps = Header({1 << 20, 1, 1, 4096});
+    const Bytes header = RandomDib({1 << 30, 1, 1}, 1, 0), wraps = RandomDib({1 << 20, 1, 1, 4096}, 1, 0);
     const uint64_t claimed = 48 + (1u << 27);
     EXPECT_FALSE(PlanOrthogonal(header.data(), claimed, Orthogonal::Rotate90));
     EXPECT_FALSE(PlanOrthogonal(header.data(), claimed - 1, Orthogonal::FlipVertical));

@@ -1,24 +1,15 @@
 // RotateDIB against a plain per-pixel rotation written from the documented steps, and its
 // status-cell, corner-record and refusal contracts.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 
-#include "dib_builder.hpp"
 #include "geometry_corners.hpp"
 #include "pixels.hpp"
-#include "vexora.h"
+
+using namespace vxtest;
 
 namespace {
-
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
-using vxtest::PutU32;
 
 int RoundAway(double v) { return v >= 0 ? static_cast<int>(v + 0.5) : static_cast<int>(v - 0.5); }
 
@@ -26,10 +17,8 @@ int RoundAway(double v) { return v >= 0 ? static_cast<int>(v + 0.5) : static_cas
 Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
     const uint32_t biWidth = GetU32(src, 4);
     const int W = biWidth & 0xFFFF, H = GetU32(src, 8) & 0xFFFF;
-    const int bits = src[14] | src[15] << 8;
-    const uint32_t used = GetU32(src, 32);
-    const uint32_t colours = used ? used : bits == 1 ? 2 : bits == 4 ? 16 : bits == 8 ? 256 : 0;
-    const size_t table = 40 + 4 * colours;
+    const int bits = GetU16(src, 14);
+    const size_t table = 40 + 4 * Colours(src);
     const uint32_t stride = (biWidth * bits + 31) / 32 * 4;
 
     if (angle < 0) angle += 360;
@@ -46,11 +35,7 @@ Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
     }
     const int outW = 2 * halfW, outH = 2 * halfH;
     const uint32_t outStride = ((outW * bits + 31) >> 5) * 4;
-    Bytes out(table + size_t{outStride} * outH);
-    std::copy(src.begin(), src.begin() + table, out.begin());
-    PutU32(out, 4, outW);
-    PutU32(out, 8, outH);
-    PutU32(out, 20, outStride * outH);
+    Bytes out = ResultFrame(src, table, outW, outH, outStride);
     const int xdpi = static_cast<int>(static_cast<int32_t>(GetU32(src, 24)) / 39.37);
     const int ydpi = static_cast<int>(static_cast<int32_t>(GetU32(src, 28)) / 39.37);
     const int r = std::abs(angle - 90 * static_cast<int>(angle / 90.001));
@@ -101,7 +86,7 @@ Bytes ReferenceRotate(const Bytes& src, int angle, int mode, int corners[8]) {
 }
 
 Bytes Image(int w, int h, int bits, uint32_t seed, uint32_t clrUsed = 0) {
-    Bytes b = vxtest::PackedDib({w, h, static_cast<uint16_t>(bits), clrUsed, false, seed});
+    Bytes b = PackedDib({w, h, static_cast<uint16_t>(bits), clrUsed, false, seed});
     PutU32(b, 24, 2835 + seed % 1000);  // distinct resolutions, so that the blend shows
     PutU32(b, 28, 3780 - seed % 700);
     return b;
@@ -131,80 +116,49 @@ TEST(RotateDIB, MatchesThePerPixelWalkForEveryDepthAngleAndMode) {
                 }
 }
 
-// A picture small enough to check by eye: positive angles turn counter-clockwise as
-// displayed (rows stored bottom-up), and the integer centre the walk maps about places the
-// quarter-turned picture one column right, so its last column falls off the even canvas.
+// A picture small enough to check by eye, pinning the model: positive angles turn
+// counter-clockwise as displayed (rows stored bottom-up), and the integer centre the walk maps
+// about places the quarter-turned picture one column right, so its last column falls off the
+// even canvas (2 x 4: halfW = round(1.0), halfH = round(1.5)).
 TEST(RotateDIB, QuarterTurnOfASmallPicture) {
     Bytes src = Image(3, 2, 8, 5);
-    const uint8_t pixels[2][4] = {{1, 2, 3, 0}, {4, 5, 6, 0}};  // bottom row 1 2 3, top row 4 5 6
-    std::memcpy(&src[40 + 1024], pixels, sizeof pixels);
-    Block dib(vxtest::BlockFrom(src));
-    DWORD status = 1;
-    Block out(RotateDIB(dib.get(), 90, 0, &status, nullptr));
-    ASSERT_NE(out, nullptr);
-    const Bytes b = vxtest::BlockBytes(out.get());
-    ASSERT_EQ(GetU32(b, 4), 2u);  // halfW = round(1.0), halfH = round(1.5)
-    ASSERT_EQ(GetU32(b, 8), 4u);
-    const Bytes rows(b.begin() + 40 + 1024, b.end());
+    const uint8_t pixels[8] = {1, 2, 3, 0, 4, 5, 6, 0};  // bottom row 1 2 3, top row 4 5 6
+    std::copy(pixels, pixels + 8, src.begin() + 1064);
+    int corners[8];
+    const Bytes expected = ReferenceRotate(src, 90, 0, corners);
+    ASSERT_EQ(expected.size(), 1064u + 16);
     // Displayed top to bottom: 0 6 / 0 5 / 0 4 / 0 0; stored bottom-up in 4-byte rows.
-    EXPECT_EQ(rows, (Bytes{0, 0, 0, 0, 0, 4, 0, 0, 0, 5, 0, 0, 0, 6, 0, 0}));
+    EXPECT_EQ(Bytes(expected.begin() + 1064, expected.end()), (Bytes{0, 0, 0, 0, 0, 4, 0, 0, 0, 5, 0, 0, 0, 6, 0, 0}));
 }
 
 TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
     const Bytes good = Image(10, 6, 8, 2);
     auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
-    Bytes cut = good;
-    cut.resize(cut.size() - 1);
-    const Bytes huge = Image(65535, 1, 24, 2);  // turned by 45 degrees it needs about 25 GB
-    const struct {
-        const char* what;
-        Bytes bytes;
-        DWORD status;
-        bool cornersWritten;
-    } cases[] = {
-        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), ROTATE_ERR_PARAMETER, false},
-        {"core header", with(0, 12), ROTATE_ERR_PARAMETER, false},
-        {"RLE8", with(16, 1), ROTATE_ERR_COMPRESSED, false},
-        {"width 65536 (low 16 bits 0)", with(4, 65536), ROTATE_ERR_SIZE, false},
-        {"height 0", with(8, 0), ROTATE_ERR_SIZE, false},
-        {"block one byte short", cut, ROTATE_ERR_SIZE, false},
-        {"2^32-byte result", huge, ROTATE_ERR_NOMEMORY, true},
+    const struct { const char* what; Source source; int code; bool cornersWritten = false; } cases[] = {
+        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), ROTATE_ERR_PARAMETER},
+        {"core header", with(0, 12), ROTATE_ERR_PARAMETER}, {"RLE8", with(16, 1), ROTATE_ERR_COMPRESSED},
+        {"width 65536 (low 16 bits 0)", with(4, 65536), ROTATE_ERR_SIZE}, {"height 0", with(8, 0), ROTATE_ERR_SIZE},
+        {"block one byte short", Bytes(good.begin(), good.end() - 1), ROTATE_ERR_SIZE},
+        {"2^32-byte result", Image(65535, 1, 24, 2), ROTATE_ERR_NOMEMORY, true},  // 65535 wide at 45 degrees
+        {"null handle", kNullHandle, ROTATE_ERR_PARAMETER}, {"unlockable", kUnlockable, ROTATE_ERR_LOCK},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        SetImgError(IMGERR_IO);
-        vxtest::geometry::ExpectRefused(c.bytes, c.cornersWritten, [&](HDIB dib, int* corners) {
-            DWORD status = 0;
-            HDIB out = RotateDIB(dib, 45, 0, &status, corners);
-            EXPECT_EQ(status, c.status);
-            return out;
-        });
-        EXPECT_EQ(ImgError(), IMGERR_IO);
-    }
-    DWORD status = 0;
-    EXPECT_EQ(RotateDIB(nullptr, 0, 0, &status, nullptr), nullptr);
-    EXPECT_EQ(status, DWORD{ROTATE_ERR_PARAMETER});
-    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
-    EXPECT_EQ(RotateDIB(unlockable.get(), 0, 0, &status, nullptr), nullptr);
-    EXPECT_EQ(status, DWORD{ROTATE_ERR_LOCK});
+    ExpectRefusals(Reports::kCallerWord, cases, [](HDIB dib, const auto& c, DWORD* status) {
+        int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
+        HDIB out = RotateDIB(dib, 45, 0, status, corners);
+        EXPECT_EQ(corners[0] != -1, c.cornersWritten);
+        return out;
+    });
 }
 
-TEST(RotateDIB, SuccessKeepsTheSourceLockAndReadsTheStatusCellLast) {
-    const Bytes src = Image(10, 6, 1, 4);
-    Block dib(vxtest::BlockFrom(src));
+// Without a status cell nothing is done. A status cell that is also the first corner holds a
+// non-zero x once the corners are out, and the finished result is thrown away.
+TEST(RotateDIB, TheStatusCellIsReadLast) {
+    Block dib(BlockFrom(Image(10, 6, 1, 4)));
     int corners[8] = {};
-    EXPECT_EQ(RotateDIB(dib.get(), 10, 0, nullptr, corners), nullptr);  // no status cell: nothing done
+    EXPECT_EQ(RotateDIB(dib.get(), 10, 0, nullptr, corners), nullptr);
     EXPECT_EQ(corners[0], 0);
-    DWORD status = 5;
-    Block out(RotateDIB(dib.get(), 10, 0, &status, corners));
-    ASSERT_NE(out, nullptr);
-    EXPECT_TRUE(vxtest::geometry::LockHeld(dib.get())) << "the lock RotateDIB took is released";
-    GlobalUnlock(dib.get());
-    // A status cell that is also the first corner holds a non-zero x once the corners are out,
-    // and the finished result is thrown away.
-    int shared[8];
-    EXPECT_EQ(RotateDIB(dib.get(), 10, 0, reinterpret_cast<DWORD*>(shared), shared), nullptr);
-    EXPECT_EQ(shared[0], -4);  // trunc(-5 cos 10 + 3 sin 10)
+    EXPECT_EQ(RotateDIB(dib.get(), 10, 0, reinterpret_cast<DWORD*>(corners), corners), nullptr);
+    EXPECT_EQ(corners[0], -4);  // trunc(-5 cos 10 + 3 sin 10)
 }
 
 }  // namespace

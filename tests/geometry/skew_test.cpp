@@ -1,38 +1,25 @@
 // SkewDIB against a plain shear written from the documented moves, and its error-channel,
 // corner-record and refusal contracts.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
-#include <cstdint>
 #include <cstdlib>
 
-#include "dib_builder.hpp"
 #include "geometry_corners.hpp"
-#include "vexora.h"
+
+using namespace vxtest;
 
 namespace {
-
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
-using vxtest::PutU32;
 
 // The whole result block, moving one pixel (vertical) or one source byte (horizontal) at a
 // time. Horizontal writes past the end of the block are dropped.
 Bytes ReferenceSkew(const Bytes& src, bool horizontal, int d, int corners[8]) {
     const int64_t W = static_cast<int32_t>(GetU32(src, 4)), H = static_cast<int32_t>(GetU32(src, 8));
-    const int b = src[14] | src[15] << 8;
-    const uint32_t used = GetU32(src, 32);
-    const size_t table = 40 + 4 * (used ? used : b == 1 ? 2 : b == 4 ? 16 : b == 8 ? 256 : 0);
+    const int b = GetU16(src, 14);
+    const size_t table = 40 + 4 * Colours(src);
     const int64_t m = std::llabs(int64_t{d});
     const int64_t outW = horizontal ? W + m : W, outH = horizontal ? H : H + m;
-    const size_t stride = (b * W + 31) / 32 * 4, outStride = (outW * b + 31) / 32 * 4;
-    Bytes out(table + outStride * outH);
-    std::copy(src.begin(), src.begin() + table, out.begin());
-    PutU32(out, 4, static_cast<uint32_t>(outW));
-    PutU32(out, 8, static_cast<uint32_t>(outH));
-    PutU32(out, 20, static_cast<uint32_t>(outStride * outH));
+    const size_t stride = Stride(W, b), outStride = Stride(outW, b);
+    Bytes out = ResultFrame(src, table, outW, outH, outStride);
     const int64_t c[2][2][8] = {
         {{0, 0, W, 0, W, H - d, 0, H - d}, {0, d, W, d, W, H, 0, H}},
         {{0, 0, W, 0, W - d, H, -d, H}, {d, 0, W + d, 0, W, H, 0, H}}};
@@ -82,7 +69,7 @@ TEST(SkewDIB, MatchesThePerPixelShearForEveryDepthAndOffset) {
                     ++seed;
                     SCOPED_TRACE(testing::Message() << bits << " bits " << size[0] << "x" << size[1]
                                                     << " direction " << direction << " offset " << d << " seed " << seed);
-                    const Bytes src = vxtest::PackedDib(
+                    const Bytes src = PackedDib(
                         {size[0], size[1], static_cast<uint16_t>(bits), seed % 3 == 0 && bits <= 8 ? 2u : 0u, false, seed});
                     int expectedCorners[8];
                     const Bytes expected = ReferenceSkew(src, direction != 0, d, expectedCorners);
@@ -97,78 +84,45 @@ TEST(SkewDIB, MatchesThePerPixelShearForEveryDepthAndOffset) {
                 }
 }
 
-// Independent of the reference: a 24-bit shift that falls inside a pixel goes up to whole
-// bytes, then down to whole pixels.
+// Pinning the model: a 24-bit shift that falls inside a pixel goes up to whole bytes, then
+// down to whole pixels (2 x 2, offset -1: row 1 moves 24 x 1 x 1 / 2 = 12 bits -> 16 bits ->
+// byte 2 -> byte 0).
 TEST(SkewDIB, WholePixelShiftsAtTwentyFourBits) {
-    // 24 bits, 1 row of 2 pixels, d = -1 over H = 2: row 1 moves 24*1*1/2 = 12 bits -> 16 bits
-    // -> byte 2 -> byte 0.
-    const Bytes src24 = vxtest::PackedDib({2, 2, 24, 0, false, 4});
-    Block dib24(vxtest::BlockFrom(src24));
-    Block out24(SkewDIB(dib24.get(), 1, -1, nullptr, nullptr));
-    const Bytes b24 = vxtest::BlockBytes(out24.get());
-    EXPECT_TRUE(std::equal(b24.begin() + 40 + 12, b24.begin() + 40 + 18, src24.begin() + 40 + 8));
-    EXPECT_TRUE(std::equal(b24.begin() + 40 + 3, b24.begin() + 40 + 9, src24.begin() + 40));
+    const Bytes src = PackedDib({2, 2, 24, 0, false, 4});
+    int corners[8];
+    const Bytes b = ReferenceSkew(src, true, -1, corners);
+    EXPECT_TRUE(std::equal(b.begin() + 40 + 12, b.begin() + 40 + 18, src.begin() + 40 + 8));
+    EXPECT_TRUE(std::equal(b.begin() + 40 + 3, b.begin() + 40 + 9, src.begin() + 40));
 }
 
 TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
-    const Bytes good = vxtest::PackedDib({10, 6, 4, 0, false, 2});
+    const Bytes good = PackedDib({10, 6, 4, 0, false, 2});
     auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
-    Bytes cut = good;
-    cut.resize(cut.size() - 1);
     const struct {
         const char* what;
-        Bytes bytes;
-        int direction, offset;
-        int code;
-        bool cornersWritten;
+        Source source;
+        int direction, offset, code;
+        bool cornersWritten = false;
     } cases[] = {
-        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), 1, 3, IMGERR_PARAMETER, false},
-        {"biSize 108", with(0, 108), 1, 3, IMGERR_PARAMETER, false},
-        {"RLE4", with(16, 2), 1, 3, IMGERR_COMPRESSED, false},
-        {"width 0", with(4, 0), 1, 3, IMGERR_DIBSIZE, false},
-        {"height 0", with(8, 0), 0, 3, IMGERR_DIBSIZE, false},
-        {"top-down rows", with(8, static_cast<uint32_t>(-6)), 0, 3, IMGERR_DIBSIZE, false},
-        {"block one byte short", cut, 0, 3, IMGERR_DIBSIZE, false},
+        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), 1, 3, IMGERR_PARAMETER},
+        {"biSize 108", with(0, 108), 1, 3, IMGERR_PARAMETER}, {"RLE4", with(16, 2), 1, 3, IMGERR_COMPRESSED},
+        {"width 0", with(4, 0), 1, 3, IMGERR_DIBSIZE}, {"height 0", with(8, 0), 0, 3, IMGERR_DIBSIZE},
+        {"top-down rows", with(8, static_cast<uint32_t>(-6)), 0, 3, IMGERR_DIBSIZE},
+        {"block one byte short", Bytes(good.begin(), good.end() - 1), 0, 3, IMGERR_DIBSIZE},
         {"2^32-byte result", good, 0, 1000000000, IMGERR_NOMEMORY, true},
         {"height past 2^31", good, 0, INT_MAX, IMGERR_NOMEMORY, true},
         {"width past 2^31", good, 1, INT_MIN, IMGERR_NOMEMORY, true},
+        {"null handle", kNullHandle, 1, 1, IMGERR_PARAMETER}, {"unlockable", kUnlockable, 1, 1, IMGERR_LOCKMEMORY},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        vxtest::geometry::ExpectRefused(c.bytes, c.cornersWritten, [&](HDIB dib, int* corners) {
-            DWORD error = 0;
-            HDIB out = SkewDIB(dib, c.direction, c.offset, &error, corners);
-            EXPECT_EQ(error, static_cast<DWORD>(c.code));
-            return out;
-        });
-        EXPECT_EQ(ImgError(), c.code);
-    }
-    DWORD error = 0;
-    EXPECT_EQ(SkewDIB(nullptr, 1, 1, &error, nullptr), nullptr);
-    EXPECT_EQ(error, DWORD{IMGERR_PARAMETER});
-    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
-    EXPECT_EQ(SkewDIB(unlockable.get(), 1, 1, nullptr, nullptr), nullptr);  // no cell: module code only
-    EXPECT_EQ(ImgError(), IMGERR_LOCKMEMORY);
-}
-
-TEST(SkewDIB, CornerRecordAndSourceLockOnSuccess) {
-    Block dib(vxtest::BlockFrom(vxtest::PackedDib({10, 6, 1, 0, false, 5})));
-    const struct {
-        int direction, offset;
-        int corners[8];
-    } cases[] = {
-        {1, 4, {4, 0, 14, 0, 10, 6, 0, 6}},   {1, 0, {0, 0, 10, 0, 10, 6, 0, 6}},
-        {1, -4, {0, 0, 10, 0, 14, 6, 4, 6}},  {0, 4, {0, 4, 10, 4, 10, 6, 0, 6}},
-        {0, -4, {0, 0, 10, 0, 10, 10, 0, 10}},
-    };
-    for (const auto& c : cases) {
-        int corners[8];
-        Block out(SkewDIB(dib.get(), c.direction, c.offset, nullptr, corners));
-        ASSERT_NE(out, nullptr);
-        EXPECT_TRUE(std::equal(corners, corners + 8, c.corners)) << c.direction << " " << c.offset;
-        EXPECT_TRUE(vxtest::geometry::LockHeld(dib.get())) << "the lock SkewDIB took is released";
-        GlobalUnlock(dib.get());
-    }
+    ExpectRefusals(Reports::kBoth, cases, [](HDIB dib, const auto& c, DWORD* error) {
+        int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
+        HDIB out = SkewDIB(dib, c.direction, c.offset, error, corners);
+        EXPECT_EQ(corners[0] != -1, c.cornersWritten);
+        return out;
+    });
+    SetImgError(IMGERR_SUCCESS);  // without a cell, the module code alone
+    EXPECT_EQ(SkewDIB(nullptr, 1, 1, nullptr, nullptr), nullptr);
+    EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
 }
 
 }  // namespace

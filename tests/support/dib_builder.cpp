@@ -11,14 +11,15 @@
 namespace vxtest {
 
 uint32_t PixelOffset(const DibShape& s) {
-    uint32_t entries = s.bitCount <= 8 ? 1u << s.bitCount : 0;
+    uint64_t entries = s.bitCount <= 8 ? 1u << s.bitCount : 0;
     if (!s.coreHeader && s.clrUsed != 0) entries = s.clrUsed;
-    return s.coreHeader ? 12 + entries * 3 : 40 + entries * 4;
+    if (s.entries >= 0) entries = uint64_t(s.entries);
+    return uint32_t(s.coreHeader ? 12 + entries * 3 : 40 + entries * 4);
 }
 
 Bytes PackedDib(const DibShape& s) {
-    const uint32_t rows = static_cast<uint32_t>(s.height < 0 ? -s.height : s.height);
-    const uint32_t stride = (static_cast<uint32_t>(s.width) * s.bitCount + 31) / 32 * 4;
+    const uint64_t rows = s.rows >= 0 ? uint64_t(s.rows) : uint64_t(s.height < 0 ? -int64_t{s.height} : s.height);
+    const uint32_t stride = s.width > 0 ? Stride(s.width, int64_t{s.bitCount} * s.planes) : 0;
     Bytes b(PixelOffset(s) + stride * rows);
     uint32_t state = s.seed * 2654435761u + 1;
     for (uint8_t& byte : b) {  // xorshift32
@@ -33,8 +34,9 @@ Bytes PackedDib(const DibShape& s) {
         std::memcpy(&b[4], core, sizeof core);
         return b;
     }
+    const uint32_t sizeImage = s.sizeImage != kAsBuilt ? s.sizeImage : uint32_t(stride * rows);
     const uint32_t header[10] = {40, static_cast<uint32_t>(s.width), static_cast<uint32_t>(s.height),
-                                 1u | uint32_t{s.bitCount} << 16, 0, stride * rows, 2835, 2835, s.clrUsed, 0};
+                                 s.planes | uint32_t{s.bitCount} << 16, 0, sizeImage, 3780, 2835, s.clrUsed, 0};
     std::memcpy(b.data(), header, sizeof header);
     for (uint32_t at = 43; at < PixelOffset(s); at += 4) b[at] = 0;
     return b;

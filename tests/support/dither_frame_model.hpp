@@ -1,5 +1,5 @@
 // dither_frame_model.hpp - test helpers for DitherFS4, DitherJJN, DitherSmooth and DitherSharp:
-// random sources, one call with everything it leaves behind, the refusals every dither shares,
+// random sources, the refusals every dither shares,
 // and a plain model of their common frame written from the documented steps (rows loaded into
 // one block of three planes, luminance, the right-to-left first row, output planes, result).
 #pragma once
@@ -11,108 +11,70 @@
 #include <random>
 #include <vector>
 
-#include "dib_builder.hpp"
+#include "export_calls.hpp"
 
 namespace vxtest::dither {
 
 using Export = HDIB(VXCALL*)(HDIB, int);
 
-inline uint64_t Stride(int64_t width, int bits) { return (uint64_t(width) * bits + 31) / 32 * 4; }
-
-// Header (with a random biCompression and biClrUsed, which the dithers ignore), the full table
-// of the depth and the rows, then `slack` more bytes. Colours (table entries, 24-bit pixels)
-// are often gray, and levels are often 0, 255 or near them, so that errors of 0, runs of them
+// A random source (random biCompression and biClrUsed, which the dithers ignore, and the full
+// table of the depth), then `slack` more bytes. Colours (table entries, 24-bit pixels) are
+// often gray, and levels are often 0, 255 or near them, so that errors of 0, runs of them
 // after small errors, clamped levels and saturated sums all occur.
-inline Bytes Source(int32_t w, int32_t h, uint16_t bits, uint32_t seed, uint32_t slack = 0) {
+inline Bytes RandomSource(int32_t w, int32_t h, uint16_t bits, uint32_t seed, uint32_t slack = 0) {
     std::mt19937 random(seed);
     const auto level = [&] {
         const uint32_t r = random();
         return uint8_t(r % 4 == 0 ? 0 : r % 4 == 1 ? 255 : r % 4 == 2 ? r >> 8 : (r >> 8) % 9 + (r & 4 ? 247 : 0));
     };
-    const uint32_t colours = bits == 4 || bits == 8 || bits == 1 ? 1u << bits : 0;
-    Bytes b(40 + 4 * colours + Stride(w, bits) * uint32_t(h) + slack);
-    for (uint8_t& x : b) x = uint8_t(random());
-    const size_t colourEnd = bits == 24 ? b.size() - slack : 40 + 4 * colours;
+    const int64_t colours = bits == 4 || bits == 8 || bits == 1 ? 1 << bits : 0;
+    Bytes b = PackedDib({w, h, bits, uint32_t(random() % 300), false, seed, colours});
+    PutU32(b, 16, uint32_t(random() % 3));
+    const size_t colourEnd = bits == 24 ? b.size() : 40 + 4 * size_t(colours);
     for (size_t at = 40; at + 3 <= colourEnd; at += bits == 24 ? 3 : 4) {
         b[at] = level();
         const bool gray = random() % 2 != 0;
         b[at + 1] = gray ? b[at] : level();
         b[at + 2] = gray ? b[at] : level();
     }
-    const uint32_t fields[10] = {40, uint32_t(w), uint32_t(h), 1u | uint32_t(bits) << 16, uint32_t(random() % 3),
-                                 uint32_t(Stride(w, bits) * uint32_t(h)), 3780, 2835, uint32_t(random() % 300), 7};
-    std::memcpy(b.data(), fields, sizeof fields);
+    b.resize(b.size() + slack, 0xEE);
     return b;
 }
 
-struct Outcome {
-    Bytes result;  // the whole result block; empty for a null result
-    int code = -1;
-    bool sourceLocked = false, sourceUnchanged = false;
-};
-
-inline Outcome CallOn(const Bytes& source, Export call, int depth) {
-    Block in(BlockFrom(source));
-    SetImgError(IMGERR_NOTHINGTODO);
-    Block out(call(in.get(), depth));
-    Outcome o;
-    o.code = ImgError();
-    if (out) o.result = BlockBytes(out.get());
-    GlobalLock(in.get());
-    o.sourceLocked = GlobalUnlock(in.get()) != FALSE;
-    while (GlobalUnlock(in.get()) != FALSE) {
-    }
-    o.sourceUnchanged = BlockBytes(in.get()) == source;
-    return o;
+// One dither call through CallOn.
+inline Outcome Dither(const Bytes& source, Export call, int depth) {
+    return CallOn(source, [&](HDIB dib) { return call(dib, depth); });
 }
 
 // The refusals of every dither: `nullCode` and `lockCode` for a null handle and one that cannot
 // be locked; `maxDepth` the largest output depth taken.
 inline void ExpectSharedRefusals(const char* name, Export call, int nullCode, int lockCode, int maxDepth) {
     SCOPED_TRACE(name);
-    const Bytes good = Source(8, 4, 24, 1);
+    const Bytes good = RandomSource(8, 4, 24, 1);
     const auto with = [](size_t at, uint32_t v, Bytes b) { return PutU32(b, at, v), b; };
     const auto cut = [](Bytes b, size_t n) { return b.resize(n), b; };
-    const struct {
-        const char* what;
-        Bytes source;
-        int depth, code;
-        bool leftLocked;
-    } cases[] = {
-        {"output depth 2", good, 2, IMGERR_PARAMETER, false},
-        {"output depth 0", good, 0, IMGERR_PARAMETER, false},
-        {"output depth 8 where not taken", good, maxDepth == 8 ? 16 : 8, IMGERR_PARAMETER, false},
-        {"header cut short", cut(good, 39), 1, IMGERR_PARAMETER, false},
-        {"8 to 8 bits, or 1 to 1", Source(8, 4, maxDepth == 8 ? 8 : 1, 2), maxDepth == 8 ? 8 : 1, IMGERR_DITHERPARAM, true},
-        {"4 to 8 bits", Source(8, 4, 4, 2), 8, maxDepth == 8 ? IMGERR_DITHERPARAM : IMGERR_PARAMETER, maxDepth == 8},
-        {"4 to 4 bits", Source(8, 4, 4, 2), 4, IMGERR_DITHERPARAM, true},
-        {"1-bit source", Source(8, 4, 1, 2), 1, IMGERR_DITHERPARAM, true},
-        {"16-bit source", Source(8, 4, 16, 2), 1, IMGERR_DITHERPARAM, true},
-        {"32-bit source", Source(8, 4, 32, 2), 4, IMGERR_DITHERPARAM, true},
-        {"width 0", with(4, 0, good), 1, IMGERR_PARAMETER, false},
-        {"height 0", with(8, 0, good), 1, IMGERR_PARAMETER, false},
-        {"negative width", with(4, uint32_t(-8), good), 1, IMGERR_PARAMETER, false},
-        {"negative height", with(8, uint32_t(-4), good), 1, IMGERR_PARAMETER, false},
-        {"width 32768", Source(32768, 1, 24, 3), 4, IMGERR_PARAMETER, false},
-        {"rows cut short by a byte", cut(good, good.size() - 1), 1, IMGERR_PARAMETER, false},
-        {"table cut short", cut(Source(1, 1, 8, 4), 40 + 1020), 1, IMGERR_PARAMETER, false},
+    const int same = maxDepth == 8 ? 8 : 1;  // 8 to 8 bits, or 1 to 1
+    const struct { const char* what; vxtest::Source source; int depth, code; bool leftLocked = false; } cases[] = {
+        {"output depth 2", good, 2, IMGERR_PARAMETER}, {"output depth 0", good, 0, IMGERR_PARAMETER},
+        {"output depth 8 where not taken", good, maxDepth == 8 ? 16 : 8, IMGERR_PARAMETER},
+        {"header cut short", cut(good, 39), 1, IMGERR_PARAMETER},
+        {"8 to 8 bits, or 1 to 1", RandomSource(8, 4, uint16_t(same), 2), same, IMGERR_DITHERPARAM, true},
+        {"4 to 8 bits", RandomSource(8, 4, 4, 2), 8, maxDepth == 8 ? IMGERR_DITHERPARAM : IMGERR_PARAMETER, maxDepth == 8},
+        {"4 to 4 bits", RandomSource(8, 4, 4, 2), 4, IMGERR_DITHERPARAM, true},
+        {"1-bit source", RandomSource(8, 4, 1, 2), 1, IMGERR_DITHERPARAM, true},
+        {"16-bit source", RandomSource(8, 4, 16, 2), 1, IMGERR_DITHERPARAM, true},
+        {"32-bit source", RandomSource(8, 4, 32, 2), 4, IMGERR_DITHERPARAM, true},
+        {"width 0", with(4, 0, good), 1, IMGERR_PARAMETER}, {"height 0", with(8, 0, good), 1, IMGERR_PARAMETER},
+        {"negative width", with(4, uint32_t(-8), good), 1, IMGERR_PARAMETER},
+        {"negative height", with(8, uint32_t(-4), good), 1, IMGERR_PARAMETER},
+        {"width 32768", RandomSource(32768, 1, 24, 3), 4, IMGERR_PARAMETER},
+        {"rows cut short by a byte", cut(good, good.size() - 1), 1, IMGERR_PARAMETER},
+        {"table cut short", cut(RandomSource(1, 1, 8, 4), 40 + 1020), 1, IMGERR_PARAMETER},
+        {"null handle", kNullHandle, 1, nullCode},
+        {"null handle, the depth checked first", kNullHandle, 2, IMGERR_PARAMETER},
+        {"unlockable", kUnlockable, 1, lockCode},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const Outcome o = CallOn(c.source, call, c.depth);
-        EXPECT_TRUE(o.result.empty());
-        EXPECT_EQ(o.code, c.code);
-        EXPECT_EQ(o.sourceLocked, c.leftLocked);
-        EXPECT_TRUE(o.sourceUnchanged);
-    }
-    SetImgError(IMGERR_NOTHINGTODO);
-    EXPECT_EQ(call(nullptr, 1), nullptr);
-    EXPECT_EQ(ImgError(), nullCode);
-    EXPECT_EQ(call(nullptr, 2), nullptr);
-    EXPECT_EQ(ImgError(), IMGERR_PARAMETER) << "the depth argument is checked before the handle";
-    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));  // a discarded block
-    EXPECT_EQ(call(unlockable.get(), 1), nullptr);
-    EXPECT_EQ(ImgError(), lockCode);
+    ExpectRefusals(Reports::kModuleCode, cases, [&](HDIB dib, const auto& c, auto) { return call(dib, c.depth); });
 }
 
 // The frame of the dithers, step by step.
@@ -184,10 +146,7 @@ struct FrameModel {
 };
 
 // The legal source/output depth pairs and the sizes every model comparison runs.
-struct DepthPair {
-    uint16_t from;
-    int to;
-};
+struct DepthPair { uint16_t from; int to; };
 inline std::vector<std::pair<int32_t, int32_t>> AwkwardSizes() {
     std::vector<std::pair<int32_t, int32_t>> sizes;
     for (int32_t w : {1, 2, 3, 5, 7, 8, 9, 13, 33})
@@ -204,14 +163,11 @@ void ExpectModelBytes(Export call, const std::vector<DepthPair>& pairs, Model mo
     for (const DepthPair& p : pairs)
         for (const auto& [w, h] : AwkwardSizes()) {
             ++seed;
-            const Bytes src = Source(w, h, p.from, seed, seed % 2 ? 7 : 0);
+            const Bytes src = RandomSource(w, h, p.from, seed, seed % 2 ? 7 : 0);
             SCOPED_TRACE(testing::Message() << p.from << " -> " << p.to << " bits, " << w << "x" << h << ", seed " << seed);
-            const Outcome o = CallOn(src, call, p.to);
-            ASSERT_EQ(o.code, IMGERR_SUCCESS);
-            const Bytes expected = model(src, p.to);
-            ASSERT_EQ(o.result.size(), expected.size());
-            const auto diff = std::mismatch(o.result.begin(), o.result.end(), expected.begin()).first;
-            ASSERT_TRUE(diff == o.result.end()) << "first difference at byte " << diff - o.result.begin();
+            const Outcome o = Dither(src, call, p.to);
+            ASSERT_EQ(o.moduleCode, IMGERR_SUCCESS);
+            ASSERT_NO_FATAL_FAILURE(ExpectSameBytes(o.result, model(src, p.to)));
             EXPECT_FALSE(o.sourceLocked);
             EXPECT_TRUE(o.sourceUnchanged);
         }

@@ -10,8 +10,6 @@
 
 namespace vxtest {
 
-inline size_t ModelStride(int64_t width, int bits) { return size_t((width * bits + 31) / 32 * 4); }
-
 template <typename F>
 void WithDepth(int bits, F&& f) {
     vx::DispatchDepth(uint32_t(bits), std::forward<F>(f));
@@ -27,7 +25,7 @@ inline Bytes ModelCropScale(const Bytes& src, int64_t x0, int64_t y0, int64_t w,
     const int64_t imageW = int32_t(GetU32(src, 4)), imageH = int32_t(GetU32(src, 8));
     const uint32_t used = GetU32(src, 32);
     const size_t table = 4 * size_t(used ? used : bits <= 8 ? 1u << bits : 0u);
-    const size_t outStride = ModelStride(outW, bits);
+    const size_t outStride = Stride(outW, bits);
     Bytes out(40 + table + (size_t(outH) + 1) * outStride + 16, 0);
     std::copy(src.begin(), src.begin() + long(40 + table), out.begin());
     PutU32(out, 4, uint32_t(outW));
@@ -37,7 +35,7 @@ inline Bytes ModelCropScale(const Bytes& src, int64_t x0, int64_t y0, int64_t w,
         for (int64_t j = 0; j < outH; ++j) {
             const int64_t sy = y0 + (8 * j * h + 4 * outH) / (8 * outH);
             if (sy >= imageH) break;
-            const uint8_t* row = &src[40 + table + size_t(imageH - 1 - sy) * ModelStride(imageW, bits)];
+            const uint8_t* row = &src[40 + table + size_t(imageH - 1 - sy) * Stride(imageW, bits)];
             uint8_t* dst = &out[40 + table + size_t(outH - 1 - j) * outStride];
             for (int64_t x = 0; x < outW; ++x) {
                 const int64_t sx = x0 + (8 * x * w + 4 * outW) / (8 * outW);

@@ -10,13 +10,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "dib_builder.hpp"
+#include "export_calls.hpp"
 #include "tone/kernel_filter.hpp"
 
 namespace vxtest {
@@ -57,8 +56,7 @@ inline std::optional<ModelKernel> ModelCallerKernel(const std::vector<int64_t>& 
 // The built-in kernels, written out cell by cell.
 inline ModelKernel ModelBuiltIn(int type, int n) {
     static const int64_t smooth[3][5][5] = {
-        {{1, 2, 1}, {2, 4, 2}, {1, 2, 1}},
-        {{1, 3, 3, 1}, {3, 9, 9, 3}, {3, 9, 9, 3}, {1, 3, 3, 1}},
+        {{1, 2, 1}, {2, 4, 2}, {1, 2, 1}}, {{1, 3, 3, 1}, {3, 9, 9, 3}, {3, 9, 9, 3}, {1, 3, 3, 1}},
         {{0, 1, 1, 1, 0}, {1, 2, 4, 2, 1}, {1, 4, 8, 4, 1}, {1, 2, 4, 2, 1}, {0, 1, 1, 1, 0}}};
     static const int64_t sharp[3][5][5] = {
         {{-1, -2, -1}, {-2, 13, -2}, {-1, -2, -1}},
@@ -211,17 +209,43 @@ void ForEveryFilterRun(const std::vector<std::array<int, 2>>& shapes, uint32_t r
     });
 }
 
-// A refusal (or, with code 0, an acceptance at a limit): image bytes and arguments.
+// Kernel files of entryBits-wide entries (3 x 3) are read as far as they go, missing entries
+// being 0 and extra bytes ignored; `refused` files, a missing file and a directory give
+// IMGERR_PARAMETER. filter(path, error) is the new DIB filtered with the file, empty for none;
+// model(kernel) the block expected.
+template <typename Filter, typename Model>
+void ExpectKernelFilesRead(int entryBits, const std::vector<int64_t>& entries, const std::vector<Bytes>& refused,
+                           Filter filter, Model model) {
+    TempDir dir;
+    const size_t b = size_t(entryBits / 8);
+    for (const size_t length : {10 * b, 13 * b, 11 * b / 2, b, size_t{0}}) {
+        Bytes file = EntryFile(entries, b);
+        file.resize(length, 0x40);
+        DWORD error = 0xDEAD;
+        EXPECT_EQ(filter(dir.write("k" + std::to_string(length), file), &error),
+                  model(*ModelCallerKernel(EntriesRead(file, b), 3, entryBits))) << length;
+        EXPECT_EQ(error, DWORD{IMGERR_SUCCESS});
+    }
+    std::vector<std::string> paths = {dir.path("missing"), dir.path("")};
+    for (const Bytes& file : refused) paths.push_back(dir.write("r" + std::to_string(paths.size()), file));
+    for (const std::string& path : paths) {
+        DWORD error = 0;
+        EXPECT_EQ(filter(path, &error), Bytes{}) << path;
+        EXPECT_EQ(error, DWORD{IMGERR_PARAMETER}) << path;
+    }
+}
+
+// A refusal: image bytes, arguments and the code.
 struct FilterCase {
-    std::string name;
-    Bytes image;
+    std::string what;
+    Source source;
     int type, size;
     std::vector<int64_t> kernel;  // empty: no kernel pointer
     int code;
 };
 
-// The cases both filters share, from a good image of their depth: header, size and argument
-// checks in their order, the weight limits, and sizes the types accept.
+// The refusals both filters share, from a good image of their depth: header, size and argument
+// checks in their order, and the weight limits.
 inline std::vector<FilterCase> SharedCases(const Bytes& good) {
     const auto with = [&](size_t at, uint32_t v) {
         Bytes b = good;
@@ -247,63 +271,40 @@ inline std::vector<FilterCase> SharedCases(const Bytes& good) {
         {"negative width", with(4, static_cast<uint32_t>(-6)), 3, 3, {}, IMGERR_DIBSIZE},
         {"rows past the block", with(8, 5), 3, 3, {}, IMGERR_DIBSIZE},
         {"table past the block", with(32, 0x40000000), 3, 3, {}, IMGERR_DIBSIZE},
-        {"type 0", good, 0, 3, k3, IMGERR_PARAMETER},
-        {"type 7", good, 7, 3, k3, IMGERR_PARAMETER},
+        {"type 0", good, 0, 3, k3, IMGERR_PARAMETER}, {"type 7", good, 7, 3, k3, IMGERR_PARAMETER},
         {"type 1 without kernel", good, 1, 3, {}, IMGERR_PARAMETER},
-        {"type 2 without file", good, 2, 3, k3, IMGERR_PARAMETER},
-        {"size 2", good, 1, 2, k3, IMGERR_PARAMETER},
-        {"size 8", good, 1, 8, k7, IMGERR_PARAMETER},
-        {"size 6 smoothing", good, 4, 6, {}, IMGERR_PARAMETER},
+        {"type 2 without file", good, 2, 3, k3, IMGERR_PARAMETER}, {"size 2", good, 1, 2, k3, IMGERR_PARAMETER},
+        {"size 8", good, 1, 8, k7, IMGERR_PARAMETER}, {"size 6 smoothing", good, 4, 6, {}, IMGERR_PARAMETER},
         {"size 6 sharpening", good, 5, 6, {}, IMGERR_PARAMETER},
         {"size 7 sharpening", good, 6, 7, {}, IMGERR_PARAMETER},
         {"weight 128", good, 1, 3, centre(128, 0, 0), IMGERR_PARAMETER},
         {"weight -128", good, 1, 3, centre(-128, 0, 0), IMGERR_PARAMETER},
         {"positive sum 128", good, 1, 3, centre(100, 28, 1), IMGERR_PARAMETER},
         {"negative sum 128", good, 1, 3, centre(-100, -28, 1), IMGERR_PARAMETER},
-        {"sums at 127", good, 1, 3, {100, 27, -127, 0, 0, 0, 0, 0, 0, 1}, IMGERR_SUCCESS},
-        {"size 7 caller", good, 1, 7, k7, IMGERR_SUCCESS},
-        {"size 7 mean", good, 3, 7, {}, IMGERR_SUCCESS},
-        {"size 4 smoothing", good, 4, 4, {}, IMGERR_SUCCESS},
-        {"size 5 sharpening", good, 5, 5, {}, IMGERR_SUCCESS},
+        {"null handle", kNullHandle, 3, 3, {}, IMGERR_PARAMETER},
+        {"unlockable", kUnlockable, 3, 3, {}, IMGERR_LOCKMEMORY},
     };
 }
 
-// Each case through `call` (which returns the result and the error word), new DIB and in
-// place: its code in the error word only, the module code untouched, the image unchanged and
-// unlocked after a refusal.
-inline void CheckCases(const Bytes& good, const std::vector<FilterCase>& cases,
-                       const std::function<HDIB(HDIB, bool, const FilterCase&, DWORD*)>& call) {
-    for (const FilterCase& c : cases)
-        for (const bool newDib : {true, false}) {
-            SCOPED_TRACE(c.name + (newDib ? " new" : " in place"));
-            Block dib(BlockFrom(c.image));
-            SetImgError(IMGERR_CLIPBOARD);
-            DWORD error = 0xDEAD;
-            HDIB out = call(dib.get(), newDib, c, &error);
-            Block owned(newDib ? out : nullptr);
-            EXPECT_EQ(error, static_cast<DWORD>(c.code));
-            EXPECT_EQ(out != nullptr, c.code == IMGERR_SUCCESS);
-            EXPECT_EQ(ImgError(), IMGERR_CLIPBOARD) << "module code touched";
-            if (c.code != IMGERR_SUCCESS) {
-                EXPECT_EQ(BlockBytes(dib.get()), c.image);
-            }
-            if (GlobalLock(dib.get()) != nullptr) {
-                EXPECT_FALSE(GlobalUnlock(dib.get())) << "left locked";
-            }
-        }
-    DWORD error = 0;
-    FilterCase mean{"", {}, 3, 3, {}, 0};
-    EXPECT_EQ(call(nullptr, true, mean, &error), nullptr);
-    EXPECT_EQ(error, DWORD{IMGERR_PARAMETER});
-    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
-    EXPECT_EQ(call(unlockable.get(), true, mean, &error), nullptr);
-    EXPECT_EQ(error, DWORD{IMGERR_LOCKMEMORY});
-    // Without an error word the filter runs the same, and a refusal is only a null result.
-    Block dib(BlockFrom(good));
-    Block out(call(dib.get(), true, mean, nullptr));
-    EXPECT_NE(out.get(), nullptr);
-    mean.size = 9;
-    EXPECT_EQ(call(dib.get(), true, mean, nullptr), nullptr);
+// Each case through call(handle, newDib, case, error), new DIB and in place: its code in the
+// error word only, the module code untouched, the image unchanged and unlocked. Weight sums at
+// their limits are taken, and without an error word a filter runs the same, a refusal being
+// only a null result.
+template <typename Call>
+void ExpectFilterRefusals(const Bytes& good, const std::vector<FilterCase>& cases, Call call) {
+    for (const bool newDib : {true, false}) {
+        SCOPED_TRACE(newDib ? "new" : "in place");
+        ExpectRefusals(Reports::kCallerWord, cases,
+                       [&](HDIB dib, const FilterCase& c, DWORD* error) { return call(dib, newDib, c, error); });
+    }
+    FilterCase limits{"sums at 127", good, 1, 3, {100, 27, -127, 0, 0, 0, 0, 0, 0, 1}, IMGERR_SUCCESS};
+    DWORD error = 0xDEAD;
+    EXPECT_FALSE(CallOn(good, [&](HDIB d) { return call(d, true, limits, &error); }).result.empty());
+    EXPECT_EQ(error, DWORD{IMGERR_SUCCESS});
+    limits.type = 3;
+    EXPECT_FALSE(CallOn(good, [&](HDIB d) { return call(d, true, limits, nullptr); }).result.empty());
+    limits.size = 9;
+    EXPECT_TRUE(CallOn(good, [&](HDIB d) { return call(d, true, limits, nullptr); }).result.empty());
 }
 
 }  // namespace vxtest

@@ -1,25 +1,16 @@
 // ColorConvolution against a per-pixel model (gray level, filtered gray, the change added to
 // each channel), on random 24-bit images of awkward sizes, for every type, size and gray mode,
 // 16-bit kernels from memory and from files, in place and into new DIBs, at each vector level;
-// worked examples; refusals.
-#include <gtest/gtest.h>
+// the 16-bit size and width; kernel files; refusals.
 
-#include <cstdint>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "dib_builder.hpp"
 #include "tone_convolution_model.hpp"
-#include "vexora.h"
+
+using namespace vxtest;
 
 namespace {
-
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
-using vxtest::ModelKernel;
-using vxtest::PutU32;
 
 Bytes ReferenceColor(const Bytes& src, bool newDib, int grayMode, const ModelKernel& k) {
     const int64_t w = static_cast<int32_t>(GetU32(src, 4)), h = static_cast<int32_t>(GetU32(src, 8));
@@ -35,10 +26,10 @@ Bytes ReferenceColor(const Bytes& src, bool newDib, int grayMode, const ModelKer
         const uint8_t* p = &src.at(from + i / w * stride + i % w * 3);
         gray[i] = grayMode == 1 ? (8 * p[0] + 15 * p[1] + 3 * p[2]) / 26 : (p[0] + p[1] + p[2]) / 3;
     }
-    const std::vector<int64_t> sums = vxtest::ModelSums(gray, w, h, k);
+    const std::vector<int64_t> sums = ModelSums(gray, w, h, k);
     for (int64_t i = 0; i < w * h * 3; ++i) {
         const uint64_t offset = i / 3 / w * stride + i / 3 % w * 3 + i % 3;
-        const auto delta = static_cast<int16_t>(vxtest::ModelDivide(sums[i / 3], k.divisor) - gray[i / 3]);
+        const auto delta = static_cast<int16_t>(ModelDivide(sums[i / 3], k.divisor) - gray[i / 3]);
         if (to + offset < out.size()) out[to + offset] = static_cast<uint8_t>(std::clamp(src[from + offset] + delta, 0, 255));
     }
     return out;
@@ -46,22 +37,20 @@ Bytes ReferenceColor(const Bytes& src, bool newDib, int grayMode, const ModelKer
 
 std::vector<short> Narrow(const std::vector<int64_t>& e) { return std::vector<short>(e.begin(), e.end()); }
 
-Bytes Filtered(const Bytes& src, int grayMode, short type, int n, const short* kernel, const char* file = nullptr) {
-    Block dib(vxtest::BlockFrom(src));
-    Block out(ColorConvolution(dib.get(), TRUE, grayMode, type, n, file, kernel, nullptr));
-    return out ? vxtest::BlockBytes(out.get()) : Bytes{};
+Bytes Filtered(const Bytes& src, short type, int n, DWORD* error = nullptr, const char* file = nullptr) {
+    return CallOn(src, [&](HDIB d) { return ColorConvolution(d, TRUE, 1, type, n, file, nullptr, error); }).result;
 }
 
 TEST(ColorConvolution, MatchesTheModelForEveryTypeSizeGrayModeAndMode) {
-    vxtest::ForEveryFilterRun({{1, 1}, {1, 5}, {2, 2}, {3, 1}, {5, 3}, {13, 4}, {4, 11}, {101, 6}}, 17, 16,
-                              [](const vxtest::FilterRun& r) {
+    ForEveryFilterRun({{1, 1}, {1, 5}, {2, 2}, {3, 1}, {5, 3}, {13, 4}, {4, 11}, {101, 6}}, 17, 16,
+                              [](const FilterRun& r) {
         const int grayMode = r.seed % 3 == 0 ? 1 : r.seed % 3 == 1 ? 0 : 7;
         SCOPED_TRACE(testing::Message() << "gray " << grayMode);
         // Sometimes a colour-table count: source rows after it, new rows at 40.
-        Bytes src = vxtest::PackedDib({r.width, r.height, 24, r.seed % 4 == 0 ? 3u : 0u, false, r.seed});
-        vxtest::VarySizeImage(src, r.seed, 5);
+        Bytes src = PackedDib({r.width, r.height, 24, r.seed % 4 == 0 ? 3u : 0u, false, r.seed});
+        VarySizeImage(src, r.seed, 5);
         const std::vector<short> kernel = Narrow(r.entries);
-        vxtest::ExpectFiltered(src, r.newDib, ReferenceColor(src, r.newDib, grayMode, r.kernel),
+        ExpectFiltered(src, r.newDib, ReferenceColor(src, r.newDib, grayMode, r.kernel),
                                [&](HDIB dib, DWORD* error) {
             return ColorConvolution(dib, r.newDib, grayMode, static_cast<short>(r.type), r.n, r.file.c_str(),
                                     kernel.data(), error);
@@ -69,49 +58,33 @@ TEST(ColorConvolution, MatchesTheModelForEveryTypeSizeGrayModeAndMode) {
     });
 }
 
-TEST(ColorConvolution, WorkedExamples) {
-    // Identity with divisor 0 changes nothing (rows without padding, which a new DIB zeroes).
-    const Bytes src = vxtest::PackedDib({8, 5, 24, 0, false, 21});
-    const short identity[] = {0, 0, 0, 0, 1, 0, 0, 0, 0, 0};
-    EXPECT_EQ(Filtered(src, 1, 1, 3, identity), src);
-
-    // The size is its low 16 bits, signed; only the low 16 bits of the width are tested for 0.
-    EXPECT_EQ(Filtered(src, 1, 4, 0x10003, nullptr), Filtered(src, 1, 4, 3, nullptr));
-    EXPECT_EQ(Filtered(src, 1, 4, 0x10008, nullptr), Bytes{});
-    const Bytes wide = vxtest::PackedDib({65537, 2, 24, 0, false, 8});
-    EXPECT_EQ(Filtered(wide, 1, 4, 3, nullptr), ReferenceColor(wide, true, 1, vxtest::ModelBuiltIn(4, 3)));
+// The size is its low 16 bits, signed; only the low 16 bits of the width are tested for 0.
+TEST(ColorConvolution, SixteenBitSizeAndWidth) {
+    const Bytes src = PackedDib({8, 5, 24, 0, false, 21});
+    EXPECT_EQ(Filtered(src, 4, 0x10003), Filtered(src, 4, 3));
+    EXPECT_EQ(Filtered(src, 4, 0x10008), Bytes{});
+    const Bytes wide = PackedDib({65537, 2, 24, 0, false, 8});
+    EXPECT_EQ(Filtered(wide, 4, 3), ReferenceColor(wide, true, 1, ModelBuiltIn(4, 3)));
 }
 
-// Kernel files of 16-bit entries are read as far as they go, the rest being 0; a file cut
-// inside a negative entry keeps its low byte, a weight of 255, and is refused.
+// A file cut inside a negative entry keeps its low byte, a weight of 255, and is refused.
 TEST(ColorConvolution, KernelFiles) {
-    vxtest::TempDir dir;
-    const Bytes src = vxtest::PackedDib({9, 6, 24, 0, false, 31});
-    const std::vector<int64_t> e = {-1, 0, 1, -2, 9, 2, -1, 0, 1, 0};
-    for (const size_t bytes : {20, 26, 14, 2, 0}) {
-        Bytes file = vxtest::EntryFile(e, 2);
-        file.resize(bytes, 0x40);
-        const std::string path = dir.write("k" + std::to_string(bytes), file);
-        EXPECT_EQ(Filtered(src, 1, 2, 3, nullptr, path.c_str()),
-                  ReferenceColor(src, true, 1, *vxtest::ModelCallerKernel(vxtest::EntriesRead(file, 2), 3, 16))) << bytes;
-    }
-    Bytes cut = vxtest::EntryFile(e, 2);
+    const Bytes src = PackedDib({9, 6, 24, 0, false, 31});
+    Bytes cut = EntryFile({-1, 0, 1, -2, 9, 2, -1, 0, 1, 0}, 2);
     cut.resize(13);
-    for (const std::string& path : {dir.write("cut", cut), dir.path("missing")}) {
-        DWORD error = 0;
-        Block dib(vxtest::BlockFrom(src));
-        EXPECT_EQ(ColorConvolution(dib.get(), TRUE, 1, 2, 3, path.c_str(), nullptr, &error), nullptr) << path;
-        EXPECT_EQ(error, DWORD{IMGERR_PARAMETER}) << path;
-    }
+    ExpectKernelFilesRead(
+        16, {-1, 0, 1, -2, 9, 2, -1, 0, 1, 0}, {cut},
+        [&](const std::string& path, DWORD* error) { return Filtered(src, 2, 3, error, path.c_str()); },
+        [&](const ModelKernel& k) { return ReferenceColor(src, true, 1, k); });
 }
 
 TEST(ColorConvolution, RefusalsReportThroughTheErrorWordOnly) {
-    const Bytes good = vxtest::PackedDib({8, 4, 24, 0, false, 12});
-    std::vector<vxtest::FilterCase> cases = vxtest::SharedCases(good);
-    cases.push_back({"depth 8", vxtest::PackedDib({8, 4, 8, 0, false, 12}), 3, 3, {}, IMGERR_BITCOUNT});
-    cases.push_back({"width 65536", vxtest::PackedDib({65536, 1, 24, 0, false, 1}), 3, 3, {}, IMGERR_DIBSIZE});
+    const Bytes good = PackedDib({8, 4, 24, 0, false, 12});
+    std::vector<FilterCase> cases = SharedCases(good);
+    cases.push_back({"depth 8", PackedDib({8, 4, 8, 0, false, 12}), 3, 3, {}, IMGERR_BITCOUNT});
+    cases.push_back({"width 65536", PackedDib({65536, 1, 24, 0, false, 1}), 3, 3, {}, IMGERR_DIBSIZE});
     cases.push_back({"weight -32768", good, 1, 3, {0, 0, 0, 0, -32768, 0, 0, 0, 0, 1}, IMGERR_PARAMETER});
-    vxtest::CheckCases(good, cases, [](HDIB dib, bool newDib, const vxtest::FilterCase& c, DWORD* error) {
+    ExpectFilterRefusals(good, cases, [](HDIB dib, bool newDib, const FilterCase& c, DWORD* error) {
         const std::vector<short> k = Narrow(c.kernel);
         return ColorConvolution(dib, newDib, 1, static_cast<short>(c.type), c.size, nullptr,
                                 k.empty() ? nullptr : k.data(), error);

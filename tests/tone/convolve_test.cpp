@@ -1,25 +1,16 @@
 // Convolve against a per-pixel model on random 8-bit images of awkward sizes (every type and
-// size, kernels from memory and files, in place and new, at each vector level); worked
-// examples; kernel files; refusals; and the divisor stage on every sum it can meet.
-#include <gtest/gtest.h>
+// size, kernels from memory and files, in place and new, at each vector level); the kernel
+// orientation pinned by hand; kernel files; refusals; and the divisor stage on every sum.
 
 #include <climits>
-#include <cstdint>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "dib_builder.hpp"
 #include "tone_convolution_model.hpp"
-#include "vexora.h"
+
+using namespace vxtest;
 
 namespace {
-
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
-using vxtest::ModelKernel;
-using vxtest::PutU32;
 
 // The block Convolve leaves: the source changed in place, or the new DIB.
 Bytes ReferenceConvolve(const Bytes& src, bool newDib, const ModelKernel& k) {
@@ -35,74 +26,55 @@ Bytes ReferenceConvolve(const Bytes& src, bool newDib, const ModelKernel& k) {
     const Bytes& read = newDib ? src : out;  // in place the ramp lands before the rows are read
     std::vector<int64_t> values(static_cast<size_t>(w * h));
     for (int64_t i = 0; i < w * h; ++i) values[i] = read.at(pixels + i / w * stride + i % w);
-    const std::vector<int64_t> sums = vxtest::ModelSums(values, w, h, k);
+    const std::vector<int64_t> sums = ModelSums(values, w, h, k);
     for (int64_t i = 0; i < w * h; ++i) {
         const uint64_t at = pixels + i / w * stride + i % w;
         const int64_t s = k.clamp ? std::clamp<int64_t>(sums[i], 0, 255) : sums[i];
-        if (at < out.size()) out[at] = static_cast<uint8_t>(vxtest::ModelDivide(s, k.divisor));
+        if (at < out.size()) out[at] = static_cast<uint8_t>(ModelDivide(s, k.divisor));
     }
     return out;
 }
 
 std::vector<int> Narrow(const std::vector<int64_t>& e) { return std::vector<int>(e.begin(), e.end()); }
 
-Bytes Filtered(const Bytes& src, int type, int n, const int* kernel, const char* file = nullptr) {
-    Block dib(vxtest::BlockFrom(src));
-    Block out(Convolve(dib.get(), TRUE, type, n, file, kernel, nullptr));
-    return out ? vxtest::BlockBytes(out.get()) : Bytes{};
-}
-
 TEST(Convolve, MatchesTheModelForEveryTypeSizeAndMode) {
     const uint32_t tables[] = {0, 256, 16, 300};  // a short table is overrun by the ramp
-    vxtest::ForEveryFilterRun({{1, 1}, {1, 6}, {2, 3}, {3, 1}, {5, 2}, {7, 4}, {13, 9}, {4, 17}, {197, 5}}, 7, 32,
-                              [&](const vxtest::FilterRun& r) {
-        Bytes src = vxtest::PackedDib({r.width, r.height, 8, tables[r.seed % 4], false, r.seed});
-        vxtest::VarySizeImage(src, r.seed, 9);
+    ForEveryFilterRun({{1, 1}, {1, 6}, {2, 3}, {3, 1}, {5, 2}, {7, 4}, {13, 9}, {4, 17}, {197, 5}}, 7, 32,
+                              [&](const FilterRun& r) {
+        Bytes src = PackedDib({r.width, r.height, 8, tables[r.seed % 4], false, r.seed});
+        VarySizeImage(src, r.seed, 9);
         const std::vector<int> kernel = Narrow(r.entries);
-        vxtest::ExpectFiltered(src, r.newDib, ReferenceConvolve(src, r.newDib, r.kernel), [&](HDIB dib, DWORD* error) {
+        ExpectFiltered(src, r.newDib, ReferenceConvolve(src, r.newDib, r.kernel), [&](HDIB dib, DWORD* error) {
             return Convolve(dib, r.newDib, r.type, r.n, r.file.c_str(), kernel.data(), error);
         });
     });
 }
 
-// Independent of the model: the orientation of caller kernels.
+// Pinning the model: the orientation of caller kernels. Loading is transposed and the kernel
+// reflected: element 1 is matrix row 1, column 0, which meets pixel(y, x + 1), the right-hand
+// neighbour (the last one repeated).
 TEST(Convolve, KernelsAreTransposedAndReflected) {
-    // Loading is transposed and the kernel reflected: element 1 is matrix row 1, column 0,
-    // which meets pixel(y, x + 1), the right-hand neighbour (the last one repeated).
-    Bytes ramp = vxtest::PackedDib({4, 3, 8, 0, false, 5});
+    Bytes ramp = PackedDib({4, 3, 8, 0, false, 5});
     for (int i = 0; i < 12; ++i) ramp[1064 + i] = static_cast<uint8_t>(10 * (i / 4) + i % 4);
-    const int right[] = {0, 1, 0, 0, 0, 0, 0, 0, 0, 1};
-    const Bytes r = Filtered(ramp, 1, 3, right);
+    const Bytes r = ReferenceConvolve(ramp, true, *ModelCallerKernel({0, 1, 0, 0, 0, 0, 0, 0, 0, 1}, 3, 32));
     for (int i = 0; i < 12; ++i) EXPECT_EQ(r[1064 + i], 10 * (i / 4) + std::min(i % 4 + 1, 3)) << i;
 }
 
-// Kernel files are read as far as they go; missing entries are 0 and extra bytes ignored.
 TEST(Convolve, KernelFiles) {
-    vxtest::TempDir dir;
-    const Bytes src = vxtest::PackedDib({11, 6, 8, 0, false, 9});
-    for (const size_t bytes : {40, 48, 22, 4, 0}) {
-        Bytes file = vxtest::EntryFile({1, 2, 1, 0, 5, 0, -1, -2, -1, 0}, 4);
-        file.resize(bytes, 0x7F);
-        const std::string path = dir.write("k" + std::to_string(bytes), file);
-        EXPECT_EQ(Filtered(src, 2, 3, nullptr, path.c_str()),
-                  ReferenceConvolve(src, true, *vxtest::ModelCallerKernel(vxtest::EntriesRead(file, 4), 3, 32))) << bytes;
-    }
-    for (const std::string& path : {dir.write("heavy", vxtest::EntryFile({0, 0, 0, 0, 128, 0, 0, 0, 0, 1}, 4)),
-                                    dir.path("missing"), dir.path("")}) {
-        DWORD error = 0;
-        Block dib(vxtest::BlockFrom(src));
-        EXPECT_EQ(Convolve(dib.get(), TRUE, 2, 3, path.c_str(), nullptr, &error), nullptr) << path;
-        EXPECT_EQ(error, DWORD{IMGERR_PARAMETER}) << path;
-    }
+    const Bytes src = PackedDib({11, 6, 8, 0, false, 9});
+    ExpectKernelFilesRead(
+        32, {1, 2, 1, 0, 5, 0, -1, -2, -1, 0}, {EntryFile({0, 0, 0, 0, 128, 0, 0, 0, 0, 1}, 4)},
+        [&](const std::string& path, DWORD* error) {
+            return CallOn(src, [&](HDIB d) { return Convolve(d, TRUE, 2, 3, path.c_str(), nullptr, error); }).result;
+        },
+        [&](const ModelKernel& k) { return ReferenceConvolve(src, true, k); });
 }
 
 TEST(Convolve, RefusalsReportThroughTheErrorWordOnly) {
-    const Bytes good = vxtest::PackedDib({8, 4, 8, 0, false, 2});
-    std::vector<vxtest::FilterCase> cases = vxtest::SharedCases(good);
-    Bytes wide = good;
-    PutU32(wide, 12, 1 | 24 << 16);
-    cases.push_back({"depth 24", wide, 3, 3, {}, IMGERR_BITCOUNT});
-    vxtest::CheckCases(good, cases, [](HDIB dib, bool newDib, const vxtest::FilterCase& c, DWORD* error) {
+    const Bytes good = PackedDib({8, 4, 8, 0, false, 2});
+    std::vector<FilterCase> cases = SharedCases(good);
+    cases.push_back({"depth 24", PackedDib({8, 4, 24, 0, false, 2, 256}), 3, 3, {}, IMGERR_BITCOUNT});
+    ExpectFilterRefusals(good, cases, [](HDIB dib, bool newDib, const FilterCase& c, DWORD* error) {
         const std::vector<int> k = Narrow(c.kernel);
         return Convolve(dib, newDib, c.type, c.size, nullptr, k.empty() ? nullptr : k.data(), error);
     });
@@ -120,7 +92,7 @@ TEST(Convolve, DivisorStageIsExactForEverySum) {
         for (const bool clamp : {false, true}) {
             size_t wrong = 0;
             vx::tone::ForEachQuotient(vx::tone::MakeDivider(d), clamp, sums.data(), sums.size(), [&](size_t x, int16_t q) {
-                wrong += q != vxtest::ModelDivide(clamp ? std::clamp<int64_t>(sums[x], 0, 255) : sums[x], d);
+                wrong += q != ModelDivide(clamp ? std::clamp<int64_t>(sums[x], 0, 255) : sums[x], d);
             });
             EXPECT_EQ(wrong, 0u) << "divisor " << d << (clamp ? " clamped" : "");
         }

@@ -1,14 +1,10 @@
 // Convert8to24 and ColorBrightnessContrast against models written from the documented steps
 // (16-bit widths, strides and pixel offsets, the unbounded table index, the level table in
 // double precision): whole result blocks compared byte for byte, and the refusals in order.
-#include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "tone_dibs.hpp"
+#include "export_calls.hpp"
 
 using namespace vxtest;
-using namespace vxtest::tone;
 
 namespace {
 
@@ -68,7 +64,7 @@ TEST(Convert8to24, MatchesTheModelForEverySizeAndTableLength) {
         for (uint32_t used : {0u, 2u, 17u, 0x10000u})  // 2: indices past the table; 0x10000: 256 entries
             for (int w : {1, 2, 3, 4, 5, 7, 8, 9, 13, 31, 33})
                 for (int h : {1, 2, 5}) {
-                    const Bytes src = RandomDib(Shape(w, h, bits, used), ++seed, -1, used % 0x10000 ? used : 256);
+                    const Bytes src = SeededDib(w, h, bits, ++seed, used, -1, used % 0x10000 ? used : 256);
                     SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used);
                     ExpectResult(src, Expand24Model(src), true, Convert8to24);  // the source stays locked
                 }
@@ -80,34 +76,33 @@ TEST(Convert8to24, SixteenBitArithmeticOfWideImages) {
     const int32_t sizes[][3] = {{65537, 3, 3}, {10923, 2, 2}, {10924, 2, 2}, {11000, 3, 3},
                                 {21845, 2, 2}, {30000, 2, 2}, {5, 65539, 3}};
     for (const auto& s : sizes) {
-        Bytes src = RandomDib(Shape(int16_t(s[0]), s[2], 8), uint32_t(s[0]));
-        PutU32(src, 4, uint32_t(s[0]));
-        PutU32(src, 8, uint32_t(s[1]));
+        Bytes src = With(With(SeededDib(int16_t(s[0]), s[2], 8, uint32_t(s[0])), 4, uint32_t(s[0])), 8, uint32_t(s[1]));
         SCOPED_TRACE(testing::Message() << s[0] << "x" << s[1]);
         ExpectResult(src, Expand24Model(src), true, Convert8to24);
     }
 }
 
 TEST(Convert8to24, RefusalsInTheirOrder) {
-    const auto call = [](HDIB d) { return Convert8to24(d); };
-    ExpectRefusal("block under 40 bytes", Truncated(RandomDib(Shape(4, 4, 8), 1), 39), IMGERR_PARAMETER, call);
-    ExpectRefusal("biSize 12", Patched(Shape(4, 4, 8), 0, 12), IMGERR_PARAMETER, call);
-    ExpectRefusal("compressed 24-bit", Patched(Shape(4, 4, 24), 16, 1), IMGERR_COMPRESSED, call);
-    ExpectRefusal("1-bit, before the size", RandomDib(Shape(0, 4, 1), 1), IMGERR_BITCOUNT, call);
-    ExpectRefusal("4-bit", RandomDib(Shape(4, 4, 4), 1), IMGERR_BITCOUNT, call);
-    ExpectRefusal("24-bit, before the size", RandomDib(Shape(0, 4, 24), 1), 31, call);
-    ExpectRefusal("width 65536 is 0", RandomDib(Shape(65536, 4, 8), 1, 0), IMGERR_DIBSIZE, call);
-    ExpectRefusal("height 0", RandomDib(Shape(4, 0, 8), 1), IMGERR_DIBSIZE, call);
-    ExpectRefusal("width 40000 is negative", RandomDib(Shape(40000, 1, 8), 1, 0), IMGERR_DIBSIZE, call);
-    ExpectRefusal("negative height", RandomDib(Shape(4, -4, 8), 1, 4), IMGERR_DIBSIZE, call);
-    ExpectRefusal("colour count 40000 is negative", RandomDib(Shape(4, 4, 8, 40000), 1, 4, 256), IMGERR_DIBSIZE, call);
-    ExpectRefusal("block one byte short", Truncated(RandomDib(Shape(7, 5, 8), 1), 1103), IMGERR_DIBSIZE, call);
-    ExpectBadHandlesRefused(call);
+    const Refusal cases[] = {
+        {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), IMGERR_PARAMETER},
+        {"biSize 12", With(SeededDib(4, 4, 8), 0, 12), IMGERR_PARAMETER},
+        {"compressed 24-bit", With(SeededDib(4, 4, 24), 16, 1), IMGERR_COMPRESSED},
+        {"1-bit, before the size", SeededDib(0, 4, 1), IMGERR_BITCOUNT},
+        {"4-bit", SeededDib(4, 4, 4), IMGERR_BITCOUNT}, {"24-bit, before the size", SeededDib(0, 4, 24), 31},
+        {"width 65536 is 0", SeededDib(65536, 4, 8, 1, 0, 0), IMGERR_DIBSIZE},
+        {"height 0", SeededDib(4, 0, 8), IMGERR_DIBSIZE},
+        {"width 40000 is negative", SeededDib(40000, 1, 8, 1, 0, 0), IMGERR_DIBSIZE},
+        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
+        {"colour count 40000 is negative", SeededDib(4, 4, 8, 1, 40000, 4, 256), IMGERR_DIBSIZE},
+        {"block one byte short", Cut(SeededDib(7, 5, 8), 1103), IMGERR_DIBSIZE},
+        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+    };
+    ExpectRefusals(Reports::kModuleCode, cases, [](HDIB d, auto&, auto) { return Convert8to24(d); });
 }
 
 // Every level at every setting, through a colour table and through 24-bit pixels.
 TEST(ColorBrightnessContrast, LevelsMatchTheDoublePrecisionFormulaForEverySetting) {
-    Bytes paletted = RandomDib(Shape(1, 1, 8), 1), trueColour = RandomDib(Shape(86, 1, 24), 1);
+    Bytes paletted = SeededDib(1, 1, 8), trueColour = SeededDib(86, 1, 24);
     for (size_t i = 0; i < 256; ++i) paletted[41 + 4 * i] = trueColour[40 + i] = uint8_t(i);
     Block in[2] = {Block(BlockFrom(paletted)), Block(BlockFrom(trueColour))};
     for (int b = -100; b <= 100; ++b)
@@ -139,9 +134,7 @@ TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
                     for (uint32_t sizeImage : {0xFFFFFFFFu, 0u, 1u})
                         for (const auto& s : settings) {
                             if (w > 64 && (bits != 24 || used != 0 || s[0] != 37)) continue;
-                            Header hd = Shape(w, h, bits, used);
-                            hd.sizeImage = sizeImage;
-                            const Bytes src = RandomDib(hd, ++seed);
+                            const Bytes src = PackedDib({w, h, bits, used, false, ++seed, -1, -1, 1, sizeImage});
                             SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used
                                                             << " sizeImage " << sizeImage << " setting " << s[0]);
                             ExpectResult(src, BrightnessModel(src, s[0], s[1]), true,
@@ -150,21 +143,25 @@ TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
 }
 
 TEST(ColorBrightnessContrast, RefusalsInTheirOrder) {
-    const auto call = [](int b, int c) { return [b, c](HDIB d) { return ColorBrightnessContrast(d, b, c); }; };
-    ExpectRefusal("block under 40 bytes", Truncated(RandomDib(Shape(4, 4, 8), 1), 39), IMGERR_PARAMETER, call(0, 0));
-    ExpectRefusal("biSize 108", Patched(Shape(4, 4, 8), 0, 108), IMGERR_PARAMETER, call(0, 0));
-    ExpectRefusal("compressed 1-bit", Patched(Shape(4, 4, 1), 16, 2), IMGERR_COMPRESSED, call(0, 0));
-    ExpectRefusal("1-bit, before size and settings", RandomDib(Shape(0, 4, 1), 1), IMGERR_BITCOUNT, call(500, 0));
-    ExpectRefusal("width 65536, before settings", RandomDib(Shape(65536, 1, 8), 1, 0), IMGERR_DIBSIZE, call(101, 0));
-    ExpectRefusal("height 0", RandomDib(Shape(4, 0, 24), 1), IMGERR_DIBSIZE, call(0, 0));
-    ExpectRefusal("brightness 101", RandomDib(Shape(4, 4, 8), 1), IMGERR_PARAMETER, call(101, 0));
-    ExpectRefusal("brightness -101", RandomDib(Shape(4, 4, 24), 1), IMGERR_PARAMETER, call(-101, 0));
-    ExpectRefusal("contrast 101", RandomDib(Shape(4, 4, 4), 1), IMGERR_PARAMETER, call(0, 101));
-    ExpectRefusal("16-bit brightness -32668", RandomDib(Shape(4, 4, 4), 1), IMGERR_PARAMETER, call(32868, 65535));
-    ExpectRefusal("negative height", RandomDib(Shape(4, -4, 8), 1, 4), IMGERR_DIBSIZE, call(0, 0));
-    ExpectRefusal("one byte short", Truncated(RandomDib(Shape(7, 5, 24), 1), 159), IMGERR_DIBSIZE, call(0, 0));
-    ExpectRefusal("short of biSizeImage", Patched(Shape(4, 4, 8), 20, 17), IMGERR_DIBSIZE, call(0, 0));
-    ExpectBadHandlesRefused(call(0, 0));
+    struct Case { const char* what; Source source; int code, brightness = 0, contrast = 0; };
+    const Case cases[] = {
+        {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), IMGERR_PARAMETER},
+        {"biSize 108", With(SeededDib(4, 4, 8), 0, 108), IMGERR_PARAMETER},
+        {"compressed 1-bit", With(SeededDib(4, 4, 1), 16, 2), IMGERR_COMPRESSED},
+        {"1-bit, before size and settings", SeededDib(0, 4, 1), IMGERR_BITCOUNT, 500},
+        {"width 65536, before settings", SeededDib(65536, 1, 8, 1, 0, 0), IMGERR_DIBSIZE, 101},
+        {"height 0", SeededDib(4, 0, 24), IMGERR_DIBSIZE},
+        {"brightness 101", SeededDib(4, 4, 8), IMGERR_PARAMETER, 101},
+        {"brightness -101", SeededDib(4, 4, 24), IMGERR_PARAMETER, -101},
+        {"contrast 101", SeededDib(4, 4, 4), IMGERR_PARAMETER, 0, 101},
+        {"16-bit brightness -32668", SeededDib(4, 4, 4), IMGERR_PARAMETER, 32868, 65535},
+        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
+        {"one byte short", Cut(SeededDib(7, 5, 24), 159), IMGERR_DIBSIZE},
+        {"short of biSizeImage", With(SeededDib(4, 4, 8), 20, 17), IMGERR_DIBSIZE},
+        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+    };
+    ExpectRefusals(Reports::kModuleCode, cases,
+                   [](HDIB d, const Case& c, auto) { return ColorBrightnessContrast(d, c.brightness, c.contrast); });
 }
 
 }  // namespace

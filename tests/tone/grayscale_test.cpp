@@ -2,17 +2,14 @@
 // steps: whole result blocks (header, table, pixels, padding, slack) compared byte for byte on
 // random images of every accepted depth and awkward sizes, 1-bit renderings through a literal
 // accumulator ring, the gray row paths, worked examples, and the refusals in their order.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <vector>
+#include <random>
 
+#include "export_calls.hpp"
 #include "tone/luminance.hpp"
-#include "tone_dibs.hpp"
 
 using namespace vxtest;
-using namespace vxtest::tone;
 
 namespace {
 
@@ -130,7 +127,7 @@ TEST(ConvColorDIBtoGrayscale, MatchesTheModelForEveryDepthSizeModeAndWeighting) 
             ForEachSize([&](int w, int h) {
                 for (int mode = bits == 1 ? 0 : 7; mode <= (bits == 1 ? 2 : 7); ++mode)
                     for (BOOL weighted : {FALSE, TRUE}) {
-                        const Bytes src = RandomDib(Shape(w, h, bits, used), ++seed);
+                        const Bytes src = SeededDib(w, h, bits, ++seed, used);
                         SCOPED_TRACE(testing::Message() << bits << "-bit " << w << "x" << h << " clrUsed " << used
                                                         << " mode " << mode << " weighted " << weighted);
                         ExpectResult(src, ColorModel(src, mode, weighted), true,  // the source stays locked
@@ -149,7 +146,7 @@ TEST(ConvMonoDIBtoGrayscale, MatchesTheModelForEitherDarkerColour) {
         for (uint32_t used : {0u, 1u})
             for (int mode : {0, 1, 2})
                 ForEachSize([&](int w, int h) {
-                    Bytes src = RandomDib(Shape(w, h, 1, used), ++seed);
+                    Bytes src = SeededDib(w, h, 1, ++seed, used);
                     std::copy(table, table + (used ? 4 : 8), src.begin() + 40);
                     SCOPED_TRACE(testing::Message() << "mode " << mode << " " << w << "x" << h << " table "
                                                     << int(table[0]) << " clrUsed " << used);
@@ -179,36 +176,39 @@ TEST(GrayRows, EveryPathMatchesThePerPixelFormula) {
 
 // The pure primaries of the documented example ride along as the first three pixels.
 TEST(Grayscale, RefusalsInTheirOrderAndTheDocumentedGrays) {
-    const auto color = [](int mode) { return [mode](HDIB d) { return ConvColorDIBtoGrayscale(d, mode, TRUE); }; };
-    const auto mono = [](int mode) { return [mode](HDIB d) { return ConvMonoDIBtoGrayscale(d, mode); }; };
-    ExpectRefusal("block under 40 bytes", Truncated(RandomDib(Shape(4, 4, 8), 1), 39), IMGERR_PARAMETER, color(0));
-    ExpectRefusal("biSize 124", Patched(Shape(4, 4, 8), 0, 124), IMGERR_PARAMETER, color(0));
-    ExpectRefusal("compressed, before the size", Patched(Shape(0, 4, 8), 16, 1), IMGERR_COMPRESSED, color(0));
-    ExpectRefusal("width 0, before the mode", RandomDib(Shape(0, 4, 1), 1), IMGERR_DIBSIZE, color(9));
-    ExpectRefusal("height 0, before the mode", RandomDib(Shape(4, 0, 1), 1), IMGERR_DIBSIZE, color(9));
-    ExpectRefusal("1-bit mode 3", RandomDib(Shape(4, 4, 1), 1), IMGERR_PARAMETER, color(3));
-    ExpectRefusal("mode -1, before a short block", RandomDib(Shape(4, 4, 1), 1, 2), IMGERR_PARAMETER, color(-1));
-    for (uint16_t bits : {0, 2, 16, 32})
-        ExpectRefusal("depth", RandomDib(Shape(4, 4, bits), 1), IMGERR_BITCOUNT, color(0));
-    ExpectRefusal("negative height", RandomDib(Shape(4, -4, 8), 1, 4), IMGERR_DIBSIZE, color(0));
-    ExpectRefusal("one byte short", Truncated(RandomDib(Shape(9, 5, 24), 1), 179), IMGERR_DIBSIZE, color(0));
-    ExpectRefusal("table past the block", RandomDib(Shape(4, 4, 8, 1u << 30), 1, 4, 256), IMGERR_DIBSIZE, color(0));
-    ExpectBadHandlesRefused(color(0));
+    struct Case { const char* what; Source source; int code, mode = 0; bool mono = false; };
+    const Case cases[] = {
+        {"block under 40 bytes", Bytes(39, 40), IMGERR_PARAMETER}, {"biSize 124", With(SeededDib(4, 4, 8), 0, 124), IMGERR_PARAMETER},
+        {"compressed, before the size", With(SeededDib(0, 4, 8), 16, 1), IMGERR_COMPRESSED},
+        {"width 0, before the mode", SeededDib(0, 4, 1), IMGERR_DIBSIZE, 9},
+        {"height 0, before the mode", SeededDib(4, 0, 1), IMGERR_DIBSIZE, 9},
+        {"1-bit mode 3", SeededDib(4, 4, 1), IMGERR_PARAMETER, 3},
+        {"mode -1, before a short block", SeededDib(4, 4, 1, 1, 0, 2), IMGERR_PARAMETER, -1},
+        {"depth 0", SeededDib(4, 4, 0), IMGERR_BITCOUNT}, {"depth 2", SeededDib(4, 4, 2), IMGERR_BITCOUNT},
+        {"depth 16", SeededDib(4, 4, 16), IMGERR_BITCOUNT}, {"depth 32", SeededDib(4, 4, 32), IMGERR_BITCOUNT},
+        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
+        {"one byte short", Cut(SeededDib(9, 5, 24), 179), IMGERR_DIBSIZE},
+        {"table past the block", SeededDib(4, 4, 8, 1, 1u << 30, 4, 256), IMGERR_DIBSIZE},
+        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+        {"mono: biSize 44", With(SeededDib(4, 4, 1), 0, 44), IMGERR_PARAMETER, 0, true},
+        {"mono: two planes", With(SeededDib(4, 4, 1), 12, 2 | 1 << 16), IMGERR_COMPRESSED, 0, true},
+        {"mono: 4-bit, before the size", SeededDib(0, 4, 4), IMGERR_COMPRESSED, 0, true},
+        {"mono: width 0, before the mode", SeededDib(0, 4, 1), IMGERR_DIBSIZE, 5, true},
+        {"mono: mode 3", SeededDib(4, 4, 1), IMGERR_PARAMETER, 3, true},
+        {"mono: negative height", SeededDib(4, -4, 1), IMGERR_DIBSIZE, 0, true},
+        {"mono: short of its rows", SeededDib(40, 6, 1, 1, 0, 5), IMGERR_DIBSIZE, 1, true},
+        {"mono: null handle", kNullHandle, IMGERR_PARAMETER, 0, true},
+        {"mono: unlockable", kUnlockable, IMGERR_LOCKMEMORY, 0, true},
+    };
+    ExpectRefusals(Reports::kModuleCode, cases, [](HDIB d, const Case& c, auto) {
+        return c.mono ? ConvMonoDIBtoGrayscale(d, c.mode) : ConvColorDIBtoGrayscale(d, c.mode, TRUE);
+    });
 
-    ExpectRefusal("biSize 44", Patched(Shape(4, 4, 1), 0, 44), IMGERR_PARAMETER, mono(0));
-    ExpectRefusal("two planes", Patched(Shape(4, 4, 1), 12, 2 | 1 << 16), IMGERR_COMPRESSED, mono(0));
-    ExpectRefusal("4-bit, before the size", RandomDib(Shape(0, 4, 4), 1), IMGERR_COMPRESSED, mono(0));
-    ExpectRefusal("width 0, before the mode", RandomDib(Shape(0, 4, 1), 1), IMGERR_DIBSIZE, mono(5));
-    ExpectRefusal("mode 3", RandomDib(Shape(4, 4, 1), 1), IMGERR_PARAMETER, mono(3));
-    ExpectRefusal("negative height", RandomDib(Shape(4, -4, 1), 1, 4), IMGERR_DIBSIZE, mono(0));
-    ExpectRefusal("short of its rows", RandomDib(Shape(40, 6, 1), 1, 5), IMGERR_DIBSIZE, mono(1));
-    ExpectBadHandlesRefused(mono(0));
-
-    Bytes src = RandomDib(Shape(3, 1, 24), 1);
+    Bytes src = SeededDib(3, 1, 24);
     const uint8_t redGreenBlue[9] = {0, 0, 255, 0, 255, 0, 255, 0, 0};
     std::copy(redGreenBlue, redGreenBlue + 9, src.begin() + 40);
-    const Outcome o = CallOn(src, color(-5));  // the mode is for 1-bit images only
-    ASSERT_EQ(o.code, IMGERR_SUCCESS);
+    const Outcome o = CallOn(src, [](HDIB d) { return ConvColorDIBtoGrayscale(d, -5, TRUE); });  // the mode is for 1-bit images only
+    ASSERT_EQ(o.moduleCode, IMGERR_SUCCESS);
     EXPECT_EQ(Bytes(o.result.begin() + 1064, o.result.begin() + 1067), (Bytes{78, 147, 29}));
 }
 

@@ -1,28 +1,23 @@
 // ComputeHistogram, ComputeLUT and ApplyLUT against plain models written from their documented
 // steps (the window histogram and its strip updates pixel by pixel, the table entry by entry,
 // the applied table byte by byte), the module state across calls, and every refusal.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <climits>
 #include <cmath>
-#include <cstring>
 #include <random>
 
-#include "dib_builder.hpp"
+#include "export_calls.hpp"
 #include "tone/histogram_lut.hpp"
-#include "vexora.h"
+
+using namespace vxtest;
 
 namespace {
 
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
 using Counts = std::array<uint16_t, 256>;
 using Table = std::array<uint8_t, 256>;
 
-Bytes Dib8(int32_t w, int32_t h, uint32_t seed, uint32_t clrUsed = 0) { return vxtest::PackedDib({w, h, 8, clrUsed, false, seed}); }
+Bytes Dib8(int32_t w, int32_t h, uint32_t seed, uint32_t clrUsed = 0) { return PackedDib({w, h, 8, clrUsed, false, seed}); }
 Bytes Of(const auto& a) { return Bytes(reinterpret_cast<const uint8_t*>(a.data()), reinterpret_cast<const uint8_t*>(a.data() + a.size())); }
 
 // Geometry of an 8-bit DIB; at(x, y) is the byte the row arithmetic reaches, 0 outside the block.
@@ -129,7 +124,7 @@ TEST_F(Tables, HistogramFollowsTheModelOverImagesAndMoves) {
     std::mt19937 random(5);
     for (uint32_t seed = 0; seed < std::size(sizes); ++seed) {
         const Bytes images[2] = {Dib8(sizes[seed][0], sizes[seed][1], seed, seed % 2 ? 0 : 200), Dib8(700, 650, seed + 50)};
-        Block dibs[2] = {Block(vxtest::BlockFrom(images[0])), Block(vxtest::BlockFrom(images[1]))};
+        Block dibs[2] = {Block(BlockFrom(images[0])), Block(BlockFrom(images[1]))};
         Block hist(Create(false));
         HistogramModel model;
         Counts expected{};
@@ -146,7 +141,7 @@ TEST_F(Tables, HistogramFollowsTheModelOverImagesAndMoves) {
             SCOPED_TRACE(testing::Message() << sizes[seed][0] << "x" << sizes[seed][1] << " step " << step << " at " << x << "," << y);
             ASSERT_EQ(Compute(dibs[which].get(), hist.get(), x, y), 0u);
             model.compute(images[which], x, y, expected);
-            ASSERT_EQ(vxtest::BlockBytes(hist.get()), Of(expected));
+            ASSERT_EQ(BlockBytes(hist.get()), Of(expected));
         }
     }
 }
@@ -155,46 +150,46 @@ TEST_F(Tables, HistogramFollowsTheModelOverImagesAndMoves) {
 // the origin shared by every histogram; the same origin reads nothing, not even hHist.
 TEST_F(Tables, ModuleStateAcrossCalls) {
     const Bytes a = Dib8(400, 400, 8), b = Dib8(400, 400, 9);
-    Block dibA(vxtest::BlockFrom(a)), dibB(vxtest::BlockFrom(b)), unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
+    Block dibA(BlockFrom(a)), dibB(BlockFrom(b)), unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
     Bytes preset(512, 0);
     preset[34] = 5;  // counter 17
-    Block own(vxtest::BlockFrom(preset)), lut(vxtest::BlockFrom(Bytes(256, 0xAB)));
+    Block own(BlockFrom(preset)), lut(BlockFrom(Bytes(256, 0xAB)));
     EXPECT_EQ(Compute(dibA.get(), own.get(), -5, 0), 0u);
-    EXPECT_EQ(vxtest::BlockBytes(own.get()), preset);
+    EXPECT_EQ(BlockBytes(own.get()), preset);
     EXPECT_EQ(Compute(dibA.get(), own.get(), 140, 0), 0u);
     Counts expected = WindowCount(a, 140, 0);
     expected[17] += 5;
-    EXPECT_EQ(vxtest::BlockBytes(own.get()), Of(expected));
+    EXPECT_EQ(BlockBytes(own.get()), Of(expected));
     EXPECT_EQ(ComputeLUT(nullptr, TABLE_COMPUTE, lut.get(), 40, 3, nullptr), lut.get());
-    EXPECT_EQ(vxtest::BlockBytes(lut.get()), Bytes(256, 0xAB));  // LUT length 0: nothing written
+    EXPECT_EQ(BlockBytes(lut.get()), Bytes(256, 0xAB));  // LUT length 0: nothing written
 
     Block first(Create(false));
     EXPECT_EQ(Compute(dibA.get(), first.get(), 100, 1000), 0u);  // placed at (100, 144)
     EXPECT_EQ(Compute(dibB.get(), first.get(), 100, 144), 0u);   // same origin: the counts of a
     EXPECT_EQ(Compute(dibB.get(), unlockable.get(), 100, 144), 0u);
-    EXPECT_EQ(vxtest::BlockBytes(first.get()), Of(WindowCount(a, 100, 144)));
+    EXPECT_EQ(BlockBytes(first.get()), Of(WindowCount(a, 100, 144)));
     Block second(Create(false));
     EXPECT_EQ(Compute(dibB.get(), first.get(), 100, 144), 0u);
-    EXPECT_EQ(vxtest::BlockBytes(first.get()), Of(WindowCount(b, 100, 144)));
-    EXPECT_EQ(vxtest::BlockBytes(second.get()), Bytes(512, 0));
+    EXPECT_EQ(BlockBytes(first.get()), Of(WindowCount(b, 100, 144)));
+    EXPECT_EQ(BlockBytes(second.get()), Bytes(512, 0));
 }
 
 TEST_F(Tables, ToneTableMatchesTheFormula) {
     Block lut(Create(true)), hist(Create(false)), none(GlobalAlloc(GMEM_MOVEABLE, 0));  // none: no lock, pivot 128
     Table identity;
     for (int i = 0; i < 256; ++i) identity[i] = static_cast<uint8_t>(i);
-    EXPECT_EQ(vxtest::BlockBytes(lut.get()), Of(identity));
+    EXPECT_EQ(BlockBytes(lut.get()), Of(identity));
     Bytes flat = Dib8(256, 256, 9);
     std::fill(flat.begin() + 1064, flat.end(), 200);  // 65536 equal pixels total 0: pivot 128
     const Bytes src = Dib8(333, 297, 4);
-    Block dib(vxtest::BlockFrom(src)), flatDib(vxtest::BlockFrom(flat));
+    Block dib(BlockFrom(src)), flatDib(BlockFrom(flat));
     std::mt19937 random(3);
     for (int round = 0; round < 200; ++round) {
         const bool withHist = round % 3 != 0;
         const int x = static_cast<int>(random() % 80), y = static_cast<int>(random() % 41);
         ASSERT_EQ(withHist ? Compute(round == 1 ? flatDib.get() : dib.get(), hist.get(), round == 1 ? 0 : x, y) : 0, 0u);
         Counts counts;
-        std::memcpy(counts.data(), vxtest::BlockBytes(hist.get()).data(), 512);
+        std::memcpy(counts.data(), BlockBytes(hist.get()).data(), 512);
         int c = static_cast<int>(random() % 1021) - 510, b = static_cast<int>(random() % 601) - 300;
         if (round % 7 == 0) c = static_cast<int>(random()), b = static_cast<int>(random());  // wrapping products
         if (round % 50 == 5) c = INT32_MAX - round;                                          // and slope
@@ -202,12 +197,12 @@ TEST_F(Tables, ToneTableMatchesTheFormula) {
         DWORD error = 99;
         ASSERT_EQ(ComputeLUT(withHist ? hist.get() : round % 2 ? none.get() : nullptr, TABLE_COMPUTE, lut.get(), c, b, &error), lut.get());
         EXPECT_EQ(error, 0u);
-        ASSERT_EQ(vxtest::BlockBytes(lut.get()), Of(ModelLut(withHist ? &counts : nullptr, c, b)));
+        ASSERT_EQ(BlockBytes(lut.get()), Of(ModelLut(withHist ? &counts : nullptr, c, b)));
     }
     // Pivot 128: c = 0, b = 0 is the identity; c = -255 gives 128 + b everywhere, clamped.
     for (const auto& [c, b, level] : {std::array<int, 3>{0, 0, -1}, {-255, 0, 128}, {-255, 100, 228}, {-255, -200, 0}}) {
         ComputeLUT(nullptr, TABLE_COMPUTE, lut.get(), c, b, nullptr);
-        EXPECT_EQ(vxtest::BlockBytes(lut.get()), level < 0 ? Of(identity) : Bytes(256, static_cast<uint8_t>(level))) << c << " " << b;
+        EXPECT_EQ(BlockBytes(lut.get()), level < 0 ? Of(identity) : Bytes(256, static_cast<uint8_t>(level))) << c << " " << b;
     }
 }
 
@@ -221,18 +216,18 @@ TEST_F(Tables, ApplyLutMatchesTheByteModel) {
         for (const BOOL newDib : {FALSE, TRUE}) {
             SCOPED_TRACE(testing::Message() << s[0] << "x" << s[1] << " clrUsed " << s[2] << " size " << s[3] << " new " << newDib);
             Bytes src = Dib8(static_cast<int32_t>(std::abs(s[0])), static_cast<int32_t>(s[1]), static_cast<uint32_t>(random()), static_cast<uint32_t>(s[2]));
-            vxtest::PutU32(src, 4, static_cast<uint32_t>(s[0]));
-            if (s[3] >= 0) vxtest::PutU32(src, 20, static_cast<uint32_t>(s[3]));
+            PutU32(src, 4, static_cast<uint32_t>(s[0]));
+            if (s[3] >= 0) PutU32(src, 20, static_cast<uint32_t>(s[3]));
             Table table;
             for (auto& v : table) v = static_cast<uint8_t>(random());
-            Block dib(vxtest::BlockFrom(src)), lut(vxtest::BlockFrom(Of(table)));
+            Block dib(BlockFrom(src)), lut(BlockFrom(Of(table)));
             DWORD error = 99;
             HDIB out = ApplyLUT(dib.get(), lut.get(), newDib, &error);
             Block owned(newDib ? out : nullptr);
             ASSERT_EQ(out == dib.get(), !newDib);
             EXPECT_EQ(error, 0u);
-            EXPECT_EQ(vxtest::BlockBytes(out), ModelApply(src, table, newDib));
-            EXPECT_EQ(vxtest::BlockBytes(dib.get()) == src, newDib != 0);
+            EXPECT_EQ(BlockBytes(out), ModelApply(src, table, newDib));
+            EXPECT_EQ(BlockBytes(dib.get()) == src, newDib != 0);
         }
 }
 
@@ -240,7 +235,7 @@ TEST_F(Tables, ModesAndWhatTheyReturn) {
     HGLOBAL freed = Create(true);
     EXPECT_EQ(ComputeHistogram(nullptr, TABLE_FREE, Create(false), nullptr, nullptr), nullptr);
     EXPECT_EQ(ComputeLUT(nullptr, TABLE_FREE, freed, 0, 0, nullptr), freed);  // the handle it was given
-    Block dib(vxtest::BlockFrom(Dib8(4, 4, 1))), hist(Create(false));
+    Block dib(BlockFrom(Dib8(4, 4, 1))), hist(Create(false));
     int origin[2] = {0, 0};
     for (int mode : {0, 29, 33, -31}) {
         DWORD errors[2] = {99, 99};
@@ -256,7 +251,7 @@ TEST_F(Tables, RefusalsInCheckOrder) {
     const Bytes good = Dib8(300, 280, 3);
     auto with = [&](std::initializer_list<std::pair<size_t, uint32_t>> fields, size_t cut = 0) {
         Bytes b = good;
-        for (const auto& [at, v] : fields) vxtest::PutU32(b, at, v);
+        for (const auto& [at, v] : fields) PutU32(b, at, v);
         b.resize(b.size() - cut);
         return b;
     };
@@ -267,45 +262,52 @@ TEST_F(Tables, RefusalsInCheckOrder) {
         {with({{32, 0x40000000}}), IMGERR_DIBSIZE}, {with({{4, 0x20000000}, {8, 1}}), IMGERR_DIBSIZE},
         {with({{8, static_cast<uint32_t>(-280)}, {20, 0}}), IMGERR_NOMEMORY},  // new DIB only: 32-bit size wraps
     };
-    Block okDib(vxtest::BlockFrom(good)), hist(Create(false)), lut(Create(true)), none(GlobalAlloc(GMEM_MOVEABLE, 0));
-    Block shortHist(vxtest::BlockFrom(Bytes(511, 0))), shortLut(vxtest::BlockFrom(Bytes(255, 0)));
+    Block okDib(BlockFrom(good)), hist(Create(false)), lut(Create(true)), none(GlobalAlloc(GMEM_MOVEABLE, 0));
+    Block shortHist(BlockFrom(Bytes(511, 0))), shortLut(BlockFrom(Bytes(255, 0)));
     ASSERT_EQ(Compute(okDib.get(), hist.get(), 20, 20), 0u);
-    const Bytes counts = vxtest::BlockBytes(hist.get()), identity = vxtest::BlockBytes(lut.get());
-    auto apply = [&](HDIB d, HGLOBAL t, BOOL n) { DWORD e = 99; EXPECT_EQ(ApplyLUT(d, t, n, &e), nullptr); return e; };
-    auto table = [&](HGLOBAL h, HGLOBAL t) { DWORD e = 99; EXPECT_EQ(ComputeLUT(h, TABLE_COMPUTE, t, 5, 5, &e), nullptr); return e; };
+    const Bytes counts = BlockBytes(hist.get()), identity = BlockBytes(lut.get());
+    enum Call { kHistogram, kApplyInPlace, kApplyNew };
+    struct Case { std::string what; Source source; int code; Call call; HGLOBAL table; };
+    std::vector<Case> cases = {
+        {"histogram: no image, no table", kNullHandle, 8, kHistogram, nullptr}, {"histogram: no table", good, 8, kHistogram, nullptr},
+        {"histogram: no image", kNullHandle, 8, kHistogram, hist.get()},
+        {"histogram: image unlockable", kUnlockable, 17, kHistogram, hist.get()},
+        {"histogram: table unlockable", good, 17, kHistogram, none.get()},
+        {"histogram: table short", good, 8, kHistogram, shortHist.get()},
+        {"apply: no image, no table", kNullHandle, 8, kApplyNew, nullptr}, {"apply: no table", good, 8, kApplyNew, nullptr},
+        {"apply: no image", kNullHandle, 8, kApplyInPlace, lut.get()},
+        {"apply: image unlockable", kUnlockable, 17, kApplyInPlace, lut.get()},
+        {"apply: table unlockable", good, 17, kApplyNew, none.get()},
+        {"apply: table short", good, 8, kApplyInPlace, shortLut.get()},
+    };
     for (const auto& [bytes, code] : images) {
-        SCOPED_TRACE(testing::Message() << "case with code " << code);
-        Block dib(vxtest::BlockFrom(bytes));
+        const std::string image = "image with code " + std::to_string(code);
         if (code != IMGERR_NOMEMORY) {
-            EXPECT_EQ(Compute(dib.get(), hist.get(), 0, 0), code);
-            EXPECT_EQ(apply(dib.get(), none.get(), FALSE), code);  // the image is checked first
+            cases.push_back({"histogram: " + image, bytes, int(code), kHistogram, hist.get()});
+            cases.push_back({"apply in place, the image checked first: " + image, bytes, int(code), kApplyInPlace, none.get()});
         }
-        EXPECT_EQ(apply(dib.get(), lut.get(), TRUE), code);
-        EXPECT_EQ(vxtest::BlockBytes(dib.get()), bytes);
-        GlobalLock(dib.get());
-        EXPECT_FALSE(GlobalUnlock(dib.get())) << "left locked";
+        cases.push_back({"apply new: " + image, bytes, int(code), kApplyNew, lut.get()});
     }
+    ExpectRefusals(Reports::kCallerWord, cases, [](HDIB dib, const Case& c, DWORD* error) {
+        int origin[2] = {0, 0};
+        return c.call == kHistogram ? ComputeHistogram(dib, TABLE_COMPUTE, c.table, origin, error)
+                                    : ApplyLUT(dib, c.table, c.call == kApplyNew, error);
+    });
     int origin[2] = {0, 0};
     DWORD error = 99;
     EXPECT_EQ(ComputeHistogram(okDib.get(), TABLE_COMPUTE, hist.get(), nullptr, &error), nullptr);
     EXPECT_EQ(error, DWORD{IMGERR_PARAMETER});
     EXPECT_EQ(ComputeHistogram(nullptr, TABLE_COMPUTE, nullptr, origin, nullptr), nullptr);
-    const DWORD histogramCodes[] = {Compute(nullptr, nullptr, 0, 0), Compute(okDib.get(), nullptr, 0, 0), Compute(nullptr, hist.get(), 0, 0),
-                                    Compute(none.get(), hist.get(), 0, 0), Compute(okDib.get(), none.get(), 0, 0),
-                                    Compute(okDib.get(), shortHist.get(), 0, 0)};
-    EXPECT_EQ(Bytes(std::begin(histogramCodes), std::end(histogramCodes)), Bytes({8, 8, 8, 17, 17, 8}));
+    auto table = [&](HGLOBAL h, HGLOBAL t) { DWORD e = 99; EXPECT_EQ(ComputeLUT(h, TABLE_COMPUTE, t, 5, 5, &e), nullptr); return e; };
     const DWORD tableCodes[] = {table(nullptr, nullptr), table(shortHist.get(), lut.get()), table(nullptr, none.get()), table(nullptr, shortLut.get())};
     EXPECT_EQ(Bytes(std::begin(tableCodes), std::end(tableCodes)), Bytes({8, 8, 17, 8}));
-    const DWORD applyCodes[] = {apply(nullptr, nullptr, TRUE), apply(okDib.get(), nullptr, TRUE), apply(nullptr, lut.get(), FALSE),
-                                apply(none.get(), lut.get(), FALSE), apply(okDib.get(), none.get(), TRUE), apply(okDib.get(), shortLut.get(), FALSE)};
-    EXPECT_EQ(Bytes(std::begin(applyCodes), std::end(applyCodes)), Bytes({8, 8, 8, 17, 17, 8}));
-    EXPECT_EQ(vxtest::BlockBytes(hist.get()), counts);
-    EXPECT_EQ(vxtest::BlockBytes(lut.get()), identity);
-    EXPECT_EQ(vxtest::BlockBytes(okDib.get()), good);
+    EXPECT_EQ(BlockBytes(hist.get()), counts);
+    EXPECT_EQ(BlockBytes(lut.get()), identity);
+    EXPECT_EQ(BlockBytes(okDib.get()), good);
     // The origin is still (20, 20): asking for it with another image reads nothing.
-    Block other(vxtest::BlockFrom(Dib8(300, 280, 4)));
+    Block other(BlockFrom(Dib8(300, 280, 4)));
     EXPECT_EQ(Compute(other.get(), hist.get(), 20, 20), 0u);
-    EXPECT_EQ(vxtest::BlockBytes(hist.get()), counts);
+    EXPECT_EQ(BlockBytes(hist.get()), counts);
 }
 
 }  // namespace

@@ -61,28 +61,21 @@ std::string Ints(int a, int b) { return std::to_string(a) + "," + std::to_string
 
 }  // namespace
 
-MODULE_EXPORT HDIB VXCALL LoadTiffIntoDIB(LPCSTR file, int page, int* status) {
-    return Report("LoadTiffIntoDIB", file, "page=" + std::to_string(page) + "|" + Status(status));
-}
-MODULE_EXPORT HDIB VXCALL LoadCALSIntoDIB(LPCSTR file, int* status) {
-    return Report("LoadCALSIntoDIB", file, Status(status));
-}
-MODULE_EXPORT HDIB VXCALL LoadPCXIntoDIB(LPCSTR file, int* status) {
-    return Report("LoadPCXIntoDIB", file, Status(status));
-}
-MODULE_EXPORT HDIB VXCALL LoadDCXIntoDIB(LPCSTR file, int page, int* status) {
-    return Report("LoadDCXIntoDIB", file, "page=" + std::to_string(page) + "|" + Status(status));
-}
-MODULE_EXPORT HDIB VXCALL LoadGIFIntoDIB(LPCSTR file, int page, int* status) {
-    return Report("LoadGIFIntoDIB", file, "page=" + std::to_string(page) + "|" + Status(status));
-}
-MODULE_EXPORT HDIB VXCALL LoadTGAIntoDIB(LPCSTR file, int* status) {
-    return Report("LoadTGAIntoDIB", file, Status(status));
-}
+// Loaders with a page number and a status word, and loaders with a status word only.
+#define PAGED_LOADER(name)                                                          \
+    MODULE_EXPORT HDIB VXCALL name(LPCSTR file, int page, int* status) {            \
+        return Report(#name, file, "page=" + std::to_string(page) + "|" + Status(status)); \
+    }
+#define LOADER(name) \
+    MODULE_EXPORT HDIB VXCALL name(LPCSTR file, int* status) { return Report(#name, file, Status(status)); }
+PAGED_LOADER(LoadTiffIntoDIB)
+PAGED_LOADER(LoadDCXIntoDIB)
+PAGED_LOADER(LoadGIFIntoDIB)
+LOADER(LoadCALSIntoDIB)
+LOADER(LoadPCXIntoDIB)
+LOADER(LoadTGAIntoDIB)
+LOADER(LoadPNGIntoDIB)
 MODULE_EXPORT HDIB VXCALL LoadJPEGIntoDIB(LPCSTR file) { return Report("LoadJPEGIntoDIB", file, ""); }
-MODULE_EXPORT HDIB VXCALL LoadPNGIntoDIB(LPCSTR file, int* status) {
-    return Report("LoadPNGIntoDIB", file, Status(status));
-}
 
 MODULE_EXPORT int VXCALL SaveDIBInTiffFormat(LPCSTR file, HDIB dib, int param, int b) {
     return Record(11, "SaveDIBInTiffFormat", file, dib, Ints(param, b));

@@ -2,12 +2,8 @@
 // and to the format modules. The modules are the stand-ins of tests/formats/modules: each one
 // reports the module file, entry point and arguments it was called with (VXGIFR has no entry
 // points, VXJPGR does not exist).
-#include <gtest/gtest.h>
 
 #include <filesystem>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "formats_files.hpp"
 
@@ -22,25 +18,6 @@ Bytes Head(const std::string& head, size_t size = 64) {
     return b;
 }
 
-// What the library showed in message boxes, "caption|text|style", collected by the message
-// sink.
-struct Messages {
-    std::vector<std::string> shown;
-    Messages() {
-        VexoraSetMessageSink([](const char* text, const char* caption, UINT style, void* self) {
-            static_cast<Messages*>(self)->shown.push_back(std::string(caption) + "|" + text + "|" + std::to_string(style));
-            return IDOK;
-        }, this);
-    }
-    ~Messages() { VexoraSetMessageSink(nullptr, nullptr); }
-    // Expects exactly these boxes ("caption|text"), all of them task-modal (8192).
-    void expect(const std::vector<std::string>& expected) {
-        std::vector<std::string> withStyle;
-        for (const auto& e : expected) withStyle.push_back(e + "|8192");
-        EXPECT_EQ(std::exchange(shown, {}), withStyle);
-    }
-};
-
 }  // namespace
 
 TEST(GetImageFormat, SignaturesAreTestedInTheirOrder) {
@@ -53,39 +30,29 @@ TEST(GetImageFormat, SignaturesAreTestedInTheirOrder) {
     Bytes hiddenCals = cals, emf = with(88, 0, 40, " EMF");
     hiddenCals[50] = 0, emf[0] = 1;  // the CALS search stops at a zero byte
     const struct { const char* name; Bytes bytes; int format; } cases[] = {
-        {"intel.tif", Head("II*"), FMT_TIFF},
-        {"motorola.tif", Head("MM"), FMT_TIFF},
-        {"page.pcx", Head("\x0A\x05\x01"), FMT_PCX},
-        {"jpeg-looking.pcx", Head("\x0A\xD8\xFF"), FMT_PCX},
-        {"GIF87a.tif", Head("\x0A" "GIF87a"), FMT_PCX},
-        {"pages.dcx", Head("\xB1\x68\xDE\x3A"), FMT_DCX},
-        {"old.gif", Head("GIF87a"), FMT_GIF},
-        {"new.gif", Head("GIF89a"), FMT_GIF},
-        {"odd.gif", Head("GIF88a"), FMT_UNKNOWN},
-        {"image.bmp", PlainBmp({5, 3, 8}), FMT_BMP},
+        {"intel.tif", Head("II*"), FMT_TIFF}, {"motorola.tif", Head("MM"), FMT_TIFF},
+        {"page.pcx", Head("\x0A\x05\x01"), FMT_PCX}, {"jpeg-looking.pcx", Head("\x0A\xD8\xFF"), FMT_PCX},
+        {"GIF87a.tif", Head("\x0A" "GIF87a"), FMT_PCX}, {"pages.dcx", Head("\xB1\x68\xDE\x3A"), FMT_DCX},
+        {"old.gif", Head("GIF87a"), FMT_GIF}, {"new.gif", Head("GIF89a"), FMT_GIF},
+        {"odd.gif", Head("GIF88a"), FMT_UNKNOWN}, {"image.bmp", PlainBmp({5, 3, 8}), FMT_BMP},
         {"bitmap.tga", PlainBmp({5, 3, 8}), FMT_BMP},  // signatures come before the name
-        {"clip.clp", Head("\x50\xC3\x02"), FMT_CLP},
-        {"placeable.wmf", Head("\xD7\xCD\xC6\x9A"), FMT_WMF},
-        {"plain.wmf", Head(std::string("\x01\x00\x09\x00", 4)), FMT_WMF},
-        {"enhanced.emf", emf, FMT_EMF},
+        {"clip.clp", Head("\x50\xC3\x02"), FMT_CLP}, {"placeable.wmf", Head("\xD7\xCD\xC6\x9A"), FMT_WMF},
+        {"plain.wmf", Head(std::string("\x01\x00\x09\x00", 4)), FMT_WMF}, {"enhanced.emf", emf, FMT_EMF},
         {"no-signature.Tga", Head("\x01\x02"), FMT_TGA},
         {"tga", Head("\x01\x02"), FMT_TGA},  // three characters are enough, no dot needed
         {"xtGA", Head("\x01\x02"), FMT_TGA},
         {"jpeg.tga", Head("\xFF\xD8\xFF"), FMT_TGA},  // the name test comes before JPEG's
-        {"photo.jpg", Head("\xFF\xD8\xFF\xE0"), FMT_JPEG},
-        {"drawing.cal", cals, FMT_CALS},
+        {"photo.jpg", Head("\xFF\xD8\xFF\xE0"), FMT_JPEG}, {"drawing.cal", cals, FMT_CALS},
         {"text.cal", Text("srcdocid: a\r\n"), FMT_CALS},  // CALS comes before text
         {"hidden.cal", hiddenCals, FMT_UNKNOWN},
         {"late.cal", with(512, 'a', 503, "srcdocid:"), FMT_UNKNOWN},  // its ':' is the last byte read
         {"notes.txt", Text("hello\tworld\r\nsecond line\r\n"), FMT_TEXT},
         {"edge.txt", with(512, 'a', 510, "\r\n"), FMT_TEXT},  // the last pair the text test can see
         {"late.txt", with(600, 'a', 511, "\r\n"), FMT_UNKNOWN},  // past the 512 bytes read
-        {"unix.txt", Text("hello\nworld\n"), FMT_UNKNOWN},
-        {"control.txt", Text("hello\x05\r\n"), FMT_UNKNOWN},
+        {"unix.txt", Text("hello\nworld\n"), FMT_UNKNOWN}, {"control.txt", Text("hello\x05\r\n"), FMT_UNKNOWN},
         {"high.txt", Text("caf\xE9\r\n"), FMT_TEXT},
         {"short.png", Text("\x89PNG\r\n\x1A\n"), FMT_TEXT},  // all eight bytes are text
-        {"image.png", Head("\x89PNG\r\n\x1A\n"), FMT_PNG},
-        {"empty.bin", Bytes{}, FMT_UNKNOWN},
+        {"image.png", Head("\x89PNG\r\n\x1A\n"), FMT_PNG}, {"empty.bin", Bytes{}, FMT_UNKNOWN},
         {"nothing.bin", Head("\x01\x02\x03"), FMT_UNKNOWN},
     };
     TempDir dir;
@@ -136,9 +103,9 @@ TEST(LoadImageIntoDIB, AMissingModuleOrEntryPointIsShownAndGivesNull) {
     int status = 17;
     SetImgError(IMGERR_NOTHINGTODO);
     EXPECT_EQ(LoadImageIntoDIB(dir.write("photo.jpg", Head("\xFF\xD8")).c_str(), 1, &status), nullptr);
-    messages.expect({"VEXORA DLL|'VXJPGR.DLL' module has not found (0)"});
+    messages.expect({"VEXORA DLL|'VXJPGR.DLL' module has not found (0)|8192"});
     EXPECT_EQ(LoadImageIntoDIB(dir.write("anim.gif", Head("GIF89a")).c_str(), 1, &status), nullptr);
-    messages.expect({"VEXORA-DLL|'LoadGIFIntoDIB' function has not found in 'VXGIFR.DLL' module"});
+    messages.expect({"VEXORA-DLL|'LoadGIFIntoDIB' function has not found in 'VXGIFR.DLL' module|8192"});
     EXPECT_EQ(status, 17);
     EXPECT_EQ(ImgError(), IMGERR_NOTHINGTODO);
 }

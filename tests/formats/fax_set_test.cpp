@@ -2,48 +2,35 @@
 // and the refusals. Planes are BMP files, except where a stand-in TIFF module shows which
 // image of a multi-image file a page asked for. Set files are given absolute paths (Windows
 // resolves relative profile names against the Windows directory).
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
+#include "export_calls.hpp"
 #include "formats_files.hpp"
 
 using namespace vxtest;
 
 namespace {
 
-int32_t I32(const Bytes& b, size_t at) { return static_cast<int32_t>(GetU32(b, at)); }
-
 // The page the documented merge makes of these plane blocks (empty = not loaded): a 4-bit DIB
 // the size of the first plane with the fixed table; plane p's set bits at x OR 128 >> p (even
 // x) or 8 >> p (odd x) into byte x / 2, plane rows read as 1-bit rows after 48 bytes.
 Bytes ModelPage(const std::vector<Bytes>& planes) {
-    static const uint8_t kTable[16][3] = {{0, 0, 0},       {0, 0, 0},     {128, 0, 0},     {255, 0, 0},
-                                          {0, 128, 0},     {0, 255, 0},   {128, 128, 0},   {255, 255, 0},
-                                          {0, 0, 128},     {0, 0, 255},   {128, 0, 128},   {255, 0, 255},
-                                          {0, 128, 128},   {0, 255, 255}, {128, 128, 128}, {255, 255, 255}};
     const Bytes& first = planes.at(0);
-    const int32_t w = I32(first, 4), h = I32(first, 8);
-    const uint32_t stride = (static_cast<uint32_t>(w) * 4 + 31) / 32 * 4;
-    Bytes page(104 + stride * static_cast<uint32_t>(h), 0);
-    const uint32_t header[10] = {40, static_cast<uint32_t>(w), static_cast<uint32_t>(h), 1 | 4 << 16, 0,
-                                 stride * static_cast<uint32_t>(h), GetU32(first, 24), GetU32(first, 28), 16, 16};
-    std::memcpy(page.data(), header, sizeof header);
-    for (int i = 0; i < 16; ++i) std::memcpy(&page[40 + 4 * i], kTable[i], 3);
+    const int32_t w = int32_t(GetU32(first, 4)), h = int32_t(GetU32(first, 8));
+    Bytes page = ResultFrame(With(With(With(first, 12, 1 | 4 << 16), 32, 16), 36, 16), 40, w, h, Stride(w, 4));
+    page.insert(page.begin() + 40, 64, 0);
+    // Entry i: blue, green and red of bits 1, 2 and 3 at 128, or 255 when bit 0 is set too.
+    for (int i = 2; i < 16; ++i)
+        for (int k = 0; k < 3; ++k) page[40 + 4 * i + k] = i >> (k + 1) & 1 ? (i & 1 ? 255 : 128) : 0;
     for (size_t p = 0; p < planes.size(); ++p) {
         const Bytes& plane = planes[p];
-        if (plane.empty()) continue;
-        const int32_t pw = I32(plane, 4), ph = I32(plane, 8);
-        const uint32_t planeStride = (static_cast<uint32_t>(pw) + 31) / 32 * 4;
-        for (int32_t y = 0; y < std::min(h, ph); ++y) {
+        const int32_t pw = plane.empty() ? 0 : int32_t(GetU32(plane, 4)), ph = plane.empty() ? 0 : int32_t(GetU32(plane, 8));
+        for (int32_t y = 0; y < std::min(h, ph); ++y)
             for (int32_t x = 0; x < std::min(w, pw); ++x) {
-                const size_t at = 48 + size_t{planeStride} * y + x / 8;
+                const size_t at = 48 + size_t{Stride(pw, 1)} * y + x / 8;
                 if (at >= plane.size() || !(plane[at] & (0x80 >> (x % 8)))) continue;
                 const unsigned mask = x % 2 == 0 ? (p < 8 ? 128u >> p : 0u) : (p < 4 ? 8u >> p : 0u);
-                page[104 + size_t{stride} * y + x / 2] |= static_cast<uint8_t>(mask);
+                page[104 + size_t{Stride(w, 4)} * y + x / 2] |= static_cast<uint8_t>(mask);
             }
-        }
     }
     return page;
 }
@@ -63,9 +50,7 @@ TEST(LoadColorFaxPage, OnePlaneFilePerPlaneMergesIntoTheFixedTable) {
     // Shape of the first plane; the other planes may differ in size and depth, and one may be
     // missing (its bits stay clear).
     const struct { int width, height, planes, firstPage; std::vector<DibShape> others; } cases[] = {
-        {13, 5, 3, 1, {{13, 5, 1}, {13, 5, 1}}},
-        {1, 1, 2, 3, {{1, 1, 1}}},
-        {35, 4, 2, 1, {{35, 4, 1}}},
+        {13, 5, 3, 1, {{13, 5, 1}, {13, 5, 1}}}, {1, 1, 2, 3, {{1, 1, 1}}}, {35, 4, 2, 1, {{35, 4, 1}}},
         {9, 6, 3, 1, {{20, 9, 1}, {4, 2, 1}}},          // larger and smaller planes
         {12, 4, 3, 1, {{12, 4, 8}, {12, 4, 4}}},         // planes of other depths
         {10, 3, 6, 1, {{10, 3, 1}, {10, 3, 1}, {10, 3, 1}, {10, 3, 1}, {10, 3, 1}}},  // planes 4, 5
@@ -175,9 +160,8 @@ TEST(LoadColorFaxPage, RefusalsAndTheirCodes) {
                                     "\r\n[Page1]\r\nPlane0=" + plane0 + "\r\nPlane1=" + plane + "\r\n"));
     };
     const std::string good = set("good.cfx", plane);
-    const struct { const char* name; std::string file; int page; int code; int status; } cases[] = {
-        {"missing set", dir.path("absent.cfx"), 1, IMGERR_OPENFILE, 3},
-        {"page 0", good, 0, IMGERR_NOTHINGTODO, 17},
+    const struct { const char* what; std::string file; int page; int code; int status; } cases[] = {
+        {"missing set", dir.path("absent.cfx"), 1, IMGERR_OPENFILE, 3}, {"page 0", good, 0, IMGERR_NOTHINGTODO, 17},
         {"page past the last", good, 4, IMGERR_NOTHINGTODO, 17},
         {"BitsPixel 8", set("deep.cfx", plane, "BitsPixel=8"), 1, IMGERR_NOTHINGTODO, 17},
         {"no BitsPixel", set("nobits.cfx", plane, ""), 1, IMGERR_NOTHINGTODO, 17},
@@ -185,14 +169,12 @@ TEST(LoadColorFaxPage, RefusalsAndTheirCodes) {
         {"first plane upside down", set("topdown.cfx", topDown), 1, IMGERR_NOTHINGTODO, 17},
         {"set naming itself", set("self.cfx", dir.path("self.cfx")), 1, IMGERR_FILEFORMAT, 9},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    ExpectRefusals(Reports::kModuleCode, cases, [](HDIB, const auto& c, auto) {
         int status = 17;
-        SetImgError(IMGERR_NOTHINGTODO);
-        EXPECT_EQ(LoadColorFaxPage(c.file.c_str(), c.page, &status), nullptr);
-        EXPECT_EQ(ImgError(), c.code);
+        HDIB page = LoadColorFaxPage(c.file.c_str(), c.page, &status);
         EXPECT_EQ(status, c.status);
-    }
+        return page;
+    });
     EXPECT_EQ(LoadColorFaxPage(nullptr, 1, nullptr), nullptr);
     Block page(LoadColorFaxPage(good.c_str(), 3, nullptr));  // the last page is in range
     EXPECT_EQ(page, nullptr);                                 // ...but has no Page3 section

@@ -1,7 +1,6 @@
 // DitherFS4 and DitherJJN: every result byte against a plain model of the documented error
 // diffusion (one block of 16-bit error rows, shares added or stored in place, the row moves),
 // worked examples, the exact divisions, and the refusals.
-#include <gtest/gtest.h>
 
 #include "dither/dither_frame.hpp"
 #include "dither_frame_model.hpp"
@@ -88,7 +87,7 @@ using Rows = std::vector<std::vector<uint32_t>>;  // 0xRRGGBB colours, bottom ro
 
 Bytes Picture(const Rows& rows) {
     const auto w = int32_t(rows[0].size());
-    Bytes b = Source(w, int32_t(rows.size()), 24, 1);
+    Bytes b = RandomSource(w, int32_t(rows.size()), 24, 1);
     for (size_t y = 0; y < rows.size(); ++y)
         for (int32_t x = 0; x < w; ++x)
             for (int k = 0; k < 3; ++k) b[40 + y * Stride(w, 24) + 3 * x + k] = uint8_t(rows[y][x] >> 8 * k);
@@ -100,21 +99,21 @@ constexpr uint32_t Gray(uint32_t level) { return level * 0x010101; }
 TEST(ErrorDiffusion, WorkedExamples) {
     // FS: the next-row share at x + 1 is e/16 (6 for e = 100) where the next pixel has no error;
     // it decides the top right pixel (6 + 122 = 128, not above the threshold).
-    Bytes fs = CallOn(Picture({{Gray(100), Gray(212)}, {Gray(224), Gray(122)}}), DitherFS4, 1).result;
+    Bytes fs = Dither(Picture({{Gray(100), Gray(212)}, {Gray(224), Gray(122)}}), DitherFS4, 1).result;
     EXPECT_EQ(fs[48], 0x40);
     EXPECT_EQ(fs[52], 0x80);
     // JJN: the after-next share at x + 1 is e/48 (2 for e = 100), not 3e/48.
-    Bytes jjn = CallOn(Picture({{Gray(100), Gray(241)}, {Gray(241), Gray(245)}, {Gray(245), Gray(126)}}), DitherJJN, 1).result;
+    Bytes jjn = Dither(Picture({{Gray(100), Gray(241)}, {Gray(241), Gray(245)}, {Gray(245), Gray(126)}}), DitherJJN, 1).result;
     EXPECT_EQ(jjn[48], 0x40);
     EXPECT_EQ(jjn[52], 0xC0);
     EXPECT_EQ(jjn[56], 0x80);
     // Gray 128 is not above the threshold; its error pushes the second pixel over it.
-    EXPECT_EQ(CallOn(Picture(Filled(8, 2, Gray(128))), DitherFS4, 1).result[48], 0x55);
+    EXPECT_EQ(Dither(Picture(Filled(8, 2, Gray(128))), DitherFS4, 1).result[48], 0x55);
     // The first row's leftmost pixel keeps its red value under DitherJJN: red 200 (luminance 60).
-    EXPECT_EQ(CallOn(Picture(Filled(1, 1, 0xC80000)), DitherFS4, 1).result[48], 0x00);
-    EXPECT_EQ(CallOn(Picture(Filled(1, 1, 0xC80000)), DitherJJN, 1).result[48], 0x80);
+    EXPECT_EQ(Dither(Picture(Filled(1, 1, 0xC80000)), DitherFS4, 1).result[48], 0x00);
+    EXPECT_EQ(Dither(Picture(Filled(1, 1, 0xC80000)), DitherJJN, 1).result[48], 0x80);
     // Pure blue to 8 bits: accumulated blue reaches 256 and lands in the green field.
-    const Bytes r = CallOn(Picture(Filled(4, 1, 0x0000FF)), DitherJJN, 8).result;
+    const Bytes r = Dither(Picture(Filled(4, 1, 0x0000FF)), DitherJJN, 8).result;
     EXPECT_EQ(Bytes(r.begin() + 1064, r.begin() + 1068), (Bytes{3, 4, 4, 3}));
 }
 

@@ -1,7 +1,6 @@
 // DitherSmooth and DitherSharp: every result byte against a plain model of the documented
 // window redistribution (one block of 16-bit rows with spare slots, the pre-pass on row 0, the
 // ranking scans), a worked example, and the refusals.
-#include <gtest/gtest.h>
 
 #include "dither_frame_model.hpp"
 
@@ -76,10 +75,10 @@ TEST(BlockDither, BothExportsMatchTheModel) {
 TEST(BlockDither, WorkedExample) {
     // One row of gray 100 on 4 pixels (a 4-bit source): each window of equal cells gives its
     // first 255 to a only when the sum reaches 255.
-    Bytes gray = Source(4, 1, 4, 3);
+    Bytes gray = RandomSource(4, 1, 4, 3);
     for (int i = 0; i < 16; ++i) PutU32(gray, 40 + 4 * i, 0x646464);
-    EXPECT_EQ(CallOn(gray, DitherSmooth, 1).result[48], 0x90);
-    EXPECT_EQ(CallOn(gray, DitherSharp, 1).result[48], 0x90);
+    EXPECT_EQ(Dither(gray, DitherSmooth, 1).result[48], 0x90);
+    EXPECT_EQ(Dither(gray, DitherSharp, 1).result[48], 0x90);
 }
 
 TEST(BlockDither, Refusals) {

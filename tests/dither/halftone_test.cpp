@@ -1,20 +1,12 @@
 // Halftone against a literal model of its whole-image planes, its screen against the
 // published tables, and its error-cell, lock and refusal contracts.
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdint>
-#include <vector>
+#include "export_calls.hpp"
 
-#include "dib_builder.hpp"
-#include "vexora.h"
+using namespace vxtest;
 
 namespace {
 
-using vxtest::Block;
-using vxtest::Bytes;
-using vxtest::GetU32;
-using vxtest::PutU32;
 using Grid = std::vector<std::vector<int>>;
 
 Grid ModelScreen() {
@@ -77,19 +69,15 @@ Bytes ModelHalftone(const Bytes& src, int mode, int brightness) {
     return out;
 }
 
-HDIB HalftoneOf(HDIB dib, int mode, int brightness, WORD* cell) {
-    return Halftone(dib, static_cast<WORD>(mode), brightness, cell);
-}
-
-// The result block of a call on a block holding `src`, with no error cell.
-Bytes HalftoneBytes(const Bytes& src, int mode, int brightness) {
-    Block dib(vxtest::BlockFrom(src));
-    return vxtest::BlockBytes(Block(HalftoneOf(dib.get(), mode, brightness, nullptr)).get());
+// One call on a block holding `src`, the error cell set beforehand to 0xBEEF.
+Outcome HalftoneOf(const Source& src, int mode, int brightness, WORD* cell = nullptr) {
+    if (cell) *cell = 0xBEEF;
+    return CallOn(src, [&](HDIB dib) { return Halftone(dib, static_cast<WORD>(mode), brightness, cell); });
 }
 
 // An 8-bit DIB whose table maps every index to one gray, or index i to gray i (gray < 0).
 Bytes GrayDib(int width, int height, int gray) {
-    Bytes src = vxtest::PackedDib({width, height, 8, 0, false, 1});
+    Bytes src = PackedDib({width, height, 8, 0, false, 1});
     for (int i = 0; i < 256; ++i) std::fill_n(src.begin() + 40 + 4 * i, 3, uint8_t(gray < 0 ? i : gray));
     return src;
 }
@@ -101,53 +89,38 @@ TEST(Halftone, MatchesThePlaneModelOnRandomSourcesForEveryModeAndBrightness) {
         for (const auto& size : sizes) {
             // Some sources carry bytes after their rows (read by 24-bit rows that run past the
             // width), some a short colour table (looked up into the pixels).
-            Bytes src = vxtest::PackedDib({size[0], size[1], uint16_t(bits), bits == 8 && ++seed % 3 == 0 ? 20u : 0u, false, seed});
+            Bytes src = PackedDib({size[0], size[1], uint16_t(bits), bits == 8 && ++seed % 3 == 0 ? 20u : 0u, false, seed});
             if (seed % 2) src.insert(src.end(), 7, 0xEE);
             PutU32(src, 24, seed), PutU32(src, 28, ~seed);
-            Block dib(vxtest::BlockFrom(src));
             for (int mode : {0, 1, 2})
                 for (int brightness : {-300, -255, -17, 0, 40, 255, 300}) {
                     SCOPED_TRACE(::testing::Message() << bits << "-bit " << size[0] << "x" << size[1] << " seed "
                                                       << seed << " mode " << mode << " brightness " << brightness);
-                    WORD cell = 0xBEEF;
-                    Block out(HalftoneOf(dib.get(), mode, brightness, &cell));
-                    ASSERT_EQ(vxtest::BlockBytes(out.get()), ModelHalftone(src, mode, brightness));
-                    EXPECT_EQ(cell, 0xBEEF);
+                    WORD cell;
+                    const Outcome o = HalftoneOf(src, mode, brightness, &cell);
+                    ASSERT_EQ(o.result, ModelHalftone(src, mode, brightness));
+                    EXPECT_EQ(cell, 0xBEEF);  // a success reports nothing, and leaves the module code alone
+                    EXPECT_EQ(o.moduleCode, kUntouched);
+                    EXPECT_TRUE(o.sourceUnchanged && !o.sourceLocked);
                 }
-            EXPECT_EQ(vxtest::BlockBytes(dib.get()), src);
-            GlobalLock(dib.get());
-            EXPECT_FALSE(GlobalUnlock(dib.get())) << "no lock left behind";
         }
 }
 
+// The model's screen, which the model comparison reads through the export, against the
+// published tables.
 TEST(Halftone, OrderedScreenIsTheDoubledSeed) {
-    // Read back through the export: each threshold is the number of uniform grays that stay black, less one.
-    Grid screen(16, std::vector<int>(16, -1));
-    for (int g = 0; g < 256; ++g) {
-        const Bytes b = HalftoneBytes(GrayDib(16, 16, g), 2, 0);
-        for (int y = 0; y < 16; ++y)
-            for (int x = 0; x < 16; ++x) screen[y][x] += (b.at(48 + 4 * y + x / 8) >> (7 - x % 8) & 1) == 0;
-    }
-    EXPECT_EQ(screen, ModelScreen());
+    const Grid screen = ModelScreen();
     EXPECT_EQ(screen[0], (std::vector<int>{0, 128, 32, 160, 8, 136, 40, 168, 2, 130, 34, 162, 10, 138, 42, 170}));
     EXPECT_EQ(screen[8], (std::vector<int>{3, 131, 35, 163, 11, 139, 43, 171, 1, 129, 33, 161, 9, 137, 41, 169}));
 }
 
-TEST(Halftone, WorkedExamples) {
-    // Uniform 32 x 32 grays: white pixels for (gray, mode, brightness).
-    const int cases[][4] = {{128, 0, 0, 0}, {129, 0, 0, 1024}, {0, 0, 255, 1024}, {128, 2, 0, 4 * 128}, {200, 1, -300, 0}};
-    for (const auto& c : cases) {
-        const Bytes b = HalftoneBytes(GrayDib(32, 32, c[0]), c[1], c[2]);
-        int whites = 0;
-        for (size_t i = 48; i < b.size(); ++i) whites += __builtin_popcount(b[i]);
-        EXPECT_EQ(whites, c[3]) << "gray " << c[0] << " mode " << c[1] << " brightness " << c[2];
-    }
+TEST(Halftone, TwentyFourBitRowsAreLoadedAndReadAtDifferentStrides) {
     // 24 bits, width 4: rows are loaded 4 slots apart and read 12 apart, so output row y shows
     // source row 3y while 3y < 6, and the zero-filled planes (black) above.
-    Bytes src = vxtest::PackedDib({4, 6, 24, 0, false, 3});
+    Bytes src = PackedDib({4, 6, 24, 0, false, 3});
     for (int r = 0; r < 6; ++r) std::fill_n(src.begin() + 40 + 12 * r, 12, uint8_t(r % 3 ? 0 : 255));
     PutU32(src, 16, 1);  // biCompression is not read
-    const Bytes b = HalftoneBytes(src, 0, 0);
+    const Bytes b = HalftoneOf(src, 0, 0).result;
     for (int y = 0; y < 6; ++y) EXPECT_EQ(b.at(48 + 4 * y), y < 2 ? 0xF0 : 0) << "row " << y;
 }
 
@@ -160,7 +133,7 @@ TEST(Halftone, DiffusionStoresOneThreeFiveThreeOneTwoRowsAhead) {
         const int rows[3][6] = {{128, 237, 242, 255, 255, 255}, {237, 242, 247, 255, 255, 255},
                                 {242, probe == 121 ? 121 : 247, probe == 121 ? 0 : 126, 255, 255, 255}};
         for (int i = 0; i < 18; ++i) src.at(1064 + 8 * (i / 6) + i % 6) = uint8_t(rows[i / 6][i % 6]);
-        const Bytes b = HalftoneBytes(src, 1, 0);
+        const Bytes b = HalftoneOf(src, 1, 0).result;
         EXPECT_EQ(b, ModelHalftone(src, 1, 0));
         EXPECT_EQ(b.at(48 + 8) & 0xE0, 0xC0) << "row 2 starts white, white, black; probe " << probe;
     }
@@ -169,44 +142,30 @@ TEST(Halftone, DiffusionStoresOneThreeFiveThreeOneTwoRowsAhead) {
 TEST(Halftone, RefusalsGoToTheCellInOrderAndLeaveTheModuleCodeAlone) {
     const Bytes good = GrayDib(8, 4, 50);
     auto with = [](Bytes b, size_t at, uint32_t v) { return PutU32(b, at, v), b; };
-    struct Case { const char* name; Bytes bytes; int mode; WORD code; bool leftLocked; };
+    struct Case { const char* what; Source source; int mode, code; bool leftLocked = false; };
     const Case cases[] = {
-        {"mode 3", good, 3, IMGERR_PARAMETER, false},
-        {"mode 0xFFFF before depth", with(good, 14, 1), 0xFFFF, IMGERR_PARAMETER, false},
+        {"mode 3", good, 3, IMGERR_PARAMETER},
+        {"mode 0xFFFF before depth", with(good, 14, 1), 0xFFFF, IMGERR_PARAMETER},
         {"1 bit", with(good, 14, 1), 0, IMGERR_PARAMETER, true},
         {"16 bits", with(good, 14, 16), 1, IMGERR_PARAMETER, true},
         {"32 bits", with(good, 14, 32), 2, IMGERR_PARAMETER, true},
-        {"negative width", with(good, 4, uint32_t(-8)), 0, IMGERR_PARAMETER, false},
-        {"top-down", with(good, 8, uint32_t(-4)), 0, IMGERR_PARAMETER, false},
-        {"width 0", with(good, 4, 0), 0, IMGERR_NOMEMORY, false},
-        {"height 0", with(good, 8, 0), 1, IMGERR_NOMEMORY, false},
-        {"planes of 2^32 bytes", with(with(good, 4, 70000), 8, 70000), 0, IMGERR_NOMEMORY, false},
-        {"rows past the block", Bytes(good.begin(), good.end() - 1), 0, IMGERR_PARAMETER, false},
-        {"table past the block", with(good, 32, 300), 2, IMGERR_PARAMETER, false},
-        {"header only", Bytes(good.begin(), good.begin() + 20), 0, IMGERR_PARAMETER, false},
+        {"negative width", with(good, 4, uint32_t(-8)), 0, IMGERR_PARAMETER},
+        {"top-down", with(good, 8, uint32_t(-4)), 0, IMGERR_PARAMETER},
+        {"width 0", with(good, 4, 0), 0, IMGERR_NOMEMORY}, {"height 0", with(good, 8, 0), 1, IMGERR_NOMEMORY},
+        {"planes of 2^32 bytes", with(with(good, 4, 70000), 8, 70000), 0, IMGERR_NOMEMORY},
+        {"rows past the block", Bytes(good.begin(), good.end() - 1), 0, IMGERR_PARAMETER},
+        {"table past the block", with(good, 32, 300), 2, IMGERR_PARAMETER},
+        {"header only", Bytes(good.begin(), good.begin() + 20), 0, IMGERR_PARAMETER},
+        {"null handle", kNullHandle, 0, IMGERR_PARAMETER}, {"unlockable", kUnlockable, 0, IMGERR_NOMEMORY},
+        {"mode 3, before the lock", kUnlockable, 3, IMGERR_PARAMETER},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Block dib(vxtest::BlockFrom(c.bytes));
-        SetImgError(IMGERR_IO);
+    ExpectRefusals(Reports::kCallerWord, cases, [](HDIB dib, const Case& c, DWORD* word) {
         WORD cell = 0xBEEF;
-        EXPECT_EQ(HalftoneOf(dib.get(), c.mode, 0, &cell), nullptr);
-        EXPECT_EQ(cell, c.code);
-        EXPECT_EQ(ImgError(), IMGERR_IO);
-        GlobalLock(dib.get());
-        EXPECT_EQ(GlobalUnlock(dib.get()) != 0, c.leftLocked);  // one lock left behind, or none
-        EXPECT_EQ(HalftoneOf(dib.get(), c.mode, 0, nullptr), nullptr);  // no cell: nothing reported
-        if (c.leftLocked) GlobalUnlock(dib.get()), GlobalUnlock(dib.get());
-    }
-    WORD cell = 0;
-    EXPECT_EQ(HalftoneOf(nullptr, 0, 0, &cell), nullptr);
-    EXPECT_EQ(cell, IMGERR_PARAMETER);
-    Block unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
-    EXPECT_EQ(HalftoneOf(unlockable.get(), 0, 0, &cell), nullptr);
-    EXPECT_EQ(cell, IMGERR_NOMEMORY);
-    EXPECT_FALSE(HalftoneBytes(good, 1, 0).empty());  // a success leaves the module code alone too
-    EXPECT_EQ(ImgError(), IMGERR_IO);
-    SetImgError(IMGERR_SUCCESS);
+        HDIB out = Halftone(dib, static_cast<WORD>(c.mode), 0, &cell);
+        *word = cell;
+        return out;
+    });
+    EXPECT_EQ(HalftoneOf(good, 3, 0).moduleCode, kUntouched);  // without a cell nothing is reported
 }
 
 }  // namespace

@@ -2,16 +2,12 @@
 // (an encoder looking at one byte at a time, a decoder writing one pixel at a time that never
 // stops early) on random images and streams; worked streams for the encoder's quirks; the effect
 // of each kind of hostile stream; refusals; RLE8 files by ImageMagick against uncompressed twins.
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <random>
-#include <string>
-#include <vector>
 
-#include "dib_builder.hpp"
+#include "export_calls.hpp"
 #include "formats/rle_codec.hpp"
 #include "pixels.hpp"
 
@@ -19,30 +15,18 @@ using namespace vxtest;
 
 namespace {
 
-uint16_t GetU16(const Bytes& b, size_t at) { return uint16_t(b.at(at) | b.at(at + 1) << 8); }
 uint32_t Offset(int bits) { return 40 + (4u << bits); }
-uint32_t Stride(int64_t w, int bits) { return uint32_t((w * bits + 31) / 32 * 4); }
 uint32_t Rle(int bits) { return bits == 8 ? 1 : 2; }  // biCompression
-uint32_t Pixel(const uint8_t* row, int bits, int x) { return bits == 8 ? vx::GetPixel<8>(row, x) : vx::GetPixel<4>(row, x); }
 
 // Header, a full colour table, then `data`; biSizeImage is the size of `data`.
 Bytes Dib(int32_t w, int32_t h, uint16_t bits, uint32_t compression, const Bytes& data) {
-    Bytes b(Offset(bits));
-    const uint32_t header[10] = {40, uint32_t(w), uint32_t(h), 1u | uint32_t(bits) << 16, compression,
-                                 uint32_t(data.size()), 2835, 2835, 0, 0};
-    std::memcpy(b.data(), header, sizeof header);
-    for (size_t i = 40; i < b.size(); ++i) b[i] = uint8_t(i % 4 == 3 ? 0 : i * 7);
-    b.insert(b.end(), data.begin(), data.end());
-    return b;
+    Bytes b = PackedDib({w, h, bits, 0, false, 1, -1, 0, 1, uint32_t(data.size())});
+    PutU32(b, 16, compression);
+    return b.insert(b.end(), data.begin(), data.end()), b;
 }
 
 // Calls an export on a block holding `bytes`: the result block, empty when there is none.
-Bytes Call(HDIB (*op)(HDIB), const Bytes& bytes, int* code = nullptr) {
-    SetImgError(IMGERR_IO);
-    Block in(BlockFrom(bytes)), out(op(in.get()));
-    if (code) *code = ImgError();
-    return out ? BlockBytes(out.get()) : Bytes{};
-}
+Bytes Call(HDIB (*op)(HDIB), const Bytes& bytes) { return CallOn(bytes, op).result; }
 
 // The encoder's steps for one row; p(i) is the i-th byte from the row's start.
 template <typename At>
@@ -138,11 +122,7 @@ Bytes RandomBytes(std::mt19937& rnd, size_t n, int kind) {
 }
 
 TEST(CompressDIB, WorkedStreams) {
-    struct Case {
-        uint16_t bits;
-        int32_t w, h;
-        Bytes rows, stream;
-    };
+    struct Case { uint16_t bits; int32_t w, h; Bytes rows, stream; };
     const Case cases[] = {
         // Width 1: two pixels per row, the second being the byte after the pixel.
         {8, 1, 2, {5, 5, 0, 0, 7, 0, 0, 0}, {2, 5, 0, 0, 1, 7, 1, 0, 0, 0, 0, 1}},
@@ -152,14 +132,13 @@ TEST(CompressDIB, WorkedStreams) {
         {4, 3, 1, {0x12, 0x34, 0, 0}, {2, 0x12, 2, 0x34, 0, 0, 0, 1}},
         {4, 3, 1, {0x12, 0x34, 0x56, 0x78}, {0, 4, 0x12, 0x34, 0, 0, 0, 1}},
         // No pixels: end-of-line codes only, more than the historic scratch block held.
-        {8, 0, 3, {}, {0, 0, 0, 0, 0, 0, 0, 1}},
-        {4, 9, 0, {}, {0, 1}},
+        {8, 0, 3, {}, {0, 0, 0, 0, 0, 0, 0, 1}}, {4, 9, 0, {}, {0, 1}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.bits << "-bit " << c.w << "x" << c.h);
-        int code = -1;
-        EXPECT_EQ(Call(CompressDIB, Dib(c.w, c.h, c.bits, 0, c.rows), &code), Dib(c.w, c.h, c.bits, Rle(c.bits), c.stream));
-        EXPECT_EQ(code, IMGERR_SUCCESS);
+        const Outcome o = CallOn(Dib(c.w, c.h, c.bits, 0, c.rows), CompressDIB);
+        EXPECT_EQ(o.result, Dib(c.w, c.h, c.bits, Rle(c.bits), c.stream));
+        EXPECT_EQ(o.moduleCode, IMGERR_SUCCESS);
     }
     // Width 4, each row's last pixel equal to the next row's first: ten bytes a row, more than the
     // historic scratch block of (height + 1) * stride * 2 + 2 bytes.
@@ -201,43 +180,29 @@ TEST(CompressDIB, EveryShortRowStaysWithinItsBound) {
         }
 }
 
+// What the documented cuts, wraps and skips do to a 5 x 2 picture, through the export and
+// through the plain decoder, which the random streams below compare against.
 TEST(ExpandCompressedDIB, HostileStreamsHaveTheirDocumentedEffect) {
-    struct Case {
-        const char* what;
-        uint16_t bits;
-        Bytes stream;
-        std::vector<std::vector<int>> rows;  // bottom row first, width 5
-    };
+    struct Case { const char* what; uint16_t bits; Bytes stream, rows; };  // rows: bottom first, 5 pixels, padded
     const Case cases[] = {
-        {"a run past the row is cut; x wraps to column 0, same row", 8, {9, 7, 2, 3, 0, 1}, {{3, 3, 7, 7, 7}, {0, 0, 0, 0, 0}}},
-        {"a run filling the row, then end of line", 8, {5, 1, 0, 0, 2, 2, 0, 1}, {{1, 1, 1, 1, 1}, {2, 2, 0, 0, 0}}},
-        {"one pixel, then the byte after it over column 0", 8, {3, 4, 1, 5, 1, 6, 1, 7}, {{7, 4, 4, 5, 6}, {0, 0, 0, 0, 0}}},
-        {"delta right of the row: the next run writes nothing, x back to 0", 8, {0, 2, 9, 0, 3, 8, 2, 6}, {{6, 6, 0, 0, 0}, {0, 0, 0, 0, 0}}},
-        {"delta, then a run cut at the row's end", 8, {0, 2, 3, 1, 4, 9, 0, 1}, {{0, 0, 0, 0, 0}, {0, 0, 0, 9, 9}}},
-        {"rows past the height are dropped", 8, {0, 0, 0, 0, 0, 0, 5, 5, 0, 2, 0, 200, 5, 5}, {{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}}},
-        {"literal cut at the row's end, input skips all of it", 8,
-         {0, 7, 1, 2, 3, 4, 5, 6, 7, 0xFF, 0, 0, 0, 3, 8, 9, 1, 0xFF, 1, 4}, {{1, 2, 3, 4, 5}, {8, 9, 1, 4, 0}}},
-        {"literal running past the block reads zeros", 8, {5, 9, 0, 6, 1, 2}, {{1, 2, 0, 0, 0}, {0, 0, 0, 0, 0}}},
-        {"a last odd byte is a run of zeros", 8, {5, 9, 3}, {{0, 0, 0, 9, 9}, {0, 0, 0, 0, 0}}},
-        {"no end code: what was decoded stays", 8, {2, 1, 0, 0, 1, 2}, {{1, 1, 0, 0, 0}, {2, 0, 0, 0, 0}}},
-        {"end of bitmap stops", 8, {1, 1, 0, 1, 4, 4}, {{1, 0, 0, 0, 0}, {0, 0, 0, 0, 0}}},
-        {"4-bit runs alternate and stop at the row's end", 4, {1, 0x9A, 7, 0x12, 3, 0x34, 0, 0, 3, 0x56}, {{9, 1, 2, 1, 2}, {5, 6, 5, 0, 0}}},
-        {"4-bit literal from an odd column, cut", 4, {1, 0x70, 0, 6, 0x12, 0x34, 0x56, 0, 0, 0, 0, 2, 0, 1, 2, 0xAB}, {{7, 1, 2, 3, 4}, {0, 0, 0, 0, 0}}},
-        {"4-bit delta then an odd run", 4, {0, 2, 1, 1, 3, 0xCD}, {{0, 0, 0, 0, 0}, {0, 0xC, 0xD, 0xC, 0}}},
-        {"4-bit literal past the block", 4, {5, 0xFF, 0, 0, 0, 5, 0x12}, {{15, 15, 15, 15, 15}, {1, 2, 0, 0, 0}}},
-        {"empty stream", 4, {}, {{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}}},
+        {"a run past the row is cut; x wraps to column 0, same row", 8, {9, 7, 2, 3, 0, 1}, {3, 3, 7, 7, 7, 0, 0, 0}},
+        {"one pixel, then the byte after it over column 0", 8, {3, 4, 1, 5, 1, 6, 1, 7}, {7, 4, 4, 5, 6, 0, 0, 0}},
+        {"delta right of the row: the next run writes nothing, x back to 0", 8, {0, 2, 9, 0, 3, 8, 2, 6}, {6, 6, 0, 0, 0, 0, 0, 0}},
+        {"literal cut at the row's end, input skips all of it", 8, {0, 7, 1, 2, 3, 4, 5, 6, 7, 0xFF, 0, 0, 0, 3, 8, 9, 1, 0xFF, 1, 4},
+         {1, 2, 3, 4, 5, 0, 0, 0, 8, 9, 1, 4, 0, 0, 0, 0}},
+        {"a last odd byte is a run of zeros", 8, {5, 9, 3}, {0, 0, 0, 9, 9, 0, 0, 0}},
+        {"4-bit runs alternate and stop at the row's end", 4, {1, 0x9A, 7, 0x12, 3, 0x34, 0, 0, 3, 0x56},
+         {0x91, 0x21, 0x20, 0, 0x56, 0x50, 0, 0}},
+        {"4-bit literal from an odd column, cut", 4, {1, 0x70, 0, 6, 0x12, 0x34, 0x56, 0, 0, 0, 0, 2, 0, 1, 2, 0xAB},
+         {0x71, 0x23, 0x40, 0}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        const uint32_t stride = Stride(5, c.bits);
-        Bytes rows(2 * stride), source = Dib(5, 2, c.bits, Rle(c.bits), c.stream);
-        for (size_t y = 0; y < 2; ++y)
-            for (size_t x = 0; x < 5; ++x)
-                c.bits == 8 ? vx::SetPixel<8>(&rows[y * stride], x, uint32_t(c.rows[y][x])) : vx::SetPixel<4>(&rows[y * stride], x, uint32_t(c.rows[y][x]));
-        PutU32(source, 20, 1);  // an empty stream still has a non-zero size
-        int code = -1;
-        EXPECT_EQ(Call(ExpandCompressedDIB, source, &code), Dib(5, 2, c.bits, 0, rows));
-        EXPECT_EQ(code, IMGERR_SUCCESS);
+        Bytes rows = c.rows;
+        rows.resize(2 * Stride(5, c.bits), 0);
+        const Bytes source = Dib(5, 2, c.bits, Rle(c.bits), c.stream), expected = Dib(5, 2, c.bits, 0, rows);
+        EXPECT_EQ(Call(ExpandCompressedDIB, source), expected);
+        EXPECT_EQ(PlainExpand(source), expected);
     }
 }
 
@@ -284,45 +249,26 @@ TEST(ExpandCompressedDIB, MatchesThePlainDecoderOnRandomStreams) {
 
 TEST(RleRefusals, CodesInOrder) {
     const auto cut = [](Bytes b) { return b.resize(1000), b; };  // inside the colour table
-    const struct {
-        const char* what;
-        HDIB (*op)(HDIB);
-        Bytes block;
-        int code;
-    } cases[] = {
-        {"empty block", CompressDIB, {}, IMGERR_PARAMETER},
-        {"header cut short", ExpandCompressedDIB, Bytes(39), IMGERR_PARAMETER},
-        {"already compressed", CompressDIB, Dib(4, 1, 8, 1, {2, 1, 0, 1}), IMGERR_PARAMETER},
-        {"1-bit", CompressDIB, Dib(4, 1, 1, 0, Bytes(4)), IMGERR_PARAMETER},
-        {"negative width", CompressDIB, Dib(-4, 1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
-        {"negative height", CompressDIB, Dib(4, -1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
-        {"a row missing", CompressDIB, Dib(4, 2, 8, 0, {1, 2, 3, 4}), IMGERR_PARAMETER},
-        {"table cut short", CompressDIB, cut(Dib(4, 1, 8, 0, {1, 2, 3, 4})), IMGERR_PARAMETER},
-        {"not compressed", ExpandCompressedDIB, Dib(4, 1, 8, 0, Bytes(4)), IMGERR_PARAMETER},
-        {"RLE8 on 4 bits", ExpandCompressedDIB, Dib(4, 1, 4, 1, {0, 1}), IMGERR_PARAMETER},
-        {"RLE4 on 8 bits", ExpandCompressedDIB, Dib(4, 1, 8, 2, {0, 1}), IMGERR_PARAMETER},
-        {"bit fields", ExpandCompressedDIB, Dib(4, 1, 8, 3, {0, 1}), IMGERR_PARAMETER},
-        {"no pixel size", ExpandCompressedDIB, Dib(4, 1, 8, 1, {}), IMGERR_PARAMETER},
-        {"table cut short", ExpandCompressedDIB, cut(Dib(4, 1, 8, 1, {0, 1})), IMGERR_PARAMETER},
-        {"negative height", ExpandCompressedDIB, Dib(4, -1, 8, 1, {0, 1}), IMGERR_PARAMETER},
-        {"result past 4 GiB", ExpandCompressedDIB, Dib(70000, 70000, 8, 1, {0, 1}), IMGERR_NOMEMORY},
-        {"row size wraps 32 bits", ExpandCompressedDIB, Dib(0x20000000, 1, 8, 1, {0, 1}), IMGERR_NOMEMORY},
+    const int P = IMGERR_PARAMETER;
+    const struct { const char* what; Source source; bool expand; int code; } cases[] = {
+        {"empty block", Bytes{}, false, P}, {"null handle", kNullHandle, false, P},
+        {"already compressed", Dib(4, 1, 8, 1, {2, 1, 0, 1}), false, P}, {"1-bit", Dib(4, 1, 1, 0, Bytes(4)), false, P},
+        {"negative width", Dib(-4, 1, 8, 0, Bytes(4)), false, P}, {"negative height", Dib(4, -1, 8, 0, Bytes(4)), false, P},
+        {"a row missing", Dib(4, 2, 8, 0, {1, 2, 3, 4}), false, P},
+        {"table cut short", cut(Dib(4, 1, 8, 0, {1, 2, 3, 4})), false, P},
+        {"header cut short", Bytes(39), true, P}, {"null handle", kNullHandle, true, P},
+        {"not compressed", Dib(4, 1, 8, 0, Bytes(4)), true, P}, {"RLE8 on 4 bits", Dib(4, 1, 4, 1, {0, 1}), true, P},
+        {"RLE4 on 8 bits", Dib(4, 1, 8, 2, {0, 1}), true, P}, {"bit fields", Dib(4, 1, 8, 3, {0, 1}), true, P},
+        {"no pixel size", Dib(4, 1, 8, 1, {}), true, P}, {"table cut short", cut(Dib(4, 1, 8, 1, {0, 1})), true, P},
+        {"negative height", Dib(4, -1, 8, 1, {0, 1}), true, P},
+        {"result past 4 GiB", Dib(70000, 70000, 8, 1, {0, 1}), true, IMGERR_NOMEMORY},
+        {"row size wraps 32 bits", Dib(0x20000000, 1, 8, 1, {0, 1}), true, IMGERR_NOMEMORY},
     };
-    for (const auto& c : cases) {
-        int code = -1;
-        EXPECT_TRUE(Call(c.op, c.block, &code).empty()) << c.what;
-        EXPECT_EQ(code, c.code) << c.what;
-    }
-    for (auto op : {CompressDIB, ExpandCompressedDIB}) {
-        SetImgError(IMGERR_IO);
-        EXPECT_EQ(op(nullptr), nullptr);
-        EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
-    }
+    ExpectRefusals(Reports::kModuleCode, cases,
+                   [](HDIB dib, const auto& c, auto) { return c.expand ? ExpandCompressedDIB(dib) : CompressDIB(dib); });
 }
 
-const struct {
-    const char *name, *rle, *plain;
-} kTwins[] = {
+const struct { const char *name, *rle, *plain; } kTwins[] = {
 #include "rle_data/twins.inc"
 };
 
@@ -347,7 +293,8 @@ TEST(ExpandCompressedDIB, FilesFromOtherSoftwareMatchTheirUncompressedTwins) {
         ASSERT_EQ(got.size(), Offset(8) + Stride(w, 8) * h);
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < w; ++x) {
-                const uint32_t twin = Pixel(&plain[Offset(bits) + size_t(Stride(w, bits)) * y], bits, x);
+                const uint8_t* row = &plain[Offset(bits) + size_t(Stride(w, bits)) * y];
+                const uint32_t twin = bits == 8 ? vx::GetPixel<8>(row, x) : vx::GetPixel<4>(row, x);
                 const uint8_t pixel = got[Offset(8) + size_t(Stride(w, 8)) * y + x];
                 ASSERT_TRUE(pixel == twin || (x < int(Stride(w, 8)) - w && pixel == 0)) << x << "," << y;
             }
