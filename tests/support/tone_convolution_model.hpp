@@ -1,8 +1,8 @@
 // tone_convolution_model.hpp - a plain model of the convolution filters for the tone tests
 // (kernel set-up, per-pixel sums with clamped coordinates in 64 bits, shift or truncating
 // division), written from the header's description and sharing nothing with the library's
-// ring and workers; plus what both filters' tests share: kernel files, the refusal table, and
-// running a test at each vector level of the library's row loops.
+// ring and workers; plus what both filters' tests share: the model runs, kernel files and the
+// refusal table.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,7 +16,6 @@
 #include <vector>
 
 #include "export_calls.hpp"
-#include "tone/kernel_filter.hpp"
 
 namespace vxtest {
 
@@ -158,20 +157,6 @@ inline void VarySizeImage(Bytes& src, uint32_t seed, uint32_t longBy) {
     if (seed % 11 == 0) PutU32(src, 20, GetU32(src, 20) + longBy);
 }
 
-// Runs body once per vector level the processor offers, restoring the level afterwards.
-template <typename Body>
-void AtEveryVectorLevel(Body&& body) {
-    using vx::tone::VectorLevel;
-    for (const VectorLevel level : {VectorLevel::kBaseline, VectorLevel::kAvx2}) {
-        const VectorLevel before = vx::tone::SetVectorLevel(level);
-        if (vx::tone::CurrentVectorLevel() == level) {
-            SCOPED_TRACE(level == VectorLevel::kAvx2 ? "AVX2 loops" : "baseline loops");
-            body();
-        }
-        vx::tone::SetVectorLevel(before);
-    }
-}
-
 // One model comparison: the image shape, kernel type and size, the random caller entries (in
 // a file for type 2) and their model kernel, in place or into a new DIB, and the image seed.
 struct FilterRun {
@@ -183,30 +168,29 @@ struct FilterRun {
     uint32_t seed;
 };
 
-// Calls run(r) at each vector level for every shape, every type (caller kernels twice) and
-// every size the type accepts, in place and new, entries entryBits wide drawn from rngSeed.
+// Calls run(r) for every shape, every type (caller kernels twice) and every size the type
+// accepts, in place and new, entries entryBits wide drawn from rngSeed. The row loops run at
+// the level the SIMD policy allows; the scalar run of the suite takes the baseline loops.
 template <typename Run>
 void ForEveryFilterRun(const std::vector<std::array<int, 2>>& shapes, uint32_t rngSeed, int entryBits, Run run) {
-    AtEveryVectorLevel([&] {
-        TempDir dir;
-        std::mt19937 rng(rngSeed);
-        uint32_t seed = 0;
-        for (const auto& shape : shapes)
-            for (int type : {1, 1, 2, 3, 4, 5, 6})
-                for (int n = 3; n <= 7; ++n) {
-                    if (n >= 6 && type != 1 && type != 3) continue;
-                    const std::vector<int64_t> e = RandomEntries(rng, n, entryBits);
-                    const ModelKernel k = type <= 2 ? *ModelCallerKernel(e, n, entryBits) : ModelBuiltIn(type, n);
-                    const std::string file =
-                        type == 2 ? dir.write("k" + std::to_string(seed), EntryFile(e, size_t(entryBits / 8))) : "";
-                    for (const bool newDib : {false, true}) {
-                        ++seed;
-                        SCOPED_TRACE(testing::Message() << shape[0] << "x" << shape[1] << " type " << type << " n "
-                                                        << n << (newDib ? " new" : " in place") << " seed " << seed);
-                        run(FilterRun{shape[0], shape[1], type, n, e, k, file, newDib, seed});
-                    }
+    TempDir dir;
+    std::mt19937 rng(rngSeed);
+    uint32_t seed = 0;
+    for (const auto& shape : shapes)
+        for (int type : {1, 1, 2, 3, 4, 5, 6})
+            for (int n = 3; n <= 7; ++n) {
+                if (n >= 6 && type != 1 && type != 3) continue;
+                const std::vector<int64_t> e = RandomEntries(rng, n, entryBits);
+                const ModelKernel k = type <= 2 ? *ModelCallerKernel(e, n, entryBits) : ModelBuiltIn(type, n);
+                const std::string file =
+                    type == 2 ? dir.write("k" + std::to_string(seed), EntryFile(e, size_t(entryBits / 8))) : "";
+                for (const bool newDib : {false, true}) {
+                    ++seed;
+                    SCOPED_TRACE(testing::Message() << shape[0] << "x" << shape[1] << " type " << type << " n "
+                                                    << n << (newDib ? " new" : " in place") << " seed " << seed);
+                    run(FilterRun{shape[0], shape[1], type, n, e, k, file, newDib, seed});
                 }
-    });
+            }
 }
 
 // Kernel files of entryBits-wide entries (3 x 3) are read as far as they go, missing entries

@@ -1,7 +1,7 @@
 // ColorConvolution against a per-pixel model (gray level, filtered gray, the change added to
 // each channel), on random 24-bit images of awkward sizes, for every type, size and gray mode,
-// 16-bit kernels from memory and from files, in place and into new DIBs, at each vector level;
-// the 16-bit size and width; kernel files; refusals.
+// 16-bit kernels from memory and from files, in place and into new DIBs; the 16-bit size and
+// width; kernel files; refusals.
 
 #include <random>
 

@@ -1,13 +1,12 @@
 // ConvColorDIBtoGrayscale and ConvMonoDIBtoGrayscale against models written from the documented
 // steps: whole result blocks (header, table, pixels, padding, slack) compared byte for byte on
 // random images of every accepted depth and awkward sizes, 1-bit renderings through a literal
-// accumulator ring, the gray row paths, worked examples, and the refusals in their order.
+// accumulator ring, a worked example, and the refusals in their order. The 24-bit gray rows
+// take the path the SIMD policy allows; the scalar run of the suite takes the portable one.
 
 #include <cstdlib>
-#include <random>
 
 #include "export_calls.hpp"
-#include "tone/luminance.hpp"
 
 using namespace vxtest;
 
@@ -153,25 +152,6 @@ TEST(ConvMonoDIBtoGrayscale, MatchesTheModelForEitherDarkerColour) {
                     ExpectResult(src, MonoResultModel(src, mode), false,
                                  [&](HDIB d) { return ConvMonoDIBtoGrayscale(d, mode); });
                 });
-}
-
-TEST(GrayRows, EveryPathMatchesThePerPixelFormula) {
-    std::mt19937 random(11);
-    for (auto path : {vx::tone::GrayRowPath::Portable, vx::tone::GrayRowPath::Shuffled}) {
-        if (!vx::tone::GrayRowPathAvailable(path)) continue;
-        for (uint64_t w : {1, 2, 15, 16, 17, 31, 32, 33, 47, 48, 49, 100, 4099})
-            for (bool weighted : {false, true}) {
-                const uint64_t srcStride = Stride(w, 24), dstStride = w + 5, h = 3;  // no bytes past the last row
-                Bytes src(srcStride * h), dst(dstStride * h, 0xEE);
-                for (uint8_t& b : src) b = uint8_t(random());
-                vx::tone::GrayRows(path, weighted, src.data(), srcStride, dst.data(), dstStride, w, h);
-                for (uint64_t y = 0; y < h; ++y)
-                    for (uint64_t x = 0, at = y * srcStride; x < dstStride; ++x, at += 3)
-                        ASSERT_EQ(dst[y * dstStride + x], x < w ? Gray(src[at], src[at + 1], src[at + 2], weighted)
-                                                                : 0xEE)
-                            << "path " << int(path) << " width " << w << " weighted " << weighted << " at " << x;
-            }
-    }
 }
 
 // The pure primaries of the documented example ride along as the first three pixels.
