@@ -231,42 +231,26 @@ struct FilterCase {
 // The refusals both filters share, from a good image of their depth: header, size and argument
 // checks in their order, and the weight limits.
 inline std::vector<FilterCase> SharedCases(const Bytes& good) {
-    const auto with = [&](size_t at, uint32_t v) {
-        Bytes b = good;
-        PutU32(b, at, v);
-        return b;
-    };
     const auto centre = [](int64_t w, int64_t other, int64_t divisor) {
         return std::vector<int64_t>{other, 0, 0, 0, w, 0, 0, 0, 0, divisor};
     };
-    Bytes compressedOdd = with(16, 1);
-    PutU16(compressedOdd, 14, 16);
     const std::vector<int64_t> k3(10, 1), k7(50, 1);
+    const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE;
     return {
-        {"header 12", with(0, 12), 3, 3, {}, IMGERR_PARAMETER},
-        {"header 124", with(0, 124), 3, 3, {}, IMGERR_PARAMETER},
-        {"block under 40 bytes", Bytes(good.begin(), good.begin() + 39), 3, 3, {}, IMGERR_PARAMETER},
-        {"compressed", with(16, 1), 3, 3, {}, IMGERR_COMPRESSED},
-        {"compressed before depth", compressedOdd, 3, 3, {}, IMGERR_COMPRESSED},
-        {"depth 4", with(12, 1 | 4 << 16), 3, 3, {}, IMGERR_BITCOUNT},
-        {"width 0", with(4, 0), 3, 3, {}, IMGERR_DIBSIZE},
-        {"height 0 before parameters", with(8, 0), 9, 9, {}, IMGERR_DIBSIZE},
-        {"top-down", with(8, static_cast<uint32_t>(-4)), 3, 3, {}, IMGERR_DIBSIZE},
-        {"negative width", with(4, static_cast<uint32_t>(-6)), 3, 3, {}, IMGERR_DIBSIZE},
-        {"rows past the block", with(8, 5), 3, 3, {}, IMGERR_DIBSIZE},
-        {"table past the block", with(32, 0x40000000), 3, 3, {}, IMGERR_DIBSIZE},
-        {"type 0", good, 0, 3, k3, IMGERR_PARAMETER}, {"type 7", good, 7, 3, k3, IMGERR_PARAMETER},
-        {"type 1 without kernel", good, 1, 3, {}, IMGERR_PARAMETER},
-        {"type 2 without file", good, 2, 3, k3, IMGERR_PARAMETER}, {"size 2", good, 1, 2, k3, IMGERR_PARAMETER},
-        {"size 8", good, 1, 8, k7, IMGERR_PARAMETER}, {"size 6 smoothing", good, 4, 6, {}, IMGERR_PARAMETER},
-        {"size 6 sharpening", good, 5, 6, {}, IMGERR_PARAMETER},
-        {"size 7 sharpening", good, 6, 7, {}, IMGERR_PARAMETER},
-        {"weight 128", good, 1, 3, centre(128, 0, 0), IMGERR_PARAMETER},
-        {"weight -128", good, 1, 3, centre(-128, 0, 0), IMGERR_PARAMETER},
-        {"positive sum 128", good, 1, 3, centre(100, 28, 1), IMGERR_PARAMETER},
-        {"negative sum 128", good, 1, 3, centre(-100, -28, 1), IMGERR_PARAMETER},
-        {"null handle", kNullHandle, 3, 3, {}, IMGERR_PARAMETER},
-        {"unlockable", kUnlockable, 3, 3, {}, IMGERR_LOCKMEMORY},
+        {"header 12", With(good, 0, 12), 3, 3, {}, P}, {"header 124", With(good, 0, 124), 3, 3, {}, P},
+        {"block under 40 bytes", Cut(good, 39), 3, 3, {}, P}, {"compressed", With(good, 16, 1), 3, 3, {}, IMGERR_COMPRESSED},
+        {"compressed before depth", With(With(good, 16, 1), 12, 1 | 16 << 16), 3, 3, {}, IMGERR_COMPRESSED},
+        {"depth 4", With(good, 12, 1 | 4 << 16), 3, 3, {}, IMGERR_BITCOUNT}, {"width 0", With(good, 4, 0), 3, 3, {}, S},
+        {"height 0 before parameters", With(good, 8, 0), 9, 9, {}, S}, {"top-down", With(good, 8, uint32_t(-4)), 3, 3, {}, S},
+        {"negative width", With(good, 4, uint32_t(-6)), 3, 3, {}, S}, {"rows past the block", With(good, 8, 5), 3, 3, {}, S},
+        {"table past the block", With(good, 32, 0x40000000), 3, 3, {}, S},
+        {"type 0", good, 0, 3, k3, P}, {"type 7", good, 7, 3, k3, P}, {"type 1 without kernel", good, 1, 3, {}, P},
+        {"type 2 without file", good, 2, 3, k3, P}, {"size 2", good, 1, 2, k3, P}, {"size 8", good, 1, 8, k7, P},
+        {"size 6 smoothing", good, 4, 6, {}, P}, {"size 6 sharpening", good, 5, 6, {}, P},
+        {"size 7 sharpening", good, 6, 7, {}, P}, {"weight 128", good, 1, 3, centre(128, 0, 0), P},
+        {"weight -128", good, 1, 3, centre(-128, 0, 0), P}, {"positive sum 128", good, 1, 3, centre(100, 28, 1), P},
+        {"negative sum 128", good, 1, 3, centre(-100, -28, 1), P},
+        {"null handle", kNullHandle, 3, 3, {}, P}, {"unlockable", kUnlockable, 3, 3, {}, IMGERR_LOCKMEMORY},
     };
 }
 

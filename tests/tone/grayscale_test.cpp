@@ -157,28 +157,24 @@ TEST(ConvMonoDIBtoGrayscale, MatchesTheModelForEitherDarkerColour) {
 // The pure primaries of the documented example ride along as the first three pixels.
 TEST(Grayscale, RefusalsInTheirOrderAndTheDocumentedGrays) {
     struct Case { const char* what; Source source; int code, mode = 0; bool mono = false; };
+    const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE, B = IMGERR_BITCOUNT, C = IMGERR_COMPRESSED;
     const Case cases[] = {
-        {"block under 40 bytes", Bytes(39, 40), IMGERR_PARAMETER}, {"biSize 124", With(SeededDib(4, 4, 8), 0, 124), IMGERR_PARAMETER},
-        {"compressed, before the size", With(SeededDib(0, 4, 8), 16, 1), IMGERR_COMPRESSED},
-        {"width 0, before the mode", SeededDib(0, 4, 1), IMGERR_DIBSIZE, 9},
-        {"height 0, before the mode", SeededDib(4, 0, 1), IMGERR_DIBSIZE, 9},
-        {"1-bit mode 3", SeededDib(4, 4, 1), IMGERR_PARAMETER, 3},
-        {"mode -1, before a short block", SeededDib(4, 4, 1, 1, 0, 2), IMGERR_PARAMETER, -1},
-        {"depth 0", SeededDib(4, 4, 0), IMGERR_BITCOUNT}, {"depth 2", SeededDib(4, 4, 2), IMGERR_BITCOUNT},
-        {"depth 16", SeededDib(4, 4, 16), IMGERR_BITCOUNT}, {"depth 32", SeededDib(4, 4, 32), IMGERR_BITCOUNT},
-        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
-        {"one byte short", Cut(SeededDib(9, 5, 24), 179), IMGERR_DIBSIZE},
-        {"table past the block", SeededDib(4, 4, 8, 1, 1u << 30, 4, 256), IMGERR_DIBSIZE},
-        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
-        {"mono: biSize 44", With(SeededDib(4, 4, 1), 0, 44), IMGERR_PARAMETER, 0, true},
-        {"mono: two planes", With(SeededDib(4, 4, 1), 12, 2 | 1 << 16), IMGERR_COMPRESSED, 0, true},
-        {"mono: 4-bit, before the size", SeededDib(0, 4, 4), IMGERR_COMPRESSED, 0, true},
-        {"mono: width 0, before the mode", SeededDib(0, 4, 1), IMGERR_DIBSIZE, 5, true},
-        {"mono: mode 3", SeededDib(4, 4, 1), IMGERR_PARAMETER, 3, true},
-        {"mono: negative height", SeededDib(4, -4, 1), IMGERR_DIBSIZE, 0, true},
-        {"mono: short of its rows", SeededDib(40, 6, 1, 1, 0, 5), IMGERR_DIBSIZE, 1, true},
-        {"mono: null handle", kNullHandle, IMGERR_PARAMETER, 0, true},
-        {"mono: unlockable", kUnlockable, IMGERR_LOCKMEMORY, 0, true},
+        {"block under 40 bytes", Bytes(39, 40), P}, {"biSize 124", With(SeededDib(4, 4, 8), 0, 124), P},
+        {"compressed, before the size", With(SeededDib(0, 4, 8), 16, 1), C},
+        {"width 0, before the mode", SeededDib(0, 4, 1), S, 9}, {"height 0, before the mode", SeededDib(4, 0, 1), S, 9},
+        {"1-bit mode 3", SeededDib(4, 4, 1), P, 3}, {"mode -1, before a short block", SeededDib(4, 4, 1, 1, 0, 2), P, -1},
+        {"depth 0", SeededDib(4, 4, 0), B}, {"depth 2", SeededDib(4, 4, 2), B}, {"depth 16", SeededDib(4, 4, 16), B},
+        {"depth 32", SeededDib(4, 4, 32), B}, {"negative height", SeededDib(4, -4, 8), S},
+        {"one byte short", Cut(SeededDib(9, 5, 24), 179), S},
+        {"table past the block", SeededDib(4, 4, 8, 1, 1u << 30, 4, 256), S},
+        {"null handle", kNullHandle, P}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+        {"mono: biSize 44", With(SeededDib(4, 4, 1), 0, 44), P, 0, true},
+        {"mono: two planes", With(SeededDib(4, 4, 1), 12, 2 | 1 << 16), C, 0, true},
+        {"mono: 4-bit, before the size", SeededDib(0, 4, 4), C, 0, true},
+        {"mono: width 0, before the mode", SeededDib(0, 4, 1), S, 5, true},
+        {"mono: mode 3", SeededDib(4, 4, 1), P, 3, true}, {"mono: negative height", SeededDib(4, -4, 1), S, 0, true},
+        {"mono: short of its rows", SeededDib(40, 6, 1, 1, 0, 5), S, 1, true},
+        {"mono: null handle", kNullHandle, P, 0, true}, {"mono: unlockable", kUnlockable, IMGERR_LOCKMEMORY, 0, true},
     };
     ExpectRefusals(Reports::kModuleCode, cases, [](HDIB d, const Case& c, auto) {
         return c.mono ? ConvMonoDIBtoGrayscale(d, c.mode) : ConvColorDIBtoGrayscale(d, c.mode, TRUE);
