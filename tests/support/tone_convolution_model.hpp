@@ -127,18 +127,6 @@ inline std::vector<int64_t> EntriesRead(Bytes file, size_t bytes) {
     return seen;
 }
 
-// Checks one filter call, call(handle, &error), against its model: no error, in place the
-// source handle comes back, the bytes are the expected ones, and a new DIB leaves the source
-// as it was.
-template <typename Call>
-void ExpectFiltered(const Bytes& src, bool newDib, const Bytes& expected, Call call) {
-    DWORD error = kWordUntouched;
-    const Outcome o = CallOn(src, [&](HDIB dib) { HDIB out = call(dib, &error); EXPECT_EQ(out == dib, !newDib); return out; });
-    ASSERT_EQ(error, DWORD{IMGERR_SUCCESS});
-    EXPECT_EQ(o.result, expected);
-    EXPECT_TRUE(o.sourceUnchanged || !newDib);
-}
-
 // biSizeImage varied by the seed: 0 (size from the stride), halved (rows dropped) or longer
 // by `longBy` (a zero tail).
 inline void VarySizeImage(Bytes& src, uint32_t seed, uint32_t longBy) {

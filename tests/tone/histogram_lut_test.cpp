@@ -220,14 +220,9 @@ TEST_F(Tables, ApplyLutMatchesTheByteModel) {
             if (s[3] >= 0) PutU32(src, 20, static_cast<uint32_t>(s[3]));
             Table table;
             for (auto& v : table) v = static_cast<uint8_t>(random());
-            Block dib(BlockFrom(src)), lut(BlockFrom(Of(table)));
-            DWORD error = 99;
-            HDIB out = ApplyLUT(dib.get(), lut.get(), newDib, &error);
-            Block owned(newDib ? out : nullptr);
-            ASSERT_EQ(out == dib.get(), !newDib);
-            EXPECT_EQ(error, 0u);
-            EXPECT_EQ(BlockBytes(out), ModelApply(src, table, newDib));
-            EXPECT_EQ(BlockBytes(dib.get()) == src, newDib != 0);
+            Block lut(BlockFrom(Of(table)));
+            ExpectNewOrInPlace(src, newDib, ModelApply(src, table, newDib),
+                               [&](HDIB dib, DWORD* error) { return ApplyLUT(dib, lut.get(), newDib, error); });
         }
 }
 
@@ -249,18 +244,12 @@ TEST_F(Tables, ModesAndWhatTheyReturn) {
 // counters, the stored origin, the table and the image as they were, and the image unlocked.
 TEST_F(Tables, RefusalsInCheckOrder) {
     const Bytes good = Dib8(300, 280, 3);
-    auto with = [&](std::initializer_list<std::pair<size_t, uint32_t>> fields, size_t cut = 0) {
-        Bytes b = good;
-        for (const auto& [at, v] : fields) PutU32(b, at, v);
-        b.resize(b.size() - cut);
-        return b;
-    };
     const std::pair<Bytes, DWORD> images[] = {
-        {with({}, good.size() - 39), IMGERR_PARAMETER}, {with({{0, 108}, {16, 1}}), IMGERR_PARAMETER},
-        {with({{16, 1}, {14, 4 | 1 << 16}}), IMGERR_COMPRESSED}, {with({{14, 24}, {4, 0}}), IMGERR_BITCOUNT},
-        {with({{4, 0}}), IMGERR_DIBSIZE}, {with({{8, 0}}), IMGERR_DIBSIZE}, {with({}, 1), IMGERR_DIBSIZE},
-        {with({{32, 0x40000000}}), IMGERR_DIBSIZE}, {with({{4, 0x20000000}, {8, 1}}), IMGERR_DIBSIZE},
-        {with({{8, static_cast<uint32_t>(-280)}, {20, 0}}), IMGERR_NOMEMORY},  // new DIB only: 32-bit size wraps
+        {Cut(good, 39), IMGERR_PARAMETER}, {With(With(good, 0, 108), 16, 1), IMGERR_PARAMETER},
+        {With(With(good, 16, 1), 14, 4 | 1 << 16), IMGERR_COMPRESSED}, {With(With(good, 14, 24), 4, 0), IMGERR_BITCOUNT},
+        {With(good, 4, 0), IMGERR_DIBSIZE}, {With(good, 8, 0), IMGERR_DIBSIZE}, {Cut(good, good.size() - 1), IMGERR_DIBSIZE},
+        {With(good, 32, 0x40000000), IMGERR_DIBSIZE}, {With(With(good, 4, 0x20000000), 8, 1), IMGERR_DIBSIZE},
+        {With(With(good, 8, uint32_t(-280)), 20, 0), IMGERR_NOMEMORY},  // new DIB only: 32-bit size wraps
     };
     Block okDib(BlockFrom(good)), hist(Create(false)), lut(Create(true)), none(GlobalAlloc(GMEM_MOVEABLE, 0));
     Block shortHist(BlockFrom(Bytes(511, 0))), shortLut(BlockFrom(Bytes(255, 0)));
