@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstdlib>
 
-#include "geometry_corners.hpp"
+#include "export_calls.hpp"
 
 using namespace vxtest;
 
@@ -71,16 +71,14 @@ TEST(SkewDIB, MatchesThePerPixelShearForEveryDepthAndOffset) {
                                                     << " direction " << direction << " offset " << d << " seed " << seed);
                     const Bytes src = PackedDib(
                         {size[0], size[1], static_cast<uint16_t>(bits), seed % 3 == 0 && bits <= 8 ? 2u : 0u, false, seed});
-                    int expectedCorners[8];
-                    const Bytes expected = ReferenceSkew(src, direction != 0, d, expectedCorners);
-                    vxtest::geometry::ExpectModelResult(src, expected, expectedCorners, [&](HDIB dib, int* corners) {
-                        DWORD error = 77;
-                        SetImgError(IMGERR_IO);
-                        HDIB out = SkewDIB(dib, direction, d, &error, corners);
-                        EXPECT_EQ(error, 77u);                  // success leaves the cell alone...
-                        EXPECT_EQ(ImgError(), IMGERR_SUCCESS);  // ...and clears the module code
-                        return out;
-                    });
+                    int want[8], got[8];
+                    DWORD error = 77;
+                    const Bytes expected = ReferenceSkew(src, direction != 0, d, want);
+                    const Outcome o = CallOn(src, [&](HDIB dib) { return SkewDIB(dib, direction, d, &error, got); });
+                    ASSERT_EQ(o.result, expected);
+                    EXPECT_TRUE(std::equal(got, got + 8, want));
+                    EXPECT_EQ(error, 77u);  // success leaves the cell alone, clears the module code, keeps the lock
+                    EXPECT_TRUE(o.moduleCode == IMGERR_SUCCESS && o.sourceUnchanged && o.sourceLocked);
                 }
 }
 

@@ -124,10 +124,4 @@ void ExpectRefusals(Reports where, const Cases& cases, Call call) {
 // The plain case, for families without arguments of their own.
 struct Refusal { const char* what; Source source; int code; bool leftLocked = false; };
 
-// Whether `dib` is still locked; the probe's own lock is released again.
-inline bool LockHeld(HGLOBAL dib) {
-    GlobalLock(dib);
-    return GlobalUnlock(dib) != FALSE;
-}
-
 }  // namespace vxtest

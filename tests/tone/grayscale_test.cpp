@@ -65,8 +65,7 @@ struct MonoModel {
 };
 
 void Ramp(Bytes& out, bool descending) {
-    for (size_t i = 0; i < 256; ++i)
-        out[40 + 4 * i] = out[41 + 4 * i] = out[42 + 4 * i] = uint8_t(descending ? 255 - i : i);
+    for (size_t i = 0; i < 256; ++i) out[40 + 4 * i] = out[41 + 4 * i] = out[42 + 4 * i] = uint8_t(descending ? 255 - i : i);
 }
 
 Bytes ColorModel(const Bytes& src, int monoMode, bool weighted) {
