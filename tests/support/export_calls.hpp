@@ -73,7 +73,7 @@ template <typename Call>
 void ExpectResult(const Bytes& source, const Bytes& expected, bool keepsLock, Call call) {
     const Outcome o = CallOn(source, call);
     ASSERT_EQ(o.moduleCode, IMGERR_SUCCESS);
-    ASSERT_EQ(o.result, expected);
+    ASSERT_NO_FATAL_FAILURE(ExpectSameBytes(o.result, expected));
     EXPECT_TRUE(o.sourceUnchanged);
     EXPECT_EQ(o.sourceLocked, keepsLock);
 }
