@@ -12,11 +12,7 @@ using namespace vxtest;
 namespace {
 
 // A file that starts with `head` and is zero after it, `size` bytes long.
-Bytes Head(const std::string& head, size_t size = 64) {
-    Bytes b(std::max(size, head.size()), 0);
-    std::copy(head.begin(), head.end(), b.begin());
-    return b;
-}
+Bytes Head(const std::string& head, size_t size = 64) { Bytes b = Text(head); return b.resize(std::max(size, b.size())), b; }
 
 }  // namespace
 

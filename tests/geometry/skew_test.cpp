@@ -111,9 +111,8 @@ TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
         EXPECT_EQ(corners[0] != -1, c.cornersWritten);
         return out;
     });
-    SetImgError(IMGERR_SUCCESS);  // without a cell, the module code alone
-    EXPECT_EQ(SkewDIB(nullptr, 1, 1, nullptr, nullptr), nullptr);
-    EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
+    // Without a cell, the module code alone.
+    EXPECT_EQ(CallOn(kNullHandle, [](HDIB d) { return SkewDIB(d, 1, 1, nullptr, nullptr); }).moduleCode, IMGERR_PARAMETER);
 }
 
 }  // namespace
