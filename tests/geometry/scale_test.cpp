@@ -42,10 +42,7 @@ using Plane = std::vector<std::vector<int>>;  // [stored row][column]
 int T(int w, int v) { return (w * v + 128) / 255; }
 int Clip(int v) { return std::clamp(v, 0, 255); }
 
-struct Taps {
-    int p;
-    int w[4];  // bilinear: weights of p and p + 1; cubic: w0..w3 of p - 1 .. p + 2
-};
+struct Taps { int p, w[4]; };  // bilinear: weights of p and p + 1; cubic: w0..w3 of p - 1 .. p + 2
 
 Taps BilinearAt(int64_t i, int64_t src, int64_t dst) {
     const int w = int((255 * (i * src % dst) + dst / 2) / dst);

@@ -199,9 +199,7 @@ struct FilterCase { std::string what; Source source; int type, size; std::vector
 // The refusals both filters share, from a good image of their depth: header, size and argument
 // checks in their order, and the weight limits.
 inline std::vector<FilterCase> SharedCases(const Bytes& good) {
-    const auto centre = [](int64_t w, int64_t other, int64_t divisor) {
-        return std::vector<int64_t>{other, 0, 0, 0, w, 0, 0, 0, 0, divisor};
-    };
+    const auto centre = [](int64_t w, int64_t other, int64_t d) { return std::vector<int64_t>{other, 0, 0, 0, w, 0, 0, 0, 0, d}; };
     const std::vector<int64_t> k3(10, 1), k7(50, 1);
     const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE;
     return {

@@ -12,9 +12,7 @@ using namespace vxtest;
 
 namespace {
 
-int Gray(int b, int g, int r, bool weighted) {
-    return weighted ? int(unsigned((g * 5 + b) * 3 + r * 8) / 26u) : (b + g + r) / 3;
-}
+int Gray(int b, int g, int r, bool weighted) { return weighted ? int(unsigned((g * 5 + b) * 3 + r * 8) / 26u) : (b + g + r) / 3; }
 
 const int k3[3][3] = {{8, 31, 8}, {31, 99, 31}, {8, 31, 8}};
 const int k5[5][5] = {{0, 3, 7, 3, 0}, {3, 16, 25, 16, 3}, {7, 25, 39, 25, 7}, {3, 16, 25, 16, 3}, {0, 3, 7, 3, 0}};
