@@ -28,10 +28,10 @@ Bytes BlockModel(const Bytes& dib, int depth, bool sharp) {
             else n = 0;
             const int k = s / 255, rest = s % 255;
             int first = 0, last = 3;
-            for (int i = 0; i < 4; ++i)
+            for (int i = 0; i < 4; ++i) {
                 if (v[i] > v[first]) first = i;
-            for (int i = 0; i < 4; ++i)
                 if (v[i] <= v[last]) last = i;
+            }
             int m[2], count = 0;
             for (int i = 0; i < 4; ++i)
                 if (i != first && i != last) m[count++] = i;

@@ -1,8 +1,7 @@
 // DitherFS4 and DitherJJN: every result byte against a plain model of the documented error
 // diffusion (one block of 16-bit error rows, shares added or stored in place, the row moves),
-// worked examples, the exact divisions, and the refusals.
+// worked examples, and the refusals.
 
-#include "dither/dither_frame.hpp"
 #include "dither_frame_model.hpp"
 
 using namespace vxtest;
@@ -65,14 +64,6 @@ Bytes DiffusionModel(const Bytes& dib, int depth, bool jjn) {
         if (y + 1 < f.h) f.load(y + 1, false);
     }
     return f.result();
-}
-
-TEST(ErrorDiffusion, DivisionsTruncateTowardZeroForEveryShare) {
-    for (int32_t e = -32768; e <= 32767; ++e)
-        for (int32_t weight : {1, 3, 5, 7}) {
-            ASSERT_EQ(vx::dither::Div16(e * weight), e * weight / 16) << e << " x " << weight;
-            ASSERT_EQ(vx::dither::Div48(e * weight), e * weight / 48) << e << " x " << weight;
-        }
 }
 
 TEST(ErrorDiffusion, BothExportsMatchTheModel) {

@@ -59,10 +59,9 @@ TEST(LoadColorFaxPage, OnePlaneFilePerPlaneMergesIntoTheFixedTable) {
     };
     TempDir dir;
     uint32_t seed = 1;
+    const auto S = [](auto v) { return std::to_string(v); };
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.width) + "x" + std::to_string(c.height) + ", " + std::to_string(c.planes) +
-                     " planes, seed " + std::to_string(seed));
-        const auto S = [](auto v) { return std::to_string(v); };
+        SCOPED_TRACE(S(c.width) + "x" + S(c.height) + ", " + S(c.planes) + " planes, seed " + S(seed));
         std::vector<Bytes> blocks;
         std::vector<DibShape> shapes{{c.width, c.height, 1}};
         shapes.insert(shapes.end(), c.others.begin(), c.others.end());
@@ -83,12 +82,10 @@ TEST(LoadColorFaxPage, OnePlaneFilePerPlaneMergesIntoTheFixedTable) {
                          S(c.planes) + "\r\nFiles=" + S((c.firstPage + 1) * c.planes) + "\r\n",
                      "[Page" + S(3 - c.firstPage) + "]\r\n" + page2 + "[Page" + S(2 - c.firstPage) + "]\r\n" + page1)));
         int status = 17;
-        SetImgError(IMGERR_NOTHINGTODO);
-        Block page(LoadColorFaxPage(set.c_str(), 2, &status));
-        ASSERT_NE(page, nullptr);
+        const Outcome page = CallOn(kNullHandle, [&](HDIB) { return LoadColorFaxPage(set.c_str(), 2, &status); });
         const bool missing = std::any_of(blocks.begin(), blocks.end(), [](const Bytes& b) { return b.empty(); });
-        EXPECT_EQ(BlockBytes(page.get()), ModelPage(blocks));
-        EXPECT_EQ(ImgError(), missing ? IMGERR_FILEFORMAT : IMGERR_NOTHINGTODO);  // a failed plane's code stands
+        EXPECT_EQ(page.result, ModelPage(blocks));
+        EXPECT_EQ(page.moduleCode, missing ? IMGERR_FILEFORMAT : kUntouched);  // a failed plane's code stands
         EXPECT_EQ(status, missing ? 9 : 17);
     }
 }
@@ -160,14 +157,12 @@ TEST(LoadColorFaxPage, RefusalsAndTheirCodes) {
                                     "\r\n[Page1]\r\nPlane0=" + plane0 + "\r\nPlane1=" + plane + "\r\n"));
     };
     const std::string good = set("good.cfx", plane);
+    const int N = IMGERR_NOTHINGTODO, F = IMGERR_FILEFORMAT;
     const struct { const char* what; std::string file; int page; int code; int status; } cases[] = {
-        {"missing set", dir.path("absent.cfx"), 1, IMGERR_OPENFILE, 3}, {"page 0", good, 0, IMGERR_NOTHINGTODO, 17},
-        {"page past the last", good, 4, IMGERR_NOTHINGTODO, 17},
-        {"BitsPixel 8", set("deep.cfx", plane, "BitsPixel=8"), 1, IMGERR_NOTHINGTODO, 17},
-        {"no BitsPixel", set("nobits.cfx", plane, ""), 1, IMGERR_NOTHINGTODO, 17},
-        {"first plane missing", set("noplane.cfx", dir.path("absent.bmp")), 1, IMGERR_FILEFORMAT, 9},
-        {"first plane upside down", set("topdown.cfx", topDown), 1, IMGERR_NOTHINGTODO, 17},
-        {"set naming itself", set("self.cfx", dir.path("self.cfx")), 1, IMGERR_FILEFORMAT, 9},
+        {"missing set", dir.path("absent.cfx"), 1, IMGERR_OPENFILE, 3}, {"page 0", good, 0, N, 17}, {"page past the last", good, 4, N, 17},
+        {"BitsPixel 8", set("deep.cfx", plane, "BitsPixel=8"), 1, N, 17}, {"no BitsPixel", set("nobits.cfx", plane, ""), 1, N, 17},
+        {"first plane missing", set("noplane.cfx", dir.path("absent.bmp")), 1, F, 9},
+        {"first plane upside down", set("topdown.cfx", topDown), 1, N, 17}, {"set naming itself", set("self.cfx", dir.path("self.cfx")), 1, F, 9},
     };
     ExpectRefusals(Reports::kModuleCode, cases, [](HDIB, const auto& c, auto) {
         int status = 17;

@@ -12,11 +12,7 @@ using namespace vxtest;
 namespace {
 
 // A file that starts with `head` and is zero after it, `size` bytes long.
-Bytes Head(const std::string& head, size_t size = 64) {
-    Bytes b(std::max(size, head.size()), 0);
-    std::copy(head.begin(), head.end(), b.begin());
-    return b;
-}
+Bytes Head(const std::string& head, size_t size = 64) { Bytes b = Text(head); return b.resize(std::max(size, b.size())), b; }
 
 }  // namespace
 
@@ -30,30 +26,24 @@ TEST(GetImageFormat, SignaturesAreTestedInTheirOrder) {
     Bytes hiddenCals = cals, emf = with(88, 0, 40, " EMF");
     hiddenCals[50] = 0, emf[0] = 1;  // the CALS search stops at a zero byte
     const struct { const char* name; Bytes bytes; int format; } cases[] = {
-        {"intel.tif", Head("II*"), FMT_TIFF}, {"motorola.tif", Head("MM"), FMT_TIFF},
-        {"page.pcx", Head("\x0A\x05\x01"), FMT_PCX}, {"jpeg-looking.pcx", Head("\x0A\xD8\xFF"), FMT_PCX},
-        {"GIF87a.tif", Head("\x0A" "GIF87a"), FMT_PCX}, {"pages.dcx", Head("\xB1\x68\xDE\x3A"), FMT_DCX},
-        {"old.gif", Head("GIF87a"), FMT_GIF}, {"new.gif", Head("GIF89a"), FMT_GIF},
-        {"odd.gif", Head("GIF88a"), FMT_UNKNOWN}, {"image.bmp", PlainBmp({5, 3, 8}), FMT_BMP},
-        {"bitmap.tga", PlainBmp({5, 3, 8}), FMT_BMP},  // signatures come before the name
+        // Signatures come before the name, the TGA name test (three characters, no dot needed)
+        // before JPEG's signature, CALS before text; the CALS ':' of late.cal is the last byte
+        // read, edge.txt has the last pair the text test can see, late.txt one past the 512
+        // bytes read; all eight bytes of short.png are text.
+        {"intel.tif", Head("II*"), FMT_TIFF}, {"motorola.tif", Head("MM"), FMT_TIFF}, {"page.pcx", Head("\x0A\x05\x01"), FMT_PCX},
+        {"jpeg-looking.pcx", Head("\x0A\xD8\xFF"), FMT_PCX}, {"GIF87a.tif", Head("\x0A" "GIF87a"), FMT_PCX},
+        {"pages.dcx", Head("\xB1\x68\xDE\x3A"), FMT_DCX}, {"old.gif", Head("GIF87a"), FMT_GIF}, {"new.gif", Head("GIF89a"), FMT_GIF},
+        {"odd.gif", Head("GIF88a"), FMT_UNKNOWN}, {"image.bmp", PlainBmp({5, 3, 8}), FMT_BMP}, {"bitmap.tga", PlainBmp({5, 3, 8}), FMT_BMP},
         {"clip.clp", Head("\x50\xC3\x02"), FMT_CLP}, {"placeable.wmf", Head("\xD7\xCD\xC6\x9A"), FMT_WMF},
         {"plain.wmf", Head(std::string("\x01\x00\x09\x00", 4)), FMT_WMF}, {"enhanced.emf", emf, FMT_EMF},
-        {"no-signature.Tga", Head("\x01\x02"), FMT_TGA},
-        {"tga", Head("\x01\x02"), FMT_TGA},  // three characters are enough, no dot needed
-        {"xtGA", Head("\x01\x02"), FMT_TGA},
-        {"jpeg.tga", Head("\xFF\xD8\xFF"), FMT_TGA},  // the name test comes before JPEG's
-        {"photo.jpg", Head("\xFF\xD8\xFF\xE0"), FMT_JPEG}, {"drawing.cal", cals, FMT_CALS},
-        {"text.cal", Text("srcdocid: a\r\n"), FMT_CALS},  // CALS comes before text
-        {"hidden.cal", hiddenCals, FMT_UNKNOWN},
-        {"late.cal", with(512, 'a', 503, "srcdocid:"), FMT_UNKNOWN},  // its ':' is the last byte read
-        {"notes.txt", Text("hello\tworld\r\nsecond line\r\n"), FMT_TEXT},
-        {"edge.txt", with(512, 'a', 510, "\r\n"), FMT_TEXT},  // the last pair the text test can see
-        {"late.txt", with(600, 'a', 511, "\r\n"), FMT_UNKNOWN},  // past the 512 bytes read
+        {"no-signature.Tga", Head("\x01\x02"), FMT_TGA}, {"tga", Head("\x01\x02"), FMT_TGA}, {"xtGA", Head("\x01\x02"), FMT_TGA},
+        {"jpeg.tga", Head("\xFF\xD8\xFF"), FMT_TGA}, {"photo.jpg", Head("\xFF\xD8\xFF\xE0"), FMT_JPEG}, {"drawing.cal", cals, FMT_CALS},
+        {"text.cal", Text("srcdocid: a\r\n"), FMT_CALS}, {"hidden.cal", hiddenCals, FMT_UNKNOWN},
+        {"late.cal", with(512, 'a', 503, "srcdocid:"), FMT_UNKNOWN}, {"notes.txt", Text("hello\tworld\r\nsecond line\r\n"), FMT_TEXT},
+        {"edge.txt", with(512, 'a', 510, "\r\n"), FMT_TEXT}, {"late.txt", with(600, 'a', 511, "\r\n"), FMT_UNKNOWN},
         {"unix.txt", Text("hello\nworld\n"), FMT_UNKNOWN}, {"control.txt", Text("hello\x05\r\n"), FMT_UNKNOWN},
-        {"high.txt", Text("caf\xE9\r\n"), FMT_TEXT},
-        {"short.png", Text("\x89PNG\r\n\x1A\n"), FMT_TEXT},  // all eight bytes are text
-        {"image.png", Head("\x89PNG\r\n\x1A\n"), FMT_PNG}, {"empty.bin", Bytes{}, FMT_UNKNOWN},
-        {"nothing.bin", Head("\x01\x02\x03"), FMT_UNKNOWN},
+        {"high.txt", Text("caf\xE9\r\n"), FMT_TEXT}, {"short.png", Text("\x89PNG\r\n\x1A\n"), FMT_TEXT},
+        {"image.png", Head("\x89PNG\r\n\x1A\n"), FMT_PNG}, {"empty.bin", Bytes{}, FMT_UNKNOWN}, {"nothing.bin", Head("\x01\x02\x03"), FMT_UNKNOWN},
     };
     TempDir dir;
     for (const auto& c : cases) {
@@ -142,13 +132,10 @@ TEST(SaveDIBInImageFormat, ModulesGetTheirEntryPointsAndArguments) {
     TempDir dir;
     Block dib(MakeDib({7, 3, 8}));
     const struct { int format; int option, param; int result; const char* recorded; } cases[] = {
-        {FMT_TIFF, 2, 5, 11, "VXTIFW|SaveDIBInTiffFormat|dib=given|5,1\n"},
-        {FMT_PCX, 2, 5, 13, "VXPCXW|SaveDIBInPCXFormat|dib=given|param=5\n"},
+        {FMT_TIFF, 2, 5, 11, "VXTIFW|SaveDIBInTiffFormat|dib=given|5,1\n"}, {FMT_PCX, 2, 5, 13, "VXPCXW|SaveDIBInPCXFormat|dib=given|param=5\n"},
         {FMT_GIF, 2, 5, 16, "VXGIFW|SaveDIBInGIFFormat|dib=given|option=2|param=5\n"},
-        {FMT_TGA, 2, 5, 17, "VXTGAW|SaveDIBInTGAFormat|dib=given|1,1\n"},
-        {FMT_TGA, 2, -1, 17, "VXTGAW|SaveDIBInTGAFormat|dib=given|1,1\n"},
-        {FMT_TGA, 2, 0, 17, "VXTGAW|SaveDIBInTGAFormat|dib=given|0,1\n"},
-        {FMT_CALS, 2, 5, 12, "VXTIFW|SAVEDIBINCALSFORMAT|dib=given|0,0,0\n"},
+        {FMT_TGA, 2, 5, 17, "VXTGAW|SaveDIBInTGAFormat|dib=given|1,1\n"}, {FMT_TGA, 2, -1, 17, "VXTGAW|SaveDIBInTGAFormat|dib=given|1,1\n"},
+        {FMT_TGA, 2, 0, 17, "VXTGAW|SaveDIBInTGAFormat|dib=given|0,1\n"}, {FMT_CALS, 2, 5, 12, "VXTIFW|SAVEDIBINCALSFORMAT|dib=given|0,0,0\n"},
         {FMT_JPEG, 2, 5, 18, "VXJPGW|SaveDIBInJPEGFile|dib=given|75\n"},
         // A new DCX file is made first; the two calls share the library's copy of param.
         {FMT_DCX, 2, 5, 15,

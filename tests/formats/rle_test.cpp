@@ -136,9 +136,7 @@ TEST(CompressDIB, WorkedStreams) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.bits << "-bit " << c.w << "x" << c.h);
-        const Outcome o = CallOn(Dib(c.w, c.h, c.bits, 0, c.rows), CompressDIB);
-        EXPECT_EQ(o.result, Dib(c.w, c.h, c.bits, Rle(c.bits), c.stream));
-        EXPECT_EQ(o.moduleCode, IMGERR_SUCCESS);
+        ExpectResult(Dib(c.w, c.h, c.bits, 0, c.rows), Dib(c.w, c.h, c.bits, Rle(c.bits), c.stream), false, CompressDIB);
     }
     // Width 4, each row's last pixel equal to the next row's first: ten bytes a row, more than the
     // historic scratch block of (height + 1) * stride * 2 + 2 bytes.

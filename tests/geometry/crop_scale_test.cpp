@@ -17,15 +17,11 @@ using CropFn = HDIB (*)(const LockedDib&, int, int, int, int, int, int);
 
 CropFn Member(int bits) { return bits == 1 ? CropScale1 : bits == 4 ? CropScale4 : bits == 8 ? CropScale8 : CropScale24; }
 
-LockedDib View(const Bytes& b) {
-    auto view = ViewPackedDib(b.data(), b.size());
-    EXPECT_TRUE(view.has_value());
-    return view.value_or(LockedDib{});
-}
+LockedDib View(const Bytes& b) { return ViewPackedDib(b.data(), b.size()).value(); }  // throws, failing the test, if refused
 
 TEST(CropScale, EveryDepthMatchesThePixelModel) {
     const struct { int w, h; } images[] = {{1, 1}, {7, 5}, {33, 9}, {64, 20}, {100, 3}};
-    for (int bits : {1, 4, 8, 24}) {
+    for (int bits : {1, 4, 8, 24})
         for (const auto& im : images) {
             std::mt19937 random(uint32_t(bits * 100 + im.w));
             const Bytes src = SeededDib(im.w, im.h, uint16_t(bits), uint32_t(im.w + bits));
@@ -44,16 +40,14 @@ TEST(CropScale, EveryDepthMatchesThePixelModel) {
                 EXPECT_EQ(BlockBytes(dispatched.get()), BlockBytes(out.get()));
             }
         }
-    }
 }
 
 TEST(CropScale, RefusesWhatItCannotRead) {
     const Bytes src = SeededDib(20, 10, 8, 6);
     const LockedDib view = View(src);
     struct Case { const char* what; int x0, y0, w, h, outW, outH; } cases[] = {
-        {"x0 negative", -1, 0, 5, 5, 5, 5},   {"y0 negative", 0, -1, 5, 5, 5, 5},
-        {"x0 at the width", 20, 0, 5, 5, 5, 5}, {"y0 at the height", 0, 10, 5, 5, 5, 5},
-        {"zero width", 0, 0, 0, 5, 5, 5},      {"zero height", 0, 0, 5, 0, 5, 5},
+        {"x0 negative", -1, 0, 5, 5, 5, 5}, {"y0 negative", 0, -1, 5, 5, 5, 5}, {"x0 at the width", 20, 0, 5, 5, 5, 5},
+        {"y0 at the height", 0, 10, 5, 5, 5, 5}, {"zero width", 0, 0, 0, 5, 5, 5}, {"zero height", 0, 0, 5, 0, 5, 5},
         {"zero output width", 0, 0, 5, 5, 0, 5}, {"negative output height", 0, 0, 5, 5, 5, -2},
         {"over 4 GiB", 0, 0, 5, 5, 70000, 70000},
     };

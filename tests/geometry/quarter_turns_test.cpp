@@ -37,10 +37,8 @@ Bytes Reference(Op op, const Bytes& src) {
     const uint32_t s = Stride(w, rowBits), d = turn ? Stride(h, rowBits) : s;
     Bytes out(table + uint64_t{d} * (turn ? w : h) + 4, 0);
     std::memcpy(out.data(), src.data(), table);
-    if (turn) {
-        for (auto [at, v] : {std::pair{4u, h}, {8u, w}, {24u, GetU32(src, 28)}, {28u, GetU32(src, 24)}, {20u, d * w}})
-            PutU32(out, at, v);
-    }
+    for (auto [at, v] : {std::pair{4u, h}, {8u, w}, {24u, GetU32(src, 28)}, {28u, GetU32(src, 24)}, {20u, d * w}})
+        if (turn) PutU32(out, at, v);
     const uint8_t* in = src.data() + table;
     uint8_t* res = out.data() + table;
     auto row = [&](uint8_t* base, uint32_t stride, uint32_t r) { return base + uint64_t{r} * stride; };
@@ -81,16 +79,14 @@ TEST(OrthogonalTransforms, EveryByteMatchesTheDocumentedLoops) {
     std::vector<Shape> shapes;
     for (uint16_t bits : {1, 4, 8, 24, 16, 32}) {
         for (auto [w, h] : {std::pair{1, 1}, {1, 7}, {3, 1}, {7, 3}, {9, 32}, {31, 8}, {33, 4}, {63, 5},
-                            {65, 6}, {64, 64}, {130, 67}, {200, 33}, {17, 130}})
-            shapes.push_back({w, h, bits});
+                            {65, 6}, {64, 64}, {130, 67}, {200, 33}, {17, 130}}) shapes.push_back({w, h, bits});
         shapes.push_back({1100, 70, bits});
     }
     // Rows twice as wide as their pixels, a longer header read as 40 bytes, a short table,
     // and empty images.
     for (Shape s : {Shape{9, 5, 1, 2}, Shape{13, 6, 4, 3}, Shape{7, 5, 8, 2}, Shape{5, 9, 24, 2},
                     Shape{10, 7, 8, 1, 108, 20}, Shape{6, 6, 4, 1, 40, 3}, Shape{0, 5, 8}, Shape{5, 0, 24},
-                    Shape{6, 3, 2}, Shape{4, 4, 0}})
-        shapes.push_back(s);
+                    Shape{6, 3, 2}, Shape{4, 4, 0}}) shapes.push_back(s);
     uint32_t seed = 0;
     for (const Shape& shape : shapes) {
         const Bytes source = RandomDib(shape, ++seed);
@@ -99,8 +95,7 @@ TEST(OrthogonalTransforms, EveryByteMatchesTheDocumentedLoops) {
                                             << shape.bits << " planes " << shape.planes << " seed " << seed);
             const Outcome o = CallOn(source, op);
             ASSERT_NO_FATAL_FAILURE(ExpectSameBytes(o.result, Reference(op, source)));
-            EXPECT_TRUE(o.sourceUnchanged && !o.sourceLocked);
-            EXPECT_EQ(o.moduleCode, kUntouched);
+            EXPECT_TRUE(o.sourceUnchanged && !o.sourceLocked && o.moduleCode == kUntouched);
         }
     }
 }

@@ -4,7 +4,7 @@
 #include <climits>
 #include <cmath>
 
-#include "geometry_corners.hpp"
+#include "export_calls.hpp"
 #include "pixels.hpp"
 
 using namespace vxtest;
@@ -105,14 +105,13 @@ TEST(RotateDIB, MatchesThePerPixelWalkForEveryDepthAngleAndMode) {
                     SCOPED_TRACE(testing::Message() << bits << " bits " << size[0] << "x" << size[1]
                                                     << " angle " << angle << " mode " << mode << " seed " << seed);
                     const Bytes src = Image(size[0], size[1], bits, seed, seed % 3 == 0 && bits == 8 ? 20 : 0);
-                    int expectedCorners[8];
-                    const Bytes expected = ReferenceRotate(src, angle, mode, expectedCorners);
-                    vxtest::geometry::ExpectModelResult(src, expected, expectedCorners, [&](HDIB dib, int* corners) {
-                        DWORD status = 77;
-                        HDIB out = RotateDIB(dib, angle, mode, &status, corners);
-                        EXPECT_EQ(status, 0u);
-                        return out;
-                    });
+                    int want[8], got[8];
+                    DWORD status = 77;
+                    const Bytes expected = ReferenceRotate(src, angle, mode, want);
+                    const Outcome o = CallOn(src, [&](HDIB dib) { return RotateDIB(dib, angle, mode, &status, got); });
+                    ASSERT_EQ(o.result, expected);
+                    EXPECT_TRUE(std::equal(got, got + 8, want));
+                    EXPECT_TRUE(status == 0 && o.sourceUnchanged && o.sourceLocked);  // the export keeps its lock
                 }
 }
 
@@ -133,12 +132,10 @@ TEST(RotateDIB, QuarterTurnOfASmallPicture) {
 
 TEST(RotateDIB, RefusalsStoreTheirStatusAndLeaveTheModuleCodeAndSourceLock) {
     const Bytes good = Image(10, 6, 8, 2);
-    auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
     const struct { const char* what; Source source; int code; bool cornersWritten = false; } cases[] = {
-        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), ROTATE_ERR_PARAMETER},
-        {"core header", with(0, 12), ROTATE_ERR_PARAMETER}, {"RLE8", with(16, 1), ROTATE_ERR_COMPRESSED},
-        {"width 65536 (low 16 bits 0)", with(4, 65536), ROTATE_ERR_SIZE}, {"height 0", with(8, 0), ROTATE_ERR_SIZE},
-        {"block one byte short", Bytes(good.begin(), good.end() - 1), ROTATE_ERR_SIZE},
+        {"header only 39 bytes", Cut(good, 39), ROTATE_ERR_PARAMETER}, {"core header", With(good, 0, 12), ROTATE_ERR_PARAMETER},
+        {"RLE8", With(good, 16, 1), ROTATE_ERR_COMPRESSED}, {"width 65536 (low 16 bits 0)", With(good, 4, 65536), ROTATE_ERR_SIZE},
+        {"height 0", With(good, 8, 0), ROTATE_ERR_SIZE}, {"block one byte short", Cut(good, good.size() - 1), ROTATE_ERR_SIZE},
         {"2^32-byte result", Image(65535, 1, 24, 2), ROTATE_ERR_NOMEMORY, true},  // 65535 wide at 45 degrees
         {"null handle", kNullHandle, ROTATE_ERR_PARAMETER}, {"unlockable", kUnlockable, ROTATE_ERR_LOCK},
     };

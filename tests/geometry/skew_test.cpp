@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstdlib>
 
-#include "geometry_corners.hpp"
+#include "export_calls.hpp"
 
 using namespace vxtest;
 
@@ -71,16 +71,14 @@ TEST(SkewDIB, MatchesThePerPixelShearForEveryDepthAndOffset) {
                                                     << " direction " << direction << " offset " << d << " seed " << seed);
                     const Bytes src = PackedDib(
                         {size[0], size[1], static_cast<uint16_t>(bits), seed % 3 == 0 && bits <= 8 ? 2u : 0u, false, seed});
-                    int expectedCorners[8];
-                    const Bytes expected = ReferenceSkew(src, direction != 0, d, expectedCorners);
-                    vxtest::geometry::ExpectModelResult(src, expected, expectedCorners, [&](HDIB dib, int* corners) {
-                        DWORD error = 77;
-                        SetImgError(IMGERR_IO);
-                        HDIB out = SkewDIB(dib, direction, d, &error, corners);
-                        EXPECT_EQ(error, 77u);                  // success leaves the cell alone...
-                        EXPECT_EQ(ImgError(), IMGERR_SUCCESS);  // ...and clears the module code
-                        return out;
-                    });
+                    int want[8], got[8];
+                    DWORD error = 77;
+                    const Bytes expected = ReferenceSkew(src, direction != 0, d, want);
+                    const Outcome o = CallOn(src, [&](HDIB dib) { return SkewDIB(dib, direction, d, &error, got); });
+                    ASSERT_EQ(o.result, expected);
+                    EXPECT_TRUE(std::equal(got, got + 8, want));
+                    EXPECT_EQ(error, 77u);  // success leaves the cell alone, clears the module code, keeps the lock
+                    EXPECT_TRUE(o.moduleCode == IMGERR_SUCCESS && o.sourceUnchanged && o.sourceLocked);
                 }
 }
 
@@ -97,22 +95,15 @@ TEST(SkewDIB, WholePixelShiftsAtTwentyFourBits) {
 
 TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
     const Bytes good = PackedDib({10, 6, 4, 0, false, 2});
-    auto with = [&](size_t at, uint32_t v) { Bytes b = good; PutU32(b, at, v); return b; };
-    const struct {
-        const char* what;
-        Source source;
-        int direction, offset, code;
-        bool cornersWritten = false;
-    } cases[] = {
-        {"header only 39 bytes", Bytes(good.begin(), good.begin() + 39), 1, 3, IMGERR_PARAMETER},
-        {"biSize 108", with(0, 108), 1, 3, IMGERR_PARAMETER}, {"RLE4", with(16, 2), 1, 3, IMGERR_COMPRESSED},
-        {"width 0", with(4, 0), 1, 3, IMGERR_DIBSIZE}, {"height 0", with(8, 0), 0, 3, IMGERR_DIBSIZE},
-        {"top-down rows", with(8, static_cast<uint32_t>(-6)), 0, 3, IMGERR_DIBSIZE},
-        {"block one byte short", Bytes(good.begin(), good.end() - 1), 0, 3, IMGERR_DIBSIZE},
-        {"2^32-byte result", good, 0, 1000000000, IMGERR_NOMEMORY, true},
-        {"height past 2^31", good, 0, INT_MAX, IMGERR_NOMEMORY, true},
-        {"width past 2^31", good, 1, INT_MIN, IMGERR_NOMEMORY, true},
-        {"null handle", kNullHandle, 1, 1, IMGERR_PARAMETER}, {"unlockable", kUnlockable, 1, 1, IMGERR_LOCKMEMORY},
+    const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE, M = IMGERR_NOMEMORY;
+    const struct { const char* what; Source source; int direction, offset, code; bool cornersWritten = false; } cases[] = {
+        {"header only 39 bytes", Cut(good, 39), 1, 3, P}, {"biSize 108", With(good, 0, 108), 1, 3, P},
+        {"RLE4", With(good, 16, 2), 1, 3, IMGERR_COMPRESSED}, {"width 0", With(good, 4, 0), 1, 3, S},
+        {"height 0", With(good, 8, 0), 0, 3, S}, {"top-down rows", With(good, 8, uint32_t(-6)), 0, 3, S},
+        {"block one byte short", Cut(good, good.size() - 1), 0, 3, S},
+        {"2^32-byte result", good, 0, 1000000000, M, true}, {"height past 2^31", good, 0, INT_MAX, M, true},
+        {"width past 2^31", good, 1, INT_MIN, M, true},
+        {"null handle", kNullHandle, 1, 1, P}, {"unlockable", kUnlockable, 1, 1, IMGERR_LOCKMEMORY},
     };
     ExpectRefusals(Reports::kBoth, cases, [](HDIB dib, const auto& c, DWORD* error) {
         int corners[8] = {-1, -1, -1, -1, -1, -1, -1, -1};
@@ -120,9 +111,8 @@ TEST(SkewDIB, FailuresSetTheSameCodeInBothPlacesAndUnlockTheSource) {
         EXPECT_EQ(corners[0] != -1, c.cornersWritten);
         return out;
     });
-    SetImgError(IMGERR_SUCCESS);  // without a cell, the module code alone
-    EXPECT_EQ(SkewDIB(nullptr, 1, 1, nullptr, nullptr), nullptr);
-    EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
+    // Without a cell, the module code alone.
+    EXPECT_EQ(CallOn(kNullHandle, [](HDIB d) { return SkewDIB(d, 1, 1, nullptr, nullptr); }).moduleCode, IMGERR_PARAMETER);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // export_calls.hpp - one export call with everything it leaves behind (CallOn), shared by the
-// model comparisons, and the refusal runner: every family's refusal table goes through
+// model comparisons (ExpectResult, ExpectNewOrInPlace), and the refusal runner: every family's refusal table goes through
 // ExpectRefusals, which calls the export on each case's source and checks the null result, the
 // code where the family reports it, and that the source is left as it was.
 //
@@ -73,9 +73,21 @@ template <typename Call>
 void ExpectResult(const Bytes& source, const Bytes& expected, bool keepsLock, Call call) {
     const Outcome o = CallOn(source, call);
     ASSERT_EQ(o.moduleCode, IMGERR_SUCCESS);
-    ASSERT_EQ(o.result, expected);
+    ASSERT_NO_FATAL_FAILURE(ExpectSameBytes(o.result, expected));
     EXPECT_TRUE(o.sourceUnchanged);
     EXPECT_EQ(o.sourceLocked, keepsLock);
+}
+
+// A success reported through the caller's word, for exports that work in place or into a new
+// DIB: call(handle, &word) stores 0, returns the source handle in place, leaves the whole
+// result block `expected`, and a new DIB leaves the source as it was.
+template <typename Call>
+void ExpectNewOrInPlace(const Bytes& src, bool newDib, const Bytes& expected, Call call) {
+    DWORD error = kWordUntouched;
+    const Outcome o = CallOn(src, [&](HDIB dib) { HDIB out = call(dib, &error); EXPECT_EQ(out == dib, !newDib); return out; });
+    ASSERT_EQ(error, DWORD{IMGERR_SUCCESS});
+    EXPECT_EQ(o.result, expected);
+    EXPECT_TRUE(o.sourceUnchanged || !newDib);
 }
 
 // Where a family reports a refusal's code.
@@ -111,11 +123,5 @@ void ExpectRefusals(Reports where, const Cases& cases, Call call) {
 
 // The plain case, for families without arguments of their own.
 struct Refusal { const char* what; Source source; int code; bool leftLocked = false; };
-
-// Whether `dib` is still locked; the probe's own lock is released again.
-inline bool LockHeld(HGLOBAL dib) {
-    GlobalLock(dib);
-    return GlobalUnlock(dib) != FALSE;
-}
 
 }  // namespace vxtest

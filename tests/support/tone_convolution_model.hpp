@@ -1,8 +1,8 @@
 // tone_convolution_model.hpp - a plain model of the convolution filters for the tone tests
 // (kernel set-up, per-pixel sums with clamped coordinates in 64 bits, shift or truncating
 // division), written from the header's description and sharing nothing with the library's
-// ring and workers; plus what both filters' tests share: kernel files, the refusal table, and
-// running a test at each vector level of the library's row loops.
+// ring and workers; plus what both filters' tests share: the model runs, kernel files and the
+// refusal table.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,16 +16,10 @@
 #include <vector>
 
 #include "export_calls.hpp"
-#include "tone/kernel_filter.hpp"
 
 namespace vxtest {
 
-struct ModelKernel {
-    int n = 3;
-    int64_t m[7][7] = {};  // m[a][b] meets pixel(y + n/2 - a, x + n/2 - b)
-    int64_t divisor = 1;
-    bool clamp = false;
-};
+struct ModelKernel { int n = 3; int64_t m[7][7] = {}, divisor = 1; bool clamp = false; };  // m[a][b]: pixel(y + n/2 - a, x + n/2 - b)
 
 // A caller kernel from its entries (n*n weights, then the divisor), entryBits wide. Empty when
 // the weight limits refuse it.
@@ -133,23 +127,6 @@ inline std::vector<int64_t> EntriesRead(Bytes file, size_t bytes) {
     return seen;
 }
 
-// Checks one filter call, call(handle, &error), against its model: no error, in place the
-// source handle comes back, the bytes are the expected ones, and a new DIB leaves the source
-// as it was.
-template <typename Call>
-void ExpectFiltered(const Bytes& src, bool newDib, const Bytes& expected, Call call) {
-    Block dib(BlockFrom(src));
-    DWORD error = 0xDEAD;
-    HDIB out = call(dib.get(), &error);
-    Block owned(newDib ? out : nullptr);
-    ASSERT_EQ(error, DWORD{IMGERR_SUCCESS});
-    ASSERT_EQ(out == dib.get(), !newDib);
-    EXPECT_EQ(BlockBytes(out), expected);
-    if (newDib) {
-        EXPECT_EQ(BlockBytes(dib.get()), src);
-    }
-}
-
 // biSizeImage varied by the seed: 0 (size from the stride), halved (rows dropped) or longer
 // by `longBy` (a zero tail).
 inline void VarySizeImage(Bytes& src, uint32_t seed, uint32_t longBy) {
@@ -158,55 +135,36 @@ inline void VarySizeImage(Bytes& src, uint32_t seed, uint32_t longBy) {
     if (seed % 11 == 0) PutU32(src, 20, GetU32(src, 20) + longBy);
 }
 
-// Runs body once per vector level the processor offers, restoring the level afterwards.
-template <typename Body>
-void AtEveryVectorLevel(Body&& body) {
-    using vx::tone::VectorLevel;
-    for (const VectorLevel level : {VectorLevel::kBaseline, VectorLevel::kAvx2}) {
-        const VectorLevel before = vx::tone::SetVectorLevel(level);
-        if (vx::tone::CurrentVectorLevel() == level) {
-            SCOPED_TRACE(level == VectorLevel::kAvx2 ? "AVX2 loops" : "baseline loops");
-            body();
-        }
-        vx::tone::SetVectorLevel(before);
-    }
-}
-
 // One model comparison: the image shape, kernel type and size, the random caller entries (in
 // a file for type 2) and their model kernel, in place or into a new DIB, and the image seed.
 struct FilterRun {
-    int width, height, type, n;
-    const std::vector<int64_t>& entries;
-    const ModelKernel& kernel;
-    const std::string& file;
-    bool newDib;
-    uint32_t seed;
+    int width, height, type, n; const std::vector<int64_t>& entries; const ModelKernel& kernel; const std::string& file;
+    bool newDib; uint32_t seed;
 };
 
-// Calls run(r) at each vector level for every shape, every type (caller kernels twice) and
-// every size the type accepts, in place and new, entries entryBits wide drawn from rngSeed.
+// Calls run(r) for every shape, every type (caller kernels twice) and every size the type
+// accepts, in place and new, entries entryBits wide drawn from rngSeed. The row loops run at
+// the level the SIMD policy allows; the scalar run of the suite takes the baseline loops.
 template <typename Run>
 void ForEveryFilterRun(const std::vector<std::array<int, 2>>& shapes, uint32_t rngSeed, int entryBits, Run run) {
-    AtEveryVectorLevel([&] {
-        TempDir dir;
-        std::mt19937 rng(rngSeed);
-        uint32_t seed = 0;
-        for (const auto& shape : shapes)
-            for (int type : {1, 1, 2, 3, 4, 5, 6})
-                for (int n = 3; n <= 7; ++n) {
-                    if (n >= 6 && type != 1 && type != 3) continue;
-                    const std::vector<int64_t> e = RandomEntries(rng, n, entryBits);
-                    const ModelKernel k = type <= 2 ? *ModelCallerKernel(e, n, entryBits) : ModelBuiltIn(type, n);
-                    const std::string file =
-                        type == 2 ? dir.write("k" + std::to_string(seed), EntryFile(e, size_t(entryBits / 8))) : "";
-                    for (const bool newDib : {false, true}) {
-                        ++seed;
-                        SCOPED_TRACE(testing::Message() << shape[0] << "x" << shape[1] << " type " << type << " n "
-                                                        << n << (newDib ? " new" : " in place") << " seed " << seed);
-                        run(FilterRun{shape[0], shape[1], type, n, e, k, file, newDib, seed});
-                    }
+    TempDir dir;
+    std::mt19937 rng(rngSeed);
+    uint32_t seed = 0;
+    for (const auto& shape : shapes)
+        for (int type : {1, 1, 2, 3, 4, 5, 6})
+            for (int n = 3; n <= 7; ++n) {
+                if (n >= 6 && type != 1 && type != 3) continue;
+                const std::vector<int64_t> e = RandomEntries(rng, n, entryBits);
+                const ModelKernel k = type <= 2 ? *ModelCallerKernel(e, n, entryBits) : ModelBuiltIn(type, n);
+                const std::string file =
+                    type == 2 ? dir.write("k" + std::to_string(seed), EntryFile(e, size_t(entryBits / 8))) : "";
+                for (const bool newDib : {false, true}) {
+                    ++seed;
+                    SCOPED_TRACE(testing::Message() << shape[0] << "x" << shape[1] << " type " << type << " n "
+                                                    << n << (newDib ? " new" : " in place") << " seed " << seed);
+                    run(FilterRun{shape[0], shape[1], type, n, e, k, file, newDib, seed});
                 }
-    });
+            }
 }
 
 // Kernel files of entryBits-wide entries (3 x 3) are read as far as they go, missing entries
@@ -236,53 +194,29 @@ void ExpectKernelFilesRead(int entryBits, const std::vector<int64_t>& entries, c
 }
 
 // A refusal: image bytes, arguments and the code.
-struct FilterCase {
-    std::string what;
-    Source source;
-    int type, size;
-    std::vector<int64_t> kernel;  // empty: no kernel pointer
-    int code;
-};
+struct FilterCase { std::string what; Source source; int type, size; std::vector<int64_t> kernel /* empty: none */; int code; };
 
 // The refusals both filters share, from a good image of their depth: header, size and argument
 // checks in their order, and the weight limits.
 inline std::vector<FilterCase> SharedCases(const Bytes& good) {
-    const auto with = [&](size_t at, uint32_t v) {
-        Bytes b = good;
-        PutU32(b, at, v);
-        return b;
-    };
-    const auto centre = [](int64_t w, int64_t other, int64_t divisor) {
-        return std::vector<int64_t>{other, 0, 0, 0, w, 0, 0, 0, 0, divisor};
-    };
-    Bytes compressedOdd = with(16, 1);
-    PutU16(compressedOdd, 14, 16);
+    const auto centre = [](int64_t w, int64_t other, int64_t d) { return std::vector<int64_t>{other, 0, 0, 0, w, 0, 0, 0, 0, d}; };
     const std::vector<int64_t> k3(10, 1), k7(50, 1);
+    const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE;
     return {
-        {"header 12", with(0, 12), 3, 3, {}, IMGERR_PARAMETER},
-        {"header 124", with(0, 124), 3, 3, {}, IMGERR_PARAMETER},
-        {"block under 40 bytes", Bytes(good.begin(), good.begin() + 39), 3, 3, {}, IMGERR_PARAMETER},
-        {"compressed", with(16, 1), 3, 3, {}, IMGERR_COMPRESSED},
-        {"compressed before depth", compressedOdd, 3, 3, {}, IMGERR_COMPRESSED},
-        {"depth 4", with(12, 1 | 4 << 16), 3, 3, {}, IMGERR_BITCOUNT},
-        {"width 0", with(4, 0), 3, 3, {}, IMGERR_DIBSIZE},
-        {"height 0 before parameters", with(8, 0), 9, 9, {}, IMGERR_DIBSIZE},
-        {"top-down", with(8, static_cast<uint32_t>(-4)), 3, 3, {}, IMGERR_DIBSIZE},
-        {"negative width", with(4, static_cast<uint32_t>(-6)), 3, 3, {}, IMGERR_DIBSIZE},
-        {"rows past the block", with(8, 5), 3, 3, {}, IMGERR_DIBSIZE},
-        {"table past the block", with(32, 0x40000000), 3, 3, {}, IMGERR_DIBSIZE},
-        {"type 0", good, 0, 3, k3, IMGERR_PARAMETER}, {"type 7", good, 7, 3, k3, IMGERR_PARAMETER},
-        {"type 1 without kernel", good, 1, 3, {}, IMGERR_PARAMETER},
-        {"type 2 without file", good, 2, 3, k3, IMGERR_PARAMETER}, {"size 2", good, 1, 2, k3, IMGERR_PARAMETER},
-        {"size 8", good, 1, 8, k7, IMGERR_PARAMETER}, {"size 6 smoothing", good, 4, 6, {}, IMGERR_PARAMETER},
-        {"size 6 sharpening", good, 5, 6, {}, IMGERR_PARAMETER},
-        {"size 7 sharpening", good, 6, 7, {}, IMGERR_PARAMETER},
-        {"weight 128", good, 1, 3, centre(128, 0, 0), IMGERR_PARAMETER},
-        {"weight -128", good, 1, 3, centre(-128, 0, 0), IMGERR_PARAMETER},
-        {"positive sum 128", good, 1, 3, centre(100, 28, 1), IMGERR_PARAMETER},
-        {"negative sum 128", good, 1, 3, centre(-100, -28, 1), IMGERR_PARAMETER},
-        {"null handle", kNullHandle, 3, 3, {}, IMGERR_PARAMETER},
-        {"unlockable", kUnlockable, 3, 3, {}, IMGERR_LOCKMEMORY},
+        {"header 12", With(good, 0, 12), 3, 3, {}, P}, {"header 124", With(good, 0, 124), 3, 3, {}, P},
+        {"block under 40 bytes", Cut(good, 39), 3, 3, {}, P}, {"compressed", With(good, 16, 1), 3, 3, {}, IMGERR_COMPRESSED},
+        {"compressed before depth", With(With(good, 16, 1), 12, 1 | 16 << 16), 3, 3, {}, IMGERR_COMPRESSED},
+        {"depth 4", With(good, 12, 1 | 4 << 16), 3, 3, {}, IMGERR_BITCOUNT}, {"width 0", With(good, 4, 0), 3, 3, {}, S},
+        {"height 0 before parameters", With(good, 8, 0), 9, 9, {}, S}, {"top-down", With(good, 8, uint32_t(-4)), 3, 3, {}, S},
+        {"negative width", With(good, 4, uint32_t(-6)), 3, 3, {}, S}, {"rows past the block", With(good, 8, 5), 3, 3, {}, S},
+        {"table past the block", With(good, 32, 0x40000000), 3, 3, {}, S},
+        {"type 0", good, 0, 3, k3, P}, {"type 7", good, 7, 3, k3, P}, {"type 1 without kernel", good, 1, 3, {}, P},
+        {"type 2 without file", good, 2, 3, k3, P}, {"size 2", good, 1, 2, k3, P}, {"size 8", good, 1, 8, k7, P},
+        {"size 6 smoothing", good, 4, 6, {}, P}, {"size 6 sharpening", good, 5, 6, {}, P},
+        {"size 7 sharpening", good, 6, 7, {}, P}, {"weight 128", good, 1, 3, centre(128, 0, 0), P},
+        {"weight -128", good, 1, 3, centre(-128, 0, 0), P}, {"positive sum 128", good, 1, 3, centre(100, 28, 1), P},
+        {"negative sum 128", good, 1, 3, centre(-100, -28, 1), P},
+        {"null handle", kNullHandle, 3, 3, {}, P}, {"unlockable", kUnlockable, 3, 3, {}, IMGERR_LOCKMEMORY},
     };
 }
 

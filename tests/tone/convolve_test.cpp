@@ -1,9 +1,6 @@
 // Convolve against a per-pixel model on random 8-bit images of awkward sizes (every type and
-// size, kernels from memory and files, in place and new, at each vector level); the kernel
-// orientation pinned by hand; kernel files; refusals; and the divisor stage on every sum.
-
-#include <climits>
-#include <random>
+// size, kernels from memory and files, in place and new, every divisor path); the kernel
+// orientation pinned by hand; kernel files; refusals.
 
 #include "dib_builder.hpp"
 #include "tone_convolution_model.hpp"
@@ -44,7 +41,7 @@ TEST(Convolve, MatchesTheModelForEveryTypeSizeAndMode) {
         Bytes src = PackedDib({r.width, r.height, 8, tables[r.seed % 4], false, r.seed});
         VarySizeImage(src, r.seed, 9);
         const std::vector<int> kernel = Narrow(r.entries);
-        ExpectFiltered(src, r.newDib, ReferenceConvolve(src, r.newDib, r.kernel), [&](HDIB dib, DWORD* error) {
+        ExpectNewOrInPlace(src, r.newDib, ReferenceConvolve(src, r.newDib, r.kernel), [&](HDIB dib, DWORD* error) {
             return Convolve(dib, r.newDib, r.type, r.n, r.file.c_str(), kernel.data(), error);
         });
     });
@@ -78,24 +75,6 @@ TEST(Convolve, RefusalsReportThroughTheErrorWordOnly) {
         const std::vector<int> k = Narrow(c.kernel);
         return Convolve(dib, newDib, c.type, c.size, nullptr, k.empty() ? nullptr : k.data(), error);
     });
-}
-
-// The divisor stage on every sum a kernel can produce, against plain shifts and division.
-TEST(Convolve, DivisorStageIsExactForEverySum) {
-    std::vector<int32_t> divisors = {1, 2, 3, 4, 5, 7, 8, 9, 16, 25, 32, 44, 64, 127, 128, 255, 256,
-                                     1000, 16383, 16384, 32767, 32768, 40000, INT_MAX, INT_MIN};
-    std::mt19937 rng(5);
-    for (int i = 0; i < 40; ++i) divisors.push_back(static_cast<int32_t>(rng() % 32767 + 1));
-    std::vector<int16_t> sums;
-    for (int s = -32767; s <= 32767; ++s) sums.push_back(static_cast<int16_t>(s));
-    for (const int32_t d : divisors)
-        for (const bool clamp : {false, true}) {
-            size_t wrong = 0;
-            vx::tone::ForEachQuotient(vx::tone::MakeDivider(d), clamp, sums.data(), sums.size(), [&](size_t x, int16_t q) {
-                wrong += q != ModelDivide(clamp ? std::clamp<int64_t>(sums[x], 0, 255) : sums[x], d);
-            });
-            EXPECT_EQ(wrong, 0u) << "divisor " << d << (clamp ? " clamped" : "");
-        }
 }
 
 }  // namespace

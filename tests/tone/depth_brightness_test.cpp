@@ -17,10 +17,7 @@ Bytes Expand24Model(const Bytes& src) {
     const auto outStride = uint16_t((w * 24 + 31) / 32 * 4);
     Bytes out(size_t(40 + h * outStride), 0);
     std::copy(src.begin(), src.begin() + 40, out.begin());
-    PutU32(out, 12, 1 | 24 << 16);
-    PutU32(out, 20, uint32_t(h * outStride));
-    PutU32(out, 32, 0);
-    PutU32(out, 36, 0);
+    for (const auto& [at, v] : {std::pair{12u, 1u | 24 << 16}, {20u, uint32_t(h * outStride)}, {32u, 0u}, {36u, 0u}}) PutU32(out, at, v);
     for (int64_t y = 0; y < h; ++y)
         for (int64_t x = 0; x < w; ++x) {
             const int index = ByteAt(src, pixels + y * srcStride + x);
@@ -32,10 +29,7 @@ Bytes Expand24Model(const Bytes& src) {
 }
 
 int Level(int i, int b, int c) {
-    const int x = std::clamp(i + b * 128 / 100, 0, 255);
-    double v = double(x) * (c + 100);
-    v = v * 0.01;
-    v = v - c * 128 / 100;
+    const double v = double(std::clamp(i + b * 128 / 100, 0, 255)) * (c + 100) * 0.01 - c * 128 / 100;
     return v > 255 ? 255 : v <= 0 ? 0 : int(v);
 }
 
@@ -83,19 +77,16 @@ TEST(Convert8to24, SixteenBitArithmeticOfWideImages) {
 }
 
 TEST(Convert8to24, RefusalsInTheirOrder) {
+    const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE, B = IMGERR_BITCOUNT;
     const Refusal cases[] = {
-        {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), IMGERR_PARAMETER},
-        {"biSize 12", With(SeededDib(4, 4, 8), 0, 12), IMGERR_PARAMETER},
+        {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), P}, {"biSize 12", With(SeededDib(4, 4, 8), 0, 12), P},
         {"compressed 24-bit", With(SeededDib(4, 4, 24), 16, 1), IMGERR_COMPRESSED},
-        {"1-bit, before the size", SeededDib(0, 4, 1), IMGERR_BITCOUNT},
-        {"4-bit", SeededDib(4, 4, 4), IMGERR_BITCOUNT}, {"24-bit, before the size", SeededDib(0, 4, 24), 31},
-        {"width 65536 is 0", SeededDib(65536, 4, 8, 1, 0, 0), IMGERR_DIBSIZE},
-        {"height 0", SeededDib(4, 0, 8), IMGERR_DIBSIZE},
-        {"width 40000 is negative", SeededDib(40000, 1, 8, 1, 0, 0), IMGERR_DIBSIZE},
-        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
-        {"colour count 40000 is negative", SeededDib(4, 4, 8, 1, 40000, 4, 256), IMGERR_DIBSIZE},
-        {"block one byte short", Cut(SeededDib(7, 5, 8), 1103), IMGERR_DIBSIZE},
-        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+        {"1-bit, before the size", SeededDib(0, 4, 1), B}, {"4-bit", SeededDib(4, 4, 4), B},
+        {"24-bit, before the size", SeededDib(0, 4, 24), 31}, {"width 65536 is 0", SeededDib(65536, 4, 8, 1, 0, 0), S},
+        {"height 0", SeededDib(4, 0, 8), S}, {"width 40000 is negative", SeededDib(40000, 1, 8, 1, 0, 0), S},
+        {"negative height", SeededDib(4, -4, 8), S}, {"colour count 40000 is negative", SeededDib(4, 4, 8, 1, 40000, 4, 256), S},
+        {"block one byte short", Cut(SeededDib(7, 5, 8), 1103), S},
+        {"null handle", kNullHandle, P}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
     };
     ExpectRefusals(Reports::kModuleCode, cases, [](HDIB d, auto&, auto) { return Convert8to24(d); });
 }
@@ -104,17 +95,13 @@ TEST(Convert8to24, RefusalsInTheirOrder) {
 TEST(ColorBrightnessContrast, LevelsMatchTheDoublePrecisionFormulaForEverySetting) {
     Bytes paletted = SeededDib(1, 1, 8), trueColour = SeededDib(86, 1, 24);
     for (size_t i = 0; i < 256; ++i) paletted[41 + 4 * i] = trueColour[40 + i] = uint8_t(i);
-    Block in[2] = {Block(BlockFrom(paletted)), Block(BlockFrom(trueColour))};
     for (int b = -100; b <= 100; ++b)
-        for (int c = -100; c <= 100; ++c)
-            for (int k = 0; k < 2; ++k) {
-                Block out(ColorBrightnessContrast(in[k].get(), b, c));
-                GlobalUnlock(in[k].get());  // the export keeps the source locked
-                const Bytes res = BlockBytes(out.get());
-                ASSERT_FALSE(res.empty());
-                for (size_t i = 0; i < 256; ++i)
-                    ASSERT_EQ(res[k ? 40 + i : 41 + 4 * i], Level(int(i), b, c)) << b << ", " << c << " at " << i;
-            }
+        for (int c = -100; c <= 100; ++c) {
+            SCOPED_TRACE(testing::Message() << "brightness " << b << ", contrast " << c);
+            for (const Bytes* src : {&paletted, &trueColour})
+                ASSERT_NO_FATAL_FAILURE(ExpectResult(*src, BrightnessModel(*src, b, c), true,
+                                                     [&](HDIB d) { return ColorBrightnessContrast(d, b, c); }));
+        }
     for (int i = 0; i < 256; ++i) {  // the documented corners
         EXPECT_EQ(Level(i, 0, 0), i);
         EXPECT_EQ(Level(i, 100, 0), std::min(i + 128, 255));
@@ -144,21 +131,17 @@ TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
 
 TEST(ColorBrightnessContrast, RefusalsInTheirOrder) {
     struct Case { const char* what; Source source; int code, brightness = 0, contrast = 0; };
+    const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE;
     const Case cases[] = {
-        {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), IMGERR_PARAMETER},
-        {"biSize 108", With(SeededDib(4, 4, 8), 0, 108), IMGERR_PARAMETER},
+        {"block under 40 bytes", Cut(SeededDib(4, 4, 8), 39), P}, {"biSize 108", With(SeededDib(4, 4, 8), 0, 108), P},
         {"compressed 1-bit", With(SeededDib(4, 4, 1), 16, 2), IMGERR_COMPRESSED},
         {"1-bit, before size and settings", SeededDib(0, 4, 1), IMGERR_BITCOUNT, 500},
-        {"width 65536, before settings", SeededDib(65536, 1, 8, 1, 0, 0), IMGERR_DIBSIZE, 101},
-        {"height 0", SeededDib(4, 0, 24), IMGERR_DIBSIZE},
-        {"brightness 101", SeededDib(4, 4, 8), IMGERR_PARAMETER, 101},
-        {"brightness -101", SeededDib(4, 4, 24), IMGERR_PARAMETER, -101},
-        {"contrast 101", SeededDib(4, 4, 4), IMGERR_PARAMETER, 0, 101},
-        {"16-bit brightness -32668", SeededDib(4, 4, 4), IMGERR_PARAMETER, 32868, 65535},
-        {"negative height", SeededDib(4, -4, 8), IMGERR_DIBSIZE},
-        {"one byte short", Cut(SeededDib(7, 5, 24), 159), IMGERR_DIBSIZE},
-        {"short of biSizeImage", With(SeededDib(4, 4, 8), 20, 17), IMGERR_DIBSIZE},
-        {"null handle", kNullHandle, IMGERR_PARAMETER}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
+        {"width 65536, before settings", SeededDib(65536, 1, 8, 1, 0, 0), S, 101}, {"height 0", SeededDib(4, 0, 24), S},
+        {"brightness 101", SeededDib(4, 4, 8), P, 101}, {"brightness -101", SeededDib(4, 4, 24), P, -101},
+        {"contrast 101", SeededDib(4, 4, 4), P, 0, 101}, {"16-bit brightness -32668", SeededDib(4, 4, 4), P, 32868, 65535},
+        {"negative height", SeededDib(4, -4, 8), S}, {"one byte short", Cut(SeededDib(7, 5, 24), 159), S},
+        {"short of biSizeImage", With(SeededDib(4, 4, 8), 20, 17), S},
+        {"null handle", kNullHandle, P}, {"unlockable", kUnlockable, IMGERR_LOCKMEMORY},
     };
     ExpectRefusals(Reports::kModuleCode, cases,
                    [](HDIB d, const Case& c, auto) { return ColorBrightnessContrast(d, c.brightness, c.contrast); });

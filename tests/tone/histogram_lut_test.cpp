@@ -17,7 +17,6 @@ namespace {
 using Counts = std::array<uint16_t, 256>;
 using Table = std::array<uint8_t, 256>;
 
-Bytes Dib8(int32_t w, int32_t h, uint32_t seed, uint32_t clrUsed = 0) { return PackedDib({w, h, 8, clrUsed, false, seed}); }
 Bytes Of(const auto& a) { return Bytes(reinterpret_cast<const uint8_t*>(a.data()), reinterpret_cast<const uint8_t*>(a.data() + a.size())); }
 
 // Geometry of an 8-bit DIB; at(x, y) is the byte the row arithmetic reaches, 0 outside the block.
@@ -123,7 +122,7 @@ TEST_F(Tables, HistogramFollowsTheModelOverImagesAndMoves) {
     const int sizes[][2] = {{1, 1}, {1, 300}, {300, 1}, {3, 5}, {255, 257}, {257, 255}, {40, 30}, {517, 390}};
     std::mt19937 random(5);
     for (uint32_t seed = 0; seed < std::size(sizes); ++seed) {
-        const Bytes images[2] = {Dib8(sizes[seed][0], sizes[seed][1], seed, seed % 2 ? 0 : 200), Dib8(700, 650, seed + 50)};
+        const Bytes images[2] = {SeededDib(sizes[seed][0], sizes[seed][1], 8, seed, seed % 2 ? 0 : 200), SeededDib(700, 650, 8, seed + 50)};
         Block dibs[2] = {Block(BlockFrom(images[0])), Block(BlockFrom(images[1]))};
         Block hist(Create(false));
         HistogramModel model;
@@ -149,7 +148,7 @@ TEST_F(Tables, HistogramFollowsTheModelOverImagesAndMoves) {
 // At load the origin is (0, 0) and nothing is cleared by a fresh count; TABLE_CREATE resets
 // the origin shared by every histogram; the same origin reads nothing, not even hHist.
 TEST_F(Tables, ModuleStateAcrossCalls) {
-    const Bytes a = Dib8(400, 400, 8), b = Dib8(400, 400, 9);
+    const Bytes a = SeededDib(400, 400, 8, 8), b = SeededDib(400, 400, 8, 9);
     Block dibA(BlockFrom(a)), dibB(BlockFrom(b)), unlockable(GlobalAlloc(GMEM_MOVEABLE, 0));
     Bytes preset(512, 0);
     preset[34] = 5;  // counter 17
@@ -179,9 +178,9 @@ TEST_F(Tables, ToneTableMatchesTheFormula) {
     Table identity;
     for (int i = 0; i < 256; ++i) identity[i] = static_cast<uint8_t>(i);
     EXPECT_EQ(BlockBytes(lut.get()), Of(identity));
-    Bytes flat = Dib8(256, 256, 9);
+    Bytes flat = SeededDib(256, 256, 8, 9);
     std::fill(flat.begin() + 1064, flat.end(), 200);  // 65536 equal pixels total 0: pivot 128
-    const Bytes src = Dib8(333, 297, 4);
+    const Bytes src = SeededDib(333, 297, 8, 4);
     Block dib(BlockFrom(src)), flatDib(BlockFrom(flat));
     std::mt19937 random(3);
     for (int round = 0; round < 200; ++round) {
@@ -215,19 +214,14 @@ TEST_F(Tables, ApplyLutMatchesTheByteModel) {
     for (const auto& s : shapes)
         for (const BOOL newDib : {FALSE, TRUE}) {
             SCOPED_TRACE(testing::Message() << s[0] << "x" << s[1] << " clrUsed " << s[2] << " size " << s[3] << " new " << newDib);
-            Bytes src = Dib8(static_cast<int32_t>(std::abs(s[0])), static_cast<int32_t>(s[1]), static_cast<uint32_t>(random()), static_cast<uint32_t>(s[2]));
+            Bytes src = SeededDib(int32_t(std::abs(s[0])), int32_t(s[1]), 8, uint32_t(random()), uint32_t(s[2]));
             PutU32(src, 4, static_cast<uint32_t>(s[0]));
             if (s[3] >= 0) PutU32(src, 20, static_cast<uint32_t>(s[3]));
             Table table;
             for (auto& v : table) v = static_cast<uint8_t>(random());
-            Block dib(BlockFrom(src)), lut(BlockFrom(Of(table)));
-            DWORD error = 99;
-            HDIB out = ApplyLUT(dib.get(), lut.get(), newDib, &error);
-            Block owned(newDib ? out : nullptr);
-            ASSERT_EQ(out == dib.get(), !newDib);
-            EXPECT_EQ(error, 0u);
-            EXPECT_EQ(BlockBytes(out), ModelApply(src, table, newDib));
-            EXPECT_EQ(BlockBytes(dib.get()) == src, newDib != 0);
+            Block lut(BlockFrom(Of(table)));
+            ExpectNewOrInPlace(src, newDib, ModelApply(src, table, newDib),
+                               [&](HDIB dib, DWORD* error) { return ApplyLUT(dib, lut.get(), newDib, error); });
         }
 }
 
@@ -235,7 +229,7 @@ TEST_F(Tables, ModesAndWhatTheyReturn) {
     HGLOBAL freed = Create(true);
     EXPECT_EQ(ComputeHistogram(nullptr, TABLE_FREE, Create(false), nullptr, nullptr), nullptr);
     EXPECT_EQ(ComputeLUT(nullptr, TABLE_FREE, freed, 0, 0, nullptr), freed);  // the handle it was given
-    Block dib(BlockFrom(Dib8(4, 4, 1))), hist(Create(false));
+    Block dib(BlockFrom(SeededDib(4, 4, 8, 1))), hist(Create(false));
     int origin[2] = {0, 0};
     for (int mode : {0, 29, 33, -31}) {
         DWORD errors[2] = {99, 99};
@@ -248,19 +242,13 @@ TEST_F(Tables, ModesAndWhatTheyReturn) {
 // Every refusal, in check order (a case failing two checks expects the first), leaves the
 // counters, the stored origin, the table and the image as they were, and the image unlocked.
 TEST_F(Tables, RefusalsInCheckOrder) {
-    const Bytes good = Dib8(300, 280, 3);
-    auto with = [&](std::initializer_list<std::pair<size_t, uint32_t>> fields, size_t cut = 0) {
-        Bytes b = good;
-        for (const auto& [at, v] : fields) PutU32(b, at, v);
-        b.resize(b.size() - cut);
-        return b;
-    };
+    const Bytes good = SeededDib(300, 280, 8, 3);
     const std::pair<Bytes, DWORD> images[] = {
-        {with({}, good.size() - 39), IMGERR_PARAMETER}, {with({{0, 108}, {16, 1}}), IMGERR_PARAMETER},
-        {with({{16, 1}, {14, 4 | 1 << 16}}), IMGERR_COMPRESSED}, {with({{14, 24}, {4, 0}}), IMGERR_BITCOUNT},
-        {with({{4, 0}}), IMGERR_DIBSIZE}, {with({{8, 0}}), IMGERR_DIBSIZE}, {with({}, 1), IMGERR_DIBSIZE},
-        {with({{32, 0x40000000}}), IMGERR_DIBSIZE}, {with({{4, 0x20000000}, {8, 1}}), IMGERR_DIBSIZE},
-        {with({{8, static_cast<uint32_t>(-280)}, {20, 0}}), IMGERR_NOMEMORY},  // new DIB only: 32-bit size wraps
+        {Cut(good, 39), IMGERR_PARAMETER}, {With(With(good, 0, 108), 16, 1), IMGERR_PARAMETER},
+        {With(With(good, 16, 1), 14, 4 | 1 << 16), IMGERR_COMPRESSED}, {With(With(good, 14, 24), 4, 0), IMGERR_BITCOUNT},
+        {With(good, 4, 0), IMGERR_DIBSIZE}, {With(good, 8, 0), IMGERR_DIBSIZE}, {Cut(good, good.size() - 1), IMGERR_DIBSIZE},
+        {With(good, 32, 0x40000000), IMGERR_DIBSIZE}, {With(With(good, 4, 0x20000000), 8, 1), IMGERR_DIBSIZE},
+        {With(With(good, 8, uint32_t(-280)), 20, 0), IMGERR_NOMEMORY},  // new DIB only: 32-bit size wraps
     };
     Block okDib(BlockFrom(good)), hist(Create(false)), lut(Create(true)), none(GlobalAlloc(GMEM_MOVEABLE, 0));
     Block shortHist(BlockFrom(Bytes(511, 0))), shortLut(BlockFrom(Bytes(255, 0)));
@@ -305,7 +293,7 @@ TEST_F(Tables, RefusalsInCheckOrder) {
     EXPECT_EQ(BlockBytes(lut.get()), identity);
     EXPECT_EQ(BlockBytes(okDib.get()), good);
     // The origin is still (20, 20): asking for it with another image reads nothing.
-    Block other(BlockFrom(Dib8(300, 280, 4)));
+    Block other(BlockFrom(SeededDib(300, 280, 8, 4)));
     EXPECT_EQ(Compute(other.get(), hist.get(), 20, 20), 0u);
     EXPECT_EQ(BlockBytes(hist.get()), counts);
 }

@@ -77,30 +77,18 @@ LOADER(LoadTGAIntoDIB)
 LOADER(LoadPNGIntoDIB)
 MODULE_EXPORT HDIB VXCALL LoadJPEGIntoDIB(LPCSTR file) { return Report("LoadJPEGIntoDIB", file, ""); }
 
-MODULE_EXPORT int VXCALL SaveDIBInTiffFormat(LPCSTR file, HDIB dib, int param, int b) {
-    return Record(11, "SaveDIBInTiffFormat", file, dib, Ints(param, b));
-}
-MODULE_EXPORT int VXCALL SAVEDIBINCALSFORMAT(LPCSTR file, HDIB dib, int a, int b, int c) {
-    return Record(12, "SAVEDIBINCALSFORMAT", file, dib, Ints(a, b) + "," + std::to_string(c));
-}
-MODULE_EXPORT int VXCALL SaveDIBInPCXFormat(LPCSTR file, HDIB dib, int* param) {
-    return Record(13, "SaveDIBInPCXFormat", file, dib, Param(param));
-}
-MODULE_EXPORT int VXCALL MakeDCXFile(LPCSTR file, int* param) {
-    return Record(14, "MakeDCXFile", file, nullptr, Param(param));
-}
-MODULE_EXPORT int VXCALL SaveDIBInDCXFormat(LPCSTR file, HDIB dib, int* param) {
-    return Record(15, "SaveDIBInDCXFormat", file, dib, Param(param));
-}
-MODULE_EXPORT int VXCALL SaveDIBInGIFFormat(LPCSTR file, HDIB dib, int option, int* param) {
-    return Record(16, "SaveDIBInGIFFormat", file, dib, "option=" + std::to_string(option) + "|" + Param(param));
-}
-MODULE_EXPORT int VXCALL SaveDIBInTGAFormat(LPCSTR file, HDIB dib, int a, int b) {
-    return Record(17, "SaveDIBInTGAFormat", file, dib, Ints(a, b));
-}
-MODULE_EXPORT int VXCALL SaveDIBInJPEGFile(LPCSTR file, HDIB dib, int quality) {
-    return Record(18, "SaveDIBInJPEGFile", file, dib, std::to_string(quality));
-}
+// Writers: the result each returns, the arguments it records, and its parameters after the
+// file and the DIB.
+#define WRITER(name, result, arguments, ...) \
+    MODULE_EXPORT int VXCALL name(LPCSTR file, HDIB dib, __VA_ARGS__) { return Record(result, #name, file, dib, arguments); }
+WRITER(SaveDIBInTiffFormat, 11, Ints(param, b), int param, int b)
+WRITER(SAVEDIBINCALSFORMAT, 12, Ints(a, b) + "," + std::to_string(c), int a, int b, int c)
+WRITER(SaveDIBInPCXFormat, 13, Param(param), int* param)
+WRITER(SaveDIBInDCXFormat, 15, Param(param), int* param)
+WRITER(SaveDIBInGIFFormat, 16, "option=" + std::to_string(option) + "|" + Param(param), int option, int* param)
+WRITER(SaveDIBInTGAFormat, 17, Ints(a, b), int a, int b)
+WRITER(SaveDIBInJPEGFile, 18, std::to_string(quality), int quality)
+MODULE_EXPORT int VXCALL MakeDCXFile(LPCSTR file, int* param) { return Record(14, "MakeDCXFile", file, nullptr, Param(param)); }
 
 #else
 
