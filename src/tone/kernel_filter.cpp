@@ -222,15 +222,6 @@ Worker SelectWorker(const Kernel& k) {
     }
 }
 
-VectorLevel BestVectorLevel() {
-    return SimdAllows(SimdLevel::kAvx2) ? VectorLevel::kAvx2 : VectorLevel::kBaseline;
-}
-
-VectorLevel& ActiveLevel() {
-    static VectorLevel level = BestVectorLevel();
-    return level;
-}
-
 }  // namespace
 
 bool BuiltInKernel(int type, int n, Kernel& k) {
@@ -266,12 +257,8 @@ Divider MakeDivider(int32_t divisor) {
     return d;
 }
 
-VectorLevel CurrentVectorLevel() { return ActiveLevel(); }
-
-VectorLevel SetVectorLevel(VectorLevel wanted) {
-    const VectorLevel before = ActiveLevel();
-    ActiveLevel() = std::min(wanted, BestVectorLevel());
-    return before;
+VectorLevel CurrentVectorLevel() {
+    return SimdAllows(SimdLevel::kAvx2) ? VectorLevel::kAvx2 : VectorLevel::kBaseline;
 }
 
 KernelRing::KernelRing(const Kernel& kernel, uint64_t width, uint64_t height)

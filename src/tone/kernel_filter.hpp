@@ -45,11 +45,9 @@ inline int CheckFilterHeader(const uint8_t* src, size_t size, uint32_t depth) {
 
 enum class VectorLevel : uint8_t { kBaseline, kAvx2 };
 
-// The level the row loops run at: AVX2 where the SIMD policy allows it.
+// The level the row loops run at: AVX2 where the SIMD policy allows it (VEXORA_SIMD=scalar
+// runs the baseline loops).
 VectorLevel CurrentVectorLevel();
-// Asks for a level (at most the one the policy allows) and returns the one in force before:
-// tests run both paths against each other.
-VectorLevel SetVectorLevel(VectorLevel wanted);
 
 inline constexpr int kMaxKernel = 7;
 inline constexpr int kWeightLimit = 127;

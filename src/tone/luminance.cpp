@@ -63,8 +63,6 @@ VX_TARGET_SSSE3 void ShuffledRows(const uint8_t* src, uint64_t srcStride, uint8_
 }
 #endif
 
-}  // namespace
-
 bool GrayRowPathAvailable(GrayRowPath path) {
 #if defined(VX_SIMD_TARGETS)
     if (path == GrayRowPath::Shuffled) return SimdAllows(SimdLevel::kSsse3);
@@ -73,6 +71,8 @@ bool GrayRowPathAvailable(GrayRowPath path) {
 #endif
     return true;
 }
+
+}  // namespace
 
 GrayRowPath FastestGrayRowPath() {
     return GrayRowPathAvailable(GrayRowPath::Shuffled) ? GrayRowPath::Shuffled : GrayRowPath::Portable;

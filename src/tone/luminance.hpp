@@ -37,7 +37,6 @@ enum class GrayRowPath {
     Shuffled,  // x86 with SSSE3 byte shuffles: a per-pixel loop the compiler deinterleaves
 };
 
-bool GrayRowPathAvailable(GrayRowPath path);
 GrayRowPath FastestGrayRowPath();
 
 // Converts `height` rows of `width` blue-green-red pixels to one gray byte each.
