@@ -17,38 +17,18 @@
 
 #include "vexora.h"
 
+#include "guards.hpp"
+
 namespace vx {
+
+struct DeleteGdiObject {
+    void operator()(HGDIOBJ object) const { DeleteObject(object); }
+};
 
 // A GDI object (bitmap, palette, ...) owned by the library, deleted on destruction unless
 // released.
 template <typename Handle>
-class OwnedObject {
-public:
-    OwnedObject() = default;
-    explicit OwnedObject(Handle object) : object_(object) {}
-    OwnedObject(const OwnedObject&) = delete;
-    OwnedObject& operator=(const OwnedObject&) = delete;
-    OwnedObject(OwnedObject&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
-    OwnedObject& operator=(OwnedObject&& other) noexcept {
-        if (this != &other) {
-            reset();
-            object_ = std::exchange(other.object_, nullptr);
-        }
-        return *this;
-    }
-    ~OwnedObject() { reset(); }
-
-    explicit operator bool() const { return object_ != nullptr; }
-    Handle get() const { return object_; }
-    [[nodiscard]] Handle release() { return std::exchange(object_, nullptr); }
-    void reset() {
-        if (object_ != nullptr) DeleteObject(object_);
-        object_ = nullptr;
-    }
-
-private:
-    Handle object_ = nullptr;
-};
+using OwnedObject = OwnedHandle<Handle, DeleteGdiObject>;
 
 // A memory device context compatible with `like` (null: with the screen), deleted on
 // destruction.

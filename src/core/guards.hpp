@@ -1,4 +1,4 @@
-// guards.hpp - BlockLock, OwnedBlock and FileHandle: RAII for every pair the platform pairs
+// guards.hpp - BlockLock, OwnedHandle, OwnedBlock and FileHandle: RAII for every pair the platform pairs
 // (lock and unlock of a memory block, allocation and release of a block being built, open and
 // close of a file; the wait cursor is platform::WaitCursor). An export builds its result
 // inside an OwnedBlock and hands it to the caller with release(), so that ownership passing
@@ -65,40 +65,52 @@ private:
     size_t size_ = 0;
 };
 
-// A block the library allocated and still owns; freed on destruction unless released.
-class OwnedBlock {
+// A handle the library owns: Free(handle) on destruction unless released. The owners of
+// blocks (here) and of GDI objects (gdi_guards.hpp) are this one template.
+template <typename Handle, typename Free>
+class OwnedHandle {
 public:
-    OwnedBlock() = default;
-    explicit OwnedBlock(HGLOBAL block) : block_(block) {}
+    OwnedHandle() = default;
+    explicit OwnedHandle(Handle handle) : handle_(handle) {}
+    OwnedHandle(const OwnedHandle&) = delete;
+    OwnedHandle& operator=(const OwnedHandle&) = delete;
+    OwnedHandle(OwnedHandle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    OwnedHandle& operator=(OwnedHandle&& other) noexcept {
+        if (this != &other) {
+            reset();
+            handle_ = std::exchange(other.handle_, nullptr);
+        }
+        return *this;
+    }
+    ~OwnedHandle() { reset(); }
+
+    explicit operator bool() const { return handle_ != nullptr; }
+    Handle get() const { return handle_; }
+    [[nodiscard]] Handle release() { return std::exchange(handle_, nullptr); }
+    void reset() {
+        if (handle_ != nullptr) Free{}(handle_);
+        handle_ = nullptr;
+    }
+
+protected:
+    Handle handle_ = nullptr;
+};
+
+struct FreeBlock {
+    void operator()(HGLOBAL block) const { GlobalFree(block); }
+};
+
+// A block the library allocated and still owns; freed on destruction unless released.
+class OwnedBlock : public OwnedHandle<HGLOBAL, FreeBlock> {
+public:
+    using OwnedHandle::OwnedHandle;
     // Allocates a zero-filled movable block, the way the library allocates every result.
     static OwnedBlock Allocate(uint64_t bytes, UINT flags = GMEM_MOVEABLE | GMEM_ZEROINIT) {
         if (bytes > kMaxBlockBytes) return OwnedBlock();
         return OwnedBlock(GlobalAlloc(flags, static_cast<size_t>(bytes)));
     }
-    OwnedBlock(const OwnedBlock&) = delete;
-    OwnedBlock& operator=(const OwnedBlock&) = delete;
-    OwnedBlock(OwnedBlock&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
-    OwnedBlock& operator=(OwnedBlock&& other) noexcept {
-        if (this != &other) {
-            reset();
-            block_ = std::exchange(other.block_, nullptr);
-        }
-        return *this;
-    }
-    ~OwnedBlock() { reset(); }
-
-    explicit operator bool() const { return block_ != nullptr; }
-    HGLOBAL get() const { return block_; }
     // Replaces the handle after a successful GlobalReAlloc.
-    void assign(HGLOBAL block) { block_ = block; }
-    [[nodiscard]] HGLOBAL release() { return std::exchange(block_, nullptr); }
-    void reset() {
-        if (block_ != nullptr) GlobalFree(block_);
-        block_ = nullptr;
-    }
-
-private:
-    HGLOBAL block_ = nullptr;
+    void assign(HGLOBAL block) { handle_ = block; }
 };
 
 // An open file handle, closed on destruction.
