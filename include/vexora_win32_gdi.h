@@ -2,9 +2,14 @@
  * vexora_win32_gdi.h - the GDI32 structures and calls libvexora.so exports, for platforms
  * without <windows.h>:
  *
- *   - objects: GetObjectType, DeleteObject, GetStockObject (DEFAULT_PALETTE);
- *   - logical palettes: CreatePalette, GetPaletteEntries, GetNearestPaletteIndex;
- *   - memory device contexts: CreateCompatibleDC, DeleteDC, and SelectPalette into any DC.
+ *   - objects: GetObjectType, GetObjectA, DeleteObject, GetStockObject;
+ *   - logical palettes: CreatePalette, GetPaletteEntries, GetNearestPaletteIndex, and their
+ *     realisation: SelectPalette, RealizePalette, GetSystemPaletteEntries, GetNearestColor;
+ *   - bitmaps: device bitmaps, DIB sections and the transfer of bits between them and DIBs;
+ *   - device contexts: memory DCs, what is selected into them, their saved states, colours,
+ *     mapping modes and clipping; GetDeviceCaps of the screen (32 bits, 96 dpi, no palette);
+ *   - drawing: bit transfers and stretching with every ternary raster operation, brushes,
+ *     pens and lines with the binary raster operations, rectangular regions.
  *
  * A Linux application inspects and frees the GDI objects the library returns exactly as on
  * Windows. Every handle is checked before use: a deleted or never-issued handle, or a handle of
@@ -43,11 +48,36 @@ typedef struct tagLOGPALETTE {
     PALETTEENTRY palPalEntry[1];
 } LOGPALETTE, *LPLOGPALETTE;
 
+typedef struct tagDIBSECTION {
+    BITMAP dsBm;
+    BITMAPINFOHEADER dsBmih;
+    DWORD dsBitfields[3];
+    HANDLE dshSection;
+    DWORD dsOffset;
+} DIBSECTION, *LPDIBSECTION;
+
+typedef struct tagLOGPEN {
+    UINT lopnStyle;
+    POINT lopnWidth;
+    COLORREF lopnColor;
+} LOGPEN, *LPLOGPEN;
+
+typedef struct tagLOGBRUSH {
+    UINT lbStyle;
+    COLORREF lbColor;
+    ULONG_PTR lbHatch;
+} LOGBRUSH, *LPLOGBRUSH;
+
 #define RGB(r, g, b) ((COLORREF)(((BYTE)(r) | ((WORD)((BYTE)(g)) << 8)) | (((DWORD)(BYTE)(b)) << 16)))
 #define GetRValue(rgb) ((BYTE)(rgb))
 #define GetGValue(rgb) ((BYTE)(((WORD)(rgb)) >> 8))
 #define GetBValue(rgb) ((BYTE)((rgb) >> 16))
 #define CLR_INVALID 0xFFFFFFFF
+#define PALETTEINDEX(i) ((COLORREF)(0x01000000 | (DWORD)(WORD)(i)))
+#define PALETTERGB(r, g, b) (0x02000000 | RGB(r, g, b))
+#define PC_RESERVED 0x01
+#define PC_EXPLICIT 0x02
+#define PC_NOCOLLAPSE 0x04
 
 /* What GetObjectType answers for each kind of object; 0 for a handle that is not one. */
 #define OBJ_PEN 1
@@ -65,8 +95,139 @@ typedef struct tagLOGPALETTE {
 #define OBJ_ENHMETAFILE 13
 #define OBJ_COLORSPACE 14
 
-/* Stock objects: GetStockObject(DEFAULT_PALETTE) is the 20-colour palette every DC starts with. */
+/* Stock objects. DEFAULT_PALETTE is the 20-colour palette every DC starts with. */
+#define WHITE_BRUSH 0
+#define LTGRAY_BRUSH 1
+#define GRAY_BRUSH 2
+#define DKGRAY_BRUSH 3
+#define BLACK_BRUSH 4
+#define NULL_BRUSH 5
+#define HOLLOW_BRUSH NULL_BRUSH
+#define WHITE_PEN 6
+#define BLACK_PEN 7
+#define NULL_PEN 8
 #define DEFAULT_PALETTE 15
+
+/* Device-independent bits. */
+#define CBM_INIT 0x04L
+#define DIB_RGB_COLORS 0
+#define DIB_PAL_COLORS 1
+
+/* Raster operations (ternary: pattern, source, destination). */
+#define SRCCOPY 0x00CC0020
+#define SRCPAINT 0x00EE0086
+#define SRCAND 0x008800C6
+#define SRCINVERT 0x00660046
+#define SRCERASE 0x00440328
+#define NOTSRCCOPY 0x00330008
+#define NOTSRCERASE 0x001100A6
+#define MERGECOPY 0x00C000CA
+#define MERGEPAINT 0x00BB0226
+#define PATCOPY 0x00F00021
+#define PATPAINT 0x00FB0A09
+#define PATINVERT 0x005A0049
+#define DSTINVERT 0x00550009
+#define BLACKNESS 0x00000042
+#define WHITENESS 0x00FF0062
+
+/* Binary raster operations of pens (SetROP2). */
+#define R2_BLACK 1
+#define R2_NOTMERGEPEN 2
+#define R2_MASKNOTPEN 3
+#define R2_NOTCOPYPEN 4
+#define R2_MASKPENNOT 5
+#define R2_NOT 6
+#define R2_XORPEN 7
+#define R2_NOTMASKPEN 8
+#define R2_MASKPEN 9
+#define R2_NOTXORPEN 10
+#define R2_NOP 11
+#define R2_MERGENOTPEN 12
+#define R2_COPYPEN 13
+#define R2_MERGEPENNOT 14
+#define R2_MERGEPEN 15
+#define R2_WHITE 16
+
+/* Stretching modes. */
+#define BLACKONWHITE 1
+#define WHITEONBLACK 2
+#define COLORONCOLOR 3
+#define HALFTONE 4
+#define STRETCH_ANDSCANS BLACKONWHITE
+#define STRETCH_ORSCANS WHITEONBLACK
+#define STRETCH_DELETESCANS COLORONCOLOR
+#define STRETCH_HALFTONE HALFTONE
+
+/* Background modes. */
+#define TRANSPARENT 1
+#define OPAQUE 2
+
+/* GetDeviceCaps indices and answers. */
+#define DRIVERVERSION 0
+#define TECHNOLOGY 2
+#define HORZSIZE 4
+#define VERTSIZE 6
+#define HORZRES 8
+#define VERTRES 10
+#define BITSPIXEL 12
+#define PLANES 14
+#define NUMBRUSHES 16
+#define NUMPENS 18
+#define NUMFONTS 22
+#define NUMCOLORS 24
+#define RASTERCAPS 38
+#define LOGPIXELSX 88
+#define LOGPIXELSY 90
+#define SIZEPALETTE 104
+#define NUMRESERVED 106
+#define COLORRES 108
+#define PHYSICALWIDTH 110
+#define PHYSICALHEIGHT 111
+#define PHYSICALOFFSETX 112
+#define PHYSICALOFFSETY 113
+#define DT_RASDISPLAY 1
+#define DT_RASPRINTER 2
+#define RC_BITBLT 0x0001
+#define RC_BITMAP64 0x0008
+#define RC_DI_BITMAP 0x0080
+#define RC_PALETTE 0x0100
+#define RC_DIBTODEV 0x0200
+#define RC_STRETCHBLT 0x0800
+#define RC_STRETCHDIB 0x2000
+
+/* Mapping modes. */
+#define MM_TEXT 1
+#define MM_LOMETRIC 2
+#define MM_HIMETRIC 3
+#define MM_LOENGLISH 4
+#define MM_HIENGLISH 5
+#define MM_TWIPS 6
+#define MM_ISOTROPIC 7
+#define MM_ANISOTROPIC 8
+
+/* Regions: how CombineRgn combines, and what region calls answer. */
+#define RGN_AND 1
+#define RGN_OR 2
+#define RGN_XOR 3
+#define RGN_DIFF 4
+#define RGN_COPY 5
+#define ERROR 0
+#define NULLREGION 1
+#define SIMPLEREGION 2
+#define COMPLEXREGION 3
+
+/* Pens and brushes. */
+#define PS_SOLID 0
+#define PS_DASH 1
+#define PS_DOT 2
+#define PS_DASHDOT 3
+#define PS_DASHDOTDOT 4
+#define PS_NULL 5
+#define PS_INSIDEFRAME 6
+#define BS_SOLID 0
+#define BS_NULL 1
+#define BS_HOLLOW BS_NULL
+#define BS_PATTERN 3
 
 #ifdef __cplusplus
 extern "C" {
@@ -103,6 +264,104 @@ VXPLATFORMAPI UINT GetNearestPaletteIndex(HPALETTE palette, COLORREF colour);
 VXPLATFORMAPI HDC CreateCompatibleDC(HDC dc);
 VXPLATFORMAPI BOOL DeleteDC(HDC dc);
 VXPLATFORMAPI HPALETTE SelectPalette(HDC dc, HPALETTE palette, BOOL forceBackground);
+
+/*
+ * Bitmaps. A device bitmap holds 1, 4, 8, 16, 24 or 32 bits per pixel in one plane, rows top
+ * down, each padded to 16 bits (bmWidthBytes); a DIB section keeps the DIB's own layout in
+ * memory the caller may write. A bitmap is selected into at most one memory DC at a time.
+ */
+VXPLATFORMAPI HBITMAP CreateBitmap(int width, int height, UINT planes, UINT bitsPerPixel, const void *bits);
+VXPLATFORMAPI HBITMAP CreateBitmapIndirect(const BITMAP *bitmap);
+VXPLATFORMAPI HBITMAP CreateCompatibleBitmap(HDC dc, int width, int height);
+VXPLATFORMAPI HBITMAP CreateDIBitmap(HDC dc, const BITMAPINFOHEADER *header, DWORD init, const void *bits,
+                                     const BITMAPINFO *info, UINT usage);
+VXPLATFORMAPI HBITMAP CreateDIBSection(HDC dc, const BITMAPINFO *info, UINT usage, void **bits, HANDLE section,
+                                       DWORD offset);
+VXPLATFORMAPI int GetObjectA(HGDIOBJ object, int size, LPVOID out);
+VXPLATFORMAPI LONG GetBitmapBits(HBITMAP bitmap, LONG size, LPVOID bits);
+VXPLATFORMAPI LONG SetBitmapBits(HBITMAP bitmap, DWORD size, const void *bits);
+VXPLATFORMAPI int GetDIBits(HDC dc, HBITMAP bitmap, UINT start, UINT lines, LPVOID bits, LPBITMAPINFO info,
+                            UINT usage);
+VXPLATFORMAPI int SetDIBits(HDC dc, HBITMAP bitmap, UINT start, UINT lines, const void *bits,
+                            const BITMAPINFO *info, UINT usage);
+
+/*
+ * What a DC holds. SelectObject puts a bitmap (memory DCs only), brush, pen or clipping region
+ * into a DC and answers the object it replaced (for a region: the region's complexity), NULL
+ * (for a region: ERROR) when refused. GetCurrentObject answers what is selected.
+ */
+VXPLATFORMAPI HGDIOBJ SelectObject(HDC dc, HGDIOBJ object);
+VXPLATFORMAPI HGDIOBJ GetCurrentObject(HDC dc, UINT type);
+VXPLATFORMAPI int GetDeviceCaps(HDC dc, int index);
+VXPLATFORMAPI int SaveDC(HDC dc);
+VXPLATFORMAPI BOOL RestoreDC(HDC dc, int saved);
+VXPLATFORMAPI COLORREF SetTextColor(HDC dc, COLORREF colour);
+VXPLATFORMAPI COLORREF GetTextColor(HDC dc);
+VXPLATFORMAPI COLORREF SetBkColor(HDC dc, COLORREF colour);
+VXPLATFORMAPI COLORREF GetBkColor(HDC dc);
+VXPLATFORMAPI int SetBkMode(HDC dc, int mode);
+VXPLATFORMAPI int GetBkMode(HDC dc);
+
+/* Palettes realised into a DC, the system palette and colour matching. */
+VXPLATFORMAPI UINT RealizePalette(HDC dc);
+VXPLATFORMAPI UINT GetSystemPaletteEntries(HDC dc, UINT start, UINT count, LPPALETTEENTRY entries);
+VXPLATFORMAPI COLORREF GetNearestColor(HDC dc, COLORREF colour);
+
+/* Bit transfers and stretching, with ternary raster operations. */
+VXPLATFORMAPI BOOL BitBlt(HDC dest, int x, int y, int width, int height, HDC source, int sourceX, int sourceY,
+                          DWORD rop);
+VXPLATFORMAPI BOOL StretchBlt(HDC dest, int x, int y, int width, int height, HDC source, int sourceX,
+                              int sourceY, int sourceWidth, int sourceHeight, DWORD rop);
+VXPLATFORMAPI BOOL PatBlt(HDC dc, int x, int y, int width, int height, DWORD rop);
+VXPLATFORMAPI int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourceX, int sourceY,
+                                    UINT start, UINT lines, const void *bits, const BITMAPINFO *info, UINT usage);
+VXPLATFORMAPI int StretchDIBits(HDC dc, int x, int y, int width, int height, int sourceX, int sourceY,
+                                int sourceWidth, int sourceHeight, const void *bits, const BITMAPINFO *info,
+                                UINT usage, DWORD rop);
+VXPLATFORMAPI int SetStretchBltMode(HDC dc, int mode);
+VXPLATFORMAPI int GetStretchBltMode(HDC dc);
+VXPLATFORMAPI COLORREF GetPixel(HDC dc, int x, int y);
+VXPLATFORMAPI COLORREF SetPixel(HDC dc, int x, int y, COLORREF colour);
+
+/* Brushes. */
+VXPLATFORMAPI HBRUSH CreateSolidBrush(COLORREF colour);
+VXPLATFORMAPI HBRUSH CreatePatternBrush(HBITMAP bitmap);
+VXPLATFORMAPI HBRUSH CreateBrushIndirect(const LOGBRUSH *brush);
+
+/* Mapping modes: logical to device coordinates. */
+VXPLATFORMAPI int SetMapMode(HDC dc, int mode);
+VXPLATFORMAPI int GetMapMode(HDC dc);
+VXPLATFORMAPI BOOL SetWindowOrgEx(HDC dc, int x, int y, LPPOINT previous);
+VXPLATFORMAPI BOOL GetWindowOrgEx(HDC dc, LPPOINT origin);
+VXPLATFORMAPI BOOL SetWindowExtEx(HDC dc, int x, int y, LPSIZE previous);
+VXPLATFORMAPI BOOL GetWindowExtEx(HDC dc, LPSIZE extent);
+VXPLATFORMAPI BOOL SetViewportOrgEx(HDC dc, int x, int y, LPPOINT previous);
+VXPLATFORMAPI BOOL GetViewportOrgEx(HDC dc, LPPOINT origin);
+VXPLATFORMAPI BOOL SetViewportExtEx(HDC dc, int x, int y, LPSIZE previous);
+VXPLATFORMAPI BOOL GetViewportExtEx(HDC dc, LPSIZE extent);
+VXPLATFORMAPI BOOL LPtoDP(HDC dc, LPPOINT points, int count);
+VXPLATFORMAPI BOOL DPtoLP(HDC dc, LPPOINT points, int count);
+
+/* Rectangular regions and clipping. */
+VXPLATFORMAPI HRGN CreateRectRgn(int left, int top, int right, int bottom);
+VXPLATFORMAPI HRGN CreateRectRgnIndirect(const RECT *rect);
+VXPLATFORMAPI int CombineRgn(HRGN dest, HRGN source1, HRGN source2, int mode);
+VXPLATFORMAPI int GetRgnBox(HRGN region, LPRECT box);
+VXPLATFORMAPI int OffsetRgn(HRGN region, int x, int y);
+VXPLATFORMAPI BOOL PtInRegion(HRGN region, int x, int y);
+VXPLATFORMAPI int SelectClipRgn(HDC dc, HRGN region);
+VXPLATFORMAPI int IntersectClipRect(HDC dc, int left, int top, int right, int bottom);
+VXPLATFORMAPI int ExcludeClipRect(HDC dc, int left, int top, int right, int bottom);
+VXPLATFORMAPI int GetClipBox(HDC dc, LPRECT box);
+
+/* Pens and lines. */
+VXPLATFORMAPI HPEN CreatePen(int style, int width, COLORREF colour);
+VXPLATFORMAPI int SetROP2(HDC dc, int mode);
+VXPLATFORMAPI int GetROP2(HDC dc);
+VXPLATFORMAPI BOOL MoveToEx(HDC dc, int x, int y, LPPOINT previous);
+VXPLATFORMAPI BOOL LineTo(HDC dc, int x, int y);
+VXPLATFORMAPI BOOL Polyline(HDC dc, const POINT *points, int count);
+VXPLATFORMAPI BOOL Rectangle(HDC dc, int left, int top, int right, int bottom);
 
 #ifdef __cplusplus
 }

@@ -27,7 +27,8 @@ std::vector<HDC>& ScreenCache() {
 }  // namespace
 }  // namespace vx::posix::gdi
 
-using vx::posix::gdi::DefaultPalette;
+using vx::posix::gdi::DcState;
+using vx::posix::gdi::InitialState;
 using vx::posix::gdi::DeviceContext;
 using vx::posix::gdi::ObjectKind;
 using vx::posix::gdi::Objects;
@@ -37,10 +38,11 @@ extern "C" {
 
 VXPLATFORMAPI HDC CreateCompatibleDC(HDC like) {
     try {
-        const HPALETTE initial = DefaultPalette();
+        auto context = std::make_unique<DeviceContext>(ObjectKind::MemoryDC);
+        context->state = InitialState(ObjectKind::MemoryDC);
         auto objects = Objects();
         if (like != nullptr && objects.find<DeviceContext>(like) == nullptr) return nullptr;
-        return static_cast<HDC>(objects.add(std::make_unique<DeviceContext>(ObjectKind::MemoryDC, initial)));
+        return static_cast<HDC>(objects.add(std::move(context)));
     } catch (...) {
         return nullptr;
     }
@@ -60,13 +62,13 @@ VXPLATFORMAPI HPALETTE SelectPalette(HDC dc, HPALETTE palette, BOOL /*forceBackg
     auto objects = Objects();
     DeviceContext* context = objects.find<DeviceContext>(dc);
     if (context == nullptr || objects.find<Palette>(palette) == nullptr) return nullptr;
-    return std::exchange(context->palette, palette);
+    return std::exchange(context->state.palette, palette);
 }
 
 VXPLATFORMAPI HDC GetDC(HWND window) {
     if (window != nullptr) return nullptr;
     try {
-        const HPALETTE initial = DefaultPalette();
+        const DcState initial = InitialState(ObjectKind::DC);
         auto objects = Objects();
         std::vector<HDC>& cache = vx::posix::gdi::ScreenCache();
         std::erase_if(cache, [&](HDC dc) { return objects.find<DeviceContext>(dc) == nullptr; });
@@ -74,12 +76,15 @@ VXPLATFORMAPI HDC GetDC(HWND window) {
             DeviceContext* context = objects.find<DeviceContext>(dc);
             if (context->released) {
                 context->released = false;
-                context->palette = initial;
+                context->state = initial;
+                context->saved.clear();
                 return dc;
             }
         }
         cache.reserve(cache.size() + 1);
-        const auto dc = static_cast<HDC>(objects.add(std::make_unique<DeviceContext>(ObjectKind::DC, initial)));
+        auto context = std::make_unique<DeviceContext>(ObjectKind::DC);
+        context->state = initial;
+        const auto dc = static_cast<HDC>(objects.add(std::move(context)));
         cache.push_back(dc);
         return dc;
     } catch (...) {

@@ -101,10 +101,9 @@ VXPLATFORMAPI BOOL DeleteObject(HGDIOBJ handle) {
     return object != nullptr ? TRUE : FALSE;  // the object goes after the lock is released
 }
 
-// The stock objects of the kinds this subset has: the default palette.
 VXPLATFORMAPI HGDIOBJ GetStockObject(int which) {
     try {
-        return which == DEFAULT_PALETTE ? vx::posix::gdi::DefaultPalette() : nullptr;
+        return vx::posix::gdi::StockObject(which);
     } catch (...) {
         return nullptr;
     }

@@ -1,11 +1,16 @@
-// objects.hpp - the kinds of GDI object the Linux subset holds in its table: Palette (a
-// logical palette) and DeviceContext (a memory DC or a screen DC), and DefaultPalette(), the
-// stock palette every DC starts with.
+// objects.hpp - the kinds of GDI object the Linux subset holds in its table: Palette, Bitmap
+// (with the Surface view its pixels are drawn through), Brush, Pen, Region and DeviceContext
+// (with the DcState that SaveDC keeps), and the stock objects every DC starts with.
 //
-// A kind arrives here with the calls that make it; the table and its kind tags are ready for
-// all of them.
+// Every call of the subset works on these through the table (object_table.hpp): it looks a
+// handle up, checks its kind, and works on the object while the table is locked. The drawing
+// code reaches pixels only through a Surface, so one blitter serves device bitmaps (rows top
+// down) and DIB sections (rows as the DIB lays them out) alike.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "platform/posix/gdi/object_table.hpp"
@@ -19,17 +24,125 @@ struct Palette final : GdiObject {
     std::vector<PALETTEENTRY> entries;
 };
 
-// A device context: what is selected into it. A screen DC (OBJ_DC, from GetDC) is lent out of
-// a cache and given back by ReleaseDC; a memory DC (OBJ_MEMDC) belongs to its creator.
-struct DeviceContext final : GdiObject {
-    static bool Holds(ObjectKind kind) { return kind == ObjectKind::DC || kind == ObjectKind::MemoryDC; }
-    DeviceContext(ObjectKind kind, HPALETTE initialPalette) : GdiObject(kind), palette(initialPalette) {}
-    HPALETTE palette;       // the selected palette (its handle may have gone stale)
-    bool released = false;  // a screen DC back in the cache
+// Pixels as the drawing code sees them: `height` rows of `width` pixels of `bitsPerPixel`
+// (1, 4, 8, 16, 24 or 32) bits, row y at bits + y x stride (stride is negative for a
+// bottom-up DIB section). Paletted surfaces name their colour table; 16-bit pixels are 5-5-5,
+// 32-bit pixels are blue, green, red, unused.
+struct Surface {
+    uint8_t* bits = nullptr;
+    ptrdiff_t stride = 0;
+    int width = 0;
+    int height = 0;
+    int bitsPerPixel = 0;
+    const RGBQUAD* colours = nullptr;  // 1, 4 and 8 bits
+    int colourCount = 0;
 };
 
-// The stock default palette: the 20 static colours of the system palette. Made on first use;
-// takes the table lock, so call it before taking one. Throws std::bad_alloc.
+// A bitmap: a device bitmap (its own rows, top down, each padded to 16 bits, as GetBitmapBits
+// hands them out) or a DIB section (the caller-visible DIB layout). Selected into at most one
+// memory DC at a time.
+struct Bitmap final : GdiObject {
+    static bool Holds(ObjectKind kind) { return kind == ObjectKind::Bitmap; }
+    Bitmap() : GdiObject(ObjectKind::Bitmap) {}
+
+    int width = 0;
+    int height = 0;
+    int bitsPerPixel = 1;
+    int widthBytes = 0;                // bmWidthBytes: the 16-bit-padded row of a device bitmap
+    std::vector<uint8_t> pixels;       // device bitmap rows, top down; empty for a DIB section
+    std::vector<RGBQUAD> colours;      // the colour table of a 1, 4 or 8-bit bitmap
+    std::optional<BITMAPINFOHEADER> section;  // a DIB section's header, as created
+    uint8_t* sectionBits = nullptr;    // a DIB section's rows, as the DIB lays them out
+    HDC selectedInto = nullptr;        // the memory DC that holds it, if any
+
+    // The pixels as the drawing code addresses them.
+    Surface surface();
+};
+
+// A brush: solid, hollow, or a pattern (a copy of the bitmap's pixels, 8 x 8 at most used).
+struct Brush final : GdiObject {
+    static bool Holds(ObjectKind kind) { return kind == ObjectKind::Brush; }
+    Brush() : GdiObject(ObjectKind::Brush) {}
+    UINT style = BS_SOLID;
+    COLORREF colour = 0;
+    std::vector<COLORREF> pattern;  // BS_PATTERN: patternWidth x patternHeight, top row first
+    int patternWidth = 0;
+    int patternHeight = 0;
+    bool patternMonochrome = false;  // a 1-bit pattern takes the DC's text and background colours
+};
+
+// A cosmetic pen.
+struct Pen final : GdiObject {
+    static bool Holds(ObjectKind kind) { return kind == ObjectKind::Pen; }
+    Pen() : GdiObject(ObjectKind::Pen) {}
+    UINT style = PS_SOLID;
+    int width = 0;
+    COLORREF colour = 0;
+};
+
+// A region: a union of non-overlapping rectangles, sorted by top and then by left, in bands
+// as Windows keeps them. Empty means the empty region.
+struct Region final : GdiObject {
+    static bool Holds(ObjectKind kind) { return kind == ObjectKind::Region; }
+    Region() : GdiObject(ObjectKind::Region) {}
+    std::vector<RECT> rects;
+};
+
+// Everything SaveDC keeps and RestoreDC puts back.
+struct DcState {
+    HPALETTE palette = nullptr;
+    HBITMAP bitmap = nullptr;  // memory DCs: the selected bitmap (a stock 1 x 1 monochrome one at first)
+    HBRUSH brush = nullptr;
+    HPEN pen = nullptr;
+    std::optional<std::vector<RECT>> clip;  // device coordinates; none: the whole surface
+    COLORREF textColour = RGB(0, 0, 0);
+    COLORREF backgroundColour = RGB(255, 255, 255);
+    int backgroundMode = OPAQUE;
+    int rop2 = R2_COPYPEN;
+    int stretchMode = BLACKONWHITE;
+    int mapMode = MM_TEXT;
+    POINT windowOrigin{0, 0};
+    SIZE windowExtent{1, 1};
+    POINT viewportOrigin{0, 0};
+    SIZE viewportExtent{1, 1};
+    POINT position{0, 0};
+};
+
+// A device context: a memory DC (OBJ_MEMDC) draws into its selected bitmap; a screen DC
+// (OBJ_DC, from GetDC) is lent out of a cache and given back by ReleaseDC.
+struct DeviceContext final : GdiObject {
+    static bool Holds(ObjectKind kind) { return kind == ObjectKind::DC || kind == ObjectKind::MemoryDC; }
+    explicit DeviceContext(ObjectKind kind) : GdiObject(kind) {}
+    DcState state;
+    std::vector<DcState> saved;  // SaveDC's stack, oldest first
+    bool released = false;       // a screen DC back in the cache
+};
+
+// The stock objects (GetStockObject indices WHITE_BRUSH ... DEFAULT_PALETTE), made on first
+// use, and the stock 1 x 1 monochrome bitmap every memory DC starts with. Each takes the table
+// lock, so call them before taking one. Throw std::bad_alloc.
+HGDIOBJ StockObject(int which);
 HPALETTE DefaultPalette();
+HBITMAP DefaultBitmap();
+
+// The surface a DC draws on: its selected bitmap's (a memory DC) or the screen's; bits null
+// when there is nothing to draw on.
+Surface DcSurface(const ObjectTable::Access& objects, const DeviceContext& context);
+
+// The colour of a pixel value of a surface, and the pixel value a colour gets on it (for a
+// paletted surface, the nearest entry of its table).
+COLORREF PixelColour(const Surface& surface, uint32_t pixel);
+uint32_t ColourPixel(const Surface& surface, COLORREF colour);
+
+// A logical point of a DC in device coordinates, rounded as Windows rounds.
+POINT ToDevice(const DcState& state, POINT logical);
+
+// Makes a copy of `region` (null: none) the clipping region of a DC; answers the region's
+// complexity (NULLREGION, SIMPLEREGION, COMPLEXREGION) or ERROR.
+int SelectClip(DcState& state, const Region* region);
+
+// A DC's selections and settings as a new DC (or a screen DC lent out again) starts with.
+// Calls the stock makers: call it before taking the table lock.
+DcState InitialState(ObjectKind kind);
 
 }  // namespace vx::posix::gdi

@@ -1,5 +1,5 @@
 // palette.cpp - logical palettes of the Linux subset: CreatePalette, GetPaletteEntries,
-// GetNearestPaletteIndex, and the stock default palette (DefaultPalette).
+// GetNearestPaletteIndex.
 //
 // An HPALETTE holds the palette's entries and nothing else; DeleteObject frees it. The
 // nearest-colour look-up answers as the Windows call does: the entry with the least sum of
@@ -15,25 +15,6 @@
 
 #include "platform/posix/gdi/objects.hpp"
 
-namespace vx::posix::gdi {
-
-HPALETTE DefaultPalette() {
-    static const HPALETTE stock = [] {
-        // The static colours: eight dark, the four "money" colours, eight bright.
-        static constexpr PALETTEENTRY kColours[20] = {
-            {0, 0, 0, 0},       {128, 0, 0, 0},     {0, 128, 0, 0},     {128, 128, 0, 0},
-            {0, 0, 128, 0},     {128, 0, 128, 0},   {0, 128, 128, 0},   {192, 192, 192, 0},
-            {192, 220, 192, 0}, {166, 202, 240, 0}, {255, 251, 240, 0}, {160, 160, 164, 0},
-            {128, 128, 128, 0}, {255, 0, 0, 0},     {0, 255, 0, 0},     {255, 255, 0, 0},
-            {0, 0, 255, 0},     {255, 0, 255, 0},   {0, 255, 255, 0},   {255, 255, 255, 0}};
-        auto palette = std::make_unique<Palette>();
-        palette->entries.assign(std::begin(kColours), std::end(kColours));
-        return static_cast<HPALETTE>(Objects().add(std::move(palette), true));
-    }();
-    return stock;
-}
-
-}  // namespace vx::posix::gdi
 
 using vx::posix::gdi::Objects;
 using vx::posix::gdi::Palette;
