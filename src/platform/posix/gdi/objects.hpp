@@ -173,3 +173,20 @@ void ReleaseSelections(ObjectTable::Access& objects, HDC dc, DcState& state);
 void Reselect(ObjectTable::Access& objects, HDC dc, DcState& state, const DcState& next);
 
 }  // namespace vx::posix::gdi
+
+namespace vx::posix::gdi {
+
+// A device point of a DC in logical coordinates, as DPtoLP rounds; false (the point left as
+// it is) when the DC's mapping cannot be inverted.
+bool ToLogical(const DcState& state, POINT& point);
+
+// The logical rectangle from (x, y) to (x + width, y + height) with both corners in device
+// coordinates, in the order given (not normalised): the device origin and extent a blit
+// works on, as Windows maps them (device width = right - left, which may be negative).
+RECT ToDeviceRect(const DcState& state, int x, int y, int width, int height);
+
+// The clipping region of a DC in device coordinates intersected with the surface's bounds:
+// the rectangles drawing may touch, banded, none when nothing is visible.
+std::vector<RECT> VisibleRects(const DcState& state, const Surface& surface);
+
+}  // namespace vx::posix::gdi
