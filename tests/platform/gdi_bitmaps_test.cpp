@@ -265,3 +265,95 @@ TEST(GdiBitmaps, CompatibleBitmapDepths) {
     EXPECT_EQ(CreateCompatibleBitmap(nullptr, 3, 3), nullptr);
     EXPECT_EQ(CreateCompatibleBitmap(static_cast<HDC>(static_cast<HGDIOBJ>(fromNew.get())), 3, 3), nullptr);
 }
+
+namespace {
+
+// A BITMAPINFO with room for any table or masks.
+struct Info {
+    BITMAPINFOHEADER header;
+    RGBQUAD table[256];
+    BITMAPINFO* get() { return reinterpret_cast<BITMAPINFO*>(this); }
+};
+
+Info Header(int width, int height, int bits, DWORD compression = BI_RGB) {
+    Info info{};
+    info.header = {sizeof(BITMAPINFOHEADER), width, height, 1, static_cast<WORD>(bits), compression, 0, 0, 0, 0, 0};
+    return info;
+}
+
+constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
+
+}  // namespace
+
+// GetDIBits from bitmaps of every depth to DIBs of every depth and layout: each pixel becomes
+// the nearest colour of the table GetDIBits writes, or its channels cut to the masks.
+TEST(GdiBitmaps, GetDIBitsEveryDepthPair) {
+    const int width = 7, height = 3;
+    for (int from : kDepths) {
+        vxtest::Canvas source(width, height, from);
+        vxtest::Colours colours;
+        for (int i = 0; i < width * height; ++i) colours.push_back(vxtest::Mix(i % width, i / width));
+        source.fill(colours);
+        const vxtest::Colours truth = source.read();
+        for (int to : kDepths)
+            for (DWORD compression : {BI_RGB, BI_BITFIELDS})
+                for (bool bottomUp : {true, false}) {
+                    // Masks for another depth than the bitmap's are not Windows' to define: Wine
+                    // hands out whatever its stack held.
+                    if (compression == BI_BITFIELDS && (to != from || to < 16 || to == 24)) continue;
+                    SCOPED_TRACE(testing::Message() << from << " to " << to << (compression ? " bitfields" : "")
+                                                    << (bottomUp ? " bottom-up" : " top-down"));
+                    Info info = Header(width, bottomUp ? height : -height, to, compression);
+                    vxtest::DibFormat format(to);
+                    Bytes bits(static_cast<size_t>(format.stride(width) * height) + 4, 0xEE);
+                    ASSERT_EQ(GetDIBits(source.dc(), source.bitmap(), 0, height, bits.data(), info.get(), DIB_RGB_COLORS),
+                              height);
+                    if (to <= 8) format.table.assign(info.table, info.table + (1 << to));
+                    if (compression == BI_BITFIELDS) std::memcpy(format.masks, info.table, sizeof format.masks);
+                    std::vector<uint32_t> values;
+                    for (COLORREF c : truth) values.push_back(format.encode(c, from > 8));
+                    Bytes want = vxtest::Pack(format, values, width, bottomUp);
+                    want.insert(want.end(), 4, 0xEE);
+                    EXPECT_EQ(bits, want);
+                    EXPECT_EQ(info.header.biSizeImage, static_cast<DWORD>(format.stride(width) * height));
+                    EXPECT_EQ(info.header.biClrUsed, 0u);
+                }
+    }
+}
+
+// SetDIBits from DIBs of every depth (tables, 5-5-5, 5-6-5, 8-8-8 and swapped masks) into
+// bitmaps of every depth: each pixel takes the nearest colour the bitmap holds.
+TEST(GdiBitmaps, SetDIBitsEveryDepthPair) {
+    const int width = 9, height = 2;
+    uint32_t seed = 12345;
+    auto next = [&seed] { return seed = seed * 1103515245u + 12345u, seed >> 8; };
+    struct Source { int bits; DWORD compression; uint32_t masks[3]; } sources[] = {
+        {1, BI_RGB, {}},  {4, BI_RGB, {}}, {8, BI_RGB, {}}, {16, BI_RGB, {}}, {16, BI_BITFIELDS, {0xF800, 0x07E0, 0x1F}},
+        {24, BI_RGB, {}}, {32, BI_RGB, {}}, {32, BI_BITFIELDS, {0xFF, 0xFF00, 0xFF0000}}};
+    for (const Source& s : sources) {
+        vxtest::DibFormat format(s.bits);
+        std::memcpy(format.masks, s.masks, sizeof s.masks);
+        Info info = Header(width, height, s.bits, s.compression);
+        for (int i = 0; s.bits <= 8 && i < 1 << s.bits; ++i) {
+            const uint32_t v = next();
+            format.table.push_back({static_cast<BYTE>(v), static_cast<BYTE>(v >> 8), static_cast<BYTE>(v >> 16), 0});
+            info.table[i] = format.table.back();
+        }
+        if (s.compression == BI_BITFIELDS) std::memcpy(info.table, s.masks, sizeof s.masks);
+        std::vector<uint32_t> values;
+        for (int i = 0; i < width * height; ++i)
+            values.push_back(s.bits == 32 ? next() | next() << 24 : next() & ((1u << std::min(s.bits, 24)) - 1));
+        const Bytes bits = vxtest::Pack(format, values, width, true);
+        for (int to : kDepths) {
+            SCOPED_TRACE(testing::Message() << s.bits << (s.compression ? " bitfields" : "") << " to " << to);
+            vxtest::Canvas target(width, height, to);
+            EXPECT_EQ(SetDIBits(target.dc(), target.bitmap(), 0, height, bits.data(), info.get(), DIB_RGB_COLORS), height);
+            vxtest::Colours want;
+            for (uint32_t v : values) want.push_back(target.format().decode(target.format().encode(format.decode(v), s.bits > 8)));
+            EXPECT_EQ(vxtest::Show(target.read(), width), vxtest::Show(want, width));
+            if (to == 32 && s.bits == 32 && s.compression == BI_RGB) {
+                EXPECT_EQ(target.bytes(), vxtest::Pack(format, values, width, false));  // as they are, fourth bytes too
+            }
+        }
+    }
+}
