@@ -6,7 +6,8 @@
 // and in the bitmap alike. A transfer of `lines` scan lines from `start` moves the rows both
 // have; the other rows of the DIB are written as zeros by GetDIBits and skipped by SetDIBits.
 // GetDIBits answers the rows it read from the bitmap (1 when it was given nothing to do, as
-// Windows answers), SetDIBits the scan lines it was given (0 when none). Columns past the
+// Windows answers), SetDIBits the scan lines it was given (0 when none; a top-down DIB's are
+// not cut at its top, the rows past it skipped, as Windows does). Columns past the
 // narrower of the two are left alone (SetDIBits) or zeroed (GetDIBits, with each row's
 // padding). Pixels are converted through RowConverter: between equal formats they are copied
 // as they are (the fourth byte of a 32-bit pixel included), otherwise each becomes the
@@ -296,13 +297,18 @@ VXPLATFORMAPI int SetDIBits(HDC dc, HBITMAP handle, UINT start, UINT lines, cons
             ReadMasks(info, masks);
             source.redMask = masks[0], source.greenMask = masks[1], source.blueMask = masks[2];
         }
-        const RowSpan span = SpanOf(*layout, start, lines);
+        RowSpan span = SpanOf(*layout, start, lines);
         if (span.count == 0) return 0;
+        if (layout->topDown) {
+            // A top-down DIB's lines are not cut at its top: the rows above it are skipped.
+            span.count = static_cast<int>(std::min<UINT>(lines, INT_MAX / 2));
+            span.top = layout->height - static_cast<int>(start) - span.count;
+        }
         const Surface surface = bitmap->surface();
         if (surface.bits == nullptr) return span.count;
         RowConverter convert(source, FormatOf(surface));
         const int columns = std::min(layout->width, bitmap->width);
-        for (int row = span.top; row < std::min(span.top + span.count, bitmap->height); ++row)
+        for (int row = std::max(span.top, 0); row < std::min(span.top + span.count, bitmap->height); ++row)
             convert(static_cast<const uint8_t*>(bits) + OffsetOf(*layout, span, row), 0, SurfaceRow(surface, row), 0,
                     columns);
         return span.count;
