@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "gdi_support.hpp"
@@ -485,4 +486,141 @@ TEST(GdiBitmaps, DIBRefusals) {
     }
     EXPECT_EQ(GetDIBits(dc.get(), bitmap.get(), 0, 7, bits.data(), nullptr, DIB_RGB_COLORS), 0);
     EXPECT_EQ(SetDIBits(dc.get(), bitmap.get(), 0, 7, bits.data(), nullptr, DIB_RGB_COLORS), 0);
+}
+
+// DIB sections keep the DIB's layout: 32-bit aligned rows at the address handed out, the
+// table filled out to 2^depth entries, 16 bits described by masks. GetBitmapBits cuts their
+// rows, as they are, to a device bitmap's width; a DC holding one makes sections like it.
+TEST(GdiBitmaps, DIBSections) {
+    const vx::MemoryDC dc;
+    const struct { int depth; DWORD compression; uint32_t masks[3]; DWORD used, wantUsed, wantCompression; uint32_t wantMasks[3]; } cases[] = {
+        {1, BI_RGB, {}, 0, 2, BI_RGB, {}},
+        {8, BI_RGB, {}, 3, 256, BI_RGB, {}},
+        {16, BI_RGB, {}, 0, 0, BI_BITFIELDS, {0x7C00, 0x03E0, 0x001F}},
+        {16, BI_BITFIELDS, {0xF800, 0x07E0, 0x001F}, 0, 0, BI_BITFIELDS, {0xF800, 0x07E0, 0x001F}},
+        {24, BI_RGB, {}, 0, 0, BI_RGB, {}},
+        {32, BI_BITFIELDS, {0xFF, 0xFF00, 0xFF0000}, 0, 0, BI_BITFIELDS, {0xFF, 0xFF00, 0xFF0000}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.depth << (c.compression ? " bitfields" : ""));
+        Info info = Header(5, -3, c.depth, c.compression);
+        info.header.biClrUsed = c.used;
+        if (c.compression == BI_BITFIELDS) std::memcpy(info.table, c.masks, sizeof c.masks);
+        void* bits = nullptr;
+        const vx::OwnedObject<HBITMAP> section(CreateDIBSection(nullptr, info.get(), DIB_RGB_COLORS, &bits, nullptr, 0));
+        ASSERT_NE(bits, nullptr);
+        const int stride = (5 * c.depth + 31) / 32 * 4, widthBytes = (5 * c.depth + 15) / 16 * 2;
+        DIBSECTION ds{};
+        EXPECT_EQ(GetObjectA(section.get(), sizeof ds, &ds), static_cast<int>(sizeof ds));
+        EXPECT_EQ(ds.dsBm.bmBits, bits);
+        EXPECT_EQ(ds.dsBm.bmWidthBytes, stride);
+        EXPECT_EQ(ds.dsBm.bmBitsPixel, c.depth);
+        EXPECT_EQ(ds.dsBmih.biHeight, 3);  // top-down, yet positive
+        EXPECT_EQ(ds.dsBmih.biSizeImage, static_cast<DWORD>(3 * stride));
+        EXPECT_EQ(ds.dsBmih.biClrUsed, c.wantUsed);
+        EXPECT_EQ(ds.dsBmih.biCompression, c.wantCompression);
+        EXPECT_EQ(std::vector<uint32_t>(ds.dsBitfields, ds.dsBitfields + 3), std::vector<uint32_t>(c.wantMasks, c.wantMasks + 3));
+        EXPECT_EQ(GetObjectA(section.get(), sizeof(BITMAP), &ds), static_cast<int>(sizeof(BITMAP)));
+
+        Bytes memory(static_cast<size_t>(3 * stride)), want;
+        for (size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<uint8_t>(17 * i + 3);
+        std::memcpy(bits, memory.data(), memory.size());
+        for (int y = 0; y < 3; ++y) want.insert(want.end(), memory.begin() + y * stride, memory.begin() + y * stride + widthBytes);
+        EXPECT_EQ(BitsOf(section.get()), want);
+
+        const HGDIOBJ stock = SelectObject(dc.get(), section.get());
+        const vx::OwnedObject<HBITMAP> like(CreateCompatibleBitmap(dc.get(), 2, 2));
+        EXPECT_EQ(GetObjectA(like.get(), sizeof ds, &ds), static_cast<int>(sizeof ds));
+        EXPECT_EQ(ds.dsBm.bmBitsPixel, c.depth);
+        SelectObject(dc.get(), stock);
+    }
+    // Refused: a bad header, depth, compression, size or usage; no DC or bits pointer is needed.
+    void* bits = &bits;
+    for (auto [width, height, depth, compression, usage] : {std::tuple{5, 3, 7, BI_RGB, 0u}, {0, 3, 8, BI_RGB, 0u},
+                                                             {5, 0, 8, BI_RGB, 0u}, {-5, 3, 8, BI_RGB, 0u},
+                                                             {5, 3, 8, BI_RLE8, 0u}, {5, 3, 8, BI_RGB, 2u},
+                                                             {65536, 65536, 32, BI_RGB, 0u}}) {
+        Info info = Header(width, height, depth, static_cast<DWORD>(compression));
+        EXPECT_EQ(CreateDIBSection(dc.get(), info.get(), usage, &bits, nullptr, 0), nullptr) << width << " x " << height;
+        EXPECT_EQ(bits, nullptr);
+    }
+    EXPECT_EQ(CreateDIBSection(dc.get(), nullptr, DIB_RGB_COLORS, &bits, nullptr, 0), nullptr);
+    Info info = Header(5, 3, 8);
+    const vx::OwnedObject<HBITMAP> unbound(CreateDIBSection(nullptr, info.get(), DIB_RGB_COLORS, nullptr, nullptr, 0));
+    EXPECT_NE(unbound.get(), nullptr);
+}
+
+// CreateDIBitmap makes what CreateCompatibleBitmap makes (monochrome for no DC) and with
+// CBM_INIT converts the bits into it; DIB_PAL_COLORS tables index the DC's palette.
+TEST(GdiBitmaps, CreateDIBitmapAndPaletteIndices) {
+    const vx::WindowDC screen(nullptr);
+    const vx::MemoryDC dc;
+    Info info = Header(2, -2, 24);
+    const uint8_t bits[16] = {1, 2, 3, 250, 251, 252, 0, 0, 7, 8, 9, 200, 201, 202, 0, 0};
+    const struct { HDC dc; int depth; Bytes want; } cases[] = {
+        {screen.get(), 32, {1, 2, 3, 0, 250, 251, 252, 0, 7, 8, 9, 0, 200, 201, 202, 0}},
+        {dc.get(), 1, {0x40, 0, 0x40, 0}},
+        {nullptr, 1, {0x40, 0, 0x40, 0}},
+    };
+    for (const auto& c : cases) {
+        const vx::OwnedObject<HBITMAP> made(CreateDIBitmap(c.dc, &info.header, CBM_INIT, bits, info.get(), DIB_RGB_COLORS));
+        ASSERT_NE(made.get(), nullptr);
+        EXPECT_EQ(ObjectOf(made.get()).bmBitsPixel, c.depth);
+        EXPECT_EQ(ObjectOf(made.get()).bmHeight, 2);
+        EXPECT_EQ(BitsOf(made.get()), c.want);
+    }
+    const vx::OwnedObject<HBITMAP> blank(CreateDIBitmap(screen.get(), &info.header, 0, nullptr, nullptr, 0));
+    EXPECT_EQ(BitsOf(blank.get()), Bytes(16, 0));
+    EXPECT_EQ(CreateDIBitmap(screen.get(), &info.header, CBM_INIT, nullptr, info.get(), DIB_RGB_COLORS), nullptr);
+    EXPECT_EQ(CreateDIBitmap(screen.get(), &info.header, CBM_INIT, bits, nullptr, DIB_RGB_COLORS), nullptr);
+    EXPECT_EQ(CreateDIBitmap(screen.get(), nullptr, CBM_INIT, bits, info.get(), DIB_RGB_COLORS), nullptr);
+
+    // Indices 16-19 and 0 of the default palette: blue, magenta, cyan, white, black.
+    struct { BITMAPINFOHEADER header; WORD indices[256]; } indexed{};
+    indexed.header = Header(5, 1, 8).header;
+    for (int i = 0; i < 256; ++i) indexed.indices[i] = static_cast<WORD>(i % 20);
+    const uint8_t row[8] = {16, 17, 18, 19, 20};
+    vxtest::Canvas canvas(5, 1, 32);
+    EXPECT_EQ(SetDIBits(canvas.dc(), canvas.bitmap(), 0, 1, row, reinterpret_cast<BITMAPINFO*>(&indexed), DIB_PAL_COLORS), 1);
+    EXPECT_EQ(canvas.read(), vxtest::Colours({RGB(0, 0, 255), RGB(255, 0, 255), RGB(0, 255, 255), RGB(255, 255, 255), 0}));
+    uint8_t back[8] = {};
+    EXPECT_EQ(GetDIBits(canvas.dc(), canvas.bitmap(), 0, 1, back, reinterpret_cast<BITMAPINFO*>(&indexed), DIB_PAL_COLORS), 1);
+    EXPECT_EQ(Bytes(back, back + 8), Bytes({16, 17, 18, 19, 0, 0, 0, 0}));
+    EXPECT_EQ(indexed.indices[17], 17);
+}
+
+// GetNearestColor answers the colour a memory DC's bitmap would store; on the true-colour
+// screen there is no system palette and the colour comes back as it is.
+TEST(GdiBitmaps, NearestColoursAndTheSystemPalette) {
+    const vx::WindowDC screen(nullptr);
+    vxtest::Canvas mono(1, 1, 1), colour(1, 1, 32), high(1, 1, 16);
+    const struct { COLORREF asked, mono, colour, high; } cases[] = {
+        {RGB(200, 100, 51), 0, RGB(200, 100, 51), RGB(206, 99, 49)},
+        {PALETTEINDEX(1), 0, RGB(128, 0, 0), RGB(132, 0, 0)},
+        {PALETTEINDEX(7), RGB(255, 255, 255), RGB(192, 192, 192), RGB(198, 198, 198)},
+        {PALETTERGB(9, 8, 7), 0, RGB(9, 8, 7), RGB(8, 8, 0)},
+        {0x03010203, 0, 0, 0},  // bit 24 makes it an index, out of range: entry 0
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.asked);
+        EXPECT_EQ(GetNearestColor(mono.dc(), c.asked), c.mono);
+        EXPECT_EQ(GetNearestColor(colour.dc(), c.asked), c.colour);
+        EXPECT_EQ(GetNearestColor(high.dc(), c.asked), c.high);
+        EXPECT_EQ(GetNearestColor(screen.get(), c.asked), c.asked);
+    }
+    EXPECT_EQ(GetNearestColor(nullptr, 0), CLR_INVALID);
+    PALETTEENTRY entries[4] = {};
+    EXPECT_EQ(GetSystemPaletteEntries(screen.get(), 0, 4, entries), 0u);
+    EXPECT_EQ(RealizePalette(screen.get()), 0u);
+    const struct { WORD version, count; PALETTEENTRY entries[2]; } logical{0x300, 2, {{10, 20, 30, 0}, {0, 0, 0, 0}}};
+    const vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+    const vx::PaletteSelection selected(colour.dc(), palette.get());
+    EXPECT_EQ(RealizePalette(colour.dc()), 0u);
+    EXPECT_EQ(SetPixel(colour.dc(), 0, 0, PALETTEINDEX(0)), RGB(10, 20, 30));
+    EXPECT_EQ(SetPixel(colour.dc(), 0, 0, PALETTEINDEX(5)), RGB(10, 20, 30));
+    EXPECT_EQ(GetDeviceCaps(screen.get(), BITSPIXEL), 32);
+    EXPECT_EQ(GetDeviceCaps(screen.get(), SIZEPALETTE), 0);
+    EXPECT_EQ(GetDeviceCaps(screen.get(), NUMCOLORS), -1);
+    EXPECT_EQ(GetDeviceCaps(mono.dc(), LOGPIXELSX), 96);
+    EXPECT_EQ(GetDeviceCaps(colour.dc(), RASTERCAPS) & RC_PALETTE, 0);
 }

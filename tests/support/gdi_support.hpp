@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -145,15 +146,17 @@ public:
                     const auto v = static_cast<BYTE>(i * 255 / (entries - 1));
                     table.push_back({v, v, v, 0});
                 }
-            std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + table.size() * sizeof(RGBQUAD));
-            auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
-            *header = {sizeof(BITMAPINFOHEADER), width, -height, 1, static_cast<WORD>(bitsPerPixel), BI_RGB, 0, 0, 0,
-                       static_cast<DWORD>(table.size()), 0};
-            if (!table.empty()) std::memcpy(header + 1, table.data(), table.size() * sizeof(RGBQUAD));
+            struct {
+                BITMAPINFOHEADER header;
+                RGBQUAD table[256];
+            } info{};
+            info.header = {sizeof(BITMAPINFOHEADER), width, -height, 1, static_cast<WORD>(bitsPerPixel), BI_RGB, 0, 0, 0,
+                           static_cast<DWORD>(table.size()), 0};
+            for (size_t i = 0; i < table.size() && i < 256; ++i) info.table[i] = table[i];
             format_.table = table;
             void* bits = nullptr;
-            bitmap_ = vx::OwnedObject<HBITMAP>(CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(info.data()),
-                                                                DIB_RGB_COLORS, &bits, nullptr, 0));
+            bitmap_ = vx::OwnedObject<HBITMAP>(
+                CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS, &bits, nullptr, 0));
         }
         EXPECT_NE(bitmap_.get(), nullptr) << width << " x " << height << " at " << bitsPerPixel << " bits";
         previous_ = SelectObject(dc_.get(), bitmap_.get());
