@@ -10,6 +10,10 @@
 
 #include "gdi_support.hpp"
 
+#ifndef _WIN32
+#include "platform/posix/gdi/screen.hpp"
+#endif
+
 namespace {
 
 using Bytes = std::vector<uint8_t>;
@@ -289,7 +293,7 @@ constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
 // GetDIBits from bitmaps of every depth to DIBs of every depth and layout: each pixel becomes
 // the nearest colour of the table GetDIBits writes, or its channels cut to the masks.
 TEST(GdiBitmaps, GetDIBitsEveryDepthPair) {
-    const int width = 7, height = 3;
+    const int width = 37, height = 3;  // more than the 16 pixels a fast step takes
     for (int from : kDepths) {
         vxtest::Canvas source(width, height, from);
         vxtest::Colours colours;
@@ -325,7 +329,7 @@ TEST(GdiBitmaps, GetDIBitsEveryDepthPair) {
 // SetDIBits from DIBs of every depth (tables, 5-5-5, 5-6-5, 8-8-8 and swapped masks) into
 // bitmaps of every depth: each pixel takes the nearest colour the bitmap holds.
 TEST(GdiBitmaps, SetDIBitsEveryDepthPair) {
-    const int width = 9, height = 2;
+    const int width = 37, height = 2;
     uint32_t seed = 12345;
     auto next = [&seed] { return seed = seed * 1103515245u + 12345u, seed >> 8; };
     struct Source { int bits; DWORD compression; uint32_t masks[3]; } sources[] = {
@@ -624,3 +628,46 @@ TEST(GdiBitmaps, NearestColoursAndTheSystemPalette) {
     EXPECT_EQ(GetDeviceCaps(mono.dc(), LOGPIXELSX), 96);
     EXPECT_EQ(GetDeviceCaps(colour.dc(), RASTERCAPS) & RC_PALETTE, 0);
 }
+
+#ifndef _WIN32
+// The 8-bit palette screen, ours only (Wine's screen is true colour): realising a palette
+// takes a free system entry for each colour the system palette lacks (or that asks for one of
+// its own), none for an explicit index or a colour it holds, and none when realised again.
+TEST(GdiBitmaps, PaletteScreenNativeOnly) {
+    vx::posix::gdi::UsePaletteScreen(true);
+    {
+        const vx::WindowDC screen(nullptr);
+        const vx::MemoryDC dc;
+        EXPECT_EQ(GetDeviceCaps(screen.get(), BITSPIXEL), 8);
+        EXPECT_EQ(GetDeviceCaps(screen.get(), SIZEPALETTE), 256);
+        EXPECT_EQ(GetDeviceCaps(screen.get(), NUMCOLORS), 20);
+        EXPECT_NE(GetDeviceCaps(dc.get(), RASTERCAPS) & RC_PALETTE, 0);
+        const vx::OwnedObject<HBITMAP> eight(CreateCompatibleBitmap(screen.get(), 2, 2)), colour(CreateBitmap(2, 2, 1, 32, nullptr));
+        EXPECT_EQ(ObjectOf(eight.get()).bmBitsPixel, 8);
+        EXPECT_EQ(SelectObject(dc.get(), colour.get()), nullptr);
+        const HGDIOBJ stock = SelectObject(dc.get(), eight.get());
+        EXPECT_NE(stock, nullptr);
+        SelectObject(dc.get(), stock);
+
+        EXPECT_EQ(GetSystemPaletteEntries(screen.get(), 0, 0, nullptr), 256u);
+        const struct { WORD version, count; PALETTEENTRY entries[5]; } logical{
+            0x300, 5, {{0, 0, 0, 0}, {1, 2, 3, 0}, {4, 5, 6, 0}, {1, 2, 3, PC_NOCOLLAPSE}, {200, 0, 0, PC_EXPLICIT}}};
+        const vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+        const vx::PaletteSelection selected(screen.get(), palette.get());
+        EXPECT_EQ(RealizePalette(screen.get()), 3u);
+        EXPECT_EQ(RealizePalette(screen.get()), 0u);
+        PALETTEENTRY system[256];
+        EXPECT_EQ(GetSystemPaletteEntries(screen.get(), 0, 300, system), 256u);
+        const auto colourOf = [](const PALETTEENTRY& e) { return RGB(e.peRed, e.peGreen, e.peBlue); };
+        EXPECT_EQ(colourOf(system[9]), RGB(166, 202, 240));
+        EXPECT_EQ(colourOf(system[10]), RGB(1, 2, 3));
+        EXPECT_EQ(colourOf(system[11]), RGB(4, 5, 6));
+        EXPECT_EQ(colourOf(system[12]), RGB(1, 2, 3));
+        EXPECT_EQ(colourOf(system[13]), 0u);
+        EXPECT_EQ(colourOf(system[255]), RGB(255, 255, 255));
+        EXPECT_EQ(GetNearestColor(screen.get(), RGB(5, 5, 5)), RGB(4, 5, 6));
+        EXPECT_EQ(GetNearestColor(screen.get(), RGB(250, 5, 5)), RGB(255, 0, 0));
+    }
+    vx::posix::gdi::UsePaletteScreen(false);
+}
+#endif
