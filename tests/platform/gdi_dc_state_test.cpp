@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "gdi_guards.hpp"
+#include "gdi_support.hpp"
 
 #ifndef _WIN32
 #include "platform/posix/gdi/objects.hpp"
@@ -114,7 +116,6 @@ TEST(GdiMapping, ExtentsAreRefusedOrSquared) {
 
 TEST(GdiMapping, IsotropicExtentsStaySquare) {
     const vx::MemoryDC dc;
-    if (GetDeviceCaps(dc.get(), HORZRES) == 0) GTEST_SKIP() << "no device metrics yet";
     SIZE now{};
     const struct { SIZE window, viewport, expected; } isotropic[] = {
         {{100, 50}, {300, 300}, {300, 150}},  {{100, 50}, {-300, 300}, {-300, 150}},
@@ -293,4 +294,245 @@ TEST(GdiRegions, CombinationsKeepWindowsBands) {
     for (int mode : {0, RGN_COPY + 1}) EXPECT_EQ(CombineRgn(d.get(), a.get(), b.get(), mode), ERROR);
     EXPECT_EQ(CombineRgn(d.get(), a.get(), nullptr, RGN_AND), ERROR);
     EXPECT_EQ(CombineRgn(nullptr, a.get(), b.get(), RGN_OR), ERROR);
+}
+
+namespace {
+
+// A 1-bit canvas, all white.
+struct White : vxtest::Canvas {
+    White(int width, int height) : Canvas(width, height, 1) {
+        const std::vector<uint8_t> ones(bytes().size(), 0xFF);
+        SetBitmapBits(bitmap(), static_cast<DWORD>(ones.size()), ones.data());
+    }
+    bool Black(const std::vector<uint8_t>& bits, int x, int y) const {
+        return ((bits[y * ((width() + 15) / 16 * 2) + x / 8] >> (7 - x % 8)) & 1) == 0;
+    }
+};
+
+uint32_t Fnv(const std::vector<uint8_t>& bytes) {
+    uint32_t hash = 2166136261u;
+    for (uint8_t b : bytes) hash = (hash ^ b) * 16777619u;
+    return hash;
+}
+
+// Lines from many starts to many ends, some far off the surface, each toggling its pixels.
+void DrawStar(HDC dc) {
+    SetROP2(dc, R2_NOT);
+    const POINT starts[] = {{20, 20}, {3, 40}, {45, 7}, {-30, 70}, {100, -20}};
+    for (const POINT& s : starts) {
+        for (int i = 0; i < 40; ++i) {
+            const int dx = (i * 7) % 23 - 11, dy = (i * 11) % 19 - 9;
+            MoveToEx(dc, s.x, s.y, nullptr);
+            LineTo(dc, s.x + dx * (i % 5 + 1), s.y + dy * (i % 3 + 2));
+        }
+    }
+    MoveToEx(dc, -1000000, -999999, nullptr);
+    LineTo(dc, 1000000, 1000001);
+    MoveToEx(dc, 0x20000000, 5, nullptr);
+    LineTo(dc, -5, 30);
+    SetROP2(dc, R2_COPYPEN);
+}
+
+}  // namespace
+
+// The pixels a line lights from (8, 8), relative to it: every octant, the ties settled by the
+// octant's bias, the last point left out.
+TEST(GdiLines, LinesLightWindowsPixels) {
+    const struct { POINT end; const char* pixels; } cases[] = {
+        {{5, 2}, "0,0 1,0 2,1 3,1 4,2 "}, {{2, 5}, "0,0 0,1 1,2 1,3 2,4 "}, {{-2, 5}, "0,0 0,1 -1,2 -1,3 -2,4 "},
+        {{-5, 2}, "-1,0 0,0 -3,1 -2,1 -4,2 "}, {{-5, -2}, "-4,-2 -3,-1 -2,-1 -1,0 0,0 "},
+        {{-2, -5}, "-2,-4 -1,-3 -1,-2 0,-1 0,0 "}, {{2, -5}, "2,-4 1,-3 1,-2 0,-1 0,0 "},
+        {{5, -2}, "4,-2 2,-1 3,-1 0,0 1,0 "}, {{4, 2}, "0,0 1,0 2,1 3,1 "}, {{2, 4}, "0,0 0,1 1,2 1,3 "},
+        {{-2, 4}, "0,0 -1,1 -1,2 -2,3 "}, {{-4, 2}, "-1,0 0,0 -3,1 -2,1 "}, {{-4, -2}, "-3,-2 -2,-1 -1,-1 0,0 "},
+        {{-2, -4}, "-2,-3 -1,-2 -1,-1 0,0 "}, {{2, -4}, "1,-3 1,-2 0,-1 0,0 "}, {{4, -2}, "3,-2 1,-1 2,-1 0,0 "},
+        {{6, 3}, "0,0 1,0 2,1 3,1 4,2 5,2 "}, {{-6, -3}, "-5,-3 -4,-2 -3,-2 -2,-1 -1,-1 0,0 "},
+        {{3, 3}, "0,0 1,1 2,2 "}, {{-3, -3}, "-2,-2 -1,-1 0,0 "}, {{4, 0}, "0,0 1,0 2,0 3,0 "},
+        {{-4, 0}, "-3,0 -2,0 -1,0 0,0 "}, {{0, 4}, "0,0 0,1 0,2 0,3 "}, {{0, -4}, "0,-3 0,-2 0,-1 0,0 "},
+        {{0, 0}, ""}, {{7, 1}, "0,0 1,0 2,0 3,0 4,1 5,1 6,1 "}, {{-1, -7}, "-1,-6 -1,-5 -1,-4 0,-3 0,-2 0,-1 0,0 "},
+        {{7, -3}, "6,-3 4,-2 5,-2 2,-1 3,-1 0,0 1,0 "}, {{-3, 7}, "0,0 0,1 -1,2 -1,3 -2,4 -2,5 -3,6 "},
+    };
+    for (const auto& c : cases) {
+        const White target(16, 16);
+        MoveToEx(target.dc(), 8, 8, nullptr);
+        ASSERT_TRUE(LineTo(target.dc(), 8 + c.end.x, 8 + c.end.y));
+        const std::vector<uint8_t> bits = target.bytes();
+        std::string lit;
+        for (int y = 0; y < 16; ++y) {
+            for (int x = 0; x < 16; ++x) {
+                if (target.Black(bits, x, y)) lit += std::to_string(x - 8) + "," + std::to_string(y - 8) + " ";
+            }
+        }
+        EXPECT_EQ(lit, c.pixels) << "to " << c.end.x << "," << c.end.y;
+    }
+}
+
+// Many lines on one bitmap match Windows' pixels as a whole, and the same lines clipped to a
+// region light exactly the pixels they light unclipped inside it.
+TEST(GdiLines, ClippedLinesLightTheUnclippedPixels) {
+    const White whole(64, 48), clipped(64, 48);
+    DrawStar(whole.dc());
+    EXPECT_EQ(Fnv(whole.bytes()), 821023808u);
+    const vx::OwnedObject<HRGN> clip(CreateRectRgn(5, 3, 40, 30)), hole(CreateRectRgn(12, -4, 19, 60));
+    const vx::OwnedObject<HRGN> band(CreateRectRgn(30, 25, 70, 44));
+    CombineRgn(clip.get(), clip.get(), hole.get(), RGN_XOR);
+    CombineRgn(clip.get(), clip.get(), band.get(), RGN_OR);
+    EXPECT_EQ(SelectClipRgn(clipped.dc(), clip.get()), COMPLEXREGION);
+    DrawStar(clipped.dc());
+    const std::vector<uint8_t> a = whole.bytes(), b = clipped.bytes();
+    for (int y = 0; y < 48; ++y) {
+        for (int x = 0; x < 64; ++x) {
+            const bool expected = PtInRegion(clip.get(), x, y) && whole.Black(a, x, y);
+            EXPECT_EQ(clipped.Black(b, x, y), expected) << x << "," << y;
+        }
+    }
+}
+
+namespace {
+
+// The value of pixel (x, y) of a canvas 16 pixels wide from its bytes.
+uint32_t PixelValue(const std::vector<uint8_t>& bytes, int bits, int x, int y) {
+    const uint8_t* row = bytes.data() + y * 2 * bits;
+    if (bits < 8) return (row[x * bits / 8] >> (8 - bits - x * bits % 8)) & ((1u << bits) - 1);
+    uint32_t value = 0;
+    for (int i = bits / 8 - 1; i >= 0; --i) value = value << 8 | row[x * bits / 8 + i];
+    return value;
+}
+
+}  // namespace
+
+// Each binary raster operation combines the pen's pixel value with the destination's bit by bit
+// over the whole pixel (the unused top bits of 16 and 32-bit pixels included): row r - 1 is
+// drawn with operation r over a varied destination, and row 16 with R2_COPYPEN gives the pen's
+// pixel value.
+TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
+    const struct { int bits; COLORREF pen; } cases[] = {
+        {1, RGB(0, 0, 0)}, {1, RGB(255, 255, 255)}, {32, RGB(0x12, 0x34, 0x56)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.bits << " bits, pen " << std::hex << c.pen);
+        std::vector<RGBQUAD> table;  // index i: red 255 - i, green i
+        for (int i = 0; i < (c.bits <= 8 ? 1 << c.bits : 0); ++i) table.push_back({0, BYTE(i), BYTE(255 - i), 0});
+        const vxtest::Canvas target(16, 17, c.bits, table);
+        std::vector<uint8_t> pattern(target.bytes().size());
+        for (size_t i = 0; i < pattern.size(); ++i) pattern[i] = static_cast<uint8_t>(i * 37 + 11);
+        SetBitmapBits(target.bitmap(), static_cast<DWORD>(pattern.size()), pattern.data());
+        const vx::OwnedObject<HPEN> pen(CreatePen(PS_SOLID, 0, c.pen));
+        const HGDIOBJ old = SelectObject(target.dc(), pen.get());
+        for (int rop = R2_BLACK; rop <= R2_WHITE + 1; ++rop) {
+            const int y = rop == R2_WHITE + 1 ? 16 : rop - 1;
+            SetROP2(target.dc(), rop == R2_WHITE + 1 ? R2_COPYPEN : rop);
+            MoveToEx(target.dc(), 0, y, nullptr);
+            LineTo(target.dc(), 16, y);
+        }
+        SelectObject(target.dc(), old);
+        const std::vector<uint8_t> after = target.bytes();
+        const uint32_t p = PixelValue(after, c.bits, 0, 16);
+        for (int rop = R2_BLACK; rop <= R2_WHITE; ++rop) {
+            for (int x = 0; x < 16; ++x) {
+                const uint32_t d = PixelValue(pattern, c.bits, x, rop - 1);
+                uint32_t expected = 0;
+                for (int bit = 0; bit < c.bits; ++bit) {
+                    const unsigned index = ((p >> bit) & 1) * 2 + ((d >> bit) & 1);
+                    expected |= static_cast<uint32_t>(((rop - 1) >> index) & 1) << bit;
+                }
+                EXPECT_EQ(PixelValue(after, c.bits, x, rop - 1), expected) << "R2 " << rop << ", x " << x;
+            }
+        }
+    }
+}
+
+// Rectangle: the outline through the corners less one, the brush inside it; with PS_NULL the
+// brush fills up to the right and bottom edges less one.
+TEST(GdiLines, RectanglesOutlineAndFill) {
+    const White target(24, 12);
+    const struct { int pen, brush; RECT rect; } rectangles[] = {
+        {NULL_PEN, BLACK_BRUSH, {1, 1, 7, 6}}, {BLACK_PEN, NULL_BRUSH, {9, 1, 15, 6}},
+        {WHITE_PEN, BLACK_BRUSH, {17, 1, 23, 6}}, {WHITE_PEN, BLACK_BRUSH, {5, 8, 1, 11}},
+        {BLACK_PEN, BLACK_BRUSH, {9, 8, 9, 11}}, {BLACK_PEN, NULL_BRUSH, {12, 8, 13, 9}},
+        {BLACK_PEN, NULL_BRUSH, {15, 8, 17, 10}},
+    };
+    for (const auto& r : rectangles) {
+        SelectObject(target.dc(), GetStockObject(r.pen));
+        SelectObject(target.dc(), GetStockObject(r.brush));
+        EXPECT_TRUE(Rectangle(target.dc(), r.rect.left, r.rect.top, r.rect.right, r.rect.bottom));
+    }
+    const char* const expected[] = {
+        "........................", ".#####...######.........", ".#####...#....#...####..", ".#####...#....#...####..",
+        ".#####...#....#...####..", ".........######.........", "........................", "........................",
+        "...............##.......", "..##...........##.......", "........................", "........................",
+    };
+    const std::vector<uint8_t> bits = target.bytes();
+    for (int y = 0; y < 12; ++y) {
+        std::string row;
+        for (int x = 0; x < 24; ++x) row += target.Black(bits, x, y) ? '#' : '.';
+        EXPECT_EQ(row, expected[y]) << "row " << y;
+    }
+    EXPECT_EQ(CreatePen(PS_NULL, 3, RGB(1, 2, 3)), GetStockObject(NULL_PEN));
+
+}
+
+// What the clipping calls answer, and the clip box they leave (logical coordinates), on a
+// 20 x 10 bitmap; the clipping region may reach beyond the bitmap.
+TEST(GdiClipping, ClipCallsAnswerAsWindows) {
+    const White target(20, 10);
+    const HDC dc = target.dc();
+    const vx::OwnedObject<HRGN> two(CreateRectRgn(0, 0, 3, 3)), distant(CreateRectRgn(100, 100, 103, 103));
+    CombineRgn(two.get(), two.get(), distant.get(), RGN_OR);
+    using Call = int (*)(HDC, HRGN);
+    const Call none = [](HDC, HRGN) { return SIMPLEREGION; };
+    const Call clear = [](HDC d, HRGN) { return SelectClipRgn(d, nullptr); };
+    const Call select = [](HDC d, HRGN r) { return SelectClipRgn(d, r); };
+    const Call intersect = [](HDC d, HRGN) { return IntersectClipRect(d, 5, -5, 30, 5); };
+    const Call exclude = [](HDC d, HRGN) { return ExcludeClipRect(d, 8, 0, 10, 2); };
+    const Call excludeReversed = [](HDC d, HRGN) { return ExcludeClipRect(d, 12, 4, 11, 0); };
+    const Call intersectEmpty = [](HDC d, HRGN) { return IntersectClipRect(d, 5, 5, 5, 9); };
+    const Call intersectOff = [](HDC d, HRGN) { return IntersectClipRect(d, 50, 50, 60, 60); };
+    const Call excludeRow = [](HDC d, HRGN) { return ExcludeClipRect(d, -5, 3, 100, 4); };
+    const Call mapped = [](HDC d, HRGN) {
+        SetAnisotropic(d, {{0, 0}, {2, 2}, {0, 10}, {1, -1}});
+        return SIMPLEREGION;
+    };
+    const Call intersectMapped = [](HDC d, HRGN) { return IntersectClipRect(d, 2, 2, 10, 10); };
+    const struct { const char* name; Call call; HRGN region; int answer, type; RECT box; } steps[] = {
+        {"no clip", none, nullptr, SIMPLEREGION, SIMPLEREGION, {0, 0, 20, 10}},
+        {"intersect", intersect, nullptr, SIMPLEREGION, SIMPLEREGION, {5, 0, 20, 5}},
+        {"exclude", exclude, nullptr, COMPLEXREGION, COMPLEXREGION, {5, 0, 20, 5}},
+        {"exclude reversed", excludeReversed, nullptr, COMPLEXREGION, COMPLEXREGION, {5, 0, 20, 5}},
+        {"clear", clear, nullptr, SIMPLEREGION, SIMPLEREGION, {0, 0, 20, 10}},
+        {"intersect empty", intersectEmpty, nullptr, SIMPLEREGION, NULLREGION, {0, 0, 0, 0}},
+        {"clear", clear, nullptr, SIMPLEREGION, SIMPLEREGION, {0, 0, 20, 10}},
+        {"intersect off", intersectOff, nullptr, SIMPLEREGION, NULLREGION, {50, 50, 20, 10}},
+        {"clear", clear, nullptr, SIMPLEREGION, SIMPLEREGION, {0, 0, 20, 10}},
+        {"exclude row", excludeRow, nullptr, COMPLEXREGION, COMPLEXREGION, {0, 0, 20, 10}},
+        {"select two", select, two.get(), COMPLEXREGION, COMPLEXREGION, {0, 0, 20, 10}},
+        {"select far", select, distant.get(), SIMPLEREGION, NULLREGION, {100, 100, 20, 10}},
+        {"select null", select, nullptr, SIMPLEREGION, SIMPLEREGION, {0, 0, 20, 10}},
+        {"mapped", mapped, nullptr, SIMPLEREGION, SIMPLEREGION, {0, 20, 40, 0}},
+        {"intersect mapped", intersectMapped, nullptr, SIMPLEREGION, SIMPLEREGION, {2, 10, 10, 2}},
+    };
+    for (const auto& s : steps) {
+        EXPECT_EQ(s.call(dc, s.region), s.answer) << s.name;
+        RECT box{};
+        EXPECT_EQ(GetClipBox(dc, &box), s.type) << s.name;
+        EXPECT_TRUE(box == s.box) << s.name << ": " << box.left << "," << box.top << "," << box.right << ","
+                                  << box.bottom;
+    }
+    // A saved clipping region comes back; a selected region is a copy.
+    SetMapMode(dc, MM_TEXT);
+    SetViewportOrgEx(dc, 0, 0, nullptr);
+    SelectClipRgn(dc, two.get());
+    const int level = SaveDC(dc);
+    IntersectClipRect(dc, 0, 0, 1, 1);
+    OffsetRgn(two.get(), 1, 1);
+    RestoreDC(dc, level);
+    RECT box{};
+    EXPECT_EQ(GetClipBox(dc, &box), COMPLEXREGION);
+    EXPECT_TRUE(box == (RECT{0, 0, 20, 10}));
+    EXPECT_EQ(SelectClipRgn(nullptr, nullptr), ERROR);
+    EXPECT_EQ(GetClipBox(nullptr, &box), ERROR);
+    EXPECT_EQ(IntersectClipRect(nullptr, 0, 0, 1, 1), ERROR);
+    EXPECT_EQ(ExcludeClipRect(nullptr, 0, 0, 1, 1), ERROR);
+    const vx::MemoryDC fresh;  // its stock 1 x 1 bitmap
+    EXPECT_EQ(GetClipBox(fresh.get(), &box), SIMPLEREGION);
+    EXPECT_TRUE(box == (RECT{0, 0, 1, 1}));
 }
