@@ -119,7 +119,8 @@ TEST(GdiMapping, PointsRoundAsWindowsDoes) {
             << both[0].x << "," << both[0].y << " " << both[1].x << "," << both[1].y;
     }
     POINT point{1, 2};
-    EXPECT_TRUE(LPtoDP(dc.get(), &point, 0));
+    SetMapping(dc.get(), {0, 0, 1 << 30, 1 << 30, 0, 0, 1, 1});  // too small a scale to invert
+    EXPECT_TRUE(LPtoDP(dc.get(), &point, 0) && !DPtoLP(dc.get(), &point, 1) && point.x == 1);
     EXPECT_FALSE(LPtoDP(nullptr, &point, 1) || DPtoLP(nullptr, &point, 1));
 }
 
@@ -148,6 +149,12 @@ TEST(GdiDcState, SavedStatesComeBackByLevel) {
     EXPECT_TRUE(SaveDC(canvas.dc()) && SelectObject(canvas.dc(), kept) && DeleteObject(saved));
     EXPECT_TRUE(RestoreDC(canvas.dc(), 1) && GetCurrentObject(canvas.dc(), OBJ_BITMAP) == kept);
     EXPECT_TRUE(SelectObject(canvas.dc(), original) && DeleteObject(kept));
+    // A restored pen is held again: deleted while selected, it lives until it is let go.
+    const HPEN pen = CreatePen(PS_SOLID, 0, RGB(1, 2, 3));
+    EXPECT_TRUE(SelectObject(canvas.dc(), pen) && SaveDC(canvas.dc()));
+    EXPECT_TRUE(SelectObject(canvas.dc(), GetStockObject(WHITE_PEN)) && RestoreDC(canvas.dc(), -1));
+    EXPECT_TRUE(DeleteObject(pen) && GetObjectType(pen) == OBJ_PEN);
+    EXPECT_TRUE(SelectObject(canvas.dc(), GetStockObject(WHITE_PEN)) && GetObjectType(pen) == 0);
     EXPECT_FALSE(SaveDC(nullptr) || RestoreDC(nullptr, 1));
     for (int refused : {0, R2_WHITE + 1}) EXPECT_EQ(SetROP2(d, refused), 0);
 }
