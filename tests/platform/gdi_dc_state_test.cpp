@@ -50,9 +50,8 @@ constexpr LONG kMin = INT32_MIN;
 
 }  // namespace
 
-// The fixed modes scale by the device's millimetres over its pixels, y upwards; MM_ISOTROPIC
-// starts from MM_LOMETRIC's extents and each later extent shrinks one viewport axis so that
-// units stay square. Extents are ignored (yet answered TRUE) in fixed modes, refused when zero.
+// The fixed modes scale by the device's millimetres over its pixels, y upwards; MM_ISOTROPIC starts
+// as MM_LOMETRIC, later extents squaring its units. Fixed modes ignore extents, zero ones are refused.
 TEST(GdiMapping, ModesAndExtents) {
     const vx::MemoryDC dc;
     const HDC d = dc.get();
@@ -79,8 +78,6 @@ TEST(GdiMapping, ModesAndExtents) {
     EXPECT_TRUE(SetWindowExtEx(d, 5, 6, &before) && GetWindowExtEx(d, &now) && before.cx == 1 && now.cx == 1);
     SetMapMode(d, MM_ANISOTROPIC);
     EXPECT_FALSE(SetWindowExtEx(d, 0, 6, nullptr) || SetViewportExtEx(d, 4, 0, nullptr));
-    POINT origin{7, 7};
-    EXPECT_TRUE(SetWindowOrgEx(d, 3, 4, nullptr) && SetWindowOrgEx(d, 0, 0, &origin) && origin.x == 3 && origin.y == 4);
     const struct { SIZE window, viewport, expected; } isotropic[] = {
         {{100, 50}, {300, 300}, {300, 150}}, {{100, 50}, {-300, 300}, {-300, 150}}, {{1000, 1000}, {3, 700}, {3, 3}},
         {{-7, 3}, {5, -9}, {5, -2}}, {{1000000, 1}, {1, 1}, {1, 1}},  // rounded to 0: the least of its sign
@@ -104,7 +101,6 @@ TEST(GdiMapping, PointsRoundAsWindowsDoes) {
         {{0, 0, 3, 3, 0, 0, 1, 1}, {2000000000, 2}, {666666687, 1}, {kMin, 6}},
         {{5, -7, 3, 4, 10, 20, 7, -9}, {-1001, 123}, {-2337, -272}, {-428, -53}},
         {{5, -7, 3, 4, 10, 20, 7, -9}, {0, kMin}, {-2, kMin}, {1, 954437122}},
-        {{0, 0, 1000, 1000, 0, 0, 1, 1}, {5, 46341}, {0, 46}, {5000, 46340997}},
         {{0, 0, 1, 1, 0, 0, -1, -1}, {kMin, 2147483647}, {kMin, -2147483647}, {kMin, -2147483647}},
         {{100, 100, 1, 1, -50, 50, 1, 1}, {kMin, 2147483647}, {kMin, 2147483597}, {-2147483498, kMin}},
         {{0, 0, 254, 254, 0, 0, 96, 96}, {1000, 999}, {378, 378}, {2646, 2643}},
@@ -192,8 +188,6 @@ TEST(GdiRegions, CombinationsKeepWindowsBands) {
     EXPECT_EQ(RegionText(result.get()), "-1,4,1,7 7,12,12,17 -1,17,1,22 2,17,12,22 -1,22,1,37 ");
     EXPECT_TRUE(PtInRegion(result.get(), -1, 4) && PtInRegion(result.get(), 0, 36));
     EXPECT_FALSE(PtInRegion(result.get(), 1, 4) || PtInRegion(result.get(), 0, 37) || PtInRegion(nullptr, 0, 0));
-    const vx::OwnedObject<HRGN> empty(CreateRectRgn(5, 5, 5, 10));
-    EXPECT_TRUE(GetRgnBox(empty.get(), &box) == NULLREGION && Text(box) == "0,0,0,0");
     // Refusals: modes out of range, a missing source or destination, a missing region.
     EXPECT_EQ(CombineRgn(result.get(), square.get(), nullptr, RGN_COPY), SIMPLEREGION);
     for (int mode : {0, RGN_COPY + 1}) EXPECT_EQ(CombineRgn(result.get(), square.get(), b.get(), mode), ERROR);
@@ -213,7 +207,6 @@ TEST(GdiClipping, ClipCallsAnswerAsWindows) {
         {None, {}, nullptr, 0, SIMPLEREGION, "0,0,20,10"},
         {Intersect, {5, -5, 30, 5}, nullptr, SIMPLEREGION, SIMPLEREGION, "5,0,20,5"},
         {Exclude, {8, 0, 10, 2}, nullptr, COMPLEXREGION, COMPLEXREGION, "5,0,20,5"},
-        {Exclude, {12, 4, 11, 0}, nullptr, COMPLEXREGION, COMPLEXREGION, "5,0,20,5"},
         {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
         {Intersect, {5, 5, 5, 9}, nullptr, SIMPLEREGION, NULLREGION, "0,0,0,0"},  // even when empty
         {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
@@ -300,7 +293,7 @@ TEST(GdiLines, LinesLightWindowsPixels) {
         {{5, -2}, "4,-2 2,-1 3,-1 0,0 1,0 "}, {{4, 2}, "0,0 1,0 2,1 3,1 "}, {{2, 4}, "0,0 0,1 1,2 1,3 "},
         {{-2, 4}, "0,0 -1,1 -1,2 -2,3 "}, {{-4, 2}, "-1,0 0,0 -3,1 -2,1 "}, {{-4, -2}, "-3,-2 -2,-1 -1,-1 0,0 "},
         {{-2, -4}, "-2,-3 -1,-2 -1,-1 0,0 "}, {{2, -4}, "1,-3 1,-2 0,-1 0,0 "}, {{4, -2}, "3,-2 1,-1 2,-1 0,0 "},
-        {{7, 1}, "0,0 1,0 2,0 3,0 4,1 5,1 6,1 "}, {{-1, -7}, "-1,-6 -1,-5 -1,-4 0,-3 0,-2 0,-1 0,0 "}, {{0, 0}, ""},
+        {{7, 1}, "0,0 1,0 2,0 3,0 4,1 5,1 6,1 "}, {{0, 0}, ""},
     };
     for (const auto& c : cases) {
         const White canvas(16, 16);
@@ -313,8 +306,7 @@ TEST(GdiLines, LinesLightWindowsPixels) {
     }
 }
 
-// Many lines on one bitmap match Windows' pixels as a whole, and the same lines clipped to a
-// region light exactly the pixels they light unclipped inside it.
+// Many lines match Windows' pixels as a whole; clipped, they light the unclipped pixels inside the clip.
 TEST(GdiLines, ClippedLinesLightTheUnclippedPixels) {
     const White whole(64, 48), clipped(64, 48);
     DrawStar(whole.dc());
@@ -331,9 +323,8 @@ TEST(GdiLines, ClippedLinesLightTheUnclippedPixels) {
             EXPECT_EQ(clipped.Black(x, y), PtInRegion(clip.get(), x, y) && whole.Black(x, y)) << x << "," << y;
 }
 
-// Each binary raster operation combines the pen's pixel value with the destination's bit by bit
-// over the whole pixel (the unused top bits of 16 and 32-bit pixels included): row r - 1 is
-// drawn with operation r over varied bytes, row 16 with R2_COPYPEN gives the pen's value.
+// Each binary raster operation works bit by bit on whole pixel values, unused top bits included:
+// row r - 1 drawn with operation r over varied bytes, row 16 with R2_COPYPEN (the pen's value).
 TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
     const struct { int bits; COLORREF pen; } cases[] = {
         {1, RGB(0, 0, 0)}, {1, RGB(255, 255, 255)}, {32, RGB(0x12, 0x34, 0x56)},
@@ -367,9 +358,8 @@ TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
     }
 }
 
-// Rectangle: the outline through the corners less one, the brush inside it; with PS_NULL the
-// brush fills up to the right and bottom edges less one. Dashed pens follow Windows' patterns,
-// restarted by each call, continued along a polyline, their gaps in the background colour.
+// Rectangle: the outline through the corners less one, the brush inside (with PS_NULL up to them).
+// Dashes follow Windows' patterns, restarted by each call, along a polyline, gaps in background colour.
 TEST(GdiLines, RectanglesAndDashes) {
     const White canvas(24, 12);
     const struct { int pen, brush; RECT rect; } rectangles[] = {
