@@ -3,10 +3,12 @@
 // learned by probing; the raster operations are checked against a bit-by-bit model.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "gdi_raster_model.hpp"
+#include "gdi_support.hpp"
 
 namespace {
 
@@ -353,6 +355,85 @@ TEST(GdiRaster, CallsAndRefusals) {
     EXPECT_EQ(GetBkColor(nullptr), CLR_INVALID);
     EXPECT_EQ(GetBkMode(nullptr), 0);
     EXPECT_EQ(GetStretchBltMode(nullptr), 0);
+}
+
+}  // namespace
+
+namespace {
+
+// Conversions between depths through a copy: a 32-bit source of mixed colours into 24-,
+// 16-, 8-, 4- and 1-bit destinations (into 8 bits a direct colour takes the entry nearest
+// its 5-bit cell's middle, into 4 bits the entry nearest itself), and those back into 32
+// bits; BI_BITFIELDS DIBs through StretchDIBits.
+TEST(GdiRaster, FormatConversions) {
+    Dib source(5, 2, 32);
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 5; ++x) {
+            const COLORREF c = vxtest::Mix(x, y);
+            const DWORD v = GetBValue(c) | GetGValue(c) << 8 | static_cast<DWORD>(GetRValue(c)) << 16;
+            std::memcpy(source.row(y) + 4 * x, &v, 4);
+        }
+    struct Case {
+        int bpp;
+        const char* there;
+        const char* back;
+    } cases[] = {
+        {24, "0000008cde8b19bd17a69ba2337a2e/24e813a836983d55048273b117923d",
+         "000000008cde8b0019bd1700a69ba200337a2e00/24e81300a83698003d5504008273b10017923d00"},
+        {16, "00007147e30a7452e615/a40bd54c4701d059421e",
+         "000000008cde8c0018bd1000a59ca500317b2900/21ef1000ad319c00395200008473b50010943900"},
+        {8, "04a74fa149/617f318f4c", "04040400a7a7a7004f4f4f00a1a1a10049494900/616161007f7f7f00313131008f8f8f004c4c4c00"},
+        {4, "0a5940/673850", "00000000aaaaaa00555555009999990044444400/6666660077777700333333008888880055555500"},
+        {1, "50/10", "00000000ffffff0000000000ffffff0000000000/000000000000000000000000ffffff0000000000"},
+    };
+    for (const Case& c : cases) {
+        Dib dest(5, 2, c.bpp, c.bpp == 1 ? kBlackWhite : std::vector<RGBQUAD>{}), back(5, 2, 32);
+        EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 5, 2, source.dc(), 0, 0, SRCCOPY));
+        EXPECT_TRUE(BitBlt(back.dc(), 0, 0, 5, 2, dest.dc(), 0, 0, SRCCOPY));
+        EXPECT_EQ(dest.hex(c.bpp), c.there) << c.bpp;
+        EXPECT_EQ(back.hex(32), c.back) << c.bpp;
+    }
+    // 5-6-5 and 10-bit-channel DIBs.
+    const DWORD masks565[3] = {0xF800, 0x07E0, 0x001F}, masks101010[3] = {0x3FF00000, 0x000FFC00, 0x000003FF};
+    struct Fields {
+        int bpp;
+        const DWORD* masks;
+        const char* expected;
+    } fields[] = {{16, masks565, "94823100b5087b00d692bd00"}, {32, masks101010, "0463e10026ebc30043bea700"}};
+    for (const Fields& f : fields) {
+        std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 3 * sizeof(DWORD));
+        auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
+        *header = {sizeof(BITMAPINFOHEADER), 3, -1, 1, static_cast<WORD>(f.bpp), BI_BITFIELDS, 0, 0, 0, 0, 0};
+        std::memcpy(header + 1, f.masks, 3 * sizeof(DWORD));
+        const uint8_t bits[12] = {0x12, 0x34, 0x56, 0x78, 0x9a, 0xbc, 0xde, 0xf0, 0x0f, 0xed, 0xcb, 0xa9};
+        Dib dest(3, 1, 32);
+        EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 3, 1, 0, 0, 3, 1, bits, reinterpret_cast<BITMAPINFO*>(info.data()),
+                                DIB_RGB_COLORS, SRCCOPY),
+                  1);
+        EXPECT_EQ(dest.hex(32), f.expected) << f.bpp;
+    }
+}
+
+// Mapping modes reach the transfers: the destination and source rectangles are mapped by
+// their DCs, so a scaled DC stretches a BitBlt; bad extents draw nothing and do not fault.
+TEST(GdiRaster, MappedAndHuge) {
+    Dib source(2, 2, 8), dest(6, 6, 8);
+    source.set({"0102", "0304"});
+    dest.fill(0xee);
+    SetMapMode(dest.dc(), MM_ANISOTROPIC);
+    SetWindowExtEx(dest.dc(), 1, 1, nullptr);
+    SetViewportExtEx(dest.dc(), 2, 2, nullptr);
+    SetViewportOrgEx(dest.dc(), 1, 1, nullptr);
+    SetStretchBltMode(dest.dc(), COLORONCOLOR);
+    EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 2, 2, source.dc(), 0, 0, SRCCOPY));
+    EXPECT_EQ(dest.hex(8), "eeeeeeeeeeee/ee01010202ee/ee01010202ee/ee03030404ee/ee03030404ee/eeeeeeeeeeee");
+    SetMapMode(dest.dc(), MM_TEXT);
+    SetViewportOrgEx(dest.dc(), 0, 0, nullptr);
+    for (const int extent : {INT32_MAX, INT32_MIN, 1 << 30}) {
+        EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, extent, extent, source.dc(), 0, 0, SRCCOPY));
+        EXPECT_TRUE(StretchBlt(dest.dc(), INT32_MIN, 0, extent, 3, source.dc(), 0, 0, 2, extent, SRCCOPY));
+        EXPECT_TRUE(PatBlt(dest.dc(), extent, extent, extent, extent, PATINVERT));
+    }
 }
 
 }  // namespace

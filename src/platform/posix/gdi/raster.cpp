@@ -6,9 +6,10 @@
 // background colour; written from a colour source, a pixel becomes 1 exactly when its colour
 // is the source DC's background colour. Every other surface converts through its colours: a
 // paletted source through its table, a direct source to the nearest entry of a paletted
-// destination, where the colour is first reduced to 5 bits a channel and taken from the
-// middle of that cell (Wine looks colours up in a 32 x 32 x 32 cache built that way). Two
-// surfaces of one format with the same colours copy raw bits.
+// destination; for an 8-bit destination the colour is first reduced to 5 bits a channel and
+// taken from the middle of that cell (Wine looks colours up in a 32 x 32 x 32 cache built that
+// way; its 1- and 4-bit conversions search the table exactly). Two surfaces of one format
+// with the same colours copy raw bits.
 //
 // The engine works row by row. For each destination row it finds the source row (or rows),
 // converts the part it needs into the destination's format in a buffer whose bytes line up
@@ -82,12 +83,18 @@ inline void Put(uint8_t* row, int x, uint32_t v) {
     if constexpr (B == 32) std::memcpy(row + 4 * static_cast<ptrdiff_t>(x), &v, 4);
 }
 
-// Pixel access chosen once per transfer by depth.
+// Row-level pixel access chosen once per transfer by depth: each call handles a run of
+// pixels, so no pixel meets an indirect call.
 struct PixelOps {
     void (*fetch)(const uint8_t* row, int x, int count, uint32_t* out) = nullptr;
     void (*store)(const uint32_t* in, uint8_t* row, int x, int count) = nullptr;
-    uint32_t (*get)(const uint8_t* row, int x) = nullptr;
-    void (*put)(uint8_t* row, int x, uint32_t v) = nullptr;
+    void (*fill)(uint8_t* row, int x, int count, uint32_t value) = nullptr;
+    // Pixel x + i takes pixel (phase + i) mod width of `tile`.
+    void (*tile)(uint8_t* row, int x, int count, const uint8_t* tile, int width, int phase) = nullptr;
+    // out[i] = the AND (or the OR) of pixels groups[i].low + shift ... groups[i].high + shift.
+    void (*reduce)(const uint8_t* row, const Group* groups, int count, int shift, bool andBits, uint32_t* out) = nullptr;
+    // out[i] = pixel groups[i].high + shift (one pixel per group).
+    void (*pick)(const uint8_t* row, const Group* groups, int count, int shift, uint32_t* out) = nullptr;
 };
 
 template <int B>
@@ -99,8 +106,28 @@ PixelOps OpsFor() {
     ops.store = [](const uint32_t* in, uint8_t* row, int x, int count) {
         for (int i = 0; i < count; ++i) Put<B>(row, x + i, in[i]);
     };
-    ops.get = &Get<B>;
-    ops.put = &Put<B>;
+    ops.fill = [](uint8_t* row, int x, int count, uint32_t value) {
+        for (int i = 0; i < count; ++i) Put<B>(row, x + i, value);
+    };
+    ops.tile = [](uint8_t* row, int x, int count, const uint8_t* tile, int width, int phase) {
+        for (int i = 0; i < count; ++i) {
+            Put<B>(row, x + i, Get<B>(tile, phase));
+            if (++phase == width) phase = 0;
+        }
+    };
+    ops.reduce = [](const uint8_t* row, const Group* groups, int count, int shift, bool andBits, uint32_t* out) {
+        for (int i = 0; i < count; ++i) {
+            uint32_t v = Get<B>(row, groups[i].low + shift);
+            for (int c = groups[i].low + 1; c <= groups[i].high; ++c) {
+                const uint32_t w = Get<B>(row, c + shift);
+                v = andBits ? v & w : v | w;
+            }
+            out[i] = v;
+        }
+    };
+    ops.pick = [](const uint8_t* row, const Group* groups, int count, int shift, uint32_t* out) {
+        for (int i = 0; i < count; ++i) out[i] = Get<B>(row, groups[i].high + shift);
+    };
     return ops;
 }
 
@@ -155,6 +182,7 @@ public:
         if (target_.monoDevice) return c == background_ ? 1 : 0;
         const Surface& s = target_.surface;
         if (s.bitsPerPixel > 8) return EncodeChannels(masks_, c);
+        if (s.bitsPerPixel < 8) return NearestEntry(s.colours, s.colourCount, c);
         if (cells_.empty()) cells_.assign(32768, -1);
         const uint32_t key = (bgr >> 19 & 31) << 10 | (bgr >> 11 & 31) << 5 | (bgr >> 3 & 31);
         int16_t& cell = cells_[key];
@@ -303,13 +331,15 @@ public:
         const size_t bytes = layout_.byteOf(right) + 8;
         patternRow_.assign(pattern != nullptr ? bytes : 0, 0);
         if (pattern != nullptr && pattern->solid)
-            for (int x = left; x < right; ++x) ops_.put(patternRow_.data(), layout_.pixelOf(x), pattern->pixel);
+            ops_.fill(patternRow_.data(), layout_.pixelOf(left), right - left, pattern->pixel);
     }
     const RowLayout& layout() const { return layout_; }
     size_t bufferBytes() const { return layout_.byteOf(right_) + 8; }
 
-    // Runs the operation on row y; `source` is laid out as layout(), or null.
-    void write(int y, const uint8_t* source) {
+    // Runs the operation on row y, pixels [from, to) of the writer's run; `source` is laid
+    // out as layout(), or null.
+    void write(int y, const uint8_t* source) { write(y, source, left_, right_); }
+    void write(int y, const uint8_t* source, int from, int to) {
         const Surface& s = target_.surface;
         uint8_t* row = s.bits + static_cast<ptrdiff_t>(y) * s.stride;
         const uint8_t* pattern = nullptr;
@@ -319,7 +349,7 @@ public:
         }
         for (const RECT& r : target_.visible) {
             if (y < r.top || y >= r.bottom) continue;
-            const int a = std::max<int>(r.left, left_), b = std::min<int>(r.right, right_);
+            const int a = std::max<int>({r.left, left_, from}), b = std::min<int>({r.right, right_, to});
             if (a >= b) continue;
             const Span span = SpanOf(s.bitsPerPixel, a, b);
             const size_t at = layout_.byteOf(a);
@@ -349,7 +379,7 @@ private:
         if (py == patternY_) return;
         patternY_ = py;
         const uint8_t* tileRow = p.tile.data() + static_cast<size_t>(py) * p.stride;
-        for (int x = left_; x < right_; ++x) ops_.put(patternRow_.data(), layout_.pixelOf(x), ops_.get(tileRow, x % p.width));
+        ops_.tile(patternRow_.data(), layout_.pixelOf(left_), right_ - left_, tileRow, p.width, left_ % p.width);
     }
 
     const BlitTarget& target_;
@@ -393,11 +423,20 @@ void Halftone(const BlitTarget& target, const BlitSource& source, const Extent& 
                                                    : RGBQUAD{0, 0, 0, 0};
             table[i] = uint32_t{q.rgbRed} << 16 | uint32_t{q.rgbGreen} << 8 | q.rgbBlue;
         }
-    const auto colourOf = [&](const std::vector<uint8_t>& row, int x) -> uint32_t {
-        const uint32_t v = ops.get(row.data(), x);
-        if (ds.bitsPerPixel <= 8) return table[v & 0xFF];
-        const COLORREF c = DecodeChannels(masks, v);
-        return uint32_t{GetRValue(c)} << 16 | uint32_t{GetGValue(c)} << 8 | GetBValue(c);
+    // A source row in the destination's format, then as colours (red, green, blue from the
+    // high byte down).
+    std::vector<uint8_t> converted(static_cast<size_t>((int64_t{ss.width} * ds.bitsPerPixel + 7) / 8 + 8));
+    const auto decode = [&](std::vector<uint32_t>& colours, int y) {
+        map(ss.bits + static_cast<ptrdiff_t>(y) * ss.stride, 0, converted.data(), 0, ss.width);
+        ops.fetch(converted.data(), 0, ss.width, colours.data());
+        if (ds.bitsPerPixel <= 8) {
+            for (uint32_t& v : colours) v = table[v & 0xFF];
+        } else {
+            for (uint32_t& v : colours) {
+                const COLORREF c = DecodeChannels(masks, v);
+                v = uint32_t{GetRValue(c)} << 16 | uint32_t{GetGValue(c)} << 8 | GetBValue(c);
+            }
+        }
     };
     const bool mirrorX = dx.mirrored != sx.mirrored, mirrorY = dy.mirrored != sy.mirrored;
     const auto position = [](int i, int sourceLength, int destLength) {
@@ -407,15 +446,15 @@ void Halftone(const BlitTarget& target, const BlitSource& source, const Extent& 
     const auto sourceAt = [](const Extent& e, bool mirrored, int64_t offset) {
         return mirrored ? e.low + e.length - 1 - static_cast<int>(offset) : e.low + static_cast<int>(offset);
     };
-    const size_t rowBytes = static_cast<size_t>((int64_t{ss.width} * ds.bitsPerPixel + 7) / 8 + 8);
-    std::vector<uint8_t> rowA(rowBytes), rowB(rowBytes);
+    std::vector<uint32_t> rowA(static_cast<size_t>(ss.width)), rowB(rowA.size());
     int loadedA = -1, loadedB = -1;
-    const auto load = [&](std::vector<uint8_t>& buffer, int& loaded, int y) {
+    const auto load = [&](std::vector<uint32_t>& colours, int& loaded, int y) {
         if (loaded == y) return;
-        map(ss.bits + static_cast<ptrdiff_t>(y) * ss.stride, 0, buffer.data(), 0, ss.width);
+        decode(colours, y);
         loaded = y;
     };
     std::vector<uint8_t> out(writer.bufferBytes());
+    std::vector<uint32_t> values(static_cast<size_t>(right - left));
     const RowLayout layout = writer.layout();
     for (int y = top; y < bottom; ++y) {
         const int64_t py = position(y - dy.low, sy.length, dy.length);
@@ -425,7 +464,7 @@ void Halftone(const BlitTarget& target, const BlitSource& source, const Extent& 
         if (r0 < 0 || r0 >= ss.height) continue;
         load(rowA, loadedA, r0);
         load(rowB, loadedB, r1 >= 0 && r1 < ss.height ? r1 : r0);
-        bool any = false;
+        int first = right, last = left;
         for (int x = left; x < right; ++x) {
             const int64_t px = position(x - dx.low, sx.length, dx.length);
             const int64_t x0 = std::min<int64_t>(px >> 16, sx.length - 1), x1 = std::min<int64_t>(x0 + 1, sx.length - 1);
@@ -434,8 +473,10 @@ void Halftone(const BlitTarget& target, const BlitSource& source, const Extent& 
             int c1 = sourceAt(sx, mirrorX, x1);
             if (c0 < 0 || c0 >= ss.width) continue;
             if (c1 < 0 || c1 >= ss.width) c1 = c0;
-            any = true;
-            const uint32_t a = colourOf(rowA, c0), b = colourOf(rowA, c1), c = colourOf(rowB, c0), d = colourOf(rowB, c1);
+            first = std::min(first, x);
+            last = x + 1;
+            const uint32_t a = rowA[static_cast<size_t>(c0)], b = rowA[static_cast<size_t>(c1)];
+            const uint32_t c = rowB[static_cast<size_t>(c0)], d = rowB[static_cast<size_t>(c1)];
             uint32_t colour = 0;
             for (int shift = 0; shift < 24; shift += 8) {
                 const auto channel = [shift](uint32_t v) { return static_cast<uint64_t>((v >> shift) & 0xFF); };
@@ -444,9 +485,12 @@ void Halftone(const BlitTarget& target, const BlitSource& source, const Extent& 
                 const uint64_t v = (t * (65536 - fy) + u * fy + 32768) >> 16;
                 colour |= static_cast<uint32_t>(std::min<uint64_t>(v, 255)) << shift;
             }
-            ops.put(out.data(), layout.pixelOf(x), encoder.exact(RGB(colour >> 16, colour >> 8 & 0xFF, colour & 0xFF)));
+            values[static_cast<size_t>(x - left)] = encoder.exact(RGB(colour >> 16, colour >> 8 & 0xFF, colour & 0xFF));
         }
-        if (any) writer.write(y, out.data());
+        if (first >= last) continue;
+        // The columns with a source form one run; only it is drawn.
+        ops.store(values.data() + (first - left), out.data(), layout.pixelOf(first), last - first);
+        writer.write(y, out.data(), first, last);
     }
 }
 
@@ -578,32 +622,33 @@ void RunBlit(const BlitTarget& target, const BlitSource* source, const BlitPatte
     const PixelOps ops = OpsFor(ds.bitsPerPixel);
     std::vector<uint8_t> converted(static_cast<size_t>((int64_t{lastColumn - firstColumn + 1} * ds.bitsPerPixel + 7) / 8 + 8));
     std::vector<uint8_t> out(clipped.bufferBytes());
-    std::vector<uint32_t> accumulated(static_cast<size_t>(drawRight - drawLeft));
+    const auto count = static_cast<size_t>(drawRight - drawLeft);
+    std::vector<uint32_t> accumulated(count), reduced(count);
+    // The groups of the drawn columns, clipped to the source, as offsets into `converted`.
+    std::vector<Group> drawn(count);
+    for (size_t i = 0; i < count; ++i) {
+        const Group& gx = columns[static_cast<size_t>(drawLeft - dx.low) + i];
+        drawn[i] = {std::max(sx.low + gx.low, firstColumn) - firstColumn, std::min(sx.low + gx.high, lastColumn) - firstColumn};
+    }
     const bool andBits = g.stretchMode == BLACKONWHITE;
-    int builtFor = INT32_MIN;
+    int64_t builtFor = INT64_MIN;
     for (int y = top; y < bottom; ++y) {
         const Group& gy = rows[static_cast<size_t>(y - dy.low)];
         const int low = std::max(sy.low + gy.low, 0), high = std::min(sy.low + gy.high, ss.height - 1);
         if (low > high) continue;
-        const int key = low * 2 + (high != low);
-        if (key != builtFor || combine) {
+        const int64_t key = int64_t{low} << 32 | static_cast<uint32_t>(high);
+        if (key != builtFor) {
             for (int r = low; r <= high; ++r) {
                 map(ss.bits + static_cast<ptrdiff_t>(r) * ss.stride, firstColumn, converted.data(), 0,
                     lastColumn - firstColumn + 1);
-                for (int x = drawLeft; x < drawRight; ++x) {
-                    const Group& gx = columns[static_cast<size_t>(x - dx.low)];
-                    const int c0 = std::max(sx.low + gx.low, firstColumn), c1 = std::min(sx.low + gx.high, lastColumn);
-                    uint32_t v = ops.get(converted.data(), c0 - firstColumn);
-                    for (int c = c0 + 1; c <= c1; ++c) {
-                        const uint32_t w = ops.get(converted.data(), c - firstColumn);
-                        v = andBits ? v & w : v | w;
-                    }
-                    uint32_t& a = accumulated[static_cast<size_t>(x - drawLeft)];
-                    a = r == low ? v : andBits ? a & v : a | v;
-                }
+                uint32_t* target = r == low ? accumulated.data() : reduced.data();
+                if (combine) ops.reduce(converted.data(), drawn.data(), static_cast<int>(count), 0, andBits, target);
+                else ops.pick(converted.data(), drawn.data(), static_cast<int>(count), 0, target);
+                if (r != low)
+                    for (size_t i = 0; i < count; ++i)
+                        accumulated[i] = andBits ? accumulated[i] & reduced[i] : accumulated[i] | reduced[i];
             }
-            for (int x = drawLeft; x < drawRight; ++x)
-                ops.put(out.data(), layout.pixelOf(x), accumulated[static_cast<size_t>(x - drawLeft)]);
+            ops.store(accumulated.data(), out.data(), layout.pixelOf(drawLeft), static_cast<int>(count));
             builtFor = key;
         }
         clipped.write(y, out.data());
