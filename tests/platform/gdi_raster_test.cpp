@@ -437,3 +437,74 @@ TEST(GdiRaster, MappedAndHuge) {
 }
 
 }  // namespace
+
+namespace {
+
+// Pixel value x of a row of `bpp`-bit pixels.
+uint32_t PixelAt(const uint8_t* row, int x, int bpp) {
+    if (bpp == 1) return (row[x >> 3] >> (7 - (x & 7))) & 1;
+    if (bpp == 4) return (row[x >> 1] >> ((x & 1) ? 0 : 4)) & 15;
+    return row[x];
+}
+
+// Source and destination at different bit offsets of 1- and 4-bit rows, and copies within one
+// bitmap that overlap (scrolling in each direction), against a pixel model.
+TEST(GdiRaster, OffsetsAndOverlaps) {
+    for (const int bpp : {1, 4, 8}) {
+        for (const DWORD rop : {SRCCOPY, SRCINVERT, NOTSRCCOPY}) {
+            struct Move {
+                int destX, destY, sourceX, sourceY;
+                bool same;
+            } moves[] = {{1, 0, 6, 1, false}, {5, 1, 2, 0, false}, {3, 1, 1, 0, true}, {0, 0, 3, 1, true}};
+            for (const Move& m : moves) {
+                Dib source(21, 3, bpp), dest(21, 3, bpp);
+                for (int y = 0; y < 3; ++y)
+                    for (int i = 0; i < dest.stride(); ++i) {
+                        source.row(y)[i] = static_cast<uint8_t>((i * 37 + y * 91 + 5) * 2654435761u >> 24);
+                        dest.row(y)[i] = static_cast<uint8_t>((i * 53 + y * 17 + 9) * 2654435761u >> 24);
+                    }
+                const Dib& from = m.same ? dest : source;
+                std::vector<std::vector<uint32_t>> before(3), model(3);
+                for (int y = 0; y < 3; ++y)
+                    for (int x = 0; x < 21; ++x) {
+                        before[y].push_back(PixelAt(from.row(y), x, bpp));
+                        model[y].push_back(PixelAt(dest.row(y), x, bpp));
+                    }
+                const uint32_t mask = bpp == 8 ? 0xFF : (1u << bpp) - 1;
+                for (int y = m.destY; y < m.destY + 2 && y - m.destY + m.sourceY < 3; ++y)
+                    for (int x = m.destX; x < 21 && x - m.destX + m.sourceX < 21 && x < m.destX + 13; ++x) {
+                        const uint32_t s = before[y - m.destY + m.sourceY][x - m.destX + m.sourceX];
+                        uint32_t& d = model[y][x];
+                        d = (rop == SRCCOPY ? s : rop == SRCINVERT ? s ^ d : ~s) & mask;
+                    }
+                EXPECT_TRUE(BitBlt(dest.dc(), m.destX, m.destY, 13, 2, from.dc(), m.sourceX, m.sourceY, rop));
+                std::vector<std::vector<uint32_t>> got(3);
+                for (int y = 0; y < 3; ++y)
+                    for (int x = 0; x < 21; ++x) got[y].push_back(PixelAt(dest.row(y), x, bpp));
+                EXPECT_EQ(got, model) << bpp << " bits, rop " << std::hex << rop << std::dec << ", to " << m.destX << ","
+                                      << m.destY << " from " << m.sourceX << "," << m.sourceY;
+            }
+        }
+    }
+}
+
+// HALFTONE from a source rectangle inside the bitmap (neighbours beyond its edge are not
+// read) and into a 1-bit destination.
+TEST(GdiRaster, HalftoneEdges) {
+    Dib source(7, 5, 32);
+    source.set({"7ec64100b07e9600e48127009b6bc400df4bf90074fb9500b6e2d900",
+                "aefb9c00bc54bf00d5f60f0032bd0a00f4df3100227c2300f01caf00",
+                "45e17d00eb87c400dd01e200a1bfd2009a31e200cddee3007856e900",
+                "847293009f0f50009747280041672c00f46675007e8742000559b300",
+                "42aa4d000e88e400243cf7009259ef0048eaee00ae5656003c13e100"});
+    Dib part(5, 3, 32), mono(5, 3, 1, kBlackWhite);
+    SetStretchBltMode(part.dc(), HALFTONE);
+    SetStretchBltMode(mono.dc(), HALFTONE);
+    StretchBlt(part.dc(), 0, 0, 5, 3, source.dc(), 1, 1, 4, 3, SRCCOPY);
+    EXPECT_EQ(part.hex(32), "bc54bf00d0d6320073d40c0080cb1a00f4df3100/eb87c400e01cdc00b973d8009e86d8009a31e200/"
+                            "9f0f5000993c3000635a2a0089674900f4667500");
+    StretchBlt(mono.dc(), 0, 0, 5, 3, source.dc(), 0, 0, 7, 5, SRCCOPY);
+    EXPECT_EQ(mono.hex(1), "f8/f8/90");
+}
+
+}  // namespace
