@@ -508,3 +508,87 @@ TEST(GdiRaster, HalftoneEdges) {
 }
 
 }  // namespace
+
+namespace {
+
+// A 1-bit device bitmap has no colours: brushes are dithered on it (8 x 8 ordered dither of
+// the colour's gray), solid ones aligned to the surface, patterns to their own pixels.
+// Palette-index colours and DIB_PAL_COLORS tables go through the DC's palette; a hollow
+// brush draws nothing.
+TEST(GdiRaster, DitherAndPalettes) {
+    vx::OwnedObject<HBITMAP> device(CreateBitmap(16, 8, 1, 1, nullptr));
+    vx::MemoryDC dc;
+    SelectObject(dc.get(), device.get());
+    const auto rows = [&] {
+        BYTE bits[16];
+        GetBitmapBits(device.get(), 16, bits);
+        std::string text;
+        char cell[4];
+        for (int y = 0; y < 8; ++y) {
+            std::snprintf(cell, sizeof cell, "%02x", bits[2 * y]);
+            text += cell;
+        }
+        return text;
+    };
+    struct Case {
+        COLORREF colour;
+        const char* expected;
+    } cases[] = {{RGB(8, 8, 8), "0000000800000080"},  {RGB(96, 96, 96), "11aa44aa11aa44aa"},
+                 {RGB(200, 200, 200), "55ff5dff55ffd5ff"}, {RGB(250, 250, 250), "7fffffffffffffff"},
+                 {RGB(255, 0, 0), "00aa04aa00aa44aa"},  {RGB(0, 255, 0), "55ab55ee55ba55ee"},
+                 {RGB(0, 0, 255), "0002008800220088"},  {RGB(100, 150, 200), "55aa55ae55aa55ee"},
+                 {RGB(1, 2, 3), "0000000000000000"}};
+    for (const Case& c : cases) {
+        vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(c.colour));
+        HGDIOBJ old = SelectObject(dc.get(), brush.get());
+        EXPECT_TRUE(PatBlt(dc.get(), 0, 0, 16, 8, PATCOPY));
+        SelectObject(dc.get(), old);
+        EXPECT_EQ(rows(), c.expected) << std::hex << c.colour;
+    }
+    Dib stripes(4, 1, 32);
+    stripes.set({"0000ff0000ff0000ffffff0000000000"});
+    vx::OwnedObject<HBRUSH> pattern(CreatePatternBrush(stripes.bitmap()));
+    SelectObject(dc.get(), pattern.get());
+    PatBlt(dc.get(), 0, 0, 16, 8, PATCOPY);
+    EXPECT_EQ(rows().substr(0, 2), "66");
+
+    Dib colour(2, 1, 32);
+    SetTextColor(colour.dc(), PALETTEINDEX(12));
+    SetBkColor(colour.dc(), PALETTEINDEX(9));
+    BYTE bits[2] = {0x5a, 0};
+    SetBitmapBits(device.get(), 2, bits);
+    BitBlt(colour.dc(), 0, 0, 2, 1, dc.get(), 0, 0, SRCCOPY);
+    EXPECT_EQ(colour.hex(32), "80808000f0caa600");
+    vx::OwnedObject<HBRUSH> indexed(CreateSolidBrush(PALETTEINDEX(13)));
+    HGDIOBJ old = SelectObject(colour.dc(), indexed.get());
+    PatBlt(colour.dc(), 0, 0, 2, 1, PATCOPY);
+    EXPECT_EQ(colour.hex(32), "0000ff000000ff00");
+    SelectObject(colour.dc(), GetStockObject(NULL_BRUSH));
+    EXPECT_TRUE(PatBlt(colour.dc(), 0, 0, 2, 1, PATINVERT));
+    EXPECT_EQ(colour.hex(32), "0000ff000000ff00");
+    SelectObject(colour.dc(), old);
+
+    PALETTEENTRY entries[4];
+    for (int i = 0; i < 4; ++i) entries[i] = {static_cast<BYTE>(i * 60), static_cast<BYTE>(i * 60), static_cast<BYTE>(i * 60), 0};
+    std::vector<uint8_t> logical(sizeof(LOGPALETTE) + 4 * sizeof(PALETTEENTRY));
+    auto* lp = reinterpret_cast<LOGPALETTE*>(logical.data());
+    lp->palVersion = 0x300;
+    lp->palNumEntries = 4;
+    std::memcpy(lp->palPalEntry, entries, sizeof entries);
+    vx::OwnedObject<HPALETTE> palette(CreatePalette(lp));
+    Dib four(4, 1, 32);
+    HPALETTE previous = SelectPalette(four.dc(), palette.get(), FALSE);
+    std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 4 * sizeof(WORD));
+    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
+    *header = {sizeof(BITMAPINFOHEADER), 4, 1, 1, 8, BI_RGB, 0, 0, 0, 4, 0};
+    const WORD indices[4] = {3, 2, 1, 7};
+    std::memcpy(header + 1, indices, sizeof indices);
+    const uint8_t pixels[4] = {0, 1, 2, 3};
+    EXPECT_EQ(StretchDIBits(four.dc(), 0, 0, 4, 1, 0, 0, 4, 1, pixels, reinterpret_cast<BITMAPINFO*>(info.data()),
+                            DIB_PAL_COLORS, SRCCOPY),
+              1);
+    EXPECT_EQ(four.hex(32), "b4b4b400787878003c3c3c00b4b4b400");
+    SelectPalette(four.dc(), previous, FALSE);
+}
+
+}  // namespace

@@ -10,7 +10,12 @@
 // reach it), the whole bitmap, not only its top-left 8 x 8, and tiles from the surface's
 // origin. A pattern made from a 1-bit device bitmap keeps bits: 0 is drawn in the DC's text
 // colour and 1 in its background colour, and on a 1-bit device bitmap the bits are copied as
-// they are. BS_HATCHED and the DIB pattern styles are not part of the subset: they make no brush.
+// they are. On a 1-bit device bitmap (which has no colours of its own) every colour of a brush,
+// solid or pattern, is dithered as Wine dithers it: the pixel is 1 when the colour's gray
+// (30 red + 59 green + 11 blue) / 100 reaches 4 x (63 - b) + 2, b the entry of the 8 x 8
+// ordered-dither matrix at the pixel (of the surface for a solid brush, of the pattern
+// bitmap for a pattern). BS_HATCHED and the DIB pattern styles are not part of the subset:
+// they make no brush.
 #include <memory>
 #include <vector>
 
@@ -39,6 +44,19 @@ void PutPixel(uint8_t* row, int x, int bitsPerPixel, uint32_t v) {
     }
 }
 
+// The 8 x 8 ordered-dither (Bayer) matrix, rows top down.
+constexpr uint8_t kBayer[8][8] = {
+    {0, 32, 8, 40, 2, 34, 10, 42},  {48, 16, 56, 24, 50, 18, 58, 26}, {12, 44, 4, 36, 14, 46, 6, 38},
+    {60, 28, 52, 20, 62, 30, 54, 22}, {3, 35, 11, 43, 1, 33, 9, 41},  {51, 19, 59, 27, 49, 17, 57, 25},
+    {15, 47, 7, 39, 13, 45, 5, 37},  {63, 31, 55, 23, 61, 29, 53, 21},
+};
+
+// The dithered bit of a colour at (x, y) on a 1-bit device bitmap.
+uint32_t DitheredBit(COLORREF c, int x, int y) {
+    const int gray = (30 * GetRValue(c) + 59 * GetGValue(c) + 11 * GetBValue(c)) / 100;
+    return gray >= 4 * (63 - kBayer[y & 7][x & 7]) + 2 ? 1 : 0;
+}
+
 HBRUSH AddBrush(std::unique_ptr<Brush> brush) {
     try {
         return static_cast<HBRUSH>(Objects().add(std::move(brush)));
@@ -56,13 +74,23 @@ BlitPattern RealizeBrush(const ObjectTable::Access& objects, const DeviceContext
         pattern.none = true;
         return pattern;
     }
+    const Surface& s = target.surface;
     if (brush->style == BS_SOLID) {
-        pattern.pixel = SolidPixel(target, ResolveColour(objects, context.state, brush->colour));
+        const COLORREF colour = ResolveColour(objects, context.state, brush->colour);
+        if (!target.monoDevice) {
+            pattern.pixel = SolidPixel(target, colour);
+            return pattern;
+        }
+        pattern.solid = false;
+        pattern.width = pattern.height = 8;
+        pattern.stride = 1 + 8;
+        pattern.tile.assign(pattern.stride * 8, 0);
+        for (int y = 0; y < 8; ++y)
+            for (int x = 0; x < 8; ++x) PutPixel(&pattern.tile[pattern.stride * static_cast<size_t>(y)], x, 1, DitheredBit(colour, x, y));
         return pattern;
     }
     // Setting pixels of a tile in a surface's format is not on the per-row path: the tile is
     // made once per transfer, and the rows then copy from it.
-    const Surface& s = target.surface;
     pattern.solid = false;
     pattern.width = brush->patternWidth;
     pattern.height = brush->patternHeight;
@@ -71,7 +99,6 @@ BlitPattern RealizeBrush(const ObjectTable::Access& objects, const DeviceContext
     const ChannelMasks masks = ChannelMasks::Of({s.bitsPerPixel, s.colours, s.colourCount, s.redMask, s.greenMask, s.blueMask});
     const auto pixelOf = [&](COLORREF c) -> uint32_t {
         c &= 0xFFFFFF;
-        if (target.monoDevice) return c == (target.background & 0xFFFFFF) ? 1 : 0;
         if (s.bitsPerPixel <= 8) return NearestEntry(s.colours, s.colourCount, c);
         return EncodeChannels(masks, c);
     };
@@ -81,7 +108,7 @@ BlitPattern RealizeBrush(const ObjectTable::Access& objects, const DeviceContext
         for (int x = 0; x < pattern.width; ++x) {
             const COLORREF c = brush->pattern[static_cast<size_t>(y) * pattern.width + x];
             uint32_t v;
-            if (!brush->patternMonochrome) v = pixelOf(c);
+            if (!brush->patternMonochrome) v = target.monoDevice ? DitheredBit(c, x, y) : pixelOf(c);
             else if (target.monoDevice) v = c & 1;
             else v = c & 1 ? background : text;
             PutPixel(row, x, s.bitsPerPixel, v);

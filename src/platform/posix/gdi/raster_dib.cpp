@@ -3,7 +3,8 @@
 //
 // The bits are read as a source surface: 1, 4, 8, 16, 24 or 32 bits per pixel, top-down or
 // bottom-up, BI_RGB or BI_BITFIELDS (16 and 32 bits), the colour table given as colours
-// (DIB_RGB_COLORS) or as indices into the DC's palette (DIB_PAL_COLORS). Both calls take the
+// (DIB_RGB_COLORS) or as indices into the DC's palette (DIB_PAL_COLORS; an index past its end
+// wraps round, as Wine takes it). Both calls take the
 // source rectangle's y from the bottom of the image, for top-down DIBs too: source row sy is
 // the image row H - sy - height (counting from the top), as Wine does.
 //
@@ -63,7 +64,7 @@ bool ReadDib(const ObjectTable::Access& objects, const DcState& state, const BIT
             for (int i = 0; i < entries; ++i) {
                 PALETTEENTRY e{0, 0, 0, 0};
                 if (palette != nullptr && !palette->entries.empty())
-                    e = palette->entries[index[i] < palette->entries.size() ? index[i] : 0];
+                    e = palette->entries[index[i] % palette->entries.size()];
                 dib.colours.push_back({e.peBlue, e.peGreen, e.peRed, 0});
             }
         } else {
