@@ -149,8 +149,26 @@ TEST(GdiRaster, ColorOnColorPicks) {
 }
 
 // A source rectangle partly outside its bitmap: only the destination pixels whose source
-// exists change.
+// exists change. Mirrored, the run drawn stays at the end it would take unmirrored.
 TEST(GdiRaster, SourcePartlyOutside) {
+    Dib row(6, 1, 8), wide(8, 1, 8);
+    row.set({"101112131415"});
+    struct Case {
+        int x, w, sourceX, sourceWidth;
+        const char* expected;
+    } cases[] = {
+        {0, 4, 0, -4, "eeeeee10eeeeeeee"}, {0, 4, 2, -4, "ee121110eeeeeeee"}, {0, 8, 5, -8, "eeee151413121110"},
+        {0, 4, 7, -4, "1514eeeeeeeeeeee"}, {0, 8, 9, -8, "15141312eeeeeeee"}, {2, -4, -1, 4, "121110eeeeeeeeee"},
+        {9, -8, 0, 6, "eeee151414131211"}, {0, 8, -2, 4, "eeeeeeee10101111"}, {0, 3, -2, 6, "ee1113eeeeeeeeee"},
+        {0, 8, 2, -4, "eeee121211111010"}, {0, 3, 4, -6, "ee1311eeeeeeeeee"},
+    };
+    SetStretchBltMode(wide.dc(), COLORONCOLOR);
+    for (const Case& c : cases) {
+        wide.fill(0xee);
+        EXPECT_TRUE(StretchBlt(wide.dc(), c.x, 0, c.w, 1, row.dc(), c.sourceX, 0, c.sourceWidth, 1, SRCCOPY));
+        EXPECT_EQ(wide.hex(8), c.expected) << c.x << " " << c.w << " from " << c.sourceX << " " << c.sourceWidth;
+    }
+
     Dib source(4, 4, 8), dest(6, 6, 8);
     for (int i = 0; i < 16; ++i) source.row(i / 4)[i % 4] = static_cast<uint8_t>(0x10 + i);
     dest.fill(0xee);
@@ -306,7 +324,9 @@ TEST(GdiRaster, DibTransfers) {
         {8, 2, 3, 0, 0, 4, 8, SRCAND, 8, "4048eeee/0008eeee"},  {-8, 4, 8, 0, 2, 4, 3, SRCCOPY, 8, "3034383c/3034383c"},
         {-8, 4, 8, 0, 0, 4, 8, BLACKNESS, -8, "00000000/00000000"}, {8, 4, 8, 10, 10, 4, 8, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
         {8, 4, 8, -2, -2, 4, 8, SRCCOPY, 8, "eeee5054/eeee4044"},  {8, 4, 8, 0, 0, 0, 8, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
-        {-8, 4, 8, 0, 0, 4, 8, SRCCOPY, 8, "0004080c/1014181c"},
+        {-8, 4, 8, 0, 0, 4, 8, SRCCOPY, 8, "0004080c/1014181c"}, {8, 4, 8, 0, 0, -4, 8, SRCCOPY, 8, "eeeeee70/eeeeee60"},
+        {8, -4, 8, 0, 0, 4, 8, SRCCOPY, 8, "70eeeeee/60eeeeee"},  {8, 4, 2, 0, 2, 4, -2, SRCCOPY, 8, "0004080c/1014181c"},
+        {8, 4, 2, 0, 0, 4, -2, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
     };
     for (const Stretch& s : stretches) {
         header->biHeight = s.height;

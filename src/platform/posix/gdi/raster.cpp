@@ -403,6 +403,31 @@ void ForRows(int top, int bottom, bool upwards, Body body) {
     }
 }
 
+// The source pixels of each destination pixel along one axis, as absolute source
+// coordinates clipped to [0, limit): low > high where none is left. When a stretch is
+// mirrored and part of its source lies outside the bitmap, Windows (as Wine shows it) keeps
+// the drawn run at the end where it would be without the mirror: the run of destination
+// pixels that have a source moves to the other end of the destination, in its order.
+std::vector<Group> Settle(const std::vector<Group>& groups, const Extent& d, const Extent& s, int limit) {
+    const size_t n = groups.size();
+    std::vector<Group> settled(n);
+    size_t first = n, last = 0;
+    for (size_t i = 0; i < n; ++i) {
+        const int64_t low = std::max<int64_t>(int64_t{s.low} + groups[i].low, 0);
+        const int64_t high = std::min<int64_t>(int64_t{s.low} + groups[i].high, int64_t{limit} - 1);
+        settled[i] = low <= high ? Group{static_cast<int>(low), static_cast<int>(high)} : Group{1, 0};
+        if (low <= high) {
+            first = std::min(first, i);
+            last = i + 1;
+        }
+    }
+    if (d.mirrored == s.mirrored || first >= last || (first == 0 && last == n)) return settled;
+    std::vector<Group> moved(n, Group{1, 0});
+    const size_t at = n - last;
+    for (size_t i = first; i < last; ++i) moved[at + (i - first)] = settled[i];
+    return moved;
+}
+
 void Halftone(const BlitTarget& target, const BlitSource& source, const Extent& dx, const Extent& dy,
               const Extent& sx, const Extent& sy, RowWriter& writer, int left, int right, int top, int bottom) {
     // The source is first converted to the destination's format, as every transfer is; the
@@ -603,16 +628,16 @@ void RunBlit(const BlitTarget& target, const BlitSource* source, const BlitPatte
         for (int p : AxisPicks(dx.length, sx.length, dx.mirrored, sx.mirrored, false)) columns.push_back({p, p});
         for (int p : AxisPicks(dy.length, sy.length, dy.mirrored, sy.mirrored, true)) rows.push_back({p, p});
     }
-    // Source columns of each destination column, in source coordinates, inside the source.
-    const auto inside = [&](int c) { return c >= 0 && c < ss.width; };
+    columns = Settle(columns, dx, sx, ss.width);
+    rows = Settle(rows, dy, sy, ss.height);
+    // The destination columns with a source, and the source columns they read.
     int firstColumn = INT32_MAX, lastColumn = -1;
     int drawLeft = right, drawRight = left;
     for (int x = left; x < right; ++x) {
         const Group& gx = columns[static_cast<size_t>(x - dx.low)];
-        const int low = std::max(sx.low + gx.low, 0), high = std::min(sx.low + gx.high, ss.width - 1);
-        if (!inside(sx.low + (combine ? gx.low : gx.high)) && !(combine && low <= high)) continue;
-        firstColumn = std::min(firstColumn, low);
-        lastColumn = std::max(lastColumn, high);
+        if (gx.low > gx.high) continue;
+        firstColumn = std::min(firstColumn, gx.low);
+        lastColumn = std::max(lastColumn, gx.high);
         drawLeft = std::min(drawLeft, x);
         drawRight = std::max(drawRight, x + 1);
     }
@@ -624,17 +649,18 @@ void RunBlit(const BlitTarget& target, const BlitSource* source, const BlitPatte
     std::vector<uint8_t> out(clipped.bufferBytes());
     const auto count = static_cast<size_t>(drawRight - drawLeft);
     std::vector<uint32_t> accumulated(count), reduced(count);
-    // The groups of the drawn columns, clipped to the source, as offsets into `converted`.
+    // The groups of the drawn columns (one run: the columns with a source are contiguous) as
+    // offsets into `converted`.
     std::vector<Group> drawn(count);
     for (size_t i = 0; i < count; ++i) {
         const Group& gx = columns[static_cast<size_t>(drawLeft - dx.low) + i];
-        drawn[i] = {std::max(sx.low + gx.low, firstColumn) - firstColumn, std::min(sx.low + gx.high, lastColumn) - firstColumn};
+        drawn[i] = {gx.low - firstColumn, gx.high - firstColumn};
     }
     const bool andBits = g.stretchMode == BLACKONWHITE;
     int64_t builtFor = INT64_MIN;
     for (int y = top; y < bottom; ++y) {
         const Group& gy = rows[static_cast<size_t>(y - dy.low)];
-        const int low = std::max(sy.low + gy.low, 0), high = std::min(sy.low + gy.high, ss.height - 1);
+        const int low = gy.low, high = gy.high;
         if (low > high) continue;
         const int64_t key = int64_t{low} << 32 | static_cast<uint32_t>(high);
         if (key != builtFor) {

@@ -165,10 +165,17 @@ VXPLATFORMAPI int StretchDIBits(HDC dc, int x, int y, int width, int height, int
         const int64_t H = dib.height;
         // The source rectangle in image rows from the top.
         const int64_t left = sourceX, right = int64_t{sourceX} + sourceWidth;
-        const int64_t top = H - sourceY - sourceHeight, bottom = H - sourceY;
-        if (std::max(left, right) <= 0 || std::min(left, right) >= dib.surface.width || std::max(top, bottom) <= 0 ||
-            std::min(top, bottom) >= H)
-            return 0;
+        // Rows are counted from the bottom: a positive height covers bottom-up rows
+        // [sy, sy + height), a negative one [sy + height, sy), mirrored (unlike columns, whose
+        // negative width covers (sx + width, sx]).
+        const int64_t shift = sourceHeight < 0 ? 1 : 0;
+        const int64_t top = H - sourceY - sourceHeight - shift, bottom = H - sourceY - shift;
+        // The pixels covered: [from, to) a side, a negative extent covering (to, from].
+        const auto covers = [](int64_t from, int64_t to, int64_t limit) {
+            const int64_t low = to >= from ? from : to + 1, high = to >= from ? to : from + 1;
+            return high > 0 && low < limit;
+        };
+        if (!covers(left, right, dib.surface.width) || !covers(top, bottom, H)) return 0;
         if (std::max({std::abs(left), std::abs(right), std::abs(top), std::abs(bottom)}) > INT32_MAX) return 0;
         const int answer = code == 0xCC || !dib.topDown ? static_cast<int>(H) : info->bmiHeader.biHeight;
         const BlitTarget target = TargetOf(objects, *context);
