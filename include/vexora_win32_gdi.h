@@ -269,6 +269,9 @@ VXPLATFORMAPI HPALETTE SelectPalette(HDC dc, HPALETTE palette, BOOL forceBackgro
  * Bitmaps. A device bitmap holds 1, 4, 8, 16, 24 or 32 bits per pixel in one plane, rows top
  * down, each padded to 16 bits (bmWidthBytes); a DIB section keeps the DIB's own layout in
  * memory the caller may write. A bitmap is selected into at most one memory DC at a time.
+ * GetDIBits and SetDIBits convert between any two depths, each pixel taking the nearest colour
+ * the destination holds; scan lines count from the DIB's bottom, its top row on the bitmap's.
+ * Core (12-byte) headers, RLE bits and file-mapped DIB sections are not supported.
  */
 VXPLATFORMAPI HBITMAP CreateBitmap(int width, int height, UINT planes, UINT bitsPerPixel, const void *bits);
 VXPLATFORMAPI HBITMAP CreateBitmapIndirect(const BITMAP *bitmap);
@@ -286,9 +289,12 @@ VXPLATFORMAPI int SetDIBits(HDC dc, HBITMAP bitmap, UINT start, UINT lines, cons
                             const BITMAPINFO *info, UINT usage);
 
 /*
- * What a DC holds. SelectObject puts a bitmap (memory DCs only), brush, pen or clipping region
- * into a DC and answers the object it replaced (for a region: the region's complexity), NULL
- * (for a region: ERROR) when refused. GetCurrentObject answers what is selected.
+ * What a DC holds. SelectObject puts a bitmap (memory DCs only: monochrome, of the screen's
+ * depth, or a DIB section), brush, pen or clipping region into a DC and answers the object it
+ * replaced (for a region: the region's complexity), NULL (for a region: ERROR) when refused.
+ * GetCurrentObject answers what is selected. A bitmap, brush or pen deleted while a DC holds it
+ * stays usable there and goes when the last DC holding it lets go of it. GetDeviceCaps answers
+ * the screen's capabilities for every DC.
  */
 VXPLATFORMAPI HGDIOBJ SelectObject(HDC dc, HGDIOBJ object);
 VXPLATFORMAPI HGDIOBJ GetCurrentObject(HDC dc, UINT type);
