@@ -307,6 +307,10 @@ VXPLATFORMAPI int GetDeviceCaps(HDC dc, int index);
  */
 VXPLATFORMAPI int SaveDC(HDC dc);
 VXPLATFORMAPI BOOL RestoreDC(HDC dc, int saved);
+/*
+ * A DC's colours (kept as given, PALETTEINDEX included) and background mode. Bad handles:
+ * CLR_INVALID from the colour setters and GetBkColor, 0 from GetTextColor and the mode calls.
+ */
 VXPLATFORMAPI COLORREF SetTextColor(HDC dc, COLORREF colour);
 VXPLATFORMAPI COLORREF GetTextColor(HDC dc);
 VXPLATFORMAPI COLORREF SetBkColor(HDC dc, COLORREF colour);
@@ -319,7 +323,12 @@ VXPLATFORMAPI UINT RealizePalette(HDC dc);
 VXPLATFORMAPI UINT GetSystemPaletteEntries(HDC dc, UINT start, UINT count, LPPALETTEENTRY entries);
 VXPLATFORMAPI COLORREF GetNearestColor(HDC dc, COLORREF colour);
 
-/* Bit transfers and stretching, with ternary raster operations. */
+/*
+ * Bit transfers and stretching, with ternary raster operations on the destination's raw bits,
+ * as Windows does them (mono/colour conversion through the DCs' colours, stretch modes
+ * BLACKONWHITE to HALFTONE). The Linux screen has no pixels: a transfer to or from a screen DC
+ * succeeds and draws nothing. StretchDIBits and SetDIBitsToDevice answer scan lines as Windows.
+ */
 VXPLATFORMAPI BOOL BitBlt(HDC dest, int x, int y, int width, int height, HDC source, int sourceX, int sourceY,
                           DWORD rop);
 VXPLATFORMAPI BOOL StretchBlt(HDC dest, int x, int y, int width, int height, HDC source, int sourceX,
@@ -335,7 +344,7 @@ VXPLATFORMAPI int GetStretchBltMode(HDC dc);
 VXPLATFORMAPI COLORREF GetPixel(HDC dc, int x, int y);
 VXPLATFORMAPI COLORREF SetPixel(HDC dc, int x, int y, COLORREF colour);
 
-/* Brushes. */
+/* Brushes: solid, pattern (the whole bitmap, copied when made), hollow; no hatched brushes. */
 VXPLATFORMAPI HBRUSH CreateSolidBrush(COLORREF colour);
 VXPLATFORMAPI HBRUSH CreatePatternBrush(HBITMAP bitmap);
 VXPLATFORMAPI HBRUSH CreateBrushIndirect(const LOGBRUSH *brush);
