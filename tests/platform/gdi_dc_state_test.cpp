@@ -327,7 +327,8 @@ TEST(GdiLines, ClippedLinesLightTheUnclippedPixels) {
 // row r - 1 drawn with operation r over varied bytes, row 16 with R2_COPYPEN (the pen's value).
 TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
     const struct { int bits; COLORREF pen; } cases[] = {
-        {1, RGB(0, 0, 0)}, {1, RGB(255, 255, 255)}, {32, RGB(0x12, 0x34, 0x56)},
+        {1, RGB(0, 0, 0)}, {1, RGB(255, 255, 255)}, {4, RGB(249, 6, 0)}, {8, RGB(0xA5, 0x5A, 0)},
+        {16, RGB(0x12, 0x34, 0x56)}, {24, RGB(0x12, 0x34, 0x56)}, {32, RGB(0x12, 0x34, 0x56)},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.bits << " bits, pen " << std::hex << c.pen);
