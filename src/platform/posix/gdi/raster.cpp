@@ -23,8 +23,8 @@
 // all the pixels a shrinking destination pixel stands for; HALFTONE interpolates bilinearly
 // between the four source pixels around x * source / dest (16-bit fractions, each pass
 // rounded), as Wine's does, on the source already in the destination's format, mirroring
-// by reading the source backwards. A stretch longer than
-// 2^24 pixels on an axis draws nothing rather than allocate its tables.
+// by reading the source backwards. A stretch longer than 2^22 pixels on an axis draws
+// nothing rather than allocate its tables.
 //
 // Blits to or from a screen DC: the subset's screen has no pixels, so they succeed and draw
 // nothing (a caller that copies the screen gets its bitmap unchanged).
@@ -40,7 +40,7 @@
 namespace vx::posix::gdi {
 namespace {
 
-constexpr int kLongestStretch = 1 << 24;
+constexpr int kLongestStretch = 1 << 22;
 
 template <int B>
 inline uint32_t Get(const uint8_t* row, int x) {
