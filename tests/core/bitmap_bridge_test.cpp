@@ -6,8 +6,21 @@
 #include "bitmap_fixtures.hpp"
 #include "export_calls.hpp"
 
+#if !defined(_WIN32) && __has_include("platform/posix/gdi/screen.hpp")
+#include "platform/posix/gdi/screen.hpp"
+#define VX_PALETTE_SCREEN 1
+#endif
+
 namespace vxtest {
 namespace {
+
+// The 16 colours GDI gives a 4-bit DIB of a device bitmap: the bridge's default table, which
+// it writes first, has the two grays the other way round, and GDI's rewrite wins.
+void ExpectGdiSixteenColours(const Bytes& dib) {
+    const Colour vga[] = {0x000000, 0x800000, 0x008000, 0x808000, 0x000080, 0x800080, 0x008080, 0x808080,
+                          0xC0C0C0, 0xFF0000, 0x00FF00, 0xFFFF00, 0x0000FF, 0xFF00FF, 0x00FFFF, 0xFFFFFF};
+    for (uint32_t i = 0; i < 16; ++i) EXPECT_EQ(GetU32(dib, 40 + i * 4), vga[i]) << i;
+}
 
 // A DIB of each depth goes to a bitmap and back: 1 bit through a monochrome bitmap, the
 // others through the true-colour screen into 24 bits. GDI's table replaces the bridge's and
@@ -32,6 +45,7 @@ TEST(BitmapBridge, RoundTripsKeepThePictureAtEveryDepth) {
         const Bytes dib = Take(ConvertBitmapToDIB(bitmap.get(), nullptr));
         ASSERT_EQ(dib.size(), 40 + (depth < 24 ? 4u << depth : 0) + Stride(7, depth) * 3 + 10) << bits;
         EXPECT_EQ(DibColours(dib), BitmapColours(bitmap.get())) << bits;
+        if (bits == 4) ExpectGdiSixteenColours(dib);
     }
 }
 
@@ -45,6 +59,31 @@ TEST(BitmapBridge, TrueColourScreenHasNoPalette) {
     EXPECT_EQ(GetCurrentPalette(), nullptr);
     EXPECT_EQ(ImgError(), IMGERR_CREATEPALETTE);
 }
+
+#ifdef VX_PALETTE_SCREEN
+// Native only: the screen under Wine has true colour and no palette, so the palette paths run
+// on the Linux subset's 8-bit palette screen. A 4-bit bitmap still gets 16 colours: the
+// display's 256-entry palette has more entries than the DIB has colours.
+TEST(BitmapBridge, PaletteScreenPathsRunNatively) {
+    VX_NEEDS_GDI();
+    vx::posix::gdi::UsePaletteScreen(true);
+    const struct Restore { ~Restore() { vx::posix::gdi::UsePaletteScreen(false); } } restore;
+    SetImgError(kUntouched);
+    vx::OwnedObject<HPALETTE> palette(GetCurrentPalette());
+    WORD entries = 0;
+    GetObjectA(palette.get(), sizeof entries, &entries);
+    EXPECT_EQ(entries, 256);
+    RGBQUAD table[256] = {};
+    ASSERT_TRUE(GetSystemPalette(table));
+    EXPECT_EQ(ImgError(), kUntouched);
+    EXPECT_EQ((std::vector<BYTE>{table[9].rgbRed, table[9].rgbGreen, table[9].rgbBlue, table[255].rgbBlue}),
+              (std::vector<BYTE>{166, 202, 240, 255}));
+    Bitmap four = MakeBitmap(5, 2, 4, [](int x, int y) { return x * y * 0x402010u; });
+    const Bytes dib = Take(ConvertBitmapToDIB(four.get(), nullptr));
+    ASSERT_EQ(dib.size(), 40 + 64 + 8 + 10u);
+    ExpectGdiSixteenColours(dib);
+}
+#endif
 
 // Black and white by nearness; a copy; a bitmap held by a DC still saves, and loads back.
 TEST(BitmapBridge, MonochromeDuplicateAndFiles) {
