@@ -9,9 +9,9 @@
 namespace vxtest {
 namespace {
 
-struct Turn { HBITMAP(VXCALL* bitmap)(HBITMAP); HDIB(VXCALL* dib)(HDIB); };
-const Turn kTurns[] = {{RotateBitmap90, RotateDIB90}, {RotateBitmap180, RotateDIB180}, {RotateBitmap270, RotateDIB270},
-                       {FlipBitmapVertical, FlipDIBVertical}, {FlipBitmapHorizontal, FlipDIBHorizontal}};
+using BitmapTurn = HBITMAP(VXCALL*)(HBITMAP);
+const BitmapTurn kTurns[] = {RotateBitmap90, RotateBitmap180, RotateBitmap270, FlipBitmapVertical, FlipBitmapHorizontal};
+const decltype(&RotateDIB90) kDibTurns[] = {RotateDIB90, RotateDIB180, RotateDIB270, FlipDIBVertical, FlipDIBHorizontal};
 
 TEST(BitmapTurns, GiveTheDibOperationsPictureAndLeaveTheSource) {
     VX_NEEDS_GDI();
@@ -21,27 +21,24 @@ TEST(BitmapTurns, GiveTheDibOperationsPictureAndLeaveTheSource) {
         Bitmap source = MakeBitmap(11, 6, bits, colour);
         const auto before = BitmapColours(source.get());
         Block dib(ConvertBitmapToDIB(source.get(), nullptr));
-        for (const Turn& turn : kTurns) {
-            Bitmap turned(turn.bitmap(source.get()));
-            EXPECT_EQ(BitmapColours(turned.get()), DibColours(Take(turn.dib(dib.get())))) << bits << &turn - kTurns;
+        for (size_t i = 0; i < 5; ++i) {
+            Bitmap turned(kTurns[i](source.get()));
+            EXPECT_EQ(BitmapColours(turned.get()), DibColours(Take(kDibTurns[i](dib.get())))) << bits << " " << i;
         }
         SetImgError(kUntouched);
         Bitmap negative(InvertBitmap(source.get()));
-        EXPECT_EQ(ImgError(), kUntouched);
         std::vector<Colour> inverted = before;
         for (Colour& c : inverted) c ^= 0xFFFFFF;
-        EXPECT_EQ(BitmapColours(negative.get()), inverted) << bits;
+        EXPECT_TRUE(BitmapColours(negative.get()) == inverted && ImgError() == kUntouched) << bits;
         EXPECT_EQ(BitmapColours(source.get()), before) << bits;
     }
 }
 
 TEST(BitmapTurns, RefuseWhatIsNoBitmap) {
     for (HBITMAP bad : NotBitmaps())
-        for (auto turn : {RotateBitmap90, RotateBitmap180, RotateBitmap270, FlipBitmapVertical, FlipBitmapHorizontal,
-                          InvertBitmap}) {
+        for (BitmapTurn turn : {kTurns[0], kTurns[1], kTurns[2], kTurns[3], kTurns[4], &InvertBitmap}) {
             SetImgError(kUntouched);
-            EXPECT_EQ(turn(bad), nullptr);
-            EXPECT_EQ(ImgError(), IMGERR_BITMAPPARAMS);
+            EXPECT_TRUE(turn(bad) == nullptr && ImgError() == IMGERR_BITMAPPARAMS);
         }
 }
 

@@ -1,7 +1,7 @@
-// bitmap_fixtures.hpp - device bitmaps for the tests of the families built on GDI (the bridge,
-// combining, the bitmap turns): bitmaps painted by a colour function and read back as colours,
-// the colours of a DIB through its table, handles that are no bitmap, and VX_NEEDS_GDI, which
-// skips a test on Linux while the GDI subset still answers bitmap and raster calls with failure.
+// bitmap_fixtures.hpp - for the tests of the families built on GDI: bitmaps painted by a
+// colour function and read back as colours, the colours of a DIB through its table, handles
+// that are no bitmap, and VX_NEEDS_GDI, which skips a test on Linux while the GDI subset still
+// answers bitmap and raster calls with failure.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,38 +18,28 @@ using Bitmap = vx::OwnedObject<HBITMAP>;
 using Colour = uint32_t;                               // 0xRRGGBB
 using ColourAt = std::function<Colour(int x, int y)>;  // y counted from the top
 
-inline BITMAP Describe(HBITMAP bitmap) {
+// Moves 32-bit pixels, top row first, out of (or, with `write`, into) a bitmap.
+inline std::vector<Colour> Transfer(HBITMAP bitmap, std::vector<Colour> pixels = {}, bool write = false) {
     BITMAP bm{};
     GetObjectA(bitmap, sizeof bm, &bm);
-    return bm;
-}
-
-// Moves 32-bit rows, top row first, out of (or, with `write`, into) a bitmap.
-inline void Transfer(HBITMAP bitmap, std::vector<Colour>& topDown, bool write) {
-    const BITMAP bm = Describe(bitmap);
+    pixels.resize(size_t(bm.bmWidth) * bm.bmHeight);
     BITMAPINFO info{{40, bm.bmWidth, -bm.bmHeight, 1, 32, 0, 0, 0, 0, 0, 0}, {}};
     vx::WindowDC screen(nullptr);
-    if (write) SetDIBits(screen.get(), bitmap, 0, UINT(bm.bmHeight), topDown.data(), &info, DIB_RGB_COLORS);
-    else GetDIBits(screen.get(), bitmap, 0, UINT(bm.bmHeight), topDown.data(), &info, DIB_RGB_COLORS);
+    if (write) SetDIBits(screen.get(), bitmap, 0, UINT(bm.bmHeight), pixels.data(), &info, DIB_RGB_COLORS);
+    else GetDIBits(screen.get(), bitmap, 0, UINT(bm.bmHeight), pixels.data(), &info, DIB_RGB_COLORS);
+    for (Colour& c : pixels) c &= 0xFFFFFF;
+    return pixels;
 }
-inline std::vector<Colour> BitmapColours(HBITMAP bitmap) {
-    std::vector<Colour> colours(size_t(Describe(bitmap).bmWidth) * Describe(bitmap).bmHeight);
-    Transfer(bitmap, colours, false);
-    for (Colour& c : colours) c &= 0xFFFFFF;
-    return colours;
-}
+inline std::vector<Colour> BitmapColours(HBITMAP bitmap) { return Transfer(bitmap); }
 // A device bitmap of `bits` bits per pixel (1: monochrome) painted with `colour`.
 inline Bitmap MakeBitmap(int width, int height, int bits, const ColourAt& colour) {
     Bitmap bitmap(CreateBitmap(width, height, 1, UINT(bits), nullptr));
-    std::vector<Colour> colours;
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) colours.push_back(colour(x, y));
-    Transfer(bitmap.get(), colours, true);
+    std::vector<Colour> pixels;
+    for (int i = 0; i < width * height; ++i) pixels.push_back(colour(i % width, i / width));
+    Transfer(bitmap.get(), pixels, true);
     return bitmap;
 }
 
-// Bitmaps and DIBs can be made, read, written and blitted: always with the real GDI, on Linux
-// once the subset's calls are built.
 inline bool GdiReady() {
     Bitmap probe = MakeBitmap(1, 2, 32, [](int, int y) { return y * 0x123456u; });
     vx::MemoryDC dc;
@@ -65,7 +55,6 @@ inline std::vector<HBITMAP> NotBitmaps() {
     DeleteObject(deleted);
     return {nullptr, deleted, reinterpret_cast<HBITMAP>(GetStockObject(DEFAULT_PALETTE))};
 }
-
 // The bytes of a block the test now owns (empty for a null handle).
 inline Bytes Take(HDIB dib) {
     const Block owned(dib);
@@ -73,23 +62,24 @@ inline Bytes Take(HDIB dib) {
 }
 // A seeded 1-bit DIB with a black and white table.
 inline Bytes MonoDib(int width, int height, uint32_t seed) {
-    Bytes dib = SeededDib(width, height, 1, seed);
-    PutU32(dib, 40, 0), PutU32(dib, 44, 0xFFFFFF);
-    return dib;
+    return With(With(SeededDib(width, height, 1, seed), 40, 0), 44, 0xFFFFFF);
 }
-// Pixel (x, y from the top) of a packed DIB of 1, 4, 8 or 24 bits (40-byte header).
-inline Colour DibColour(const Bytes& dib, int x, int y) {
-    const int width = int(GetU32(dib, 4)), height = int(GetU32(dib, 8)), bits = GetU16(dib, 14);
-    const size_t row = 40 + Colours(dib) * 4 + size_t(height - 1 - y) * Stride(width, bits);
-    const auto rgb = [&](size_t at) { return Colour(dib.at(at + 2)) << 16 | dib.at(at + 1) << 8 | dib.at(at); };
-    if (bits == 24) return rgb(row + size_t(x) * 3);
-    const unsigned index = (dib.at(row + size_t(x) * bits / 8) >> (8 - bits - x * bits % 8)) & ((1u << bits) - 1);
-    return rgb(40 + index * 4);
-}
+
+// Pixels of a packed DIB of 1, 4, 8 or 24 bits (40-byte header), top row first.
 inline std::vector<Colour> DibColours(const Bytes& dib) {
+    const int width = int(GetU32(dib, 4)), height = int(GetU32(dib, 8)), bits = GetU16(dib, 14);
+    const auto rgb = [&](size_t at) { return Colour(dib.at(at + 2)) << 16 | dib.at(at + 1) << 8 | dib.at(at); };
     std::vector<Colour> out;
-    for (int y = 0; y < int(GetU32(dib, 8)); ++y)
-        for (int x = 0; x < int(GetU32(dib, 4)); ++x) out.push_back(DibColour(dib, x, y));
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const size_t row = 40 + Colours(dib) * 4 + size_t(height - 1 - y) * Stride(width, bits);
+            if (bits == 24) {
+                out.push_back(rgb(row + size_t(x) * 3));
+                continue;
+            }
+            const unsigned byte = dib.at(row + size_t(x) * bits / 8), index = byte >> (8 - bits - x * bits % 8);
+            out.push_back(rgb(40 + (index & ((1u << bits) - 1)) * 4));
+        }
     return out;
 }
 

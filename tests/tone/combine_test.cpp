@@ -14,6 +14,7 @@ namespace {
 TEST(Combine, PasteModesMatchTheModel) {
     VX_NEEDS_GDI();
     const Bytes dest = SeededDib(6, 4, 24, 1), source = SeededDib(3, 2, 24, 2), mask = MonoDib(3, 2, 3);
+    const auto sourceColours = DibColours(source), maskColours = DibColours(mask);
     struct Mode { bool masked; BOOL alt; Colour (*model)(Colour d, Colour s, bool m); };
     const Mode modes[] = {{false, FALSE, [](Colour, Colour s, bool) { return s; }},
                           {false, TRUE, [](Colour d, Colour s, bool) { return d | s; }},
@@ -27,7 +28,7 @@ TEST(Combine, PasteModesMatchTheModel) {
         for (int y = 0; y < 2; ++y)
             for (int x = 0; x < 3; ++x) {
                 Colour& pixel = want[size_t(y + 1) * 6 + x + 2];
-                pixel = mode.model(pixel, DibColour(source, x, y), DibColour(mask, x, y) != 0);
+                pixel = mode.model(pixel, sourceColours[size_t(y) * 3 + x], maskColours[size_t(y) * 3 + x] != 0);
             }
         EXPECT_EQ(DibColours(BlockBytes(target)), want) << mode.masked << mode.alt;
         EXPECT_EQ(BlockBytes(s.get()), source);
@@ -59,20 +60,18 @@ TEST(Combine, RefusalsStoreTheFamilyCodesAndDrawNothing) {
     VX_NEEDS_GDI();
     const Bytes dest = SeededDib(6, 4, 24), source = SeededDib(3, 2, 8), mask = MonoDib(3, 2, 1);
     struct Case { const char* what; Source source; bool withDest; Bytes mask; int code; };
-    const Case cases[] = {{"null source", kNullHandle, true, {}, COMBINE_ERR_NOSOURCE},
+    const Case cases[] = {{"null source", kNullHandle, true, {}, COMBINE_ERR_NOSOURCE},  // DIBs whose header claims too much:
                           {"mask of another size", source, true, MonoDib(2, 2, 1), COMBINE_ERR_MASKSIZE},
                           {"source rows cut short", Cut(source, source.size() - 1), true, mask, COMBINE_ERR_TOBITMAP},
                           {"mask rows cut short", source, true, Cut(mask, mask.size() - 1), COMBINE_ERR_TOBITMAP},
                           {"compressed source to copy", With(source, 16, 1), false, {}, COMBINE_ERR_COMPRESSED},
-                          {"source to copy cut short", Cut(source, source.size() - 1), false, {}, IMGERR_DIBSIZE},
-                          {"source header cut short", Cut(source, 39), false, {}, IMGERR_DIBSIZE}};
+                          {"source to copy cut short", Cut(source, source.size() - 1), false, {}, IMGERR_DIBSIZE}};
     for (const Case& c : cases) {
         Block d(BlockFrom(dest)), m(c.mask.empty() ? nullptr : BlockFrom(c.mask));
         HDIB target = c.withDest ? d.get() : nullptr;
         BOOL done = TRUE;
         const auto o = CallOn(c.source, [&](HDIB s) { return done = CombineDIB(0, 0, &target, s, m.get(), 0), HDIB{}; });
-        EXPECT_TRUE(!done && o.sourceUnchanged) << c.what;
-        EXPECT_EQ(o.moduleCode, c.code) << c.what;
+        EXPECT_TRUE(!done && o.sourceUnchanged && o.moduleCode == c.code) << c.what;
         EXPECT_TRUE(target == (c.withDest ? d.get() : nullptr) && BlockBytes(d.get()) == dest) << c.what;
     }
     Block s(BlockFrom(source));
@@ -85,19 +84,14 @@ TEST(Combine, RefusalsStoreTheFamilyCodesAndDrawNothing) {
     Bitmap target = MakeBitmap(4, 4, 32, grey), from = MakeBitmap(2, 2, 32, grey), wide = MakeBitmap(3, 2, 1, grey);
     const auto before = BitmapColours(target.get());
     HBITMAP handle = target.get(), deleted = NotBitmaps()[1];
+    EXPECT_TRUE(!CombineBMP(0, 0, &handle, from.get(), wide.get(), FALSE) && ImgError() == COMBINE_ERR_MASKSIZE);
     SetImgError(kUntouched);
-    EXPECT_FALSE(CombineBMP(0, 0, &handle, from.get(), wide.get(), FALSE));
-    EXPECT_EQ(ImgError(), COMBINE_ERR_MASKSIZE);
-    SetImgError(kUntouched);
-    {
-        vx::MemoryDC other;
-        vx::ObjectSelection held(other.get(), handle);
-        EXPECT_FALSE(CombineBMP(0, 0, &handle, from.get(), nullptr, TRUE));
-    }
-    EXPECT_FALSE(CombineBMP(0, 0, &deleted, from.get(), nullptr, TRUE));
+    vx::MemoryDC other;
+    vx::ObjectSelection held(other.get(), handle);
+    EXPECT_FALSE(CombineBMP(0, 0, &handle, from.get(), nullptr, TRUE) || CombineBMP(0, 0, &deleted, from.get(), nullptr, TRUE));
     EXPECT_EQ(ImgError(), kUntouched);
-    EXPECT_EQ(BitmapColours(target.get()), before);
-    EXPECT_EQ(BitmapColours(from.get()), (std::vector<Colour>{0, 0x222222, 0, 0x222222}));
+    EXPECT_EQ(Transfer(from.get()), (std::vector<Colour>{0, 0x222222, 0, 0x222222}));
+    EXPECT_EQ(Transfer(target.get()), before);
 }
 
 }  // namespace
