@@ -52,7 +52,9 @@ VXPLATFORMAPI BOOL DeleteDC(HDC dc) {
     std::unique_ptr<vx::posix::gdi::GdiObject> object;
     {
         auto objects = Objects();
-        if (objects.find<DeviceContext>(dc) == nullptr) return FALSE;
+        DeviceContext* context = objects.find<DeviceContext>(dc);
+        if (context == nullptr) return FALSE;
+        vx::posix::gdi::ReleaseSelections(objects, dc, context->state);
         object = objects.remove(dc);
     }
     return TRUE;
@@ -76,6 +78,7 @@ VXPLATFORMAPI HDC GetDC(HWND window) {
             DeviceContext* context = objects.find<DeviceContext>(dc);
             if (context->released) {
                 context->released = false;
+                vx::posix::gdi::ReleaseSelections(objects, dc, context->state);
                 context->state = initial;
                 context->saved.clear();
                 return dc;

@@ -90,12 +90,16 @@ VXPLATFORMAPI DWORD GetObjectType(HGDIOBJ handle) {
     return object != nullptr ? static_cast<DWORD>(object->kind()) : 0;
 }
 
-// Any object goes, a DC included (DeleteDC of it does the same). A stock object stays.
+// Any object goes, a DC included (DeleteDC of it does the same), letting go of what it holds.
+// A stock object stays; so does one a DC holds, until the DC lets go of it (selection.cpp).
 VXPLATFORMAPI BOOL DeleteObject(HGDIOBJ handle) {
     std::unique_ptr<vx::posix::gdi::GdiObject> object;
     {
         auto objects = Objects();
         if (objects.isStock(handle)) return TRUE;
+        if (vx::posix::gdi::DeferDeletion(objects, handle)) return TRUE;
+        if (auto* context = objects.find<vx::posix::gdi::DeviceContext>(handle))
+            vx::posix::gdi::ReleaseSelections(objects, static_cast<HDC>(handle), context->state);
         object = objects.remove(handle);
     }
     return object != nullptr ? TRUE : FALSE;  // the object goes after the lock is released

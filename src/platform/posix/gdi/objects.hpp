@@ -36,6 +36,11 @@ struct Surface {
     int bitsPerPixel = 0;
     const RGBQUAD* colours = nullptr;  // 1, 4 and 8 bits
     int colourCount = 0;
+    // 16 and 32 bits: the channel masks of a BI_BITFIELDS DIB section; all zero for the layouts
+    // above (pixel_formats.hpp reads both).
+    uint32_t redMask = 0;
+    uint32_t greenMask = 0;
+    uint32_t blueMask = 0;
 };
 
 // A bitmap: a device bitmap (its own rows, top down, each padded to 16 bits, as GetBitmapBits
@@ -144,5 +149,44 @@ int SelectClip(DcState& state, const Region* region);
 // A DC's selections and settings as a new DC (or a screen DC lent out again) starts with.
 // Calls the stock makers: call it before taking the table lock.
 DcState InitialState(ObjectKind kind);
+
+// A COLORREF as a DC draws it: PALETTEINDEX(i) is entry i of the DC's palette (entry 0 when
+// there is no such entry), PALETTERGB and the high byte of a plain colour are dropped.
+COLORREF ResolveColour(const ObjectTable::Access& objects, const DcState& state, COLORREF colour);
+
+// The colour table device bitmaps of a depth take (1, 4 or 8 bits; empty otherwise): black and
+// white, the 16 VGA colours, the 256 colours of the screen's system palette.
+std::vector<RGBQUAD> DeviceColours(int bitsPerPixel);
+
+// The bits per pixel of the screen: 32, or 8 with the palette screen (screen.hpp).
+int ScreenBitsPerPixel();
+
+// Selection bookkeeping (selection.cpp), called with the table locked. A bitmap, brush or pen
+// deleted while a DC holds it stays alive, still usable by the DCs that hold it, and goes when
+// the last of them lets it go, as Windows does.
+//   DeferDeletion: true when `handle` is selected somewhere (it is then marked to go later).
+//   ReleaseSelections: a DC lets go of what its current state holds (DeleteDC, a screen DC
+//     lent out again); call it before dropping or replacing the state.
+//   Reselect: a DC's current state is replaced by `next` (RestoreDC): the selections move.
+bool DeferDeletion(ObjectTable::Access& objects, HGDIOBJ handle);
+void ReleaseSelections(ObjectTable::Access& objects, HDC dc, DcState& state);
+void Reselect(ObjectTable::Access& objects, HDC dc, DcState& state, const DcState& next);
+
+}  // namespace vx::posix::gdi
+
+namespace vx::posix::gdi {
+
+// A device point of a DC in logical coordinates, as DPtoLP rounds; false (the point left as
+// it is) when the DC's mapping cannot be inverted.
+bool ToLogical(const DcState& state, POINT& point);
+
+// The logical rectangle from (x, y) to (x + width, y + height) with both corners in device
+// coordinates, in the order given (not normalised): the device origin and extent a blit
+// works on, as Windows maps them (device width = right - left, which may be negative).
+RECT ToDeviceRect(const DcState& state, int x, int y, int width, int height);
+
+// The clipping region of a DC in device coordinates intersected with the surface's bounds:
+// the rectangles drawing may touch, banded, none when nothing is visible.
+std::vector<RECT> VisibleRects(const DcState& state, const Surface& surface);
 
 }  // namespace vx::posix::gdi

@@ -1,0 +1,85 @@
+// dc_state.cpp - saved DC states and the DC's drawing settings in the Linux subset: SaveDC,
+// RestoreDC, SetROP2, GetROP2 and MoveToEx.
+//
+// SaveDC pushes a copy of the whole DcState (selections, colours, modes, mapping, clipping
+// region, current position) and answers the new depth of the stack, starting at 1.
+// RestoreDC(n) with n > 0 goes back to the state saved at depth n, with n < 0 to the one n
+// levels below the top (-1: the last saved), and drops it and every state saved after it; 0
+// and levels beyond the stack answer FALSE and change nothing. A selection the saved state can
+// no longer give back stays as it is, as in Windows: a brush, pen or palette deleted since,
+// and a bitmap deleted or selected into another DC since (the bitmap goes back through
+// SelectObject, which refuses those and keeps the selection's bookkeeping in one place).
+#include <cstdlib>
+#include <utility>
+
+#include "platform/posix/gdi/objects.hpp"
+
+using vx::posix::gdi::Brush;
+using vx::posix::gdi::DcState;
+using vx::posix::gdi::DeviceContext;
+using vx::posix::gdi::ObjectKind;
+using vx::posix::gdi::Objects;
+using vx::posix::gdi::Palette;
+using vx::posix::gdi::Pen;
+
+extern "C" {
+
+VXPLATFORMAPI int SaveDC(HDC dc) {
+    try {
+        auto objects = Objects();
+        DeviceContext* context = objects.find<DeviceContext>(dc);
+        if (context == nullptr) return 0;
+        context->saved.push_back(context->state);
+        return static_cast<int>(context->saved.size());
+    } catch (...) {
+        return 0;
+    }
+}
+
+VXPLATFORMAPI BOOL RestoreDC(HDC dc, int level) {
+    HBITMAP bitmap = nullptr;  // the saved bitmap selection, given back after the lock
+    {
+        auto objects = Objects();
+        DeviceContext* context = objects.find<DeviceContext>(dc);
+        if (context == nullptr) return FALSE;
+        const int depth = static_cast<int>(context->saved.size());
+        if (level == 0 || level > depth || level < -depth) return FALSE;
+        if (level < 0) level = depth + level + 1;
+        DcState restored = std::move(context->saved[level - 1]);
+        context->saved.resize(level - 1);
+        DcState& state = context->state;
+        if (objects.find<Brush>(restored.brush) == nullptr) restored.brush = state.brush;
+        if (objects.find<Pen>(restored.pen) == nullptr) restored.pen = state.pen;
+        if (objects.find<Palette>(restored.palette) == nullptr) restored.palette = state.palette;
+        bitmap = std::exchange(restored.bitmap, state.bitmap);
+        if (context->kind() != ObjectKind::MemoryDC || bitmap == state.bitmap) bitmap = nullptr;
+        state = std::move(restored);
+    }
+    if (bitmap != nullptr) SelectObject(dc, bitmap);
+    return TRUE;
+}
+
+VXPLATFORMAPI int SetROP2(HDC dc, int mode) {
+    if (mode < R2_BLACK || mode > R2_WHITE) return 0;
+    auto objects = Objects();
+    DeviceContext* context = objects.find<DeviceContext>(dc);
+    if (context == nullptr) return 0;
+    return std::exchange(context->state.rop2, mode);
+}
+
+VXPLATFORMAPI int GetROP2(HDC dc) {
+    auto objects = Objects();
+    const DeviceContext* context = objects.find<DeviceContext>(dc);
+    return context == nullptr ? 0 : context->state.rop2;
+}
+
+VXPLATFORMAPI BOOL MoveToEx(HDC dc, int x, int y, LPPOINT previous) {
+    auto objects = Objects();
+    DeviceContext* context = objects.find<DeviceContext>(dc);
+    if (context == nullptr) return FALSE;
+    if (previous != nullptr) *previous = context->state.position;
+    context->state.position = POINT{x, y};
+    return TRUE;
+}
+
+}  // extern "C"
