@@ -26,7 +26,7 @@ void ExpectGdiSixteenColours(const Bytes& dib) {
 // others through the true-colour screen into 24 bits; biClrUsed becomes 0 (GetDIBits). Device
 // bitmaps keep 4 and 8 bits and become 24-bit DIBs from 16 bits up.
 TEST(BitmapBridge, RoundTripsKeepThePictureAtEveryDepth) {
-    VX_NEEDS_GDI();
+    VX_NEEDS_GDI(false);
     for (uint16_t bits : {1, 4, 8, 24}) {
         const Bytes source = bits == 1 ? MonoDib(13, 5, 1) : SeededDib(13, 5, bits, bits);
         Block dib(BlockFrom(source));
@@ -49,7 +49,7 @@ TEST(BitmapBridge, RoundTripsKeepThePictureAtEveryDepth) {
 
 // Under Wine the screen has 32-bit true colour: no palette to read (NUMCOLORS -1).
 TEST(BitmapBridge, TrueColourScreenHasNoPalette) {
-    VX_NEEDS_GDI();
+    VX_NEEDS_GDI(false);
     SetImgError(IMGERR_SUCCESS);
     RGBQUAD table[256] = {};
     EXPECT_FALSE(GetSystemPalette(table) || GetSystemPalette(nullptr));
@@ -63,7 +63,7 @@ TEST(BitmapBridge, TrueColourScreenHasNoPalette) {
 // subset's 8-bit palette screen. A 4-bit bitmap still gets 16 colours: the display's
 // 256-entry palette has more entries than the DIB has colours.
 TEST(BitmapBridge, PaletteScreenPathsRunNatively) {
-    VX_NEEDS_GDI();
+    VX_NEEDS_GDI(false);
     vx::posix::gdi::UsePaletteScreen(true);
     const struct Restore { ~Restore() { vx::posix::gdi::UsePaletteScreen(false); } } restore;
     SetImgError(kUntouched);
@@ -81,7 +81,7 @@ TEST(BitmapBridge, PaletteScreenPathsRunNatively) {
 
 // Black and white by nearness; a copy; a bitmap held by a DC still converts (and saves).
 TEST(BitmapBridge, MonochromeDuplicateAndFiles) {
-    VX_NEEDS_GDI();
+    VX_NEEDS_GDI(false);
     Bitmap colour = MakeBitmap(9, 2, 32, [](int x, int y) { return x < 3 ? 0xFFFFFFu : x < 6 ? 0x202020u : y * 0xE0E0E0u; });
     Bitmap mono(ConvertToMonochromeBitmap(colour.get())), copy(DuplicateBitmap(colour.get()));
     const Colour W = 0xFFFFFF;
@@ -94,7 +94,7 @@ TEST(BitmapBridge, MonochromeDuplicateAndFiles) {
 }
 
 TEST(BitmapBridge, RefusesWhatIsNoBitmapOrNoWholeDib) {
-    VX_NEEDS_GDI();
+    VX_NEEDS_GDI(false);
     for (HBITMAP bad : NotBitmaps()) {
         SetImgError(kUntouched);
         EXPECT_TRUE(!ConvertBitmapToDIB(bad, nullptr) && ImgError() == kUntouched);
