@@ -60,7 +60,7 @@ TEST(Combine, RefusalsStoreTheFamilyCodesAndDrawNothing) {
     VX_NEEDS_GDI(true);
     const Bytes dest = SeededDib(6, 4, 24), source = SeededDib(3, 2, 8), mask = MonoDib(3, 2, 1);
     struct Case { const char* what; Source source; bool withDest; Bytes mask; int code; };
-    const Case cases[] = {{"null source", kNullHandle, true, {}, COMBINE_ERR_NOSOURCE},  // DIBs whose header claims too much:
+    const Case cases[] = {{"null source", kNullHandle, true, {}, COMBINE_ERR_NOSOURCE},
                           {"mask of another size", source, true, MonoDib(2, 2, 1), COMBINE_ERR_MASKSIZE},
                           {"source rows cut short", Cut(source, source.size() - 1), true, mask, COMBINE_ERR_TOBITMAP},
                           {"mask rows cut short", source, true, Cut(mask, mask.size() - 1), COMBINE_ERR_TOBITMAP},
