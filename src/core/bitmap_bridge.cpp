@@ -75,15 +75,18 @@ std::optional<DibLayout> DibGdiCanRead(const uint8_t* block, uint64_t blockBytes
 // A DC that is either a memory DC (deleted at the end) or the screen's (released).
 class BridgeDC {
 public:
-    explicit BridgeDC(bool memory) {
-        if (memory) memory_.emplace(nullptr);
-        else screen_.emplace(nullptr);
+    explicit BridgeDC(bool memory) : memory_(memory), dc_(memory ? CreateCompatibleDC(nullptr) : GetDC(nullptr)) {}
+    BridgeDC(const BridgeDC&) = delete;
+    BridgeDC& operator=(const BridgeDC&) = delete;
+    ~BridgeDC() {
+        if (dc_ != nullptr && memory_) DeleteDC(dc_);
+        if (dc_ != nullptr && !memory_) ReleaseDC(nullptr, dc_);
     }
-    HDC get() const { return memory_ ? memory_->get() : screen_->get(); }
+    HDC get() const { return dc_; }
 
 private:
-    std::optional<MemoryDC> memory_;
-    std::optional<WindowDC> screen_;
+    bool memory_;
+    HDC dc_;
 };
 
 Outcome<HBITMAP> DibToBitmap(HDIB dib) {
@@ -99,11 +102,8 @@ Outcome<HBITMAP> DibToBitmap(HDIB dib) {
     // of the display's format.
     BridgeDC dc(layout->bitCount == 1 && layout->planes == 1);
     if (dc.get() == nullptr) return Fail();
-    std::optional<PaletteSelection> selection;
-    if (palette) {
-        selection.emplace(dc.get(), palette.get(), FALSE);
-        RealizePalette(dc.get());
-    }
+    PaletteSelection selection(dc.get(), palette.get(), FALSE);
+    if (palette) RealizePalette(dc.get());
     const auto* info = reinterpret_cast<const BITMAPINFO*>(header);
     const void* pixels = header + layout->pixelOffset;
     HBITMAP bitmap = CreateDIBitmap(dc.get(), &info->bmiHeader, CBM_INIT, pixels, info, DIB_RGB_COLORS);
@@ -147,11 +147,8 @@ Outcome<HDIB> BitmapToDib(HBITMAP bitmap, HPALETTE palette) {
     }
     WindowDC screen(nullptr);
     if (!screen) return Fail();
-    std::optional<PaletteSelection> selection;
-    if (palette != nullptr) {
-        selection.emplace(screen.get(), palette, FALSE);
-        RealizePalette(screen.get());
-    }
+    PaletteSelection selection(screen.get(), palette, FALSE);
+    if (palette != nullptr) RealizePalette(screen.get());
     FillBitmapDibTable(header + kInfoHeaderSize, bitCount, plan->header.clrUsed, palette);
 
     // One scan line per call, bottom line first; a line GDI does not deliver is copied from

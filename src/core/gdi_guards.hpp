@@ -68,12 +68,15 @@ private:
 };
 
 // A palette selected into a DC for the lifetime of the guard. The palette it replaced goes
-// back in on destruction, selected the same way (foreground or background). A refused
-// selection (a DC or palette that is not live) leaves nothing to restore.
+// back in on destruction, selected the same way (foreground or background). A null palette
+// selects nothing, and a refused selection (a DC or palette that is not live) leaves nothing
+// to restore.
 class PaletteSelection {
 public:
     PaletteSelection(HDC dc, HPALETTE palette, BOOL forceBackground = FALSE)
-        : dc_(dc), background_(forceBackground), previous_(SelectPalette(dc, palette, forceBackground)) {}
+        : dc_(dc),
+          background_(forceBackground),
+          previous_(palette != nullptr ? SelectPalette(dc, palette, forceBackground) : nullptr) {}
     PaletteSelection(const PaletteSelection&) = delete;
     PaletteSelection& operator=(const PaletteSelection&) = delete;
     ~PaletteSelection() {
