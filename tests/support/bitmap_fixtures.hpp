@@ -54,9 +54,8 @@ inline bool GdiReady(bool blits) {
 
 // A null handle, a deleted bitmap and a palette.
 inline std::vector<HBITMAP> NotBitmaps() {
-    HBITMAP deleted = CreateBitmap(4, 4, 1, 1, nullptr);
-    DeleteObject(deleted);
-    return {nullptr, deleted, reinterpret_cast<HBITMAP>(GetStockObject(DEFAULT_PALETTE))};
+    const HBITMAP deleted = CreateBitmap(4, 4, 1, 1, nullptr);
+    return DeleteObject(deleted), std::vector<HBITMAP>{nullptr, deleted, HBITMAP(GetStockObject(DEFAULT_PALETTE))};
 }
 // The bytes of a block the test now owns (empty for a null handle).
 inline Bytes Take(HDIB dib) {
