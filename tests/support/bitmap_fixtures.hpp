@@ -75,12 +75,9 @@ inline std::vector<Colour> DibColours(const Bytes& dib) {
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const size_t row = 40 + Colours(dib) * 4 + size_t(height - 1 - y) * Stride(width, bits);
-            if (bits == 24) {
-                out.push_back(rgb(row + size_t(x) * 3));
-                continue;
-            }
-            const unsigned byte = dib.at(row + size_t(x) * bits / 8), index = byte >> (8 - bits - x * bits % 8);
-            out.push_back(rgb(40 + (index & ((1u << bits) - 1)) * 4));
+            const size_t at = row + size_t(x) * bits / 8;  // 24 bits: the pixel, else its byte
+            const unsigned index = bits == 24 ? 0 : dib.at(at) >> (8 - bits - x * bits % 8) & ((1u << bits) - 1);
+            out.push_back(rgb(bits == 24 ? at : 40 + index * 4));
         }
     return out;
 }
