@@ -293,6 +293,12 @@ VXPLATFORMAPI int SetDIBits(HDC dc, HBITMAP bitmap, UINT start, UINT lines, cons
 VXPLATFORMAPI HGDIOBJ SelectObject(HDC dc, HGDIOBJ object);
 VXPLATFORMAPI HGDIOBJ GetCurrentObject(HDC dc, UINT type);
 VXPLATFORMAPI int GetDeviceCaps(HDC dc, int index);
+/*
+ * SaveDC pushes everything a DC holds (selections, colours, modes, mapping, clipping region,
+ * current position) and answers the new depth, from 1; RestoreDC(n) goes back to depth n, or
+ * with n < 0 to n levels below the top, dropping what was saved after it; 0 and levels beyond
+ * the stack answer FALSE. A selection deleted since it was saved stays as it is now.
+ */
 VXPLATFORMAPI int SaveDC(HDC dc);
 VXPLATFORMAPI BOOL RestoreDC(HDC dc, int saved);
 VXPLATFORMAPI COLORREF SetTextColor(HDC dc, COLORREF colour);
@@ -328,7 +334,14 @@ VXPLATFORMAPI HBRUSH CreateSolidBrush(COLORREF colour);
 VXPLATFORMAPI HBRUSH CreatePatternBrush(HBITMAP bitmap);
 VXPLATFORMAPI HBRUSH CreateBrushIndirect(const LOGBRUSH *brush);
 
-/* Mapping modes: logical to device coordinates. */
+/*
+ * Mapping modes: logical to device coordinates. The fixed modes derive their extents from the
+ * device's HORZSIZE / HORZRES (and vertical ones), y growing upwards; MM_ISOTROPIC starts as
+ * MM_LOMETRIC and later extents shrink one viewport axis to keep units square. Set...ExtEx
+ * reports the previous extent, is ignored (TRUE) in the other modes and refuses a zero
+ * extent. Points are mapped through a single-precision matrix and rounded half up as Windows
+ * does; a result beyond 32 bits is INT_MIN.
+ */
 VXPLATFORMAPI int SetMapMode(HDC dc, int mode);
 VXPLATFORMAPI int GetMapMode(HDC dc);
 VXPLATFORMAPI BOOL SetWindowOrgEx(HDC dc, int x, int y, LPPOINT previous);
@@ -342,7 +355,14 @@ VXPLATFORMAPI BOOL GetViewportExtEx(HDC dc, LPSIZE extent);
 VXPLATFORMAPI BOOL LPtoDP(HDC dc, LPPOINT points, int count);
 VXPLATFORMAPI BOOL DPtoLP(HDC dc, LPPOINT points, int count);
 
-/* Rectangular regions and clipping. */
+/*
+ * Rectangular regions and clipping. Regions keep Windows' bands, so the answers NULLREGION,
+ * SIMPLEREGION and COMPLEXREGION (ERROR for a handle that is not a region, or an unknown
+ * CombineRgn mode) are Windows' for any sequence of combinations. A DC's clipping region is in
+ * device coordinates and may reach beyond its surface; SelectClipRgn copies (NULL removes it),
+ * IntersectClipRect and ExcludeClipRect take logical rectangles, GetClipBox answers the
+ * visible box in logical coordinates (NULLREGION when nothing is visible).
+ */
 VXPLATFORMAPI HRGN CreateRectRgn(int left, int top, int right, int bottom);
 VXPLATFORMAPI HRGN CreateRectRgnIndirect(const RECT *rect);
 VXPLATFORMAPI int CombineRgn(HRGN dest, HRGN source1, HRGN source2, int mode);
@@ -354,7 +374,13 @@ VXPLATFORMAPI int IntersectClipRect(HDC dc, int left, int top, int right, int bo
 VXPLATFORMAPI int ExcludeClipRect(HDC dc, int left, int top, int right, int bottom);
 VXPLATFORMAPI int GetClipBox(HDC dc, LPRECT box);
 
-/* Pens and lines. */
+/*
+ * Pens and lines. Lines light Windows' pixels, their last point left out, on every depth
+ * through the DC's binary raster operation (SetROP2: R2_BLACK ... R2_WHITE, 0 for others),
+ * clipped to the clipping region. Pens are drawn one pixel wide (dashed styles with Windows'
+ * cosmetic patterns); CreatePen(PS_NULL, ...) answers the stock NULL_PEN. Rectangle draws the
+ * outline and fills the inside with a solid brush; pattern brushes leave the inside unfilled.
+ */
 VXPLATFORMAPI HPEN CreatePen(int style, int width, COLORREF colour);
 VXPLATFORMAPI int SetROP2(HDC dc, int mode);
 VXPLATFORMAPI int GetROP2(HDC dc);

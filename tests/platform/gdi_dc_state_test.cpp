@@ -1,11 +1,14 @@
-// DC state, mapping modes, regions and clipping: the same cases run against the Linux subset
-// and against GDI under Wine, the expected values being what Wine answered.
+// DC state, mapping modes, regions, clipping, pens and lines: the same cases run against the
+// Linux subset and against GDI under Wine, the expected values being what Wine answered.
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <utility>
 #include <vector>
 
-#include "gdi_guards.hpp"
+#include "gdi_support.hpp"
 
 #ifndef _WIN32
 #include "platform/posix/gdi/objects.hpp"
@@ -13,122 +16,79 @@
 
 namespace {
 
-bool operator==(const RECT& a, const RECT& b) {
-    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
+std::string Text(const RECT& r) {
+    return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
+           std::to_string(r.bottom);
 }
 
-std::vector<RECT> RegionRects(HRGN region) {
+// A region's rectangles as "l,t,r,b " each, in the order the region keeps them.
+std::string RegionText(HRGN region) {
 #ifdef _WIN32
     std::vector<char> data(GetRegionData(region, 0, nullptr));
     auto* header = reinterpret_cast<RGNDATA*>(data.data());
     GetRegionData(region, static_cast<DWORD>(data.size()), header);
-    const auto* rects = reinterpret_cast<const RECT*>(header->Buffer);
-    return {rects, rects + header->rdh.nCount};
+    const auto* first = reinterpret_cast<const RECT*>(header->Buffer);
+    const std::vector<RECT> rects(first, first + header->rdh.nCount);
 #else
-    return vx::posix::gdi::Objects().find<vx::posix::gdi::Region>(region)->rects;
+    const std::vector<RECT> rects = vx::posix::gdi::Objects().find<vx::posix::gdi::Region>(region)->rects;
 #endif
+    std::string text;
+    for (const RECT& r : rects) text += Text(r) + " ";
+    return text;
 }
 
-void ExpectRects(HRGN region, const std::vector<RECT>& expected) {
-    const std::vector<RECT> rects = RegionRects(region);
-    ASSERT_EQ(rects.size(), expected.size());
-    for (size_t i = 0; i < rects.size(); ++i) {
-        EXPECT_TRUE(rects[i] == expected[i]) << "rect " << i << ": " << rects[i].left << "," << rects[i].top << ","
-                                             << rects[i].right << "," << rects[i].bottom;
-    }
-}
-
-struct Mapping {
-    POINT windowOrigin;
-    SIZE windowExtent;
-    POINT viewportOrigin;
-    SIZE viewportExtent;
-};
-
-void SetAnisotropic(HDC dc, const Mapping& m) {
+// MM_ANISOTROPIC with window origin and extent, viewport origin and extent.
+void SetMapping(HDC dc, const LONG (&m)[8]) {
     SetMapMode(dc, MM_ANISOTROPIC);
-    SetWindowExtEx(dc, m.windowExtent.cx, m.windowExtent.cy, nullptr);
-    SetViewportExtEx(dc, m.viewportExtent.cx, m.viewportExtent.cy, nullptr);
-    SetWindowOrgEx(dc, m.windowOrigin.x, m.windowOrigin.y, nullptr);
-    SetViewportOrgEx(dc, m.viewportOrigin.x, m.viewportOrigin.y, nullptr);
+    SetWindowExtEx(dc, m[2], m[3], nullptr);
+    SetViewportExtEx(dc, m[6], m[7], nullptr);
+    SetWindowOrgEx(dc, m[0], m[1], nullptr);
+    SetViewportOrgEx(dc, m[4], m[5], nullptr);
 }
 
 constexpr LONG kMin = INT32_MIN;
 
 }  // namespace
 
-// The fixed modes scale by the device's millimetres over its pixels, y upwards; MM_ISOTROPIC
-// starts from MM_LOMETRIC's extents. A mode out of range answers 0 and changes nothing.
-TEST(GdiMapping, ModesSetTheirExtents) {
+// The fixed modes scale by the device's millimetres over its pixels, y upwards; MM_ISOTROPIC starts
+// as MM_LOMETRIC, later extents squaring its units. Fixed modes ignore extents, zero ones are refused.
+TEST(GdiMapping, ModesAndExtents) {
     const vx::MemoryDC dc;
-    const int sx = GetDeviceCaps(dc.get(), HORZSIZE), sy = GetDeviceCaps(dc.get(), VERTSIZE);
-    const int rx = GetDeviceCaps(dc.get(), HORZRES), ry = GetDeviceCaps(dc.get(), VERTRES);
-    const auto english = [](int units, int mm) { return (units * mm + 127) / 254; };
-    const struct { int mode; SIZE window, viewport; } cases[] = {
-        {MM_LOMETRIC, {sx * 10, sy * 10}, {rx, -ry}},
-        {MM_HIMETRIC, {sx * 100, sy * 100}, {rx, -ry}},
-        {MM_LOENGLISH, {english(1000, sx), english(1000, sy)}, {rx, -ry}},
-        {MM_HIENGLISH, {english(10000, sx), english(10000, sy)}, {rx, -ry}},
-        {MM_TWIPS, {english(14400, sx), english(14400, sy)}, {rx, -ry}},
-        {MM_ISOTROPIC, {sx * 10, sy * 10}, {rx, -ry}},
-        {MM_ANISOTROPIC, {sx * 10, sy * 10}, {rx, -ry}},  // keeps what it had
-        {MM_TEXT, {1, 1}, {1, 1}},
-    };
+    const HDC d = dc.get();
+    const int sx = GetDeviceCaps(d, HORZSIZE), sy = GetDeviceCaps(d, VERTSIZE);
+    const int rx = GetDeviceCaps(d, HORZRES), ry = GetDeviceCaps(d, VERTRES);
+    // Units per millimetre times 10 (metric) or per inch (English, rounded); the last mode keeps them.
+    const struct { int mode, units; bool inches; } modes[] = {
+        {MM_LOMETRIC, 10, false}, {MM_HIMETRIC, 100, false}, {MM_LOENGLISH, 1000, true}, {MM_HIENGLISH, 10000, true},
+        {MM_TWIPS, 14400, true},  {MM_ISOTROPIC, 10, false}, {MM_ANISOTROPIC, 10, false}};
     int previous = MM_TEXT;
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.mode);
-        EXPECT_EQ(SetMapMode(dc.get(), c.mode), previous);
-        previous = c.mode;
+    for (const auto& c : modes) {
+        EXPECT_EQ(SetMapMode(d, c.mode), std::exchange(previous, c.mode));
+        const auto scale = [&](int mm) { return c.inches ? (c.units * mm + 127) / 254 : c.units * mm; };
         SIZE window{}, viewport{};
-        ASSERT_TRUE(GetWindowExtEx(dc.get(), &window) && GetViewportExtEx(dc.get(), &viewport));
-        EXPECT_EQ(window.cx, c.window.cx);
-        EXPECT_EQ(window.cy, c.window.cy);
-        EXPECT_EQ(viewport.cx, c.viewport.cx);
-        EXPECT_EQ(viewport.cy, c.viewport.cy);
+        GetWindowExtEx(d, &window);
+        GetViewportExtEx(d, &viewport);
+        EXPECT_TRUE(window.cx == scale(sx) && window.cy == scale(sy)) << c.mode;
+        EXPECT_TRUE(viewport.cx == rx && viewport.cy == -ry) << c.mode;
     }
-    EXPECT_EQ(SetMapMode(dc.get(), 0), 0);
-    EXPECT_EQ(SetMapMode(dc.get(), MM_ANISOTROPIC + 1), 0);
-    EXPECT_EQ(GetMapMode(dc.get()), MM_TEXT);
-    EXPECT_EQ(SetMapMode(nullptr, MM_TEXT), 0);
-    EXPECT_EQ(GetMapMode(nullptr), 0);
-}
-
-// Extents: ignored (yet answered TRUE) in a fixed mode, refused when zero; the previous value
-// is reported either way. Isotropic extents shrink one viewport axis to keep units square.
-TEST(GdiMapping, ExtentsAreRefusedOrSquared) {
-    const vx::MemoryDC dc;
-    SIZE previous{7, 7}, now{};
-    EXPECT_TRUE(SetWindowExtEx(dc.get(), 5, 6, &previous));
-    GetWindowExtEx(dc.get(), &now);
-    EXPECT_TRUE(previous.cx == 1 && previous.cy == 1 && now.cx == 1 && now.cy == 1);
-    SetMapMode(dc.get(), MM_ANISOTROPIC);
-    EXPECT_FALSE(SetWindowExtEx(dc.get(), 0, 6, &previous));
-    EXPECT_FALSE(SetViewportExtEx(dc.get(), 4, 0, &previous));
-    GetViewportExtEx(dc.get(), &now);
-    EXPECT_TRUE(now.cx == 1 && now.cy == 1);
-    POINT origin{7, 7};
-    EXPECT_TRUE(SetWindowOrgEx(dc.get(), 3, 4, &origin));
-    EXPECT_TRUE(SetWindowOrgEx(dc.get(), 0, 0, &origin));
-    EXPECT_TRUE(origin.x == 3 && origin.y == 4);
-}
-
-TEST(GdiMapping, IsotropicExtentsStaySquare) {
-    const vx::MemoryDC dc;
-    if (GetDeviceCaps(dc.get(), HORZRES) == 0) GTEST_SKIP() << "no device metrics yet";
-    SIZE now{};
+    EXPECT_EQ(SetMapMode(d, MM_TEXT), MM_ANISOTROPIC);
+    for (int refused : {0, MM_ANISOTROPIC + 1}) EXPECT_EQ(SetMapMode(d, refused), 0);
+    EXPECT_TRUE(GetMapMode(d) == MM_TEXT && GetMapMode(nullptr) == 0);
+    SIZE before{7, 7}, now{};
+    EXPECT_TRUE(SetWindowExtEx(d, 5, 6, &before) && GetWindowExtEx(d, &now) && before.cx == 1 && now.cx == 1);
+    SetMapMode(d, MM_ANISOTROPIC);
+    EXPECT_FALSE(SetWindowExtEx(d, 0, 6, nullptr) || SetViewportExtEx(d, 4, 0, nullptr));
     const struct { SIZE window, viewport, expected; } isotropic[] = {
-        {{100, 50}, {300, 300}, {300, 150}},  {{100, 50}, {-300, 300}, {-300, 150}},
-        {{1000, 1000}, {3, 700}, {3, 3}},     {{-7, 3}, {5, -9}, {5, -2}},
-        {{1000000, 1}, {1, 1}, {1, 1}},       // a zero extent is made the least one of its sign
+        {{100, 50}, {300, 300}, {300, 150}}, {{100, 50}, {-300, 300}, {-300, 150}}, {{1000, 1000}, {3, 700}, {3, 3}},
+        {{-7, 3}, {5, -9}, {5, -2}}, {{1000000, 1}, {1, 1}, {1, 1}},  // rounded to 0: the least of its sign
     };
     for (const auto& c : isotropic) {
-        SetMapMode(dc.get(), MM_TEXT);
-        SetMapMode(dc.get(), MM_ISOTROPIC);
-        SetWindowExtEx(dc.get(), c.window.cx, c.window.cy, nullptr);
-        SetViewportExtEx(dc.get(), c.viewport.cx, c.viewport.cy, nullptr);
-        GetViewportExtEx(dc.get(), &now);
-        EXPECT_EQ(now.cx, c.expected.cx) << c.window.cx << "x" << c.window.cy;
-        EXPECT_EQ(now.cy, c.expected.cy) << c.window.cx << "x" << c.window.cy;
+        SetMapMode(d, MM_TEXT);
+        SetMapMode(d, MM_ISOTROPIC);
+        SetWindowExtEx(d, c.window.cx, c.window.cy, nullptr);
+        SetViewportExtEx(d, c.viewport.cx, c.viewport.cy, &now);
+        GetViewportExtEx(d, &now);
+        EXPECT_TRUE(now.cx == c.expected.cx && now.cy == c.expected.cy) << now.cx << "x" << now.cy;
     }
 }
 
@@ -136,161 +96,304 @@ TEST(GdiMapping, IsotropicExtentsStaySquare) {
 // bits become INT_MIN. DPtoLP inverts the float matrix, so it is not LPtoDP's exact inverse.
 TEST(GdiMapping, PointsRoundAsWindowsDoes) {
     const vx::MemoryDC dc;
-    const Mapping half{{0, 0}, {2, 2}, {0, 0}, {1, 1}}, third{{0, 0}, {3, 3}, {0, 0}, {1, 1}};
-    const Mapping odd{{5, -7}, {3, 4}, {10, 20}, {7, -9}}, thousandth{{0, 0}, {1000, 1000}, {0, 0}, {1, 1}};
-    const Mapping flip{{0, 0}, {1, 1}, {0, 0}, {-1, -1}}, shifted{{100, 100}, {1, 1}, {-50, 50}, {1, 1}};
-    const Mapping inch{{0, 0}, {254, 254}, {0, 0}, {96, 96}}, twoThirds{{0, 0}, {3, 1}, {0, 0}, {2, 1}};
-    const Mapping tenth{{1, 1}, {10, 10}, {0, 0}, {3, 3}};
-    const struct { const Mapping* mapping; POINT point, device, logical; } cases[] = {
-        {&half, {-1, -2000000000}, {0, -1000000000}, {-2, kMin}},
-        {&half, {123, -1001}, {62, -500}, {246, -2002}},
-        {&half, {-123, 1001}, {-61, 501}, {-246, 2002}},
-        {&half, {2147483647, 1}, {1073741824, 1}, {kMin, 2}},
-        {&third, {2000000000, 2}, {666666687, 1}, {kMin, 6}},
-        {&third, {-2, 100000000}, {-1, 33333334}, {-6, 299999976}},
-        {&third, {5, 46341}, {2, 15447}, {15, 139023}},
-        {&odd, {123, -1001}, {285, 2257}, {53, 447}},
-        {&odd, {-1001, 123}, {-2337, -272}, {-428, -53}},
-        {&odd, {0, kMin}, {-2, kMin}, {1, 954437122}},
-        {&odd, {46341, 5}, {108127, -7}, {19861, 0}},
-        {&thousandth, {999, 1000}, {1, 1}, {999000, 1000000}},
-        {&thousandth, {-1001, 123}, {-1, 0}, {-1001000, 123000}},
-        {&thousandth, {5, 46341}, {0, 46}, {5000, 46340997}},
-        {&flip, {1, 2147483647}, {-1, -2147483647}, {-1, -2147483647}},
-        {&flip, {kMin, 0}, {kMin, 0}, {kMin, 0}},
-        {&shifted, {2147483647, 1}, {2147483497, -49}, {kMin, 51}},
-        {&shifted, {kMin, 0}, {kMin, -50}, {-2147483498, 50}},
-        {&inch, {-11, 65535}, {-4, 24769}, {-29, 173395}},
-        {&inch, {1000, 999}, {378, 378}, {2646, 2643}},
-        {&twoThirds, {999, 1000}, {666, 1000}, {1499, 1000}},
-        {&twoThirds, {1000, 999}, {667, 999}, {1500, 999}},
-        {&twoThirds, {65535, -11}, {43690, -11}, {98303, -11}},
-        {&tenth, {-123, 1001}, {-37, 300}, {-409, 3338}},
-        {&tenth, {1001, -123}, {300, -37}, {3338, -409}},
+    const struct { LONG mapping[8]; POINT point, device, logical; } cases[] = {
+        {{0, 0, 2, 2, 0, 0, 1, 1}, {-1, -2000000000}, {0, -1000000000}, {-2, kMin}},
+        {{0, 0, 3, 3, 0, 0, 1, 1}, {2000000000, 2}, {666666687, 1}, {kMin, 6}},
+        {{5, -7, 3, 4, 10, 20, 7, -9}, {-1001, 123}, {-2337, -272}, {-428, -53}},
+        {{5, -7, 3, 4, 10, 20, 7, -9}, {0, kMin}, {-2, kMin}, {1, 954437122}},
+        {{0, 0, 1, 1, 0, 0, -1, -1}, {kMin, 2147483647}, {kMin, -2147483647}, {kMin, -2147483647}},
+        {{100, 100, 1, 1, -50, 50, 1, 1}, {kMin, 2147483647}, {kMin, 2147483597}, {-2147483498, kMin}},
+        {{0, 0, 254, 254, 0, 0, 96, 96}, {1000, 999}, {378, 378}, {2646, 2643}},
+        {{1, 1, 10, 10, 0, 0, 3, 3}, {-123, 1001}, {-37, 300}, {-409, 3338}},
     };
     for (const auto& c : cases) {
-        SetAnisotropic(dc.get(), *c.mapping);
-        POINT device = c.point, logical = c.point;
-        ASSERT_TRUE(LPtoDP(dc.get(), &device, 1));
-        ASSERT_TRUE(DPtoLP(dc.get(), &logical, 1));
-        EXPECT_EQ(device.x, c.device.x) << c.point.x << "," << c.point.y;
-        EXPECT_EQ(device.y, c.device.y) << c.point.x << "," << c.point.y;
-        EXPECT_EQ(logical.x, c.logical.x) << c.point.x << "," << c.point.y;
-        EXPECT_EQ(logical.y, c.logical.y) << c.point.x << "," << c.point.y;
+        SetMapping(dc.get(), c.mapping);
+        POINT both[2] = {c.point, c.point};
+        ASSERT_TRUE(LPtoDP(dc.get(), &both[0], 1) && DPtoLP(dc.get(), &both[1], 1));
+        EXPECT_TRUE(both[0].x == c.device.x && both[0].y == c.device.y && both[1].x == c.logical.x &&
+                    both[1].y == c.logical.y)
+            << both[0].x << "," << both[0].y << " " << both[1].x << "," << both[1].y;
     }
     POINT point{1, 2};
-    EXPECT_TRUE(LPtoDP(dc.get(), &point, 0));
-    EXPECT_FALSE(LPtoDP(nullptr, &point, 1));
-    EXPECT_FALSE(DPtoLP(nullptr, &point, 1));
+    SetMapping(dc.get(), {0, 0, 1 << 30, 1 << 30, 0, 0, 1, 1});  // too small a scale to invert
+    EXPECT_TRUE(LPtoDP(dc.get(), &point, 0) && !DPtoLP(dc.get(), &point, 1) && point.x == 1);
+    EXPECT_FALSE(LPtoDP(nullptr, &point, 1) || DPtoLP(nullptr, &point, 1));
 }
 
 // SaveDC answers the new depth; RestoreDC takes a depth or (negative) a count from the top,
 // drops what was saved after it, and refuses 0 and levels beyond the stack.
 TEST(GdiDcState, SavedStatesComeBackByLevel) {
     const vx::MemoryDC dc;
-    const auto set = [&](int mode, int rop, int x) {
-        SetMapMode(dc.get(), mode);
-        SetROP2(dc.get(), rop);
-        MoveToEx(dc.get(), x, 0, nullptr);
-    };
-    const auto expectState = [&](int mode, int rop, int x) {
-        POINT position{};
-        MoveToEx(dc.get(), x, 0, &position);
-        EXPECT_EQ(GetMapMode(dc.get()), mode);
-        EXPECT_EQ(GetROP2(dc.get()), rop);
-        EXPECT_EQ(position.x, x);
-    };
-    set(MM_ANISOTROPIC, R2_XORPEN, 1);
-    EXPECT_EQ(SaveDC(dc.get()), 1);
-    set(MM_LOMETRIC, R2_NOT, 2);
-    EXPECT_EQ(SaveDC(dc.get()), 2);
-    set(MM_TWIPS, R2_BLACK, 3);
-    EXPECT_EQ(SaveDC(dc.get()), 3);
-    set(MM_TEXT, R2_WHITE, 4);
-    for (int refused : {0, 4, -4}) EXPECT_FALSE(RestoreDC(dc.get(), refused)) << refused;
-    expectState(MM_TEXT, R2_WHITE, 4);
-    EXPECT_TRUE(RestoreDC(dc.get(), -1));
-    expectState(MM_TWIPS, R2_BLACK, 3);
-    EXPECT_EQ(SaveDC(dc.get()), 3);
-    EXPECT_TRUE(RestoreDC(dc.get(), 2));  // drops levels 3 and 2
-    expectState(MM_LOMETRIC, R2_NOT, 2);
-    EXPECT_FALSE(RestoreDC(dc.get(), 2));
-    EXPECT_TRUE(RestoreDC(dc.get(), -1));
-    expectState(MM_ANISOTROPIC, R2_XORPEN, 1);
-    EXPECT_FALSE(RestoreDC(dc.get(), -1));
-    EXPECT_EQ(SaveDC(nullptr), 0);
-    EXPECT_FALSE(RestoreDC(nullptr, 1));
-    for (int refused : {0, R2_WHITE + 1}) EXPECT_EQ(SetROP2(dc.get(), refused), 0);
-    EXPECT_EQ(GetROP2(dc.get()), R2_XORPEN);
-}
-
-// Rectangles are normalised; an empty one is the empty region with an all-zero box.
-TEST(GdiRegions, RectanglesAreNormalised) {
-    const struct { RECT rect; int type; RECT box; } cases[] = {
-        {{10, 20, 0, 5}, SIMPLEREGION, {0, 5, 10, 20}},
-        {{30, 40, 10, 0}, SIMPLEREGION, {10, 0, 30, 40}},
-        {{5, 5, 5, 10}, NULLREGION, {0, 0, 0, 0}},
-    };
-    for (const auto& c : cases) {
-        const vx::OwnedObject<HRGN> region(CreateRectRgnIndirect(&c.rect));
-        RECT box{};
-        EXPECT_EQ(GetRgnBox(region.get(), &box), c.type);
-        EXPECT_TRUE(box == c.box) << c.rect.left;
-        EXPECT_EQ(OffsetRgn(region.get(), 3, 4), c.type);
+    const HDC d = dc.get();
+    const int rops[] = {R2_XORPEN, R2_NOT, R2_BLACK, R2_WHITE};  // state i: this and map mode i + 1
+    for (int i = 0; i < 4; ++i) {
+        SetROP2(d, rops[i]);
+        SetMapMode(d, MM_TEXT + i);
+        EXPECT_EQ(i < 3 ? SaveDC(d) : 4, i + 1);
     }
-    const vx::OwnedObject<HRGN> region(CreateRectRgn(0, 5, 10, 20));
-    const struct { int x, y; BOOL inside; } points[] = {{0, 5, TRUE}, {9, 19, TRUE}, {10, 19, FALSE}, {9, 20, FALSE}};
-    for (const auto& p : points) EXPECT_EQ(PtInRegion(region.get(), p.x, p.y), p.inside) << p.x << "," << p.y;
-    EXPECT_FALSE(PtInRegion(nullptr, 1, 1));
-    EXPECT_EQ(OffsetRgn(nullptr, 1, 1), ERROR);
+    const struct { int level; BOOL answer; int state; } steps[] = {
+        {0, FALSE, 3}, {4, FALSE, 3}, {-4, FALSE, 3}, {-1, TRUE, 2}, {2, TRUE, 1},  // drops levels 2 and 3
+        {2, FALSE, 1}, {-1, TRUE, 0}, {-1, FALSE, 0}, {1, FALSE, 0}};
+    for (const auto& s : steps) {
+        EXPECT_EQ(RestoreDC(d, s.level), s.answer) << s.level;
+        EXPECT_TRUE(GetROP2(d) == rops[s.state] && GetMapMode(d) == MM_TEXT + s.state) << s.level;
+    }
+    // A bitmap selection deleted since it was saved is not restored: the current one stays.
+    const vxtest::Canvas canvas(2, 2, 1);
+    const HBITMAP saved = CreateBitmap(3, 3, 1, 1, nullptr), kept = CreateBitmap(4, 4, 1, 1, nullptr);
+    const HGDIOBJ original = SelectObject(canvas.dc(), saved);
+    EXPECT_TRUE(SaveDC(canvas.dc()) && SelectObject(canvas.dc(), kept) && DeleteObject(saved));
+    EXPECT_TRUE(RestoreDC(canvas.dc(), 1) && GetCurrentObject(canvas.dc(), OBJ_BITMAP) == kept);
+    EXPECT_TRUE(SelectObject(canvas.dc(), original) && DeleteObject(kept));
+    // A restored pen is held again: deleted while selected, it lives until it is let go.
+    const HPEN pen = CreatePen(PS_SOLID, 0, RGB(1, 2, 3));
+    EXPECT_TRUE(SelectObject(canvas.dc(), pen) && SaveDC(canvas.dc()));
+    EXPECT_TRUE(SelectObject(canvas.dc(), GetStockObject(WHITE_PEN)) && RestoreDC(canvas.dc(), -1));
+    EXPECT_TRUE(DeleteObject(pen) && GetObjectType(pen) == OBJ_PEN);
+    EXPECT_TRUE(SelectObject(canvas.dc(), GetStockObject(WHITE_PEN)) && GetObjectType(pen) == 0);
+    EXPECT_FALSE(SaveDC(nullptr) || RestoreDC(nullptr, 1));
+    for (int refused : {0, R2_WHITE + 1}) EXPECT_EQ(SetROP2(d, refused), 0);
 }
 
 // Combinations answer the complexity and keep Windows' bands: rows of equal top and bottom,
-// touching rows with the same spans merged.
+// touching rows with the same spans merged. Rectangles are normalised; empty ones are empty.
 TEST(GdiRegions, CombinationsKeepWindowsBands) {
-    const RECT square{0, 0, 10, 10};
-    const struct { RECT other; int mode, type; std::vector<RECT> rects; } cases[] = {
-        {{5, 5, 15, 15}, RGN_AND, SIMPLEREGION, {{5, 5, 10, 10}}},
-        {{5, 5, 15, 15}, RGN_OR, COMPLEXREGION, {{0, 0, 10, 5}, {0, 5, 15, 10}, {5, 10, 15, 15}}},
-        {{5, 5, 15, 15}, RGN_XOR, COMPLEXREGION, {{0, 0, 10, 5}, {0, 5, 5, 10}, {10, 5, 15, 10}, {5, 10, 15, 15}}},
-        {{5, 5, 15, 15}, RGN_DIFF, COMPLEXREGION, {{0, 0, 10, 5}, {0, 5, 5, 10}}},
-        {{5, 5, 15, 15}, RGN_COPY, SIMPLEREGION, {{0, 0, 10, 10}}},
-        {{10, 0, 20, 10}, RGN_AND, NULLREGION, {}},
-        {{10, 0, 20, 10}, RGN_XOR, SIMPLEREGION, {{0, 0, 20, 10}}},
-        {{0, 10, 10, 20}, RGN_OR, SIMPLEREGION, {{0, 0, 10, 20}}},
-        {{20, 20, 30, 30}, RGN_OR, COMPLEXREGION, {{0, 0, 10, 10}, {20, 20, 30, 30}}},
-        {{2, 2, 8, 8}, RGN_OR, SIMPLEREGION, {{0, 0, 10, 10}}},
-        {{2, 2, 8, 8}, RGN_XOR, COMPLEXREGION, {{0, 0, 10, 2}, {0, 2, 2, 8}, {8, 2, 10, 8}, {0, 8, 10, 10}}},
-        {{0, 0, 10, 10}, RGN_XOR, NULLREGION, {}},
-        {{0, 5, 10, 15}, RGN_XOR, COMPLEXREGION, {{0, 0, 10, 5}, {0, 10, 10, 15}}},
-        {{3, -5, 6, 20}, RGN_OR, COMPLEXREGION, {{3, -5, 6, 0}, {0, 0, 10, 10}, {3, 10, 6, 20}}},
-        {{-5, 3, 20, 6}, RGN_DIFF, COMPLEXREGION, {{0, 0, 10, 3}, {0, 6, 10, 10}}},
-        {{0, 0, 0, 0}, RGN_AND, NULLREGION, {}},
-        {{0, 0, 0, 0}, RGN_DIFF, SIMPLEREGION, {{0, 0, 10, 10}}},
+    const struct { RECT other; int mode, type; const char* rects; } cases[] = {
+        {{15, 15, 5, 5}, RGN_AND, SIMPLEREGION, "5,5,10,10 "},
+        {{5, 5, 15, 15}, RGN_OR, COMPLEXREGION, "0,0,10,5 0,5,15,10 5,10,15,15 "},
+        {{5, 5, 15, 15}, RGN_XOR, COMPLEXREGION, "0,0,10,5 0,5,5,10 10,5,15,10 5,10,15,15 "},
+        {{5, 5, 15, 15}, RGN_DIFF, COMPLEXREGION, "0,0,10,5 0,5,5,10 "},
+        {{10, 0, 20, 10}, RGN_XOR, SIMPLEREGION, "0,0,20,10 "},
+        {{0, 10, 10, 20}, RGN_OR, SIMPLEREGION, "0,0,10,20 "},
+        {{2, 2, 8, 8}, RGN_XOR, COMPLEXREGION, "0,0,10,2 0,2,2,8 8,2,10,8 0,8,10,10 "},
+        {{3, -5, 6, 20}, RGN_OR, COMPLEXREGION, "3,-5,6,0 0,0,10,10 3,10,6,20 "},
+        {{7, 7, 7, 20}, RGN_DIFF, SIMPLEREGION, "0,0,10,10 "},
     };
+    const vx::OwnedObject<HRGN> square(CreateRectRgn(0, 0, 10, 10)), result(CreateRectRgn(0, 0, 0, 0));
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.other.left << "," << c.other.top << " mode " << c.mode);
-        const vx::OwnedObject<HRGN> a(CreateRectRgnIndirect(&square)), b(CreateRectRgnIndirect(&c.other));
-        const vx::OwnedObject<HRGN> result(CreateRectRgn(0, 0, 0, 0));
-        EXPECT_EQ(CombineRgn(result.get(), a.get(), b.get(), c.mode), c.type);
-        ExpectRects(result.get(), c.rects);
+        const vx::OwnedObject<HRGN> other(CreateRectRgnIndirect(&c.other));
+        EXPECT_EQ(CombineRgn(result.get(), square.get(), other.get(), c.mode), c.type) << Text(c.other);
+        EXPECT_EQ(RegionText(result.get()), c.rects) << Text(c.other) << " mode " << c.mode;
     }
     // Regions combined with their results, then moved.
-    const vx::OwnedObject<HRGN> a(CreateRectRgn(0, 0, 10, 10)), b(CreateRectRgn(5, 5, 15, 15));
-    const vx::OwnedObject<HRGN> c(CreateRectRgn(2, -3, 4, 30)), d(CreateRectRgn(0, 0, 1, 1));
-    CombineRgn(d.get(), a.get(), b.get(), RGN_XOR);
-    EXPECT_EQ(CombineRgn(d.get(), d.get(), c.get(), RGN_XOR), COMPLEXREGION);
-    ExpectRects(d.get(), {{2, -3, 4, 0}, {0, 0, 2, 5}, {4, 0, 10, 5}, {0, 5, 2, 10}, {4, 5, 5, 10}, {10, 5, 15, 10},
-                          {2, 10, 4, 15}, {5, 10, 15, 15}, {2, 15, 4, 30}});
+    const vx::OwnedObject<HRGN> b(CreateRectRgn(5, 5, 15, 15)), c(CreateRectRgn(2, -3, 4, 30));
+    CombineRgn(result.get(), square.get(), b.get(), RGN_XOR);
+    EXPECT_EQ(CombineRgn(result.get(), result.get(), c.get(), RGN_XOR), COMPLEXREGION);
+    EXPECT_EQ(RegionText(result.get()), "2,-3,4,0 0,0,2,5 4,0,10,5 0,5,2,10 4,5,5,10 10,5,15,10 2,10,4,15 "
+                                        "5,10,15,15 2,15,4,30 ");
     RECT box{};
-    EXPECT_EQ(GetRgnBox(d.get(), &box), COMPLEXREGION);
-    EXPECT_TRUE(box == (RECT{0, -3, 15, 30}));
-    CombineRgn(d.get(), d.get(), a.get(), RGN_DIFF);
-    EXPECT_EQ(OffsetRgn(d.get(), -3, 7), COMPLEXREGION);
-    ExpectRects(d.get(), {{-1, 4, 1, 7}, {7, 12, 12, 17}, {-1, 17, 1, 22}, {2, 17, 12, 22}, {-1, 22, 1, 37}});
-    // Refusals: modes out of range, a missing source, a missing destination.
-    EXPECT_EQ(CombineRgn(d.get(), a.get(), nullptr, RGN_COPY), SIMPLEREGION);
-    for (int mode : {0, RGN_COPY + 1}) EXPECT_EQ(CombineRgn(d.get(), a.get(), b.get(), mode), ERROR);
-    EXPECT_EQ(CombineRgn(d.get(), a.get(), nullptr, RGN_AND), ERROR);
-    EXPECT_EQ(CombineRgn(nullptr, a.get(), b.get(), RGN_OR), ERROR);
+    EXPECT_TRUE(GetRgnBox(result.get(), &box) == COMPLEXREGION && Text(box) == "0,-3,15,30");
+    CombineRgn(result.get(), result.get(), square.get(), RGN_DIFF);
+    EXPECT_EQ(OffsetRgn(result.get(), -3, 7), COMPLEXREGION);
+    EXPECT_EQ(RegionText(result.get()), "-1,4,1,7 7,12,12,17 -1,17,1,22 2,17,12,22 -1,22,1,37 ");
+    EXPECT_TRUE(PtInRegion(result.get(), -1, 4) && PtInRegion(result.get(), 0, 36));
+    EXPECT_FALSE(PtInRegion(result.get(), 1, 4) || PtInRegion(result.get(), 0, 37) || PtInRegion(nullptr, 0, 0));
+    // Refusals: modes out of range, a missing source or destination, a missing region.
+    EXPECT_EQ(CombineRgn(result.get(), square.get(), nullptr, RGN_COPY), SIMPLEREGION);
+    for (int mode : {0, RGN_COPY + 1}) EXPECT_EQ(CombineRgn(result.get(), square.get(), b.get(), mode), ERROR);
+    EXPECT_TRUE(CombineRgn(result.get(), square.get(), nullptr, RGN_AND) == ERROR &&
+                CombineRgn(nullptr, square.get(), b.get(), RGN_OR) == ERROR && OffsetRgn(nullptr, 1, 1) == ERROR);
+}
+
+// What the clipping calls answer, and the clip box they leave (logical coordinates), on a
+// 20 x 10 bitmap; the clipping region may reach beyond the bitmap.
+TEST(GdiClipping, ClipCallsAnswerAsWindows) {
+    const vxtest::Canvas canvas(20, 10, 1);
+    const HDC dc = canvas.dc();
+    const vx::OwnedObject<HRGN> two(CreateRectRgn(0, 0, 3, 3)), distant(CreateRectRgn(100, 100, 103, 103));
+    CombineRgn(two.get(), two.get(), distant.get(), RGN_OR);
+    enum Call { None, Intersect, Exclude, Select, Map };
+    const struct { Call call; RECT rect; HRGN region; int answer, type; const char* box; } steps[] = {
+        {None, {}, nullptr, 0, SIMPLEREGION, "0,0,20,10"},
+        {Intersect, {5, -5, 30, 5}, nullptr, SIMPLEREGION, SIMPLEREGION, "5,0,20,5"},
+        {Exclude, {8, 0, 10, 2}, nullptr, COMPLEXREGION, COMPLEXREGION, "5,0,20,5"},
+        {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
+        {Intersect, {5, 5, 5, 9}, nullptr, SIMPLEREGION, NULLREGION, "0,0,0,0"},  // even when empty
+        {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
+        {Intersect, {50, 50, 60, 60}, nullptr, SIMPLEREGION, NULLREGION, "50,50,20,10"},  // the cut as it is
+        {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
+        {Exclude, {-5, 3, 100, 4}, nullptr, COMPLEXREGION, COMPLEXREGION, "0,0,20,10"},
+        {Select, {}, two.get(), COMPLEXREGION, COMPLEXREGION, "0,0,20,10"},
+        {Select, {}, distant.get(), SIMPLEREGION, NULLREGION, "100,100,20,10"},
+        {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
+        {Map, {}, nullptr, 0, SIMPLEREGION, "0,20,40,0"},  // corners mapped back, not reordered
+        {Intersect, {2, 2, 10, 10}, nullptr, SIMPLEREGION, SIMPLEREGION, "2,10,10,2"},
+    };
+    for (const auto& s : steps) {
+        const RECT& r = s.rect;
+        int answer = 0;
+        switch (s.call) {
+            case None: break;
+            case Intersect: answer = IntersectClipRect(dc, r.left, r.top, r.right, r.bottom); break;
+            case Exclude: answer = ExcludeClipRect(dc, r.left, r.top, r.right, r.bottom); break;
+            case Select: answer = SelectClipRgn(dc, s.region); break;
+            case Map: SetMapping(dc, {0, 0, 2, 2, 0, 10, 1, -1}); break;
+        }
+        RECT box{};
+        const int type = GetClipBox(dc, &box);
+        EXPECT_TRUE(answer == s.answer && type == s.type && Text(box) == s.box) << s.call << " " << Text(r);
+    }
+    RECT box{};
+    EXPECT_TRUE(SelectClipRgn(nullptr, nullptr) == ERROR && GetClipBox(nullptr, &box) == ERROR);
+}
+
+namespace {
+
+// A 1-bit canvas, all white, and its black pixels (outside any clipping region).
+struct White : vxtest::Canvas {
+    White(int width, int height) : Canvas(width, height, 1) {
+        const std::vector<uint8_t> ones(bytes().size(), 0xFF);
+        SetBitmapBits(bitmap(), static_cast<DWORD>(ones.size()), ones.data());
+    }
+    bool Black(int x, int y) const { return GetPixel(dc(), x, y) == RGB(0, 0, 0); }
+};
+
+uint32_t Fnv(const std::vector<uint8_t>& bytes) {
+    uint32_t hash = 2166136261u;
+    for (uint8_t b : bytes) hash = (hash ^ b) * 16777619u;
+    return hash;
+}
+
+void DrawLines(HDC dc, std::initializer_list<std::pair<POINT, POINT>> lines) {
+    for (const auto& [from, to] : lines) {
+        MoveToEx(dc, from.x, from.y, nullptr);
+        LineTo(dc, to.x, to.y);
+    }
+}
+
+// Lines from many starts to many ends, some far off the surface, each inverting its pixels.
+void DrawStar(HDC dc) {
+    SetROP2(dc, R2_NOT);
+    for (const POINT& s : {POINT{20, 20}, POINT{3, 40}, POINT{45, 7}, POINT{-30, 70}, POINT{100, -20}}) {
+        for (int i = 0; i < 40; ++i) {
+            const POINT to{s.x + ((i * 7) % 23 - 11) * (i % 5 + 1), s.y + ((i * 11) % 19 - 9) * (i % 3 + 2)};
+            DrawLines(dc, {{s, to}});
+        }
+    }
+    DrawLines(dc, {{{-1000000, -999999}, {1000000, 1000001}}, {{0x20000000, 5}, {-5, 30}}});
+    SetROP2(dc, R2_COPYPEN);
+}
+
+// The value of pixel (x, y) from the bytes of a canvas 16 pixels wide.
+uint32_t PixelValue(const std::vector<uint8_t>& bytes, int bits, int x, int y) {
+    const uint8_t* row = bytes.data() + y * 2 * bits;
+    if (bits < 8) return (row[x * bits / 8] >> (8 - bits - x * bits % 8)) & ((1u << bits) - 1);
+    uint32_t value = 0;
+    for (int i = bits / 8 - 1; i >= 0; --i) value = value << 8 | row[x * bits / 8 + i];
+    return value;
+}
+
+}  // namespace
+
+// The pixels a line lights from (8, 8), relative to it: every octant, the ties settled by the
+// octant's bias, the last point left out.
+TEST(GdiLines, LinesLightWindowsPixels) {
+    const struct { POINT end; const char* pixels; } cases[] = {
+        {{-5, 2}, "-1,0 0,0 -3,1 -2,1 -4,2 "}, {{-5, -2}, "-4,-2 -3,-1 -2,-1 -1,0 0,0 "},
+        {{5, -2}, "4,-2 2,-1 3,-1 0,0 1,0 "}, {{4, 2}, "0,0 1,0 2,1 3,1 "}, {{2, 4}, "0,0 0,1 1,2 1,3 "},
+        {{-2, 4}, "0,0 -1,1 -1,2 -2,3 "}, {{-4, 2}, "-1,0 0,0 -3,1 -2,1 "}, {{-4, -2}, "-3,-2 -2,-1 -1,-1 0,0 "},
+        {{-2, -4}, "-2,-3 -1,-2 -1,-1 0,0 "}, {{2, -4}, "1,-3 1,-2 0,-1 0,0 "}, {{4, -2}, "3,-2 1,-1 2,-1 0,0 "},
+        {{7, 1}, "0,0 1,0 2,0 3,0 4,1 5,1 6,1 "}, {{0, 0}, ""},
+    };
+    for (const auto& c : cases) {
+        const White canvas(16, 16);
+        DrawLines(canvas.dc(), {{{8, 8}, {8 + c.end.x, 8 + c.end.y}}});
+        std::string lit;
+        for (int y = 0; y < 16; ++y)
+            for (int x = 0; x < 16; ++x)
+                if (canvas.Black(x, y)) lit += std::to_string(x - 8) + "," + std::to_string(y - 8) + " ";
+        EXPECT_EQ(lit, c.pixels) << "to " << c.end.x << "," << c.end.y;
+    }
+}
+
+// Many lines match Windows' pixels as a whole; clipped, they light the unclipped pixels inside the clip.
+TEST(GdiLines, ClippedLinesLightTheUnclippedPixels) {
+    const White whole(64, 48), clipped(64, 48);
+    DrawStar(whole.dc());
+    EXPECT_EQ(Fnv(whole.bytes()), 821023808u);
+    const vx::OwnedObject<HRGN> clip(CreateRectRgn(5, 3, 40, 30)), hole(CreateRectRgn(12, -4, 19, 60));
+    const vx::OwnedObject<HRGN> band(CreateRectRgn(30, 25, 70, 44));
+    CombineRgn(clip.get(), clip.get(), hole.get(), RGN_XOR);
+    CombineRgn(clip.get(), clip.get(), band.get(), RGN_OR);
+    EXPECT_EQ(SelectClipRgn(clipped.dc(), clip.get()), COMPLEXREGION);
+    DrawStar(clipped.dc());
+    SelectClipRgn(clipped.dc(), nullptr);
+    for (int y = 0; y < 48; ++y)
+        for (int x = 0; x < 64; ++x)
+            EXPECT_EQ(clipped.Black(x, y), PtInRegion(clip.get(), x, y) && whole.Black(x, y)) << x << "," << y;
+}
+
+// Each binary raster operation works bit by bit on whole pixel values, unused top bits included:
+// row r - 1 drawn with operation r over varied bytes, row 16 with R2_COPYPEN (the pen's value).
+TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
+    const struct { int bits; COLORREF pen; } cases[] = {
+        {1, RGB(0, 0, 0)}, {1, RGB(255, 255, 255)}, {32, RGB(0x12, 0x34, 0x56)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.bits << " bits, pen " << std::hex << c.pen);
+        std::vector<RGBQUAD> table;  // index i: red 255 - i, green i
+        for (int i = 0; i < (c.bits <= 8 ? 1 << c.bits : 0); ++i) table.push_back({0, BYTE(i), BYTE(255 - i), 0});
+        const vxtest::Canvas canvas(16, 17, c.bits, table);
+        std::vector<uint8_t> pattern(canvas.bytes().size());
+        for (size_t i = 0; i < pattern.size(); ++i) pattern[i] = static_cast<uint8_t>(i * 37 + 11);
+        SetBitmapBits(canvas.bitmap(), static_cast<DWORD>(pattern.size()), pattern.data());
+        const vx::OwnedObject<HPEN> pen(CreatePen(PS_SOLID, 0, c.pen));
+        const HGDIOBJ old = SelectObject(canvas.dc(), pen.get());
+        for (int rop = R2_BLACK; rop <= R2_WHITE + 1; ++rop) {
+            SetROP2(canvas.dc(), rop > R2_WHITE ? R2_COPYPEN : rop);
+            DrawLines(canvas.dc(), {{{0, rop - 1}, {16, rop - 1}}});
+        }
+        SelectObject(canvas.dc(), old);
+        const std::vector<uint8_t> after = canvas.bytes();
+        const uint32_t p = PixelValue(after, c.bits, 0, 16);
+        for (int rop = R2_BLACK; rop <= R2_WHITE; ++rop) {
+            for (int x = 0; x < 16; ++x) {
+                const uint32_t d = PixelValue(pattern, c.bits, x, rop - 1);
+                uint32_t expected = 0;  // bit (2 P + D) of rop - 1 is the result's bit
+                for (int bit = 0; bit < c.bits; ++bit)
+                    expected |= ((rop - 1u) >> (((p >> bit) & 1) * 2 + ((d >> bit) & 1)) & 1) << bit;
+                EXPECT_EQ(PixelValue(after, c.bits, x, rop - 1), expected) << "R2 " << rop << ", x " << x;
+            }
+        }
+    }
+}
+
+// Rectangle: the outline through the corners less one, the brush inside (with PS_NULL up to them).
+// Dashes follow Windows' patterns, restarted by each call, along a polyline, gaps in background colour.
+TEST(GdiLines, RectanglesAndDashes) {
+    const White canvas(24, 12);
+    const struct { int pen, brush; RECT rect; } rectangles[] = {
+        {NULL_PEN, BLACK_BRUSH, {1, 1, 7, 6}},     {BLACK_PEN, NULL_BRUSH, {9, 1, 15, 6}},
+        {WHITE_PEN, BLACK_BRUSH, {17, 1, 23, 6}},  {WHITE_PEN, BLACK_BRUSH, {5, 8, 1, 11}},
+        {BLACK_PEN, BLACK_BRUSH, {9, 8, 9, 11}},   {BLACK_PEN, NULL_BRUSH, {12, 8, 13, 9}},
+        {BLACK_PEN, NULL_BRUSH, {15, 8, 17, 10}},
+    };
+    for (const auto& r : rectangles) {
+        SelectObject(canvas.dc(), GetStockObject(r.pen));
+        SelectObject(canvas.dc(), GetStockObject(r.brush));
+        EXPECT_TRUE(Rectangle(canvas.dc(), r.rect.left, r.rect.top, r.rect.right, r.rect.bottom));
+    }
+    const char* const expected[] = {
+        "........................", ".#####...######.........", ".#####...#....#...####..", ".#####...#....#...####..",
+        ".#####...#....#...####..", ".........######.........", "........................", "........................",
+        "...............##.......", "..##...........##.......", "........................", "........................",
+    };
+    for (int y = 0; y < 12; ++y) {
+        std::string row;
+        for (int x = 0; x < 24; ++x) row += canvas.Black(x, y) ? '#' : '.';
+        EXPECT_EQ(row, expected[y]) << "row " << y;
+    }
+    EXPECT_EQ(CreatePen(PS_NULL, 3, RGB(1, 2, 3)), GetStockObject(NULL_PEN));
+
+    const uint32_t dashes[] = {694749849u, 3891033828u, 3206205804u, 3973102197u};
+    for (int style = PS_DASH; style <= PS_DASHDOTDOT; ++style) {
+        const vxtest::Canvas dashed(24, 12, 1);  // black: the gaps show in the white background colour
+        const vx::OwnedObject<HPEN> pen(CreatePen(style, 0, RGB(0, 0, 0)));
+        const HGDIOBJ old = SelectObject(dashed.dc(), pen.get());
+        DrawLines(dashed.dc(), {{{0, 0}, {23, 0}}, {{23, 2}, {0, 2}}, {{0, 4}, {23, 11}}, {{10, 6}, {23, 6}}});
+        const POINT corner[] = {{0, 6}, {7, 6}, {7, 11}};
+        Polyline(dashed.dc(), corner, 3);
+        SelectObject(dashed.dc(), old);
+        EXPECT_EQ(Fnv(dashed.bytes()), dashes[style - PS_DASH]) << "style " << style;
+    }
 }

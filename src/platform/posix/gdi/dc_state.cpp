@@ -7,20 +7,21 @@
 // levels below the top (-1: the last saved), and drops it and every state saved after it; 0
 // and levels beyond the stack answer FALSE and change nothing. A selection the saved state can
 // no longer give back stays as it is, as in Windows: a brush, pen or palette deleted since,
-// and a bitmap deleted or selected into another DC since (the bitmap goes back through
-// SelectObject, which refuses those and keeps the selection's bookkeeping in one place).
+// and a bitmap deleted or selected into another DC since. The selections move through
+// Reselect, which keeps the counts that let an object deleted while selected live on.
 #include <cstdlib>
 #include <utility>
 
 #include "platform/posix/gdi/objects.hpp"
 
+using vx::posix::gdi::Bitmap;
 using vx::posix::gdi::Brush;
 using vx::posix::gdi::DcState;
 using vx::posix::gdi::DeviceContext;
-using vx::posix::gdi::ObjectKind;
 using vx::posix::gdi::Objects;
 using vx::posix::gdi::Palette;
 using vx::posix::gdi::Pen;
+using vx::posix::gdi::Reselect;
 
 extern "C" {
 
@@ -37,26 +38,30 @@ VXPLATFORMAPI int SaveDC(HDC dc) {
 }
 
 VXPLATFORMAPI BOOL RestoreDC(HDC dc, int level) {
-    HBITMAP bitmap = nullptr;  // the saved bitmap selection, given back after the lock
-    {
+    try {
         auto objects = Objects();
         DeviceContext* context = objects.find<DeviceContext>(dc);
         if (context == nullptr) return FALSE;
         const int depth = static_cast<int>(context->saved.size());
         if (level == 0 || level > depth || level < -depth) return FALSE;
         if (level < 0) level = depth + level + 1;
-        DcState restored = std::move(context->saved[level - 1]);
+        DcState next = std::move(context->saved[level - 1]);
         context->saved.resize(level - 1);
         DcState& state = context->state;
-        if (objects.find<Brush>(restored.brush) == nullptr) restored.brush = state.brush;
-        if (objects.find<Pen>(restored.pen) == nullptr) restored.pen = state.pen;
-        if (objects.find<Palette>(restored.palette) == nullptr) restored.palette = state.palette;
-        bitmap = std::exchange(restored.bitmap, state.bitmap);
-        if (context->kind() != ObjectKind::MemoryDC || bitmap == state.bitmap) bitmap = nullptr;
-        state = std::move(restored);
+        if (objects.find<Brush>(next.brush) == nullptr) next.brush = state.brush;
+        if (objects.find<Pen>(next.pen) == nullptr) next.pen = state.pen;
+        if (objects.find<Palette>(next.palette) == nullptr) next.palette = state.palette;
+        const Bitmap* bitmap = objects.find<Bitmap>(next.bitmap);
+        if (bitmap == nullptr || (bitmap->selectedInto != nullptr && bitmap->selectedInto != dc)) {
+            next.bitmap = state.bitmap;
+        }
+        // A bitmap that stays selected is handed over as it is, not let go and taken again.
+        if (next.bitmap == state.bitmap) state.bitmap = nullptr;
+        Reselect(objects, dc, state, next);
+        return TRUE;
+    } catch (...) {
+        return FALSE;
     }
-    if (bitmap != nullptr) SelectObject(dc, bitmap);
-    return TRUE;
 }
 
 VXPLATFORMAPI int SetROP2(HDC dc, int mode) {

@@ -19,11 +19,12 @@
 // drawn in the background colour when the background mode is OPAQUE. A pen wider than one
 // device pixel is drawn one pixel wide here (Windows fills a polygon around the line).
 //
-// Colours. A colour becomes the surface's pixel value (ColourPixel); on a 1-bit surface a
-// colour that is not exactly one of its two entries takes the entry the background colour does
-// not, as Windows does for pens and brushes. The raster operation then works bit by bit on the
-// whole pixel value, the unused top byte of a 32-bit pixel included: D = (D & keep) ^ flip,
-// with keep and flip derived from the operation's truth table and the pen's pixel.
+// Colours. A colour (PALETTEINDEX resolved through the DC's palette) becomes the surface's
+// pixel value (ColourPixel); on a 1-bit surface a colour that is not exactly one of its two
+// entries takes the entry the background colour does not, as Windows does for pens and
+// brushes. The raster operation then works bit by bit on the whole pixel value, the unused top
+// byte of a 32-bit pixel included: D = (D & keep) ^ flip, with keep and flip derived from the
+// operation's truth table and the pen's pixel.
 //
 // Rectangle draws its outline through the corners (right - 1, top), (left, top),
 // (left, bottom - 1), (right - 1, bottom - 1) and fills the inside with the brush through the
@@ -213,38 +214,41 @@ void FillRect(const Surface& surface, const std::vector<RECT>& visible, const RE
     }
 }
 
-// The pixel value a pen or brush colour takes on a surface.
-uint32_t DrawingPixel(const Surface& surface, COLORREF colour, COLORREF background) {
-    if (surface.bitsPerPixel != 1 || surface.colours == nullptr || surface.colourCount < 2) {
-        return ColourPixel(surface, colour);
-    }
-    for (uint32_t i = 0; i < 2; ++i) {
-        const RGBQUAD& entry = surface.colours[i];
-        if (RGB(entry.rgbRed, entry.rgbGreen, entry.rgbBlue) == (colour & 0xFFFFFF)) return i;
-    }
-    const uint32_t backgroundPixel = ColourPixel(surface, background);
-    return colour == background ? backgroundPixel : backgroundPixel ^ 1;
-}
-
 // Everything one drawing call needs, gathered with the table locked.
 struct Canvas {
+    const ObjectTable::Access* objects = nullptr;
+    const DcState* state = nullptr;
     Surface surface;
     std::vector<RECT> visible;
     int rop2 = R2_COPYPEN;
-    const DcState* state = nullptr;
+
+    uint32_t Pixel(COLORREF colour) const { return ColourPixel(surface, ResolveColour(*objects, *state, colour)); }
+
+    // The pixel value a pen or brush colour takes: on a 1-bit surface, unless it is exactly one
+    // of the two entries, the one the background colour does not take.
+    uint32_t DrawingPixel(COLORREF colour) const {
+        if (surface.bitsPerPixel != 1 || surface.colours == nullptr || surface.colourCount < 2) return Pixel(colour);
+        const COLORREF resolved = ResolveColour(*objects, *state, colour);
+        for (uint32_t i = 0; i < 2; ++i) {
+            const RGBQUAD& entry = surface.colours[i];
+            if (RGB(entry.rgbRed, entry.rgbGreen, entry.rgbBlue) == resolved) return i;
+        }
+        const uint32_t background = Pixel(state->backgroundColour);
+        return colour == state->backgroundColour ? background : background ^ 1;
+    }
 };
 
 void DrawPolyline(const Canvas& canvas, const Pen& pen, const POINT* device, size_t count, bool close) {
     Stroke stroke;
     const DcState& state = *canvas.state;
-    const uint32_t pixel = DrawingPixel(canvas.surface, pen.colour, state.backgroundColour);
+    const uint32_t pixel = canvas.DrawingPixel(pen.colour);
     stroke.on = MasksFor(canvas.rop2, pixel);
     if (pen.style >= PS_DASH && pen.style <= PS_DASHDOTDOT) {
         stroke.dashes = &kDashes[pen.style - PS_DASH];
         stroke.drawGaps = state.backgroundMode == OPAQUE;
         const uint32_t gap = canvas.surface.bitsPerPixel == 1
                                  ? (pen.colour == state.backgroundColour ? pixel : pixel ^ 1)
-                                 : ColourPixel(canvas.surface, state.backgroundColour);
+                                 : canvas.Pixel(state.backgroundColour);
         stroke.off = MasksFor(canvas.rop2, gap);
     }
     const size_t segments = close ? count : count - 1;
@@ -264,8 +268,7 @@ void DrawPolyline(const Canvas& canvas, const Pen& pen, const POINT* device, siz
 
 void FillWithBrush(const Canvas& canvas, const Brush& brush, const RECT& area) {
     if (brush.style != BS_SOLID || area.left >= area.right || area.top >= area.bottom) return;
-    const RopMasks masks =
-        MasksFor(canvas.rop2, DrawingPixel(canvas.surface, brush.colour, canvas.state->backgroundColour));
+    const RopMasks masks = MasksFor(canvas.rop2, canvas.DrawingPixel(brush.colour));
     switch (canvas.surface.bitsPerPixel) {
         case 1: FillRect<1>(canvas.surface, canvas.visible, area, masks); break;
         case 4: FillRect<4>(canvas.surface, canvas.visible, area, masks); break;
@@ -285,6 +288,7 @@ BOOL WithCanvas(HDC dc, Draw draw) {
         DeviceContext* context = objects.find<DeviceContext>(dc);
         if (context == nullptr) return FALSE;
         Canvas canvas;
+        canvas.objects = &objects;
         canvas.state = &context->state;
         canvas.rop2 = context->state.rop2;
         canvas.surface = DcSurface(objects, *context);

@@ -248,7 +248,7 @@ VXPLATFORMAPI BOOL GetViewportExtEx(HDC dc, LPSIZE extent) {
 VXPLATFORMAPI BOOL LPtoDP(HDC dc, LPPOINT points, int count) {
     auto objects = Objects();
     const DeviceContext* context = objects.find<DeviceContext>(dc);
-    if (context == nullptr) return FALSE;
+    if (context == nullptr || (points == nullptr && count > 0)) return FALSE;
     for (int i = 0; i < count; ++i) points[i] = vx::posix::gdi::ToDevice(context->state, points[i]);
     return TRUE;
 }
@@ -256,7 +256,7 @@ VXPLATFORMAPI BOOL LPtoDP(HDC dc, LPPOINT points, int count) {
 VXPLATFORMAPI BOOL DPtoLP(HDC dc, LPPOINT points, int count) {
     auto objects = Objects();
     const DeviceContext* context = objects.find<DeviceContext>(dc);
-    if (context == nullptr) return FALSE;
+    if (context == nullptr || (points == nullptr && count > 0)) return FALSE;
     for (int i = 0; i < count; ++i) {
         if (!vx::posix::gdi::ToLogical(context->state, points[i])) return FALSE;
     }
