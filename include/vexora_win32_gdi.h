@@ -379,7 +379,8 @@ VXPLATFORMAPI int GetClipBox(HDC dc, LPRECT box);
  * through the DC's binary raster operation (SetROP2: R2_BLACK ... R2_WHITE, 0 for others),
  * clipped to the clipping region. Pens are drawn one pixel wide (dashed styles with Windows'
  * cosmetic patterns); CreatePen(PS_NULL, ...) answers the stock NULL_PEN. Rectangle draws the
- * outline and fills the inside with a solid brush; pattern brushes leave the inside unfilled.
+ * outline and fills the inside with a solid brush (undithered on 1-bit device bitmaps, where
+ * Windows dithers colours other than black and white); pattern brushes leave it unfilled.
  */
 VXPLATFORMAPI HPEN CreatePen(int style, int width, COLORREF colour);
 VXPLATFORMAPI int SetROP2(HDC dc, int mode);

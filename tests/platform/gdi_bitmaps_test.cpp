@@ -265,3 +265,224 @@ TEST(GdiBitmaps, CompatibleBitmapDepths) {
     EXPECT_EQ(CreateCompatibleBitmap(nullptr, 3, 3), nullptr);
     EXPECT_EQ(CreateCompatibleBitmap(static_cast<HDC>(static_cast<HGDIOBJ>(fromNew.get())), 3, 3), nullptr);
 }
+
+namespace {
+
+// A BITMAPINFO with room for any table or masks.
+struct Info {
+    BITMAPINFOHEADER header;
+    RGBQUAD table[256];
+    BITMAPINFO* get() { return reinterpret_cast<BITMAPINFO*>(this); }
+};
+
+Info Header(int width, int height, int bits, DWORD compression = BI_RGB) {
+    Info info{};
+    info.header = {sizeof(BITMAPINFOHEADER), width, height, 1, static_cast<WORD>(bits), compression, 0, 0, 0, 0, 0};
+    return info;
+}
+
+constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
+
+}  // namespace
+
+// GetDIBits from bitmaps of every depth to DIBs of every depth and layout: each pixel becomes
+// the nearest colour of the table GetDIBits writes, or its channels cut to the masks.
+TEST(GdiBitmaps, GetDIBitsEveryDepthPair) {
+    const int width = 7, height = 3;
+    for (int from : kDepths) {
+        vxtest::Canvas source(width, height, from);
+        vxtest::Colours colours;
+        for (int i = 0; i < width * height; ++i) colours.push_back(vxtest::Mix(i % width, i / width));
+        source.fill(colours);
+        const vxtest::Colours truth = source.read();
+        for (int to : kDepths)
+            for (DWORD compression : {BI_RGB, BI_BITFIELDS})
+                for (bool bottomUp : {true, false}) {
+                    // Masks for another depth than the bitmap's are not Windows' to define: Wine
+                    // hands out whatever its stack held.
+                    if (compression == BI_BITFIELDS && (to != from || to < 16 || to == 24)) continue;
+                    SCOPED_TRACE(testing::Message() << from << " to " << to << (compression ? " bitfields" : "")
+                                                    << (bottomUp ? " bottom-up" : " top-down"));
+                    Info info = Header(width, bottomUp ? height : -height, to, compression);
+                    vxtest::DibFormat format(to);
+                    Bytes bits(static_cast<size_t>(format.stride(width) * height) + 4, 0xEE);
+                    ASSERT_EQ(GetDIBits(source.dc(), source.bitmap(), 0, height, bits.data(), info.get(), DIB_RGB_COLORS),
+                              height);
+                    if (to <= 8) format.table.assign(info.table, info.table + (1 << to));
+                    if (compression == BI_BITFIELDS) std::memcpy(format.masks, info.table, sizeof format.masks);
+                    std::vector<uint32_t> values;
+                    for (COLORREF c : truth) values.push_back(format.encode(c, from > 8));
+                    Bytes want = vxtest::Pack(format, values, width, bottomUp);
+                    want.insert(want.end(), 4, 0xEE);
+                    EXPECT_EQ(bits, want);
+                    EXPECT_EQ(info.header.biSizeImage, static_cast<DWORD>(format.stride(width) * height));
+                    EXPECT_EQ(info.header.biClrUsed, 0u);
+                }
+    }
+}
+
+// SetDIBits from DIBs of every depth (tables, 5-5-5, 5-6-5, 8-8-8 and swapped masks) into
+// bitmaps of every depth: each pixel takes the nearest colour the bitmap holds.
+TEST(GdiBitmaps, SetDIBitsEveryDepthPair) {
+    const int width = 9, height = 2;
+    uint32_t seed = 12345;
+    auto next = [&seed] { return seed = seed * 1103515245u + 12345u, seed >> 8; };
+    struct Source { int bits; DWORD compression; uint32_t masks[3]; } sources[] = {
+        {1, BI_RGB, {}},  {4, BI_RGB, {}}, {8, BI_RGB, {}}, {16, BI_RGB, {}}, {16, BI_BITFIELDS, {0xF800, 0x07E0, 0x1F}},
+        {24, BI_RGB, {}}, {32, BI_RGB, {}}, {32, BI_BITFIELDS, {0xFF, 0xFF00, 0xFF0000}}};
+    for (const Source& s : sources) {
+        vxtest::DibFormat format(s.bits);
+        std::memcpy(format.masks, s.masks, sizeof s.masks);
+        Info info = Header(width, height, s.bits, s.compression);
+        for (int i = 0; s.bits <= 8 && i < 1 << s.bits; ++i) {
+            const uint32_t v = next();
+            format.table.push_back({static_cast<BYTE>(v), static_cast<BYTE>(v >> 8), static_cast<BYTE>(v >> 16), 0});
+            info.table[i] = format.table.back();
+        }
+        if (s.compression == BI_BITFIELDS) std::memcpy(info.table, s.masks, sizeof s.masks);
+        std::vector<uint32_t> values;
+        for (int i = 0; i < width * height; ++i)
+            values.push_back(s.bits == 32 ? next() | next() << 24 : next() & ((1u << std::min(s.bits, 24)) - 1));
+        const Bytes bits = vxtest::Pack(format, values, width, true);
+        for (int to : kDepths) {
+            SCOPED_TRACE(testing::Message() << s.bits << (s.compression ? " bitfields" : "") << " to " << to);
+            vxtest::Canvas target(width, height, to);
+            EXPECT_EQ(SetDIBits(target.dc(), target.bitmap(), 0, height, bits.data(), info.get(), DIB_RGB_COLORS), height);
+            vxtest::Colours want;
+            for (uint32_t v : values) want.push_back(target.format().decode(target.format().encode(format.decode(v), s.bits > 8)));
+            EXPECT_EQ(vxtest::Show(target.read(), width), vxtest::Show(want, width));
+            if (to == 32 && s.bits == 32 && s.compression == BI_RGB) {
+                EXPECT_EQ(target.bytes(), vxtest::Pack(format, values, width, false));  // as they are, fourth bytes too
+            }
+        }
+    }
+}
+
+// Scan lines count from a DIB's bottom and its top row lies on the bitmap's: GetDIBits zeroes
+// the rows the bitmap lacks and answers the rows it read (1 when given none to read);
+// SetDIBits skips them and answers the scan lines it was given (0 when none; a top-down DIB's
+// are not cut at its top).
+TEST(GdiBitmaps, DIBScanLines) {
+    const int bitmapHeight = 7;
+    uint32_t tagged[2 * bitmapHeight];  // row y holds y + 1 in both pixels
+    for (int i = 0; i < 2 * bitmapHeight; ++i) tagged[i] = static_cast<uint32_t>(i / 2 + 1);
+    const vx::MemoryDC dc;
+    const vx::OwnedObject<HBITMAP> bitmap(CreateBitmap(2, bitmapHeight, 1, 32, tagged));
+    // rows: for GetDIBits, the bitmap row (+1) each row of the caller's bits holds, 0 for
+    // zeros; for SetDIBits, the row of the caller's bits (+1) each bitmap row took, 0 for none.
+    const struct { int height; UINT start, lines; int got; std::vector<uint32_t> read; int set; std::vector<uint32_t> written; } cases[] = {
+        {7, 2, 3, 3, {5, 4, 3}, 3, {0, 0, 3, 2, 1, 0, 0}},
+        {7, 7, 2, 1, {}, 0, {0, 0, 0, 0, 0, 0, 0}},
+        {7, 0, 0, 1, {}, 0, {0, 0, 0, 0, 0, 0, 0}},
+        {2, 0, 9, 2, {2, 1}, 2, {2, 1, 0, 0, 0, 0, 0}},
+        {9, 0, 9, 7, {0, 0, 7, 6, 5, 4, 3, 2, 1}, 9, {9, 8, 7, 6, 5, 4, 3}},
+        {-9, 1, 2, 1, {7, 0}, 2, {0, 0, 0, 0, 0, 0, 1}},
+        {-2, 1, 2, 1, {1}, 2, {2, 0, 0, 0, 0, 0, 0}},
+        {-7, 0, 7, 7, {1, 2, 3, 4, 5, 6, 7}, 7, {1, 2, 3, 4, 5, 6, 7}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "height " << c.height << ", lines " << c.start << " + " << c.lines);
+        Info info = Header(2, c.height, 32);
+        std::vector<uint32_t> bits(2 * 9 + 1, 0xEEEEEEEE);
+        EXPECT_EQ(GetDIBits(dc.get(), bitmap.get(), c.start, c.lines, bits.data(), info.get(), DIB_RGB_COLORS), c.got);
+        std::vector<uint32_t> rows(c.read.size() + 1);
+        for (size_t i = 0; i < rows.size(); ++i) rows[i] = bits[2 * i];
+        std::vector<uint32_t> want = c.read;
+        want.push_back(0xEEEEEEEE);
+        EXPECT_EQ(rows, want);
+
+        const vx::OwnedObject<HBITMAP> target(CreateBitmap(2, bitmapHeight, 1, 32, nullptr));
+        for (size_t i = 0; i < bits.size(); ++i) bits[i] = static_cast<uint32_t>(i / 2 + 1);
+        EXPECT_EQ(SetDIBits(nullptr, target.get(), c.start, c.lines, bits.data(), info.get(), DIB_RGB_COLORS), c.set);
+        uint32_t written[2 * bitmapHeight];
+        GetBitmapBits(target.get(), sizeof written, written);
+        for (int y = 0; y < bitmapHeight; ++y) EXPECT_EQ(written[2 * y], c.written[y]) << "row " << y;
+    }
+    // A narrower DIB leaves the bitmap's other columns alone; a wider one reads them as zeros.
+    uint32_t row[3] = {9, 9, 9};
+    Info narrow = Header(1, 7, 32), wide = Header(3, 1, 32);
+    EXPECT_EQ(SetDIBits(dc.get(), bitmap.get(), 6, 1, row, narrow.get(), DIB_RGB_COLORS), 1);
+    EXPECT_EQ(GetDIBits(dc.get(), bitmap.get(), 0, 1, row, wide.get(), DIB_RGB_COLORS), 1);
+    EXPECT_EQ(std::vector<uint32_t>(row, row + 3), std::vector<uint32_t>({9, 1, 0}));
+}
+
+// Header queries: biBitCount 0 asks for the bitmap's own format (and answers its height);
+// otherwise the size and table of the format asked for are filled in and 1 answered. The
+// default tables are the VGA colours and the 8-bit cube around the static colours.
+TEST(GdiBitmaps, DIBHeaderQueries) {
+    const vx::MemoryDC dc;
+    const vx::OwnedObject<HBITMAP> colour(CreateBitmap(5, 3, 1, 32, nullptr)), eight(CreateBitmap(5, 3, 1, 8, nullptr));
+    Info own{};
+    own.header.biSize = sizeof(BITMAPINFOHEADER);
+    EXPECT_EQ(GetDIBits(dc.get(), colour.get(), 0, 0, nullptr, own.get(), DIB_RGB_COLORS), 3);
+    const BITMAPINFOHEADER want{sizeof(BITMAPINFOHEADER), 5, 3, 1, 32, BI_BITFIELDS, 60, 0, 0, 0, 0};
+    EXPECT_EQ(std::memcmp(&own.header, &want, sizeof want), 0);
+    own = Info{};
+    own.header.biSize = sizeof(BITMAPINFOHEADER);
+    EXPECT_EQ(GetDIBits(dc.get(), eight.get(), 0, 0, nullptr, own.get(), DIB_RGB_COLORS), 3);
+    EXPECT_EQ(own.header.biCompression, static_cast<DWORD>(BI_RGB));
+    EXPECT_EQ(own.header.biSizeImage, 24u);
+
+    PALETTEENTRY statics[20];
+    GetPaletteEntries(static_cast<HPALETTE>(GetStockObject(DEFAULT_PALETTE)), 0, 20, statics);
+    for (int depth : {1, 4, 8}) {
+        SCOPED_TRACE(depth);
+        Info info = Header(77, -9, depth);
+        info.header.biClrUsed = 3;
+        info.header.biXPelsPerMeter = 1234;
+        EXPECT_EQ(GetDIBits(dc.get(), colour.get(), 0, 3, nullptr, info.get(), DIB_RGB_COLORS), 1);
+        EXPECT_EQ(info.header.biSizeImage, static_cast<DWORD>((77 * depth + 31) / 32 * 4 * 9));
+        EXPECT_EQ(info.header.biClrUsed, 0u);
+        EXPECT_EQ(info.header.biXPelsPerMeter, 1234);
+        EXPECT_EQ(info.header.biHeight, -9);
+        for (int i = 0; i < 1 << depth; ++i) {
+            PALETTEENTRY e{};
+            if (depth == 1) {
+                e = i ? statics[19] : statics[0];
+            } else if (depth == 4) {
+                e = statics[i < 7 ? i : i == 7 ? 12 : i == 8 ? 7 : i + 4];  // 128 gray before 192
+            } else if (i < 10 || i >= 246) {
+                e = statics[i < 10 ? i : i - 236];
+            } else {
+                e = {static_cast<BYTE>((i & 7) << 5), static_cast<BYTE>((i >> 3 & 7) << 5), static_cast<BYTE>((i >> 6) << 6), 0};
+            }
+            EXPECT_EQ(RGB(info.table[i].rgbRed, info.table[i].rgbGreen, info.table[i].rgbBlue), RGB(e.peRed, e.peGreen, e.peBlue))
+                << "entry " << i;
+        }
+    }
+}
+
+// Refusals: a bad DC (GetDIBits only: SetDIBits needs none), bitmap, header, depth,
+// compression, size or usage answers 0.
+TEST(GdiBitmaps, DIBRefusals) {
+    const vx::MemoryDC dc;
+    const vx::OwnedObject<HBITMAP> bitmap(CreateBitmap(5, 7, 1, 32, nullptr));
+    std::vector<uint8_t> bits(1024);
+    const struct { const char* name; HDC dc; HBITMAP bitmap; int width, height, depth; DWORD compression, size; UINT usage; int get, set; } cases[] = {
+        {"valid", dc.get(), bitmap.get(), 5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 7, 7},
+        {"long header", dc.get(), bitmap.get(), 5, 7, 32, BI_RGB, 108, DIB_RGB_COLORS, 7, 7},
+        {"no DC", nullptr, bitmap.get(), 5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 7},
+        {"stale DC", reinterpret_cast<HDC>(uintptr_t{0x12345}), bitmap.get(), 5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 7},
+        {"no bitmap", dc.get(), nullptr, 5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
+        {"short header", dc.get(), bitmap.get(), 5, 7, 32, BI_RGB, 10, DIB_RGB_COLORS, 0, 0},
+        {"7 bits", dc.get(), bitmap.get(), 5, 7, 7, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
+        {"2 bits", dc.get(), bitmap.get(), 5, 7, 2, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
+        {"RLE", dc.get(), bitmap.get(), 5, 7, 8, BI_RLE8, 40, DIB_RGB_COLORS, 0, 0},
+        {"24-bit fields", dc.get(), bitmap.get(), 5, 7, 24, BI_BITFIELDS, 40, DIB_RGB_COLORS, 0, 0},
+        {"usage 2", dc.get(), bitmap.get(), 5, 7, 32, BI_RGB, 40, 2, 0, 0},
+        {"no width", dc.get(), bitmap.get(), 0, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
+        {"negative width", dc.get(), bitmap.get(), -5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
+        {"no height", dc.get(), bitmap.get(), 5, 0, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Info info = Header(c.width, c.height, c.depth, c.compression);
+        info.header.biSize = c.size;
+        EXPECT_EQ(GetDIBits(c.dc, c.bitmap, 0, 7, bits.data(), info.get(), c.usage), c.get);
+        info = Header(c.width, c.height, c.depth, c.compression);
+        info.header.biSize = c.size;
+        EXPECT_EQ(SetDIBits(c.dc, c.bitmap, 0, 7, bits.data(), info.get(), c.usage), c.set);
+    }
+    EXPECT_EQ(GetDIBits(dc.get(), bitmap.get(), 0, 7, bits.data(), nullptr, DIB_RGB_COLORS), 0);
+    EXPECT_EQ(SetDIBits(dc.get(), bitmap.get(), 0, 7, bits.data(), nullptr, DIB_RGB_COLORS), 0);
+}

@@ -1,7 +1,10 @@
 // gdi_support.hpp - bitmaps for the GDI conformance tests: Canvas, a bitmap of any depth
 // selected into a memory DC of its own, filled from a list of colours and read back as colours
 // (GetPixel) or as its device bytes (GetBitmapBits); Show, a grid of colours for failure
-// messages; and Mix, a colour a function of a position, for patterns without structure.
+// messages; Mix, a colour a function of a position, for patterns without structure; and
+// DibFormat with Pack and Unpack, a plain per-pixel model of DIB rows (table look-ups, the
+// nearest entry, channels widened by repeating their high bits and narrowed by truncation)
+// that the converted bytes are checked against.
 //
 // Monochrome and 32-bit canvases are device bitmaps (what CreateBitmap makes and a memory DC
 // takes on a true-colour screen); other depths are top-down DIB sections with the table given,
@@ -13,6 +16,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -41,11 +45,98 @@ inline std::string Show(const Colours& colours, int width) {
     return text;
 }
 
+// A DIB pixel layout: a depth with its table (1 to 8 bits) or channel masks (16 and 32 bits;
+// none: 5-5-5 and 8-8-8).
+struct DibFormat {
+    explicit DibFormat(int depth = 32) : bits(depth) {}
+    int bits;
+    std::vector<RGBQUAD> table;
+    uint32_t masks[3] = {0, 0, 0};
+
+    int stride(int width) const { return (width * bits + 31) / 32 * 4; }
+    uint32_t mask(int channel) const {
+        if (masks[0] | masks[1] | masks[2]) return masks[channel];
+        return bits == 16 ? 0x7C00u >> (5 * channel) : 0xFF0000u >> (8 * channel);
+    }
+    COLORREF decode(uint32_t value) const {
+        if (bits <= 8) return value < table.size() ? RGB(table[value].rgbRed, table[value].rgbGreen, table[value].rgbBlue) : 0;
+        uint32_t c[3] = {0, 0, 0};
+        for (int i = 0; i < 3; ++i) {
+            const uint32_t m = mask(i);
+            int shift = 0, length = 0;
+            if (m == 0) continue;
+            while (((m >> shift) & 1) == 0) ++shift;
+            while (((m >> (shift + length)) & 1) != 0) ++length;
+            const uint32_t v = (value & m) >> shift;
+            c[i] = length >= 8 ? v >> (length - 8) : (v << (8 - length) | v << (8 - length) >> length) & 0xFF;
+        }
+        return RGB(c[0], c[1], c[2]);
+    }
+    // The pixel value of a colour: its channels cut, or the nearest entry of the table (a
+    // direct colour matched to an 8-bit table at 5 bits a channel, as Windows converts).
+    uint32_t encode(COLORREF colour, bool direct = false) const {
+        int rgb[3] = {GetRValue(colour), GetGValue(colour), GetBValue(colour)};
+        uint32_t best = 0, bestDistance = UINT32_MAX;
+        if (bits <= 8) {
+            if (direct && bits == 8)
+                for (int& c : rgb) c = (c & ~7) + 4;
+            for (uint32_t i = 0; i < table.size(); ++i) {
+                const int d[3] = {table[i].rgbRed - rgb[0], table[i].rgbGreen - rgb[1], table[i].rgbBlue - rgb[2]};
+                const auto distance = static_cast<uint32_t>(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
+                if (distance < bestDistance) bestDistance = distance, best = i;
+            }
+            return best;
+        }
+        for (int i = 0; i < 3; ++i) {
+            const uint32_t m = mask(i);
+            int shift = 0, length = 0;
+            if (m == 0) continue;
+            while (((m >> shift) & 1) == 0) ++shift;
+            while (((m >> (shift + length)) & 1) != 0) ++length;
+            best |= (length >= 8 ? uint32_t(rgb[i]) << (length - 8) : uint32_t(rgb[i]) >> (8 - length)) << shift;
+        }
+        return best;
+    }
+};
+
+// Pixel values of DIB rows, rows top down (bottomUp: stored last row first).
+inline std::vector<uint8_t> Pack(const DibFormat& format, const std::vector<uint32_t>& values, int width,
+                                 bool bottomUp) {
+    const int height = static_cast<int>(values.size()) / width, stride = format.stride(width);
+    std::vector<uint8_t> bytes(static_cast<size_t>(stride) * height, 0);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            uint8_t* row = bytes.data() + static_cast<size_t>(bottomUp ? height - 1 - y : y) * stride;
+            const uint32_t v = values[static_cast<size_t>(y) * width + x];
+            const int bit = x * format.bits;
+            if (format.bits < 8) row[bit / 8] |= static_cast<uint8_t>(v << (8 - format.bits - bit % 8));
+            for (int b = 0; b < format.bits / 8; ++b) row[bit / 8 + b] = static_cast<uint8_t>(v >> (8 * b));
+        }
+    return bytes;
+}
+inline std::vector<uint32_t> Unpack(const DibFormat& format, const std::vector<uint8_t>& bytes, int width, int height,
+                                    bool bottomUp) {
+    std::vector<uint32_t> values;
+    const int stride = format.stride(width);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const uint8_t* row = bytes.data() + static_cast<size_t>(bottomUp ? height - 1 - y : y) * stride;
+            const int bit = x * format.bits;
+            uint32_t v = 0;
+            if (format.bits < 8) v = (row[bit / 8] >> (8 - format.bits - bit % 8)) & ((1u << format.bits) - 1);
+            for (int b = 0; b < format.bits / 8; ++b) v |= uint32_t{row[bit / 8 + b]} << (8 * b);
+            values.push_back(v);
+        }
+    return values;
+}
+
 class Canvas {
 public:
     Canvas(int width, int height, int bitsPerPixel, std::vector<RGBQUAD> table = {})
         : width_(width), height_(height) {
+        format_.bits = bitsPerPixel;
         if (bitsPerPixel == 1 || bitsPerPixel == 32) {
+            if (bitsPerPixel == 1) format_.table = {{0, 0, 0, 0}, {255, 255, 255, 0}};
             bitmap_ = vx::OwnedObject<HBITMAP>(CreateBitmap(width, height, 1, bitsPerPixel, nullptr));
         } else {
             const int entries = bitsPerPixel <= 8 ? 1 << bitsPerPixel : 0;
@@ -59,6 +150,7 @@ public:
             *header = {sizeof(BITMAPINFOHEADER), width, -height, 1, static_cast<WORD>(bitsPerPixel), BI_RGB, 0, 0, 0,
                        static_cast<DWORD>(table.size()), 0};
             if (!table.empty()) std::memcpy(header + 1, table.data(), table.size() * sizeof(RGBQUAD));
+            format_.table = table;
             void* bits = nullptr;
             bitmap_ = vx::OwnedObject<HBITMAP>(CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(info.data()),
                                                                 DIB_RGB_COLORS, &bits, nullptr, 0));
@@ -75,6 +167,8 @@ public:
     HBITMAP bitmap() const { return bitmap_.get(); }
     int width() const { return width_; }
     int height() const { return height_; }
+    // The layout of its pixels (a table for 1 to 8 bits, default masks otherwise).
+    const DibFormat& format() const { return format_; }
 
     // Sets the pixels, rows top down (width x height colours).
     void fill(const Colours& colours) const {
@@ -100,6 +194,7 @@ private:
     vx::MemoryDC dc_;
     vx::OwnedObject<HBITMAP> bitmap_{nullptr};
     HGDIOBJ previous_ = nullptr;
+    DibFormat format_;
 };
 
 }  // namespace vxtest

@@ -15,12 +15,16 @@
 // while a brush and a palette copy as many bytes of their LOGBRUSH or entry count as there is
 // room for; regions and DCs answer 0.
 //
+// GetBitmapBits and SetBitmapBits move a DIB section's rows as they are, top row first, each
+// cut to the 16-bit padded width of a device bitmap of its size.
+//
 // A pixel colour is the nearest colour the surface holds: the nearest table entry, or the
 // channels cut to the surface's bits. SetPixel answers the colour it stored.
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "platform/posix/gdi/objects.hpp"
 #include "platform/posix/gdi/pixel_formats.hpp"
@@ -110,16 +114,12 @@ int BitmapObject(const Bitmap& bitmap, int size, void* out) {
     bm.bmBitsPixel = static_cast<WORD>(bitmap.bitsPerPixel);
     if (!bitmap.section) return CopyOut(bm, size, out);
     bm.bmBits = bitmap.sectionBits;
+    bm.bmWidthBytes = static_cast<LONG>((int64_t{bitmap.width} * bitmap.bitsPerPixel + 31) / 32 * 4);
     if (out == nullptr || size < static_cast<int>(sizeof(DIBSECTION))) return CopyOut(bm, size, out);
     DIBSECTION ds{};
     ds.dsBm = bm;
     ds.dsBmih = *bitmap.section;
-    if (bitmap.section->biCompression == BI_BITFIELDS) {
-        const Surface surface = const_cast<Bitmap&>(bitmap).surface();
-        ds.dsBitfields[0] = surface.redMask;
-        ds.dsBitfields[1] = surface.greenMask;
-        ds.dsBitfields[2] = surface.blueMask;
-    }
+    std::memcpy(ds.dsBitfields, bitmap.sectionMasks, sizeof ds.dsBitfields);
     return CopyOut(ds, size, out);
 }
 
@@ -200,16 +200,9 @@ Surface Bitmap::surface() {
     const bool bottomUp = section->biHeight > 0;
     s.bits = bottomUp ? sectionBits + stride * (height - 1) : sectionBits;
     s.stride = bottomUp ? -stride : stride;
-    if (section->biCompression == BI_BITFIELDS && !colours.empty()) {
-        // A bit-field section keeps its three masks where a table would be.
-        uint32_t masks[3];
-        std::memcpy(masks, colours.data(), sizeof masks);
-        s.redMask = masks[0];
-        s.greenMask = masks[1];
-        s.blueMask = masks[2];
-        s.colours = nullptr;
-        s.colourCount = 0;
-    }
+    s.redMask = sectionMasks[0];
+    s.greenMask = sectionMasks[1];
+    s.blueMask = sectionMasks[2];
     return s;
 }
 
@@ -261,16 +254,23 @@ VXPLATFORMAPI HBITMAP CreateBitmapIndirect(const BITMAP* bitmap) {
 
 VXPLATFORMAPI HBITMAP CreateCompatibleBitmap(HDC dc, int width, int height) {
     int depth = 0;
-    {
+    try {
         auto objects = Objects();
         const DeviceContext* context = objects.find<DeviceContext>(dc);
         if (context == nullptr) return nullptr;
         if (context->kind() == ObjectKind::MemoryDC) {
             const Bitmap* selected = objects.find<Bitmap>(context->state.bitmap);
             depth = selected != nullptr ? selected->bitsPerPixel : 1;
+            // A DC drawing on a DIB section makes DIB sections of its format.
+            if (selected != nullptr && selected->section && width != 0 && height != 0) {
+                std::unique_ptr<Bitmap> section = SectionLike(*selected, std::abs(width), std::abs(height));
+                return section != nullptr ? static_cast<HBITMAP>(objects.add(std::move(section))) : nullptr;
+            }
         } else {
             depth = ScreenBitsPerPixel();
         }
+    } catch (...) {
+        return nullptr;
     }
     return MakeDeviceBitmap(width, height, 1, static_cast<UINT>(depth), nullptr);
 }
@@ -311,14 +311,12 @@ VXPLATFORMAPI LONG GetBitmapBits(HBITMAP handle, LONG size, LPVOID bits) {
         std::memcpy(out, bitmap->pixels.data(), static_cast<size_t>(size));
         return size;
     }
-    // A DIB section's rows, top down and 16-bit padded.
+    // A DIB section's rows, top down, each cut to the 16-bit padded width as they are.
     const Surface surface = bitmap->surface();
-    const auto rowBytes = static_cast<size_t>((int64_t{surface.width} * surface.bitsPerPixel + 7) / 8);
     for (LONG done = 0, y = 0; done < size; ++y) {
-        const auto n = static_cast<size_t>(std::min<LONG>(bitmap->widthBytes, size - done));
-        std::memset(out + done, 0, n);
-        std::memcpy(out + done, RowOf(surface, static_cast<int>(y)), std::min(n, rowBytes));
-        done += static_cast<LONG>(n);
+        const LONG n = std::min<LONG>(bitmap->widthBytes, size - done);
+        std::memcpy(out + done, RowOf(surface, static_cast<int>(y)), static_cast<size_t>(n));
+        done += n;
     }
     return size;
 }
@@ -336,11 +334,10 @@ VXPLATFORMAPI LONG SetBitmapBits(HBITMAP handle, DWORD size, const void* bits) {
         return static_cast<LONG>(size);
     }
     const Surface surface = bitmap->surface();
-    const auto rowBytes = static_cast<size_t>((int64_t{surface.width} * surface.bitsPerPixel + 7) / 8);
     for (DWORD done = 0, y = 0; done < size; ++y) {
-        const auto n = std::min<size_t>(static_cast<size_t>(bitmap->widthBytes), size - done);
-        std::memcpy(RowOf(surface, static_cast<int>(y)), in + done, std::min(n, rowBytes));
-        done += static_cast<DWORD>(n);
+        const DWORD n = std::min<DWORD>(static_cast<DWORD>(bitmap->widthBytes), size - done);
+        std::memcpy(RowOf(surface, static_cast<int>(y)), in + done, n);
+        done += n;
     }
     return static_cast<LONG>(size);
 }

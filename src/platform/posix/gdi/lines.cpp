@@ -29,7 +29,9 @@
 // Rectangle draws its outline through the corners (right - 1, top), (left, top),
 // (left, bottom - 1), (right - 1, bottom - 1) and fills the inside with the brush through the
 // same raster operation: inside the outline, or with PS_NULL up to the outline's place on the
-// left and top. Solid and hollow brushes are drawn; pattern brushes are not yet.
+// left and top. Solid and hollow brushes are drawn; pattern brushes are not yet, nor the
+// ordered dither Windows gives a solid brush of a colour other than black or white on a 1-bit
+// device bitmap (such a brush fills with the entry the background colour does not take).
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

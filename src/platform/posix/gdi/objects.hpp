@@ -10,6 +10,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -43,6 +45,11 @@ struct Surface {
     uint32_t blueMask = 0;
 };
 
+// Frees what std::calloc gave.
+struct FreeMemory {
+    void operator()(void* memory) const { std::free(memory); }
+};
+
 // A bitmap: a device bitmap (its own rows, top down, each padded to 16 bits, as GetBitmapBits
 // hands them out) or a DIB section (the caller-visible DIB layout). Selected into at most one
 // memory DC at a time.
@@ -59,6 +66,10 @@ struct Bitmap final : GdiObject {
     std::optional<BITMAPINFOHEADER> section;  // a DIB section's header, as created
     uint8_t* sectionBits = nullptr;    // a DIB section's rows, as the DIB lays them out
     HDC selectedInto = nullptr;        // the memory DC that holds it, if any
+    // A DIB section's channel masks (16 and 32 bits; zero for 8-8-8) and the memory that holds
+    // its rows (sectionBits), zeroed by the system as it is first touched.
+    uint32_t sectionMasks[3] = {0, 0, 0};
+    std::unique_ptr<uint8_t, FreeMemory> sectionMemory;
 
     // The pixels as the drawing code addresses them.
     Surface surface();
@@ -160,6 +171,11 @@ std::vector<RGBQUAD> DeviceColours(int bitsPerPixel);
 
 // The bits per pixel of the screen: 32, or 8 with the palette screen (screen.hpp).
 int ScreenBitsPerPixel();
+
+// A new DIB section of the format of `like` (a DIB section: its depth, orientation, colour
+// table and masks), `width` x `height` pixels of zero; null when too large. Throws
+// std::bad_alloc.
+std::unique_ptr<Bitmap> SectionLike(const Bitmap& like, int width, int height);
 
 // Selection bookkeeping (selection.cpp), called with the table locked. A bitmap, brush or pen
 // deleted while a DC holds it stays alive, still usable by the DCs that hold it, and goes when

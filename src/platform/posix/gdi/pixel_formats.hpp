@@ -8,7 +8,10 @@
 // paletted source goes through a map from each of its indices to the destination's pixel
 // value, made once; a direct source is decoded to colours and encoded again, 5-5-5, 5-6-5 and
 // 8-8-8 layouts by their own template instances, other channel masks by shifts computed once;
-// a paletted destination takes the nearest entry of its table, remembered in a small cache.
+// a paletted destination takes the nearest entry of its table, remembered in a small cache
+// (an index whose entry both tables share is kept). Direct colours are matched to an 8-bit
+// table at 5 bits a channel, (c & ~7) + 4, as Windows does; 1 and 4-bit tables and paletted
+// sources are matched exactly.
 // Runs are cut into chunks of a few dozen pixels that pass through a buffer on the stack:
 // fetch (per source depth), map (per kind of conversion), store (per destination depth), so
 // no pixel meets a switch or an indirect call. 24 to 32 bits, 32 to 24 bits and equal formats
@@ -239,6 +242,12 @@ private:
     static void MapToTable(RowConverter& self, uint32_t* values, int count) {
         for (int i = 0; i < count; ++i) values[i] = self.encode(DecodeAs<From>(self, values[i]));
     }
+    // An 8-bit table is matched at 5 bits a channel, each colour taken at the middle of its
+    // step of 8, as Windows matches direct colours to a 256-colour table.
+    template <Layout From>
+    static void MapToTable8(RowConverter& self, uint32_t* values, int count) {
+        for (int i = 0; i < count; ++i) values[i] = self.encode((DecodeAs<From>(self, values[i]) & 0xF8F8F8) + 0x040404);
+    }
 
     // A run through the chunk buffer.
     template <int FromBits, int ToBits>
@@ -302,7 +311,7 @@ private:
     }
     template <Layout From>
     Map directMapFrom() const {
-        if (to_.paletted()) return &MapToTable<From>;
+        if (to_.paletted()) return to_.bitsPerPixel == 8 ? &MapToTable8<From> : &MapToTable<From>;
         switch (LayoutOf(toMasks_)) {
             case Layout::Rgb555: return &MapDirect<From, Layout::Rgb555>;
             case Layout::Rgb565: return &MapDirect<From, Layout::Rgb565>;
@@ -338,9 +347,16 @@ private:
             default: run_ = RunFrom<32>(to_.bitsPerPixel); break;
         }
         if (from_.paletted()) {
+            // An index whose entry is the same in both tables stays as it is, so a copy
+            // between equal tables keeps every index, repeated colours included.
+            auto same = [](const RGBQUAD& a, const RGBQUAD& b) {
+                return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+            };
             for (int i = 0; i < 256; ++i) {
                 const RGBQUAD q = i < from_.colourCount ? from_.colours[i] : RGBQUAD{0, 0, 0, 0};
-                indexMap_[i] = encode(RGB(q.rgbRed, q.rgbGreen, q.rgbBlue));
+                indexMap_[i] = to_.paletted() && i < to_.colourCount && same(to_.colours[i], q)
+                                   ? static_cast<uint32_t>(i)
+                                   : encode(RGB(q.rgbRed, q.rgbGreen, q.rgbBlue));
             }
             map_ = &MapIndices;
             return;
