@@ -400,7 +400,9 @@ typedef struct VXPRINTOPTIONS {
    CreateDIBitmap sets IMGERR_CREATEBITMAP in the module code, a null handle,
    a block that cannot be locked or a missing DC sets nothing. Decided here: a
    block shorter than its header, colour table and rows (biSizeImage bytes for
-   RLE) is refused with IMGERR_CREATEBITMAP before GDI reads it. */
+   RLE) is refused with IMGERR_CREATEBITMAP before GDI reads it, and so is a
+   negative width (as Windows' CreateDIBitmap refuses it). A DIB without width
+   or height gives GDI's answer: its 1 x 1 monochrome default bitmap. */
 VXAPI HBITMAP VXCALL ConvertDIBToBitmap(HDIB dib);
 
 /* Makes a DIB (1, 4, 8 or 24 bits) from a device bitmap, one scan line at a

@@ -61,12 +61,13 @@ std::optional<BITMAP> DescribeBitmap(HGDIOBJ object) {
 
 // The DIB a block carries, when the block holds everything GDI reads of it: the header, the
 // colour table, the masks of a bit-field DIB and the rows (compressed rows: biSizeImage bytes).
+// A negative width, which Windows' CreateDIBitmap refuses, is refused here already.
 std::optional<DibLayout> DibGdiCanRead(const uint8_t* block, uint64_t blockBytes) {
     const auto dib = InspectDib(block, blockBytes);
-    if (!dib || !dib->holdsHeaderAndTable()) return std::nullopt;
+    if (!dib || !dib->holdsHeaderAndTable() || dib->width < 0) return std::nullopt;
     const bool runLength = dib->compression == 1 || dib->compression == 2;
-    const uint64_t width = static_cast<uint64_t>(dib->width < 0 ? -dib->width : dib->width);
-    const uint64_t rows = runLength ? dib->sizeImage : RowStride64(width, dib->bitCount) * dib->rows;
+    const uint64_t stride = RowStride64(static_cast<uint64_t>(dib->width), dib->bitCount);
+    const uint64_t rows = runLength ? dib->sizeImage : stride * dib->rows;
     const uint64_t masks = dib->compression == kBiBitfields ? 12 : 0;
     if (dib->pixelOffset + masks + rows > blockBytes) return std::nullopt;
     return dib;
