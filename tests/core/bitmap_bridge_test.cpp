@@ -26,7 +26,6 @@ void ExpectGdiSixteenColours(const Bytes& dib) {
 // others through the true-colour screen into 24 bits; biClrUsed becomes 0 (GetDIBits). Device
 // bitmaps keep 4 and 8 bits and become 24-bit DIBs from 16 bits up.
 TEST(BitmapBridge, RoundTripsKeepThePictureAtEveryDepth) {
-    VX_NEEDS_GDI(false);
     for (uint16_t bits : {1, 4, 8, 24}) {
         const Bytes source = bits == 1 ? MonoDib(13, 5, 1) : SeededDib(13, 5, bits, bits);
         Block dib(BlockFrom(source));
@@ -52,7 +51,6 @@ TEST(BitmapBridge, RoundTripsKeepThePictureAtEveryDepth) {
 // subset's 8-bit palette screen. A 4-bit bitmap still gets 16 colours: the display's
 // 256-entry palette has more entries than the DIB has colours.
 TEST(BitmapBridge, PaletteScreenPathsRunNatively) {
-    VX_NEEDS_GDI(false);
     if (GetNearestColor(vx::WindowDC(nullptr).get(), 0) == CLR_INVALID) GTEST_SKIP() << "no palette calls yet";
     vx::posix::gdi::UsePaletteScreen(true);
     const struct Restore { ~Restore() { vx::posix::gdi::UsePaletteScreen(false); } } restore;
@@ -71,7 +69,6 @@ TEST(BitmapBridge, PaletteScreenPathsRunNatively) {
 
 // Black and white by nearness; a copy; a bitmap held by a DC still converts.
 TEST(BitmapBridge, MonochromeCopiesAndHeldBitmaps) {
-    VX_NEEDS_GDI(false);
     Bitmap colour = MakeBitmap(9, 2, 32, [](int x, int y) { return x < 3 ? 0xFFFFFFu : x < 6 ? 0x202020u : y * 0xE0E0E0u; });
     Bitmap mono(ConvertToMonochromeBitmap(colour.get())), copy(DuplicateBitmap(colour.get()));
     const Colour W = 0xFFFFFF;
@@ -85,7 +82,6 @@ TEST(BitmapBridge, MonochromeCopiesAndHeldBitmaps) {
 
 // Under Wine the screen has 32-bit true colour: no palette to read (NUMCOLORS -1).
 TEST(BitmapBridge, TrueColourScreenHasNoPaletteAndBadHandlesAreRefused) {
-    VX_NEEDS_GDI(false);
     SetImgError(IMGERR_SUCCESS);
     RGBQUAD table[256] = {};
     EXPECT_FALSE(GetSystemPalette(table) || GetSystemPalette(nullptr) || ImgError() != IMGERR_SUCCESS);

@@ -14,7 +14,6 @@ const BitmapTurn kTurns[] = {RotateBitmap90, RotateBitmap180, RotateBitmap270, F
 const decltype(&RotateDIB90) kDibTurns[] = {RotateDIB90, RotateDIB180, RotateDIB270, FlipDIBVertical, FlipDIBHorizontal};
 
 TEST(BitmapTurns, GiveTheDibOperationsPictureAndLeaveTheSource) {
-    VX_NEEDS_GDI(false);
     const ColourAt paint = [](int x, int y) { return Colour(x * 0x1F0000 + y * 0x3300 + (x ^ y) * 0x11); };
     const ColourAt dots = [](int x, int y) { return (x * 3 + y) % 5 < 2 ? 0xFFFFFFu : 0u; };
     for (auto [bits, colour] : {std::pair{1, dots}, {32, paint}}) {

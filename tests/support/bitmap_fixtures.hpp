@@ -1,7 +1,6 @@
 // bitmap_fixtures.hpp - for the tests of the families built on GDI: bitmaps painted by a
-// colour function and read back as colours, the colours of a DIB through its table, handles
-// that are no bitmap, and VX_NEEDS_GDI, which skips a test on Linux while the GDI subset still
-// answers bitmap and raster calls with failure.
+// colour function and read back as colours, the colours of a DIB through its table, and
+// handles that are no bitmap.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -39,18 +38,6 @@ inline Bitmap MakeBitmap(int width, int height, int bits, const ColourAt& colour
     Transfer(bitmap.get(), pixels, true);
     return bitmap;
 }
-
-// Bitmaps can be made and read (and, with `blits`, blitted): always with the real GDI, on
-// Linux once the subset's calls are built.
-inline bool GdiReady(bool blits) {
-    Bitmap probe = MakeBitmap(1, 2, 32, [](int, int y) { return y * 0x123456u; });
-    vx::MemoryDC dc;
-    vx::ObjectSelection in(dc.get(), probe.get());
-    const COLORREF want = blits && BitBlt(dc.get(), 0, 0, 1, 2, nullptr, 0, 0, DSTINVERT) ? 0xA9CBED : 0x563412;
-    return in && GetPixel(dc.get(), 0, 1) == want;
-}
-#define VX_NEEDS_GDI(blits) \
-    if (!vxtest::GdiReady(blits)) GTEST_SKIP() << "the GDI subset does not make and blit bitmaps yet"
 
 // A null handle, a deleted bitmap and a palette.
 inline std::vector<HBITMAP> NotBitmaps() {

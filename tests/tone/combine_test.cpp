@@ -12,7 +12,6 @@ namespace {
 // A 3 x 2 source pasted at (2, 1) into a 6 x 4 destination. The opaque blit has the
 // destination's size but GDI clips it to the source: the destination beyond stays.
 TEST(Combine, PasteModesMatchTheModel) {
-    VX_NEEDS_GDI(true);
     const Bytes dest = SeededDib(6, 4, 24, 1), source = SeededDib(3, 2, 24, 2), mask = MonoDib(3, 2, 3);
     const auto sourceColours = DibColours(source), maskColours = DibColours(mask);
     struct Mode { bool masked; BOOL alt; Colour (*model)(Colour d, Colour s, bool m); };
@@ -38,7 +37,6 @@ TEST(Combine, PasteModesMatchTheModel) {
 // A missing destination becomes a copy of the source. A masked paste works on the caller's
 // bitmaps: the source comes back masked and a monochrome mask inverted.
 TEST(Combine, CopiesAndModifiedBitmaps) {
-    VX_NEEDS_GDI(true);
     const Bytes dib = SeededDib(5, 3, 8, 4);
     Block s(BlockFrom(dib));
     HDIB copy = nullptr;
@@ -57,7 +55,6 @@ TEST(Combine, CopiesAndModifiedBitmaps) {
 }
 
 TEST(Combine, RefusalsStoreTheFamilyCodesAndDrawNothing) {
-    VX_NEEDS_GDI(true);
     const Bytes dest = SeededDib(6, 4, 24), source = SeededDib(3, 2, 8), mask = MonoDib(3, 2, 1);
     struct Case { const char* what; Source source; bool withDest; Bytes mask; int code; };
     const Case cases[] = {{"null source", kNullHandle, true, {}, COMBINE_ERR_NOSOURCE},
