@@ -269,6 +269,9 @@ VXPLATFORMAPI HPALETTE SelectPalette(HDC dc, HPALETTE palette, BOOL forceBackgro
  * Bitmaps. A device bitmap holds 1, 4, 8, 16, 24 or 32 bits per pixel in one plane, rows top
  * down, each padded to 16 bits (bmWidthBytes); a DIB section keeps the DIB's own layout in
  * memory the caller may write. A bitmap is selected into at most one memory DC at a time.
+ * GetDIBits and SetDIBits convert between any two depths, each pixel taking the nearest colour
+ * the destination holds; scan lines count from the DIB's bottom, its top row on the bitmap's.
+ * Core (12-byte) headers, RLE bits and file-mapped DIB sections are not supported.
  */
 VXPLATFORMAPI HBITMAP CreateBitmap(int width, int height, UINT planes, UINT bitsPerPixel, const void *bits);
 VXPLATFORMAPI HBITMAP CreateBitmapIndirect(const BITMAP *bitmap);
@@ -286,9 +289,12 @@ VXPLATFORMAPI int SetDIBits(HDC dc, HBITMAP bitmap, UINT start, UINT lines, cons
                             const BITMAPINFO *info, UINT usage);
 
 /*
- * What a DC holds. SelectObject puts a bitmap (memory DCs only), brush, pen or clipping region
- * into a DC and answers the object it replaced (for a region: the region's complexity), NULL
- * (for a region: ERROR) when refused. GetCurrentObject answers what is selected.
+ * What a DC holds. SelectObject puts a bitmap (memory DCs only: monochrome, of the screen's
+ * depth, or a DIB section), brush, pen or clipping region into a DC and answers the object it
+ * replaced (for a region: the region's complexity), NULL (for a region: ERROR) when refused.
+ * GetCurrentObject answers what is selected. A bitmap, brush or pen deleted while a DC holds it
+ * stays usable there and goes when the last DC holding it lets go of it. GetDeviceCaps answers
+ * the screen's capabilities for every DC.
  */
 VXPLATFORMAPI HGDIOBJ SelectObject(HDC dc, HGDIOBJ object);
 VXPLATFORMAPI HGDIOBJ GetCurrentObject(HDC dc, UINT type);
@@ -301,6 +307,10 @@ VXPLATFORMAPI int GetDeviceCaps(HDC dc, int index);
  */
 VXPLATFORMAPI int SaveDC(HDC dc);
 VXPLATFORMAPI BOOL RestoreDC(HDC dc, int saved);
+/*
+ * A DC's colours (kept as given, PALETTEINDEX included) and background mode. Bad handles:
+ * CLR_INVALID from the colour setters and GetBkColor, 0 from GetTextColor and the mode calls.
+ */
 VXPLATFORMAPI COLORREF SetTextColor(HDC dc, COLORREF colour);
 VXPLATFORMAPI COLORREF GetTextColor(HDC dc);
 VXPLATFORMAPI COLORREF SetBkColor(HDC dc, COLORREF colour);
@@ -313,7 +323,12 @@ VXPLATFORMAPI UINT RealizePalette(HDC dc);
 VXPLATFORMAPI UINT GetSystemPaletteEntries(HDC dc, UINT start, UINT count, LPPALETTEENTRY entries);
 VXPLATFORMAPI COLORREF GetNearestColor(HDC dc, COLORREF colour);
 
-/* Bit transfers and stretching, with ternary raster operations. */
+/*
+ * Bit transfers and stretching, with ternary raster operations on the destination's raw bits,
+ * as Windows does them (mono/colour conversion through the DCs' colours, stretch modes
+ * BLACKONWHITE to HALFTONE). The Linux screen has no pixels: a transfer to or from a screen DC
+ * succeeds and draws nothing. StretchDIBits and SetDIBitsToDevice answer scan lines as Windows.
+ */
 VXPLATFORMAPI BOOL BitBlt(HDC dest, int x, int y, int width, int height, HDC source, int sourceX, int sourceY,
                           DWORD rop);
 VXPLATFORMAPI BOOL StretchBlt(HDC dest, int x, int y, int width, int height, HDC source, int sourceX,
@@ -329,7 +344,7 @@ VXPLATFORMAPI int GetStretchBltMode(HDC dc);
 VXPLATFORMAPI COLORREF GetPixel(HDC dc, int x, int y);
 VXPLATFORMAPI COLORREF SetPixel(HDC dc, int x, int y, COLORREF colour);
 
-/* Brushes. */
+/* Brushes: solid, pattern (the whole bitmap, copied when made), hollow; no hatched brushes. */
 VXPLATFORMAPI HBRUSH CreateSolidBrush(COLORREF colour);
 VXPLATFORMAPI HBRUSH CreatePatternBrush(HBITMAP bitmap);
 VXPLATFORMAPI HBRUSH CreateBrushIndirect(const LOGBRUSH *brush);
@@ -379,8 +394,7 @@ VXPLATFORMAPI int GetClipBox(HDC dc, LPRECT box);
  * through the DC's binary raster operation (SetROP2: R2_BLACK ... R2_WHITE, 0 for others),
  * clipped to the clipping region. Pens are drawn one pixel wide (dashed styles with Windows'
  * cosmetic patterns); CreatePen(PS_NULL, ...) answers the stock NULL_PEN. Rectangle draws the
- * outline and fills the inside with a solid brush (undithered on 1-bit device bitmaps, where
- * Windows dithers colours other than black and white); pattern brushes leave it unfilled.
+ * outline and fills the inside with the brush as PatBlt fills, through the same operation.
  */
 VXPLATFORMAPI HPEN CreatePen(int style, int width, COLORREF colour);
 VXPLATFORMAPI int SetROP2(HDC dc, int mode);

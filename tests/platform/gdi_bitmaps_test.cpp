@@ -1,6 +1,7 @@
-// GDI bitmaps: device bitmaps and their bytes, GetObjectA, selections and their lifetimes,
-// single pixels. The same cases run against the library's GDI on Linux and against GDI under
-// Wine, so the answers and bytes below are Windows' own.
+// GDI bitmaps: device bitmaps and DIB sections, their bytes, GetObjectA, selections and their
+// lifetimes, pixels, DIB transfers between every pair of depths, palettes and nearest colours.
+// The same cases run against the library's GDI on Linux and against GDI under Wine, so the
+// answers and bytes below are Windows' own (the palette screen, ours only, excepted).
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -8,6 +9,10 @@
 #include <vector>
 
 #include "gdi_support.hpp"
+
+#ifndef _WIN32
+#include "platform/posix/gdi/screen.hpp"
+#endif
 
 namespace {
 
@@ -24,249 +29,6 @@ Bytes BitsOf(HBITMAP bitmap) {
     GetBitmapBits(bitmap, static_cast<LONG>(bytes.size()), bytes.data());
     return bytes;
 }
-
-}  // namespace
-
-// Depths round up to one GDI draws on; an empty size gives the stock 1 x 1 bitmap, a negative
-// one its magnitude; more than one plane, more than 32 bits or an oversized bitmap is refused.
-TEST(GdiBitmaps, CreateBitmapShapes) {
-    const HBITMAP stock = CreateBitmap(0, 0, 1, 1, nullptr);
-    const struct { int width, height; UINT planes, bits; int wantBits, wantWidthBytes; } cases[] = {
-        {3, 2, 1, 1, 1, 2},    {3, 2, 1, 0, 4, 2},    {3, 2, 1, 2, 4, 2},    {3, 2, 1, 5, 8, 4},
-        {3, 2, 1, 8, 8, 4},    {3, 2, 1, 9, 16, 6},   {3, 2, 1, 17, 24, 10}, {3, 2, 1, 24, 24, 10},
-        {3, 2, 1, 25, 32, 12}, {17, 1, 1, 1, 1, 4},   {-3, -2, 1, 32, 32, 12},
-        {3, 2, 1, 33, 0, 0},   {3, 2, 2, 1, 0, 0},    {3, 2, 0, 8, 0, 0},
-        {0x7FFFFFFF, 1, 1, 1, 0, 0}, {65536, 65536, 1, 32, 0, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", " << c.planes << " planes, " << c.bits);
-        const vx::OwnedObject<HBITMAP> bitmap(CreateBitmap(c.width, c.height, c.planes, c.bits, nullptr));
-        if (c.wantBits == 0) {
-            EXPECT_EQ(bitmap.get(), nullptr);
-            continue;
-        }
-        ASSERT_NE(bitmap.get(), nullptr);
-        const BITMAP bm = ObjectOf(bitmap.get());
-        EXPECT_EQ(bm.bmWidth, c.width < 0 ? -c.width : c.width);
-        EXPECT_EQ(bm.bmHeight, c.height < 0 ? -c.height : c.height);
-        EXPECT_EQ(bm.bmBitsPixel, c.wantBits);
-        EXPECT_EQ(bm.bmWidthBytes, c.wantWidthBytes);
-        EXPECT_EQ(bm.bmPlanes, 1);
-        EXPECT_EQ(bm.bmBits, nullptr);
-        EXPECT_EQ(BitsOf(bitmap.get()), Bytes(static_cast<size_t>(c.wantWidthBytes * bm.bmHeight), 0));
-    }
-    for (auto [w, h] : {std::pair{0, 0}, {0, 5}, {5, 0}}) EXPECT_EQ(CreateBitmap(w, h, 1, 8, nullptr), stock);
-    const BITMAP bm = ObjectOf(stock);
-    EXPECT_EQ(bm.bmWidth * bm.bmHeight * bm.bmBitsPixel, 1);
-    EXPECT_TRUE(DeleteObject(stock));  // a stock object stays
-    EXPECT_EQ(GetObjectA(stock, sizeof(BITMAP), nullptr), static_cast<int>(sizeof(BITMAP)));
-    BITMAP indirect{0, 3, 2, 4, 1, 8, nullptr};
-    const vx::OwnedObject<HBITMAP> made(CreateBitmapIndirect(&indirect));
-    EXPECT_EQ(ObjectOf(made.get()).bmWidthBytes, 4);
-}
-
-// The bytes past each row's last pixel read back as zero whatever was written there; partial
-// transfers copy exactly the bytes asked for.
-TEST(GdiBitmaps, BitmapBitsKeepPaddingZero) {
-    Bytes source(64);
-    for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<uint8_t>(0xA1 + 7 * i);
-    const struct { UINT bits; int width; } cases[] = {{1, 3}, {1, 17}, {4, 3}, {8, 3}, {16, 3}, {24, 3}, {32, 3}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.width << " pixels of " << c.bits << " bits");
-        const vx::OwnedObject<HBITMAP> bitmap(CreateBitmap(c.width, 2, 1, c.bits, source.data()));
-        const BITMAP bm = ObjectOf(bitmap.get());
-        const int usedBits = c.width * static_cast<int>(c.bits);
-        Bytes want(source.begin(), source.begin() + 2 * bm.bmWidthBytes);
-        for (int y = 0; y < 2; ++y)
-            for (int bit = usedBits; bit < bm.bmWidthBytes * 8; ++bit)
-                want[y * bm.bmWidthBytes + bit / 8] &= static_cast<uint8_t>(~(0x80 >> (bit % 8)));
-        EXPECT_EQ(BitsOf(bitmap.get()), want);
-
-        Bytes part(want.size() + 4, 0xEE);
-        EXPECT_EQ(GetBitmapBits(bitmap.get(), 3, part.data()), 3);
-        EXPECT_EQ(Bytes(part.begin(), part.begin() + 4), Bytes({want[0], want[1], want[2], 0xEE}));
-        EXPECT_EQ(GetBitmapBits(bitmap.get(), -1, part.data()), static_cast<LONG>(want.size()));
-        EXPECT_EQ(GetBitmapBits(bitmap.get(), 0, part.data()), 0);
-
-        const Bytes zeros(want.size() + 8, 0);
-        EXPECT_EQ(SetBitmapBits(bitmap.get(), static_cast<DWORD>(zeros.size()), zeros.data()),
-                  static_cast<LONG>(want.size()));
-        EXPECT_EQ(SetBitmapBits(bitmap.get(), 0, source.data()), 0);
-        EXPECT_EQ(SetBitmapBits(bitmap.get(), 4, nullptr), 0);
-        EXPECT_EQ(SetBitmapBits(bitmap.get(), static_cast<DWORD>(bm.bmWidthBytes), source.data()), bm.bmWidthBytes);
-        Bytes firstRow = BitsOf(bitmap.get());
-        firstRow.resize(static_cast<size_t>(bm.bmWidthBytes));
-        EXPECT_EQ(firstRow, Bytes(want.begin(), want.begin() + bm.bmWidthBytes));
-    }
-    const vx::MemoryDC dc;
-    Bytes out(4);
-    for (HGDIOBJ foreign : {static_cast<HGDIOBJ>(nullptr), static_cast<HGDIOBJ>(dc.get()),
-                            GetStockObject(DEFAULT_PALETTE)}) {
-        EXPECT_EQ(GetBitmapBits(static_cast<HBITMAP>(foreign), 4, out.data()), 0);
-        EXPECT_EQ(SetBitmapBits(static_cast<HBITMAP>(foreign), 4, out.data()), 0);
-    }
-}
-
-// GetObjectA: a bitmap and a pen need room for the whole structure, a brush and a palette
-// copy what fits; a null buffer asks for the size; regions, DCs and stale handles answer 0.
-TEST(GdiBitmaps, GetObjectSizes) {
-    const vx::OwnedObject<HBITMAP> bitmap(CreateBitmap(5, 3, 1, 8, nullptr));
-    const vx::MemoryDC dc;
-    const int bitmapSize = sizeof(BITMAP), penSize = sizeof(LOGPEN), brushSize = sizeof(LOGBRUSH);
-    const struct { const char* name; HGDIOBJ object; int size, want; } cases[] = {
-        {"bitmap, room", bitmap.get(), bitmapSize + 8, bitmapSize},
-        {"bitmap, short", bitmap.get(), bitmapSize - 1, 0},
-        {"bitmap, none", bitmap.get(), 0, 0},
-        {"pen, room", GetStockObject(BLACK_PEN), penSize + 8, penSize},
-        {"pen, short", GetStockObject(BLACK_PEN), penSize - 1, 0},
-        {"brush, room", GetStockObject(GRAY_BRUSH), brushSize + 8, brushSize},
-        {"brush, short", GetStockObject(GRAY_BRUSH), 4, 4},
-        {"palette, room", GetStockObject(DEFAULT_PALETTE), 8, 2},
-        {"palette, short", GetStockObject(DEFAULT_PALETTE), 1, 1},
-        {"DC", dc.get(), 100, 0},
-        {"null", nullptr, 100, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        uint8_t buffer[128] = {};
-        EXPECT_EQ(GetObjectA(c.object, c.size, buffer), c.want);
-    }
-    EXPECT_EQ(GetObjectA(bitmap.get(), 0, nullptr), bitmapSize);
-    EXPECT_EQ(GetObjectA(GetStockObject(BLACK_PEN), 0, nullptr), penSize);
-    EXPECT_EQ(GetObjectA(GetStockObject(GRAY_BRUSH), 0, nullptr), brushSize);
-    EXPECT_EQ(GetObjectA(GetStockObject(DEFAULT_PALETTE), 0, nullptr), 2);
-    WORD entries = 0;
-    GetObjectA(GetStockObject(DEFAULT_PALETTE), sizeof entries, &entries);
-    EXPECT_EQ(entries, 20);
-    LOGBRUSH brush{};
-    GetObjectA(GetStockObject(GRAY_BRUSH), sizeof brush, &brush);
-    EXPECT_EQ(brush.lbStyle, static_cast<UINT>(BS_SOLID));
-    EXPECT_EQ(brush.lbColor, RGB(128, 128, 128));
-    LOGPEN pen{};
-    GetObjectA(GetStockObject(WHITE_PEN), sizeof pen, &pen);
-    EXPECT_EQ(pen.lopnStyle, static_cast<UINT>(PS_SOLID));
-    EXPECT_EQ(pen.lopnColor, RGB(255, 255, 255));
-}
-
-// A memory DC takes monochrome bitmaps and bitmaps of the screen's depth, one DC at a time; a
-// screen DC takes none; palettes go through SelectPalette only.
-TEST(GdiBitmaps, SelectionRefusals) {
-    const vx::MemoryDC first, second;
-    const vx::WindowDC screen(nullptr);
-    const HGDIOBJ stock = GetCurrentObject(first.get(), OBJ_BITMAP);
-    const vx::OwnedObject<HBITMAP> colour(CreateBitmap(4, 4, 1, 32, nullptr)), mono(CreateBitmap(4, 4, 1, 1, nullptr)),
-        eight(CreateBitmap(4, 4, 1, 8, nullptr)), other(CreateBitmap(2, 2, 1, 32, nullptr));
-    EXPECT_EQ(stock, CreateBitmap(0, 0, 1, 1, nullptr));
-    EXPECT_EQ(SelectObject(first.get(), eight.get()), nullptr);
-    EXPECT_EQ(SelectObject(screen.get(), colour.get()), nullptr);
-    EXPECT_EQ(SelectObject(first.get(), colour.get()), stock);
-    EXPECT_EQ(SelectObject(first.get(), colour.get()), colour.get());
-    EXPECT_EQ(SelectObject(second.get(), colour.get()), nullptr);
-    EXPECT_EQ(SelectObject(second.get(), stock), stock);  // the stock bitmap is everyone's
-    EXPECT_EQ(SelectObject(second.get(), mono.get()), stock);
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_BITMAP), colour.get());
-    EXPECT_EQ(GetCurrentObject(second.get(), OBJ_BITMAP), mono.get());
-    EXPECT_EQ(SelectObject(first.get(), GetStockObject(DEFAULT_PALETTE)), nullptr);
-    for (HGDIOBJ foreign : {static_cast<HGDIOBJ>(nullptr), static_cast<HGDIOBJ>(second.get()),
-                            reinterpret_cast<HGDIOBJ>(uintptr_t{0x12345})})
-        EXPECT_EQ(SelectObject(first.get(), foreign), nullptr);
-    EXPECT_EQ(SelectObject(static_cast<HDC>(static_cast<HGDIOBJ>(other.get())), mono.get()), nullptr);
-    EXPECT_EQ(GetCurrentObject(static_cast<HDC>(static_cast<HGDIOBJ>(other.get())), OBJ_BITMAP), nullptr);
-
-    EXPECT_EQ(SelectObject(first.get(), GetStockObject(BLACK_BRUSH)), GetStockObject(WHITE_BRUSH));
-    EXPECT_EQ(SelectObject(first.get(), GetStockObject(WHITE_PEN)), GetStockObject(BLACK_PEN));
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_BRUSH), GetStockObject(BLACK_BRUSH));
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PEN), GetStockObject(WHITE_PEN));
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PAL), GetStockObject(DEFAULT_PALETTE));
-    SelectObject(first.get(), stock);
-    SelectObject(second.get(), stock);
-}
-
-// A bitmap deleted while selected stays usable in its DC and goes when the DC lets go of it,
-// by another selection or by being deleted; a DC's deletion frees its bitmap for other DCs.
-TEST(GdiBitmaps, SelectedBitmapOutlivesDeletion) {
-    const vx::MemoryDC holder;
-    const HBITMAP stock = CreateBitmap(0, 0, 1, 1, nullptr);
-    for (bool byDeletingTheDC : {false, true}) {
-        SCOPED_TRACE(byDeletingTheDC ? "by DeleteDC" : "by SelectObject");
-        HDC dc = byDeletingTheDC ? CreateCompatibleDC(nullptr) : holder.get();
-        const HBITMAP bitmap = CreateBitmap(4, 4, 1, 32, nullptr);
-        ASSERT_EQ(SelectObject(dc, bitmap), stock);
-        EXPECT_EQ(SetPixel(dc, 1, 1, RGB(1, 2, 3)), RGB(1, 2, 3));
-        EXPECT_TRUE(DeleteObject(bitmap));
-        EXPECT_EQ(GetObjectA(bitmap, 0, nullptr), static_cast<int>(sizeof(BITMAP)));
-        EXPECT_EQ(GetPixel(dc, 1, 1), RGB(1, 2, 3));
-        EXPECT_EQ(GetCurrentObject(dc, OBJ_BITMAP), bitmap);
-        if (byDeletingTheDC) {
-            EXPECT_TRUE(DeleteDC(dc));
-        } else {
-            EXPECT_EQ(SelectObject(dc, stock), bitmap);
-        }
-        EXPECT_EQ(GetObjectA(bitmap, 0, nullptr), 0);
-        EXPECT_EQ(GetBitmapBits(bitmap, 0, nullptr), 0);
-    }
-    const HDC doomed = CreateCompatibleDC(nullptr);
-    const vx::OwnedObject<HBITMAP> freed(CreateBitmap(2, 2, 1, 32, nullptr));
-    SelectObject(doomed, freed.get());
-    EXPECT_EQ(SelectObject(holder.get(), freed.get()), nullptr);
-    DeleteDC(doomed);
-    EXPECT_EQ(SelectObject(holder.get(), freed.get()), stock);
-    SelectObject(holder.get(), stock);
-}
-
-// SetPixel stores the nearest colour the bitmap holds and answers it: black or white on a
-// monochrome bitmap (whatever the DC's colours), a palette index through the DC's palette.
-TEST(GdiBitmaps, PixelsTakeTheNearestColour) {
-    const vx::MemoryDC dc;
-    const vx::OwnedObject<HBITMAP> mono(CreateBitmap(2, 1, 1, 1, nullptr)), colour(CreateBitmap(2, 1, 1, 32, nullptr));
-    const struct { COLORREF set, mono, colour; } cases[] = {
-        {RGB(128, 128, 128), RGB(255, 255, 255), RGB(128, 128, 128)},
-        {RGB(127, 127, 127), RGB(0, 0, 0), RGB(127, 127, 127)},
-        {RGB(200, 10, 10), RGB(0, 0, 0), RGB(200, 10, 10)},
-        {RGB(255, 255, 254), RGB(255, 255, 255), RGB(255, 255, 254)},
-        {PALETTEINDEX(7), RGB(255, 255, 255), RGB(192, 192, 192)},
-        {PALETTEINDEX(5), RGB(0, 0, 0), RGB(128, 0, 128)},
-    };
-    const HGDIOBJ stock = SelectObject(dc.get(), mono.get());
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << std::hex << c.set);
-        SelectObject(dc.get(), mono.get());
-        EXPECT_EQ(SetPixel(dc.get(), 1, 0, c.set), c.mono);
-        EXPECT_EQ(GetPixel(dc.get(), 1, 0), c.mono);
-        SelectObject(dc.get(), colour.get());
-        EXPECT_EQ(SetPixel(dc.get(), 1, 0, c.set), c.colour);
-        EXPECT_EQ(GetPixel(dc.get(), 1, 0), c.colour);
-    }
-    uint32_t stored[2] = {};
-    GetBitmapBits(colour.get(), sizeof stored, stored);
-    EXPECT_EQ(stored[1], 0x800080u);
-    EXPECT_EQ(GetPixel(dc.get(), 2, 0), CLR_INVALID);
-    EXPECT_EQ(GetPixel(dc.get(), -1, 0), CLR_INVALID);
-    EXPECT_EQ(GetPixel(nullptr, 0, 0), CLR_INVALID);
-    EXPECT_EQ(SetPixel(nullptr, 0, 0, 0), CLR_INVALID);
-    SelectObject(dc.get(), stock);
-}
-
-// CreateCompatibleBitmap: the screen's depth for a screen DC, the selected bitmap's for a
-// memory DC (monochrome for a new one); an empty size gives the stock bitmap.
-TEST(GdiBitmaps, CompatibleBitmapDepths) {
-    const vx::WindowDC screen(nullptr);
-    const vx::MemoryDC dc;
-    const vx::OwnedObject<HBITMAP> fromScreen(CreateCompatibleBitmap(screen.get(), 4, 4)),
-        fromNew(CreateCompatibleBitmap(dc.get(), 4, 4));
-    EXPECT_EQ(ObjectOf(fromScreen.get()).bmBitsPixel, GetDeviceCaps(screen.get(), BITSPIXEL));
-    EXPECT_EQ(ObjectOf(fromScreen.get()).bmWidthBytes, 16);
-    EXPECT_EQ(ObjectOf(fromNew.get()).bmBitsPixel, 1);
-    const HGDIOBJ stock = SelectObject(dc.get(), fromScreen.get());
-    const vx::OwnedObject<HBITMAP> fromColour(CreateCompatibleBitmap(dc.get(), 3, 1));
-    EXPECT_EQ(ObjectOf(fromColour.get()).bmBitsPixel, 32);
-    SelectObject(dc.get(), stock);
-    EXPECT_EQ(CreateCompatibleBitmap(dc.get(), 0, 3), stock);
-    EXPECT_EQ(CreateCompatibleBitmap(nullptr, 3, 3), nullptr);
-    EXPECT_EQ(CreateCompatibleBitmap(static_cast<HDC>(static_cast<HGDIOBJ>(fromNew.get())), 3, 3), nullptr);
-}
-
-namespace {
 
 // A BITMAPINFO with room for any table or masks.
 struct Info {
@@ -285,10 +47,186 @@ constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
 
 }  // namespace
 
+// Depths round up to one GDI draws on, rows pad to 16 bits and read back zero past the last
+// pixel whatever was written there; an empty size gives the stock bitmap, a negative one its
+// magnitude; several planes, more than 32 bits or too many bytes are refused.
+TEST(GdiBitmaps, DeviceBitmapsAndTheirBytes) {
+    const HBITMAP stock = CreateBitmap(0, 5, 1, 8, nullptr);
+    Bytes source(64);
+    for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<uint8_t>(0xA1 + 7 * i);
+    const struct { int width, height; UINT planes, bits; int wantBits, wantWidthBytes; } cases[] = {
+        {3, 2, 1, 1, 1, 2},  {17, 2, 1, 1, 1, 4}, {3, 2, 1, 0, 4, 2},   {3, 2, 1, 2, 4, 2},   {3, 2, 1, 5, 8, 4},
+        {3, 2, 1, 9, 16, 6}, {3, 2, 1, 17, 24, 10}, {-3, -2, 1, 25, 32, 12}, {3, 2, 1, 33, 0, 0}, {3, 2, 2, 1, 0, 0},
+        {0x7FFFFFFF, 1, 1, 1, 0, 0}, {65536, 65536, 1, 32, 0, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", " << c.planes << " planes, " << c.bits);
+        const HBITMAP bitmap = CreateBitmap(c.width, c.height, c.planes, c.bits, source.data());
+        if (c.wantBits == 0) {
+            EXPECT_EQ(bitmap, nullptr);
+            continue;
+        }
+        const BITMAP bm = ObjectOf(bitmap);
+        EXPECT_EQ(bm.bmWidth * bm.bmHeight, c.width * c.height);
+        EXPECT_EQ(bm.bmBitsPixel, c.wantBits);
+        EXPECT_EQ(bm.bmWidthBytes, c.wantWidthBytes);
+        Bytes want(source.begin(), source.begin() + bm.bmHeight * bm.bmWidthBytes);
+        for (int y = 0; y < bm.bmHeight; ++y)
+            for (int bit = bm.bmWidth * c.wantBits; bit < bm.bmWidthBytes * 8; ++bit)
+                want[y * bm.bmWidthBytes + bit / 8] &= static_cast<uint8_t>(~(0x80 >> (bit % 8)));
+        EXPECT_EQ(BitsOf(bitmap), want);
+        Bytes part(4, 0xEE);
+        EXPECT_EQ(GetBitmapBits(bitmap, 3, part.data()), 3);
+        EXPECT_EQ(part[3], 0xEE);
+        EXPECT_EQ(SetBitmapBits(bitmap, 1000, source.data()), static_cast<LONG>(want.size()));
+        EXPECT_EQ(SetBitmapBits(bitmap, 4, nullptr), 0);
+        DeleteObject(bitmap);
+    }
+    EXPECT_EQ(CreateBitmap(0, 0, 1, 1, nullptr), stock);
+    EXPECT_TRUE(DeleteObject(stock));  // stays
+    EXPECT_EQ(ObjectOf(stock).bmWidth, 1);
+    BITMAP indirect{0, 3, 2, 4, 1, 8, nullptr};
+    const vx::OwnedObject<HBITMAP> made(CreateBitmapIndirect(&indirect));
+    EXPECT_EQ(ObjectOf(made.get()).bmWidthBytes, 4);
+}
+
+// GetObjectA: a bitmap and a pen need room for the whole structure, a brush and a palette
+// copy what fits; a null buffer asks for the size; DCs and stale handles answer 0.
+TEST(GdiBitmaps, GetObjectSizes) {
+    const vx::MemoryDC dc;
+    const HGDIOBJ bitmap = CreateBitmap(0, 0, 1, 1, nullptr), pen = GetStockObject(BLACK_PEN),
+                  brush = GetStockObject(GRAY_BRUSH), palette = GetStockObject(DEFAULT_PALETTE);
+    const int bitmapSize = sizeof(BITMAP), penSize = sizeof(LOGPEN), brushSize = sizeof(LOGBRUSH);
+    const struct { HGDIOBJ object; int size, want, asked; } cases[] = {
+        {bitmap, bitmapSize + 8, bitmapSize, bitmapSize}, {bitmap, bitmapSize - 1, 0, bitmapSize},
+        {pen, penSize + 8, penSize, penSize},             {pen, penSize - 1, 0, penSize},
+        {brush, brushSize, brushSize, brushSize},         {brush, 4, 4, brushSize},
+        {palette, 8, 2, 2},                               {palette, 1, 1, 2},
+        {dc.get(), 100, 0, 0},                            {nullptr, 100, 0, 0},
+    };
+    for (const auto& c : cases) {
+        uint8_t buffer[128] = {};
+        EXPECT_EQ(GetObjectA(c.object, c.size, buffer), c.want) << c.object << ", " << c.size;
+        EXPECT_EQ(GetObjectA(c.object, 0, nullptr), c.asked) << c.object;
+    }
+    LOGBRUSH gray{};
+    GetObjectA(brush, sizeof gray, &gray);
+    EXPECT_EQ(gray.lbColor, RGB(128, 128, 128));
+}
+
+// A memory DC takes monochrome bitmaps and bitmaps of the screen's depth, one DC at a time
+// (the stock bitmap excepted); a screen DC takes none. A bitmap deleted while selected stays
+// usable there and goes when its DC lets go of it, by another selection or by being deleted.
+TEST(GdiBitmaps, SelectionsAndTheirLifetimes) {
+    const vx::MemoryDC first, second;
+    const vx::WindowDC screen(nullptr);
+    const HGDIOBJ stock = GetCurrentObject(first.get(), OBJ_BITMAP);
+    const vx::OwnedObject<HBITMAP> colour(CreateBitmap(4, 4, 1, 32, nullptr)), mono(CreateBitmap(4, 4, 1, 1, nullptr)),
+        eight(CreateBitmap(4, 4, 1, 8, nullptr));
+    EXPECT_EQ(stock, CreateBitmap(0, 0, 1, 1, nullptr));
+    EXPECT_EQ(SelectObject(first.get(), eight.get()), nullptr);
+    EXPECT_EQ(SelectObject(screen.get(), colour.get()), nullptr);
+    EXPECT_EQ(SelectObject(first.get(), colour.get()), stock);
+    EXPECT_EQ(SelectObject(first.get(), colour.get()), colour.get());
+    EXPECT_EQ(SelectObject(second.get(), colour.get()), nullptr);
+    EXPECT_EQ(SelectObject(second.get(), stock), stock);
+    EXPECT_EQ(SelectObject(second.get(), mono.get()), stock);
+    for (HGDIOBJ foreign : {static_cast<HGDIOBJ>(nullptr), static_cast<HGDIOBJ>(second.get()),
+                            GetStockObject(DEFAULT_PALETTE), reinterpret_cast<HGDIOBJ>(uintptr_t{0x12345})})
+        EXPECT_EQ(SelectObject(first.get(), foreign), nullptr);
+    EXPECT_EQ(GetCurrentObject(reinterpret_cast<HDC>(mono.get()), OBJ_BITMAP), nullptr);
+    EXPECT_EQ(SelectObject(first.get(), GetStockObject(BLACK_BRUSH)), GetStockObject(WHITE_BRUSH));
+    EXPECT_EQ(SelectObject(first.get(), GetStockObject(WHITE_PEN)), GetStockObject(BLACK_PEN));
+    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_BRUSH), GetStockObject(BLACK_BRUSH));
+    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PEN), GetStockObject(WHITE_PEN));
+    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PAL), GetStockObject(DEFAULT_PALETTE));
+    SelectObject(first.get(), stock);
+    SelectObject(second.get(), stock);
+
+    for (bool byDeletingTheDC : {false, true}) {
+        SCOPED_TRACE(byDeletingTheDC ? "by DeleteDC" : "by SelectObject");
+        const HDC dc = byDeletingTheDC ? CreateCompatibleDC(nullptr) : first.get();
+        const HBITMAP bitmap = CreateBitmap(4, 4, 1, 32, nullptr);
+        ASSERT_EQ(SelectObject(dc, bitmap), stock);
+        EXPECT_EQ(SetPixel(dc, 1, 1, RGB(1, 2, 3)), RGB(1, 2, 3));
+        EXPECT_TRUE(DeleteObject(bitmap));
+        EXPECT_EQ(GetPixel(dc, 1, 1), RGB(1, 2, 3));
+        EXPECT_EQ(GetObjectA(bitmap, 0, nullptr), static_cast<int>(sizeof(BITMAP)));
+        EXPECT_EQ(SelectObject(second.get(), bitmap), nullptr);
+        if (byDeletingTheDC) {
+            EXPECT_TRUE(DeleteDC(dc));
+        } else {
+            EXPECT_EQ(SelectObject(dc, stock), bitmap);
+        }
+        EXPECT_EQ(GetObjectA(bitmap, 0, nullptr), 0);
+    }
+}
+
+// SetPixel and GetNearestColor answer the colour a memory DC's bitmap holds (a monochrome one
+// black or white, whatever the DC's colours), a palette index taken through the DC's palette;
+// the true-colour screen has no system palette and hands colours back as they are.
+TEST(GdiBitmaps, NearestColours) {
+    const vx::WindowDC screen(nullptr);
+    vxtest::Canvas mono(1, 1, 1), colour(1, 1, 32), high(1, 1, 16);
+    SetBkColor(mono.dc(), RGB(200, 100, 51));
+    const struct { COLORREF asked, mono, colour, high; } cases[] = {
+        {RGB(200, 100, 51), 0, RGB(200, 100, 51), RGB(206, 99, 49)},
+        {RGB(128, 128, 128), RGB(255, 255, 255), RGB(128, 128, 128), RGB(132, 132, 132)},
+        {RGB(127, 127, 127), 0, RGB(127, 127, 127), RGB(123, 123, 123)},
+        {PALETTEINDEX(1), 0, RGB(128, 0, 0), RGB(132, 0, 0)},
+        {PALETTEINDEX(7), RGB(255, 255, 255), RGB(192, 192, 192), RGB(198, 198, 198)},
+        {PALETTERGB(9, 8, 7), 0, RGB(9, 8, 7), RGB(8, 8, 0)},
+        {0x03010203, 0, 0, 0},  // bit 24 makes it an index, out of range: entry 0
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.asked);
+        for (auto [canvas, want] : {std::pair{&mono, c.mono}, {&colour, c.colour}, {&high, c.high}}) {
+            EXPECT_EQ(GetNearestColor(canvas->dc(), c.asked), want);
+            EXPECT_EQ(SetPixel(canvas->dc(), 0, 0, c.asked), want);
+            EXPECT_EQ(GetPixel(canvas->dc(), 0, 0), want);
+        }
+        EXPECT_EQ(GetNearestColor(screen.get(), c.asked), c.asked);
+    }
+    EXPECT_EQ(GetPixel(colour.dc(), 1, 0), CLR_INVALID);
+    EXPECT_EQ(SetPixel(colour.dc(), 5, 5, RGB(1, 2, 3)), RGB(1, 2, 3));  // outside: nothing drawn
+    EXPECT_EQ(GetNearestColor(nullptr, 0), CLR_INVALID);
+    EXPECT_EQ(GetPixel(nullptr, 0, 0), CLR_INVALID);
+    PALETTEENTRY entries[4] = {};
+    EXPECT_EQ(GetSystemPaletteEntries(screen.get(), 0, 4, entries), 0u);
+    const struct { WORD version, count; PALETTEENTRY entries[1]; } logical{0x300, 1, {{10, 20, 30, 0}}};
+    const vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+    const vx::PaletteSelection selected(colour.dc(), palette.get());
+    EXPECT_EQ(RealizePalette(colour.dc()), 0u);
+    EXPECT_EQ(SetPixel(colour.dc(), 0, 0, PALETTEINDEX(5)), RGB(10, 20, 30));
+}
+
+// Device capabilities are the screen's for every DC; compatible bitmaps take the screen's
+// depth from a screen DC and the selected bitmap's from a memory DC (a DIB section's format).
+TEST(GdiBitmaps, ScreenAndCompatibleBitmaps) {
+    const vx::WindowDC screen(nullptr);
+    const vx::MemoryDC dc;
+    for (HDC each : {screen.get(), dc.get()}) {
+        EXPECT_EQ(GetDeviceCaps(each, BITSPIXEL), 32);
+        EXPECT_EQ(GetDeviceCaps(each, SIZEPALETTE), 0);
+        EXPECT_EQ(GetDeviceCaps(each, NUMCOLORS), -1);
+        EXPECT_EQ(GetDeviceCaps(each, LOGPIXELSY), 96);
+        EXPECT_EQ(GetDeviceCaps(each, RASTERCAPS) & (RC_PALETTE | RC_DI_BITMAP), RC_DI_BITMAP);
+    }
+    const vx::OwnedObject<HBITMAP> fromScreen(CreateCompatibleBitmap(screen.get(), 4, 4)),
+        fromNew(CreateCompatibleBitmap(dc.get(), 4, 4));
+    EXPECT_EQ(ObjectOf(fromScreen.get()).bmWidthBytes, 16);
+    EXPECT_EQ(ObjectOf(fromNew.get()).bmBitsPixel, 1);
+    const HGDIOBJ stock = SelectObject(dc.get(), fromScreen.get());
+    const vx::OwnedObject<HBITMAP> fromColour(CreateCompatibleBitmap(dc.get(), 3, 1));
+    EXPECT_EQ(ObjectOf(fromColour.get()).bmBitsPixel, 32);
+    SelectObject(dc.get(), stock);
+    EXPECT_EQ(CreateCompatibleBitmap(dc.get(), 0, 3), stock);
+    EXPECT_EQ(CreateCompatibleBitmap(nullptr, 3, 3), nullptr);
+}
+
 // GetDIBits from bitmaps of every depth to DIBs of every depth and layout: each pixel becomes
 // the nearest colour of the table GetDIBits writes, or its channels cut to the masks.
 TEST(GdiBitmaps, GetDIBitsEveryDepthPair) {
-    const int width = 7, height = 3;
+    const int width = 37, height = 3;  // more than the 16 pixels a fast step takes
     for (int from : kDepths) {
         vxtest::Canvas source(width, height, from);
         vxtest::Colours colours;
@@ -324,7 +262,7 @@ TEST(GdiBitmaps, GetDIBitsEveryDepthPair) {
 // SetDIBits from DIBs of every depth (tables, 5-5-5, 5-6-5, 8-8-8 and swapped masks) into
 // bitmaps of every depth: each pixel takes the nearest colour the bitmap holds.
 TEST(GdiBitmaps, SetDIBitsEveryDepthPair) {
-    const int width = 9, height = 2;
+    const int width = 37, height = 2;
     uint32_t seed = 12345;
     auto next = [&seed] { return seed = seed * 1103515245u + 12345u, seed >> 8; };
     struct Source { int bits; DWORD compression; uint32_t masks[3]; } sources[] = {
@@ -407,82 +345,156 @@ TEST(GdiBitmaps, DIBScanLines) {
 }
 
 // Header queries: biBitCount 0 asks for the bitmap's own format (and answers its height);
-// otherwise the size and table of the format asked for are filled in and 1 answered. The
-// default tables are the VGA colours and the 8-bit cube around the static colours.
-TEST(GdiBitmaps, DIBHeaderQueries) {
+// otherwise the size and table of the format asked for are filled in and 1 answered: the VGA
+// colours, and the 8-bit cube around the static colours. Bad requests answer 0.
+TEST(GdiBitmaps, DIBHeaderQueriesAndRefusals) {
     const vx::MemoryDC dc;
-    const vx::OwnedObject<HBITMAP> colour(CreateBitmap(5, 3, 1, 32, nullptr)), eight(CreateBitmap(5, 3, 1, 8, nullptr));
+    const vx::OwnedObject<HBITMAP> colour(CreateBitmap(5, 3, 1, 32, nullptr));
     Info own{};
     own.header.biSize = sizeof(BITMAPINFOHEADER);
     EXPECT_EQ(GetDIBits(dc.get(), colour.get(), 0, 0, nullptr, own.get(), DIB_RGB_COLORS), 3);
     const BITMAPINFOHEADER want{sizeof(BITMAPINFOHEADER), 5, 3, 1, 32, BI_BITFIELDS, 60, 0, 0, 0, 0};
     EXPECT_EQ(std::memcmp(&own.header, &want, sizeof want), 0);
-    own = Info{};
-    own.header.biSize = sizeof(BITMAPINFOHEADER);
-    EXPECT_EQ(GetDIBits(dc.get(), eight.get(), 0, 0, nullptr, own.get(), DIB_RGB_COLORS), 3);
-    EXPECT_EQ(own.header.biCompression, static_cast<DWORD>(BI_RGB));
-    EXPECT_EQ(own.header.biSizeImage, 24u);
-
     PALETTEENTRY statics[20];
     GetPaletteEntries(static_cast<HPALETTE>(GetStockObject(DEFAULT_PALETTE)), 0, 20, statics);
-    for (int depth : {1, 4, 8}) {
-        SCOPED_TRACE(depth);
+    for (int depth : {4, 8}) {
         Info info = Header(77, -9, depth);
         info.header.biClrUsed = 3;
-        info.header.biXPelsPerMeter = 1234;
         EXPECT_EQ(GetDIBits(dc.get(), colour.get(), 0, 3, nullptr, info.get(), DIB_RGB_COLORS), 1);
         EXPECT_EQ(info.header.biSizeImage, static_cast<DWORD>((77 * depth + 31) / 32 * 4 * 9));
         EXPECT_EQ(info.header.biClrUsed, 0u);
-        EXPECT_EQ(info.header.biXPelsPerMeter, 1234);
-        EXPECT_EQ(info.header.biHeight, -9);
         for (int i = 0; i < 1 << depth; ++i) {
-            PALETTEENTRY e{};
-            if (depth == 1) {
-                e = i ? statics[19] : statics[0];
-            } else if (depth == 4) {
-                e = statics[i < 7 ? i : i == 7 ? 12 : i == 8 ? 7 : i + 4];  // 128 gray before 192
-            } else if (i < 10 || i >= 246) {
-                e = statics[i < 10 ? i : i - 236];
-            } else {
-                e = {static_cast<BYTE>((i & 7) << 5), static_cast<BYTE>((i >> 3 & 7) << 5), static_cast<BYTE>((i >> 6) << 6), 0};
-            }
+            PALETTEENTRY e{static_cast<BYTE>((i & 7) << 5), static_cast<BYTE>((i >> 3 & 7) << 5), static_cast<BYTE>((i >> 6) << 6), 0};
+            if (depth == 4) e = statics[i < 7 ? i : i == 7 ? 12 : i == 8 ? 7 : i + 4];  // 128 gray before 192
+            if (depth == 8 && (i < 10 || i >= 246)) e = statics[i < 10 ? i : i - 236];
             EXPECT_EQ(RGB(info.table[i].rgbRed, info.table[i].rgbGreen, info.table[i].rgbBlue), RGB(e.peRed, e.peGreen, e.peBlue))
-                << "entry " << i;
+                << depth << " bits, entry " << i;
         }
+    }
+    // SetDIBits needs no DC; neither call takes 2 or 7 bits, RLE, 24-bit masks or empty sizes.
+    std::vector<uint8_t> bits(1024);
+    const struct { HDC dc; int width, height, depth; DWORD compression, size; UINT usage; int get, set; } cases[] = {
+        {dc.get(), 5, 3, 32, BI_RGB, 108, DIB_RGB_COLORS, 3, 3}, {nullptr, 5, 3, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 3},
+        {dc.get(), 5, 3, 32, BI_RGB, 10, DIB_RGB_COLORS, 0, 0},  {dc.get(), 5, 3, 7, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
+        {dc.get(), 5, 3, 2, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},   {dc.get(), 5, 3, 8, BI_RLE8, 40, DIB_RGB_COLORS, 0, 0},
+        {dc.get(), 5, 3, 24, BI_BITFIELDS, 40, DIB_RGB_COLORS, 0, 0}, {dc.get(), 5, 3, 32, BI_RGB, 40, 2, 0, 0},
+        {dc.get(), -5, 3, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0}, {dc.get(), 5, 0, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
+    };
+    for (const auto& c : cases) {
+        Info info = Header(c.width, c.height, c.depth, c.compression);
+        info.header.biSize = c.size;
+        EXPECT_EQ(GetDIBits(c.dc, colour.get(), 0, 3, bits.data(), info.get(), c.usage), c.get) << c.depth << ", " << c.size;
+        info = Header(c.width, c.height, c.depth, c.compression);
+        info.header.biSize = c.size;
+        EXPECT_EQ(SetDIBits(c.dc, colour.get(), 0, 3, bits.data(), info.get(), c.usage), c.set) << c.depth << ", " << c.size;
+    }
+    EXPECT_EQ(GetDIBits(dc.get(), nullptr, 0, 3, bits.data(), Header(5, 3, 32).get(), DIB_RGB_COLORS), 0);
+    EXPECT_EQ(SetDIBits(dc.get(), colour.get(), 0, 3, bits.data(), nullptr, DIB_RGB_COLORS), 0);
+}
+
+// DIB sections keep the DIB's layout: 32-bit aligned rows at the address handed out, the
+// table filled out to 2^depth entries, 16 bits described by masks. GetBitmapBits cuts their
+// rows, as they are, to a device bitmap's width; a DC holding one makes sections like it.
+TEST(GdiBitmaps, DIBSections) {
+    const vx::MemoryDC dc;
+    const struct { int depth; DWORD compression, used, wantUsed; uint32_t masks[3]; } cases[] = {
+        {1, BI_RGB, 0, 2, {}}, {8, BI_RGB, 3, 256, {}}, {16, BI_RGB, 0, 0, {0x7C00, 0x03E0, 0x001F}},
+        {16, BI_BITFIELDS, 0, 0, {0xF800, 0x07E0, 0x001F}}, {24, BI_RGB, 0, 0, {}},
+        {32, BI_BITFIELDS, 0, 0, {0xFF, 0xFF00, 0xFF0000}}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.depth << (c.compression ? " bitfields" : ""));
+        Info info = Header(5, -3, c.depth, c.compression);
+        info.header.biClrUsed = c.used;
+        std::memcpy(info.table, c.masks, sizeof c.masks);
+        void* bits = nullptr;
+        const vx::OwnedObject<HBITMAP> section(CreateDIBSection(nullptr, info.get(), DIB_RGB_COLORS, &bits, nullptr, 0));
+        ASSERT_NE(bits, nullptr);
+        const int stride = (5 * c.depth + 31) / 32 * 4, widthBytes = (5 * c.depth + 15) / 16 * 2;
+        DIBSECTION ds{};
+        EXPECT_EQ(GetObjectA(section.get(), sizeof ds, &ds), static_cast<int>(sizeof ds));
+        EXPECT_EQ(ds.dsBm.bmBits, bits);
+        EXPECT_EQ(ds.dsBm.bmWidthBytes, stride);
+        EXPECT_EQ(ds.dsBmih.biHeight, 3);  // top-down, yet positive
+        EXPECT_EQ(ds.dsBmih.biSizeImage, static_cast<DWORD>(3 * stride));
+        EXPECT_EQ(ds.dsBmih.biClrUsed, c.wantUsed);
+        EXPECT_EQ(ds.dsBmih.biCompression, static_cast<DWORD>(c.masks[0] != 0 ? BI_BITFIELDS : BI_RGB));
+        EXPECT_EQ(std::memcmp(ds.dsBitfields, c.masks, sizeof c.masks), 0);
+
+        Bytes memory(static_cast<size_t>(3 * stride)), want;
+        for (size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<uint8_t>(17 * i + 3);
+        std::memcpy(bits, memory.data(), memory.size());
+        for (int y = 0; y < 3; ++y) want.insert(want.end(), memory.begin() + y * stride, memory.begin() + y * stride + widthBytes);
+        EXPECT_EQ(BitsOf(section.get()), want);
+        const HGDIOBJ stock = SelectObject(dc.get(), section.get());
+        const vx::OwnedObject<HBITMAP> like(CreateCompatibleBitmap(dc.get(), 2, 2));
+        EXPECT_EQ(GetObjectA(like.get(), sizeof ds, &ds), static_cast<int>(sizeof ds));
+        EXPECT_EQ(ds.dsBm.bmBitsPixel, c.depth);
+        SelectObject(dc.get(), stock);
+    }
+    void* bits = &bits;
+    for (Info info : {Header(5, 3, 7), Header(0, 3, 8), Header(-5, 3, 8), Header(5, 0, 8), Header(5, 3, 8, BI_RLE8),
+                      Header(65536, 65536, 32)}) {
+        EXPECT_EQ(CreateDIBSection(dc.get(), info.get(), DIB_RGB_COLORS, &bits, nullptr, 0), nullptr);
+        EXPECT_EQ(bits, nullptr);
     }
 }
 
-// Refusals: a bad DC (GetDIBits only: SetDIBits needs none), bitmap, header, depth,
-// compression, size or usage answers 0.
-TEST(GdiBitmaps, DIBRefusals) {
-    const vx::MemoryDC dc;
-    const vx::OwnedObject<HBITMAP> bitmap(CreateBitmap(5, 7, 1, 32, nullptr));
-    std::vector<uint8_t> bits(1024);
-    const struct { const char* name; HDC dc; HBITMAP bitmap; int width, height, depth; DWORD compression, size; UINT usage; int get, set; } cases[] = {
-        {"valid", dc.get(), bitmap.get(), 5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 7, 7},
-        {"long header", dc.get(), bitmap.get(), 5, 7, 32, BI_RGB, 108, DIB_RGB_COLORS, 7, 7},
-        {"no DC", nullptr, bitmap.get(), 5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 7},
-        {"stale DC", reinterpret_cast<HDC>(uintptr_t{0x12345}), bitmap.get(), 5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 7},
-        {"no bitmap", dc.get(), nullptr, 5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-        {"short header", dc.get(), bitmap.get(), 5, 7, 32, BI_RGB, 10, DIB_RGB_COLORS, 0, 0},
-        {"7 bits", dc.get(), bitmap.get(), 5, 7, 7, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-        {"2 bits", dc.get(), bitmap.get(), 5, 7, 2, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-        {"RLE", dc.get(), bitmap.get(), 5, 7, 8, BI_RLE8, 40, DIB_RGB_COLORS, 0, 0},
-        {"24-bit fields", dc.get(), bitmap.get(), 5, 7, 24, BI_BITFIELDS, 40, DIB_RGB_COLORS, 0, 0},
-        {"usage 2", dc.get(), bitmap.get(), 5, 7, 32, BI_RGB, 40, 2, 0, 0},
-        {"no width", dc.get(), bitmap.get(), 0, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-        {"negative width", dc.get(), bitmap.get(), -5, 7, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-        {"no height", dc.get(), bitmap.get(), 5, 0, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        Info info = Header(c.width, c.height, c.depth, c.compression);
-        info.header.biSize = c.size;
-        EXPECT_EQ(GetDIBits(c.dc, c.bitmap, 0, 7, bits.data(), info.get(), c.usage), c.get);
-        info = Header(c.width, c.height, c.depth, c.compression);
-        info.header.biSize = c.size;
-        EXPECT_EQ(SetDIBits(c.dc, c.bitmap, 0, 7, bits.data(), info.get(), c.usage), c.set);
+// CreateDIBitmap makes what CreateCompatibleBitmap makes (monochrome for no DC) and with
+// CBM_INIT converts the bits into it; DIB_PAL_COLORS tables index the DC's palette.
+TEST(GdiBitmaps, CreateDIBitmapAndPaletteIndices) {
+    const vx::WindowDC screen(nullptr);
+    Info info = Header(2, -2, 24);
+    const uint8_t bits[16] = {1, 2, 3, 250, 251, 252, 0, 0, 7, 8, 9, 200, 201, 202, 0, 0};
+    for (HDC dc : {screen.get(), static_cast<HDC>(nullptr)}) {
+        const vx::OwnedObject<HBITMAP> made(CreateDIBitmap(dc, &info.header, CBM_INIT, bits, info.get(), DIB_RGB_COLORS));
+        EXPECT_EQ(BitsOf(made.get()), dc != nullptr ? Bytes({1, 2, 3, 0, 250, 251, 252, 0, 7, 8, 9, 0, 200, 201, 202, 0})
+                                                     : Bytes({0x40, 0, 0x40, 0}));
     }
-    EXPECT_EQ(GetDIBits(dc.get(), bitmap.get(), 0, 7, bits.data(), nullptr, DIB_RGB_COLORS), 0);
-    EXPECT_EQ(SetDIBits(dc.get(), bitmap.get(), 0, 7, bits.data(), nullptr, DIB_RGB_COLORS), 0);
+    const vx::OwnedObject<HBITMAP> blank(CreateDIBitmap(screen.get(), &info.header, 0, nullptr, nullptr, 0));
+    EXPECT_EQ(BitsOf(blank.get()), Bytes(16, 0));
+    EXPECT_EQ(CreateDIBitmap(screen.get(), &info.header, CBM_INIT, nullptr, info.get(), DIB_RGB_COLORS), nullptr);
+
+    // Indices 16-19 and 0 of the default palette: blue, magenta, cyan, white, black.
+    struct { BITMAPINFOHEADER header; WORD indices[256]; } indexed{Header(5, 1, 8).header, {}};
+    for (int i = 0; i < 256; ++i) indexed.indices[i] = static_cast<WORD>(i % 20);
+    const uint8_t row[8] = {16, 17, 18, 19, 20};
+    vxtest::Canvas canvas(5, 1, 32);
+    EXPECT_EQ(SetDIBits(canvas.dc(), canvas.bitmap(), 0, 1, row, reinterpret_cast<BITMAPINFO*>(&indexed), DIB_PAL_COLORS), 1);
+    EXPECT_EQ(canvas.read(), vxtest::Colours({RGB(0, 0, 255), RGB(255, 0, 255), RGB(0, 255, 255), RGB(255, 255, 255), 0}));
+    uint8_t back[8] = {};
+    EXPECT_EQ(GetDIBits(canvas.dc(), canvas.bitmap(), 0, 1, back, reinterpret_cast<BITMAPINFO*>(&indexed), DIB_PAL_COLORS), 1);
+    EXPECT_EQ(Bytes(back, back + 8), Bytes({16, 17, 18, 19, 0, 0, 0, 0}));
 }
+
+#ifndef _WIN32
+// The 8-bit palette screen, ours only (Wine's screen is true colour): realising a palette
+// takes a free system entry for each colour the system palette lacks (or that asks for one of
+// its own), none for an explicit index or a colour it holds, and none when realised again.
+TEST(GdiBitmaps, PaletteScreenNativeOnly) {
+    vx::posix::gdi::UsePaletteScreen(true);
+    {
+        const vx::WindowDC screen(nullptr);
+        const vx::MemoryDC dc;
+        EXPECT_EQ(GetDeviceCaps(screen.get(), SIZEPALETTE), 256);
+        EXPECT_EQ(GetDeviceCaps(screen.get(), NUMCOLORS), 20);
+        EXPECT_NE(GetDeviceCaps(dc.get(), RASTERCAPS) & RC_PALETTE, 0);
+        const vx::OwnedObject<HBITMAP> eight(CreateCompatibleBitmap(screen.get(), 2, 2)), colour(CreateBitmap(2, 2, 1, 32, nullptr));
+        EXPECT_EQ(SelectObject(dc.get(), colour.get()), nullptr);
+        SelectObject(dc.get(), SelectObject(dc.get(), eight.get()));
+
+        const struct { WORD version, count; PALETTEENTRY entries[5]; } logical{
+            0x300, 5, {{0, 0, 0, 0}, {1, 2, 3, 0}, {4, 5, 6, 0}, {1, 2, 3, PC_NOCOLLAPSE}, {200, 0, 0, PC_EXPLICIT}}};
+        const vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+        const vx::PaletteSelection selected(screen.get(), palette.get());
+        EXPECT_EQ(RealizePalette(screen.get()), 3u);
+        EXPECT_EQ(RealizePalette(screen.get()), 0u);
+        PALETTEENTRY system[256];
+        EXPECT_EQ(GetSystemPaletteEntries(screen.get(), 0, 300, system), 256u);
+        vxtest::Colours got;
+        for (int i : {9, 10, 11, 12, 13, 255}) got.push_back(RGB(system[i].peRed, system[i].peGreen, system[i].peBlue));
+        EXPECT_EQ(got, vxtest::Colours({RGB(166, 202, 240), RGB(1, 2, 3), RGB(4, 5, 6), RGB(1, 2, 3), 0, RGB(255, 255, 255)}));
+        EXPECT_EQ(GetNearestColor(screen.get(), RGB(5, 5, 5)), RGB(4, 5, 6));
+    }
+    vx::posix::gdi::UsePaletteScreen(false);
+}
+#endif

@@ -103,7 +103,6 @@ TEST(GdiMapping, PointsRoundAsWindowsDoes) {
         {{5, -7, 3, 4, 10, 20, 7, -9}, {0, kMin}, {-2, kMin}, {1, 954437122}},
         {{0, 0, 1, 1, 0, 0, -1, -1}, {kMin, 2147483647}, {kMin, -2147483647}, {kMin, -2147483647}},
         {{100, 100, 1, 1, -50, 50, 1, 1}, {kMin, 2147483647}, {kMin, 2147483597}, {-2147483498, kMin}},
-        {{0, 0, 254, 254, 0, 0, 96, 96}, {1000, 999}, {378, 378}, {2646, 2643}},
         {{1, 1, 10, 10, 0, 0, 3, 3}, {-123, 1001}, {-37, 300}, {-409, 3338}},
     };
     for (const auto& c : cases) {
@@ -165,7 +164,6 @@ TEST(GdiRegions, CombinationsKeepWindowsBands) {
         {{5, 5, 15, 15}, RGN_DIFF, COMPLEXREGION, "0,0,10,5 0,5,5,10 "},
         {{10, 0, 20, 10}, RGN_XOR, SIMPLEREGION, "0,0,20,10 "},
         {{0, 10, 10, 20}, RGN_OR, SIMPLEREGION, "0,0,10,20 "},
-        {{2, 2, 8, 8}, RGN_XOR, COMPLEXREGION, "0,0,10,2 0,2,2,8 8,2,10,8 0,8,10,10 "},
         {{3, -5, 6, 20}, RGN_OR, COMPLEXREGION, "3,-5,6,0 0,0,10,10 3,10,6,20 "},
         {{7, 7, 7, 20}, RGN_DIFF, SIMPLEREGION, "0,0,10,10 "},
     };
@@ -207,8 +205,6 @@ TEST(GdiClipping, ClipCallsAnswerAsWindows) {
         {None, {}, nullptr, 0, SIMPLEREGION, "0,0,20,10"},
         {Intersect, {5, -5, 30, 5}, nullptr, SIMPLEREGION, SIMPLEREGION, "5,0,20,5"},
         {Exclude, {8, 0, 10, 2}, nullptr, COMPLEXREGION, COMPLEXREGION, "5,0,20,5"},
-        {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
-        {Intersect, {5, 5, 5, 9}, nullptr, SIMPLEREGION, NULLREGION, "0,0,0,0"},  // even when empty
         {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
         {Intersect, {50, 50, 60, 60}, nullptr, SIMPLEREGION, NULLREGION, "50,50,20,10"},  // the cut as it is
         {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
@@ -327,7 +323,8 @@ TEST(GdiLines, ClippedLinesLightTheUnclippedPixels) {
 // row r - 1 drawn with operation r over varied bytes, row 16 with R2_COPYPEN (the pen's value).
 TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
     const struct { int bits; COLORREF pen; } cases[] = {
-        {1, RGB(0, 0, 0)}, {1, RGB(255, 255, 255)}, {32, RGB(0x12, 0x34, 0x56)},
+        {1, RGB(0, 0, 0)}, {1, RGB(255, 255, 255)}, {4, RGB(249, 6, 0)}, {8, RGB(0xA5, 0x5A, 0)},
+        {16, RGB(0x12, 0x34, 0x56)}, {24, RGB(0x12, 0x34, 0x56)}, {32, RGB(0x12, 0x34, 0x56)},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.bits << " bits, pen " << std::hex << c.pen);

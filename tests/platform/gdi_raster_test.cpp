@@ -1,6 +1,6 @@
 // Conformance tests of the bit transfers, stretching, brushes and DC colours: run natively
 // against the Linux subset and under Wine against Windows' GDI. Expected bytes are Wine's,
-// learned by probing; the raster operations are checked against a bit-by-bit model.
+// learned by probing; the raster operations and plain copies are checked against models.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -13,40 +13,40 @@
 namespace {
 
 using vxtest::Dib;
+using vxtest::MonoDevice;
 
 const std::vector<RGBQUAD> kBlackWhite = {{0, 0, 0, 0}, {255, 255, 255, 0}};
 const std::vector<RGBQUAD> kRedBlue = {{0, 0, 255, 0}, {255, 0, 0, 0}};
 const std::vector<RGBQUAD> kFour = {{0, 0, 0, 0}, {255, 255, 255, 0}, {0, 0, 255, 0}, {255, 0, 0, 0}};
+const char* const kMixed7x5 =
+    "7ec64100b07e9600e48127009b6bc400df4bf90074fb9500b6e2d900/aefb9c00bc54bf00d5f60f0032bd0a00f4df3100227c2300f01caf00/"
+    "45e17d00eb87c400dd01e200a1bfd2009a31e200cddee3007856e900/847293009f0f50009747280041672c00f46675007e8742000559b300/"
+    "42aa4d000e88e400243cf7009259ef0048eaee00ae5656003c13e100";
 
-// Every truth table on raw bits, with source and pattern (a pattern brush) of the
-// destination's format, on 1-, 8- and 32-bit surfaces; pixels 1 to 11 of 13, so the bits
-// around a 1-bit run's edges must keep their values.
+uint8_t Noise(int i, int y, unsigned salt) { return static_cast<uint8_t>((i * 37u + y * 101u + salt) * 2654435761u >> 24); }
+
+// Every truth table on raw bits, source and pattern (a pattern brush) in the destination's
+// format, on 1-, 8- and 32-bit surfaces; pixels 1 to 11 of 13, so the bits around a 1-bit
+// run's edges must keep their values.
 TEST(GdiRaster, EveryRopOnRawBits) {
     for (const int bpp : {1, 8, 32}) {
         Dib dest(13, 2, bpp), source(13, 2, bpp), tile(13, 2, bpp);
         const int bytes = (13 * bpp + 7) / 8;
-        const auto byteAt = [&](int i, int y, unsigned salt) {
-            return static_cast<uint8_t>(bpp == 32 && i % 4 == 3 ? 0 : (i * 37u + y * 101u + salt) * 2654435761u >> 24);
-        };
+        const auto byteAt = [&](int i, int y, unsigned salt) { return bpp == 32 && i % 4 == 3 ? 0 : Noise(i, y, salt); };
         for (int y = 0; y < 2; ++y)
-            for (int i = 0; i < bytes; ++i) {
-                source.row(y)[i] = byteAt(i, y, 1);
-                tile.row(y)[i] = byteAt(i, y, 2);
-            }
+            for (int i = 0; i < bytes; ++i) source.row(y)[i] = byteAt(i, y, 1), tile.row(y)[i] = byteAt(i, y, 2);
         vx::OwnedObject<HBRUSH> brush(CreatePatternBrush(tile.bitmap()));
         SelectObject(dest.dc(), brush.get());
         for (int code = 0; code < 256; ++code) {
             std::vector<uint8_t> expected, got;
             for (int y = 0; y < 2; ++y)
                 for (int i = 0; i < bytes; ++i) {
-                    const uint8_t before = byteAt(i, y, 3);
-                    dest.row(y)[i] = before;
+                    const uint8_t before = dest.row(y)[i] = byteAt(i, y, 3);
                     uint8_t mask = 0;
-                    for (int b = 0; b < 8; ++b) {
-                        const int pixel = (i * 8 + 7 - b) / bpp;
-                        if (pixel >= 1 && pixel < 12) mask = static_cast<uint8_t>(mask | 1 << b);
-                    }
-                    const uint8_t model = vxtest::RopModel(static_cast<uint8_t>(code), tile.row(y)[i], source.row(y)[i], before);
+                    for (int b = 0; b < 8; ++b)
+                        if (const int x = (i * 8 + 7 - b) / bpp; x >= 1 && x < 12) mask = static_cast<uint8_t>(mask | 1 << b);
+                    const uint8_t model =
+                        vxtest::RopModel(static_cast<uint8_t>(code), tile.row(y)[i], source.row(y)[i], before);
                     expected.push_back(static_cast<uint8_t>((model & mask) | (before & ~mask)));
                 }
             ASSERT_TRUE(BitBlt(dest.dc(), 1, 0, 11, 2, source.dc(), 1, 0, static_cast<DWORD>(code) << 16));
@@ -56,107 +56,128 @@ TEST(GdiRaster, EveryRopOnRawBits) {
     }
 }
 
+// Copies at different bit offsets of 1- and 4-bit rows and within one bitmap (scrolling each
+// way), against a pixel model.
+TEST(GdiRaster, OffsetsAndOverlaps) {
+    const auto pixel = [](const Dib& d, int x, int y, int bpp) -> uint32_t {
+        const uint8_t* row = d.row(y);
+        return bpp == 1 ? (row[x >> 3] >> (7 - (x & 7))) & 1 : bpp == 4 ? (row[x >> 1] >> ((x & 1) ? 0 : 4)) & 15 : row[x];
+    };
+    struct Move { int destX, destY, sourceX, sourceY; bool same; };
+    const Move moves[] = {{1, 0, 6, 1, false}, {5, 1, 2, 0, false}, {3, 1, 1, 0, true}, {0, 0, 3, 1, true}};
+    for (const int bpp : {1, 4, 8})
+        for (const DWORD rop : {SRCCOPY, SRCINVERT, NOTSRCCOPY})
+            for (const Move& m : moves) {
+                Dib source(21, 3, bpp), dest(21, 3, bpp);
+                for (int y = 0; y < 3; ++y)
+                    for (int i = 0; i < dest.stride(); ++i)
+                        source.row(y)[i] = Noise(i, y, 5), dest.row(y)[i] = Noise(i, y, 9);
+                const Dib& from = m.same ? dest : source;
+                std::vector<uint32_t> before, model, got;
+                for (int y = 0; y < 3; ++y)
+                    for (int x = 0; x < 21; ++x)
+                        before.push_back(pixel(from, x, y, bpp)), model.push_back(pixel(dest, x, y, bpp));
+                for (int y = m.destY; y < m.destY + 2 && y - m.destY + m.sourceY < 3; ++y)
+                    for (int x = m.destX; x < 21 && x - m.destX + m.sourceX < 21 && x < m.destX + 13; ++x) {
+                        const uint32_t s = before[(y - m.destY + m.sourceY) * 21 + x - m.destX + m.sourceX];
+                        uint32_t& d = model[y * 21 + x];
+                        d = (rop == SRCCOPY ? s : rop == SRCINVERT ? s ^ d : ~s) & (bpp == 8 ? 0xFF : (1u << bpp) - 1);
+                    }
+                EXPECT_TRUE(BitBlt(dest.dc(), m.destX, m.destY, 13, 2, from.dc(), m.sourceX, m.sourceY, rop));
+                for (int y = 0; y < 3; ++y)
+                    for (int x = 0; x < 21; ++x) got.push_back(pixel(dest, x, y, bpp));
+                EXPECT_EQ(got, model) << bpp << " bits, rop " << std::hex << rop << std::dec << ", to " << m.destX << ","
+                                      << m.destY << " from " << m.sourceX << "," << m.sourceY;
+            }
+}
+
 // Monochrome and colour meet through the DCs' colours: a 1-bit device bitmap reads as the
 // destination's text (0) and background (1) colours and takes 1 where a colour source has the
 // source DC's background colour; 1-bit DIB sections convert through their own tables.
 TEST(GdiRaster, MonochromeAndColour) {
     Dib monoBw(4, 1, 1, kBlackWhite), monoRb(4, 1, 1, kRedBlue), colour(4, 1, 32), four(4, 1, 8, kFour);
-    monoBw.set({"50"});
-    monoRb.set({"50"});
-    vx::OwnedObject<HBITMAP> device(CreateBitmap(4, 1, 1, 1, nullptr));
-    vx::MemoryDC deviceDc;
-    SelectObject(deviceDc.get(), device.get());
-    const BYTE deviceBits[2] = {0x50, 0};
-    SetBitmapBits(device.get(), 2, deviceBits);
-    SetTextColor(colour.dc(), RGB(255, 0, 0));
-    SetBkColor(colour.dc(), RGB(0, 255, 0));
-    SetTextColor(monoBw.dc(), RGB(1, 2, 3));
-    SetBkColor(monoBw.dc(), RGB(4, 5, 6));
-    const auto copy = [](const Dib& to, HDC from) { EXPECT_TRUE(BitBlt(to.dc(), 0, 0, 4, 1, from, 0, 0, SRCCOPY)); };
-    copy(colour, monoBw.dc());
-    EXPECT_EQ(colour.hex(32), "00000000ffffff0000000000ffffff00");
-    copy(colour, monoRb.dc());
-    EXPECT_EQ(colour.hex(32), "0000ff00ff0000000000ff00ff000000");
-    copy(colour, deviceDc.get());
-    EXPECT_EQ(colour.hex(32), "0000ff0000ff00000000ff0000ff0000");
-    SetTextColor(four.dc(), RGB(255, 0, 0));
-    SetBkColor(four.dc(), RGB(0, 0, 255));
-    copy(four, monoRb.dc());
-    EXPECT_EQ(four.hex(8), "02030203");
     Dib monoBw2(4, 1, 1, kBlackWhite);
-    copy(monoBw2, monoRb.dc());
-    EXPECT_EQ(monoBw2.hex(1), "00");
-
-    colour.set({"33221100665544003322110000ffffff"});
-    colour.set({"332211006655440033221100ffffff00"});
+    MonoDevice device(1);
+    monoBw.set("50"), monoRb.set("50");
+    const BYTE deviceBits[2] = {0x50, 0};
+    SetBitmapBits(device.bitmap.get(), 2, deviceBits);
+    SetTextColor(colour.dc(), RGB(255, 0, 0)), SetBkColor(colour.dc(), RGB(0, 255, 0));
+    SetTextColor(monoBw.dc(), RGB(1, 2, 3)), SetBkColor(monoBw.dc(), RGB(4, 5, 6));
+    SetTextColor(four.dc(), RGB(255, 0, 0)), SetBkColor(four.dc(), RGB(0, 0, 255));
+    const auto copy = [](HDC to, HDC from) { EXPECT_TRUE(BitBlt(to, 0, 0, 4, 1, from, 0, 0, SRCCOPY)); };
+    copy(colour.dc(), monoBw.dc());
+    EXPECT_EQ(colour.hex(), "00000000ffffff0000000000ffffff00");
+    copy(colour.dc(), monoRb.dc());
+    EXPECT_EQ(colour.hex(), "0000ff00ff0000000000ff00ff000000");
+    copy(colour.dc(), device.dc.get());
+    EXPECT_EQ(colour.hex(), "0000ff0000ff00000000ff0000ff0000");
+    copy(four.dc(), monoRb.dc());
+    EXPECT_EQ(four.hex(), "02030203");
+    copy(monoBw2.dc(), monoRb.dc());
+    EXPECT_EQ(monoBw2.hex(), "00");
+    colour.set("332211006655440033221100ffffff00");
     SetBkColor(colour.dc(), RGB(0x11, 0x22, 0x33));
-    copy(monoBw2, colour.dc());
-    EXPECT_EQ(monoBw2.hex(1), "10");  // nearest of the table, not the background rule
-    copy(monoRb, colour.dc());
-    EXPECT_EQ(monoRb.hex(1), "e0");
-    EXPECT_TRUE(BitBlt(deviceDc.get(), 0, 0, 4, 1, colour.dc(), 0, 0, SRCCOPY));
-    BYTE out[2] = {};
-    GetBitmapBits(device.get(), 2, out);
-    EXPECT_EQ(out[0], 0xa0);
+    copy(monoBw2.dc(), colour.dc());
+    EXPECT_EQ(monoBw2.hex(), "10");  // the nearest entry, not the background rule
+    copy(monoRb.dc(), colour.dc());
+    EXPECT_EQ(monoRb.hex(), "e0");
+    copy(device.dc.get(), colour.dc());
+    EXPECT_EQ(device.firstBytes(), "a0");
 }
 
 // Which source pixel each destination pixel takes (COLORONCOLOR), shrinking and growing,
-// and with either side mirrored.
-TEST(GdiRaster, ColorOnColorPicks) {
-    Dib source(9, 1, 8);
-    source.set({"000102030405060708"});
-    struct Case {
-        int sourceX, sourceWidth, destWidth;
-        bool mirrorDest;
-        const char* expected;
-    } cases[] = {
-        {0, 9, 1, false, "07"},           {0, 2, 1, false, "00"},           {0, 9, 2, false, "0408"},
-        {0, 9, 4, false, "01040608"},     {0, 9, 5, false, "0103040608"},   {0, 7, 5, false, "0002030506"},
-        {0, 8, 7, false, "00010204050607"}, {0, 2, 3, false, "000001"},     {0, 3, 4, false, "00010102"},
-        {0, 5, 8, false, "0000010202030404"}, {0, 7, 12, false, "000001020203030404050606"},
-        {8, -7, 3, false, "070402"},      {8, -7, 1, false, "02"},          {0, 7, 3, true, "060401"},
-        {0, 7, 1, true, "06"},            {8, -7, 10, false, "08070706050504030302"},
-        {0, 7, 10, true, "06050504030302010100"},
+// either side mirrored; rows keep the first pixel of a dropped group, columns the last, and
+// clipping keeps the same picks. BLACKONWHITE ANDs and WHITEONBLACK ORs the raw bits of a
+// dropped group instead.
+TEST(GdiRaster, StretchPicks) {
+    Dib source(9, 1, 8), square(9, 9, 8), dest(5, 4, 8), mono(16, 1, 1, kBlackWhite), eight(6, 1, 8);
+    source.set("000102030405060708"), mono.set("5af0"), eight.set("310ff0881122");
+    struct Case { const Dib& source; int sourceX, sourceWidth, destWidth, mode; bool mirrorDest; const char* expected; };
+    const Case cases[] = {
+        {source, 0, 9, 1, 3, false, "07"}, {source, 0, 2, 1, 3, false, "00"}, {source, 0, 9, 2, 3, false, "0408"},
+        {source, 0, 9, 4, 3, false, "01040608"}, {source, 0, 9, 5, 3, false, "0103040608"},
+        {source, 0, 7, 5, 3, false, "0002030506"}, {source, 0, 8, 7, 3, false, "00010204050607"},
+        {source, 0, 2, 3, 3, false, "000001"}, {source, 0, 3, 4, 3, false, "00010102"},
+        {source, 0, 5, 8, 3, false, "0000010202030404"}, {source, 0, 7, 12, 3, false, "000001020203030404050606"},
+        {source, 8, -7, 3, 3, false, "070402"}, {source, 8, -7, 1, 3, false, "02"}, {source, 0, 7, 3, 3, true, "060401"},
+        {source, 0, 7, 1, 3, true, "06"}, {source, 8, -7, 10, 3, false, "08070706050504030302"},
+        {source, 0, 7, 10, 3, true, "06050504030302010100"}, {mono, 0, 16, 8, BLACKONWHITE, false, "0c"},
+        {mono, 0, 16, 8, WHITEONBLACK, false, "fc"}, {eight, 0, 6, 2, BLACKONWHITE, false, "0000"},
+        {eight, 0, 6, 2, WHITEONBLACK, false, "ffbb"}, {eight, 0, 6, 3, BLACKONWHITE, false, "018000"},
+        {eight, 0, 6, 5, BLACKONWHITE, false, "310f801122"},
     };
     for (const Case& c : cases) {
-        Dib dest(c.destWidth, 1, 8);
-        dest.fill(0xee);
-        SetStretchBltMode(dest.dc(), COLORONCOLOR);
+        const int bpp = &c.source == &mono ? 1 : 8;
+        Dib row(c.destWidth, 1, bpp, bpp == 1 ? kBlackWhite : std::vector<RGBQUAD>{});
+        row.fill(0xee);
+        SetStretchBltMode(row.dc(), c.mode);
         const int x = c.mirrorDest ? c.destWidth - 1 : 0, w = c.mirrorDest ? -c.destWidth : c.destWidth;
-        EXPECT_TRUE(StretchBlt(dest.dc(), x, 0, w, 1, source.dc(), c.sourceX, 0, c.sourceWidth, 1, SRCCOPY));
-        EXPECT_EQ(dest.hex(8), c.expected) << c.sourceX << " " << c.sourceWidth << " -> " << c.destWidth;
+        EXPECT_TRUE(StretchBlt(row.dc(), x, 0, w, 1, c.source.dc(), c.sourceX, 0, c.sourceWidth, 1, SRCCOPY));
+        EXPECT_EQ(row.hex(), c.expected) << c.sourceX << " " << c.sourceWidth << " -> " << c.destWidth << " mode " << c.mode;
     }
-    // Rows keep the first pixel of a dropped group, columns the last; clipping and a
-    // source partly outside keep the same picks.
-    Dib square(9, 9, 8);
     for (int i = 0; i < 81; ++i) square.row(i / 9)[i % 9] = static_cast<uint8_t>(i);
-    Dib dest(5, 4, 8);
     SetStretchBltMode(dest.dc(), COLORONCOLOR);
     StretchBlt(dest.dc(), 0, 0, 5, 4, square.dc(), 0, 0, 9, 9, SRCCOPY);
-    EXPECT_EQ(dest.hex(8), "0103040608/131516181a/2e30313335/4042434547");
+    EXPECT_EQ(dest.hex(), "0103040608/131516181a/2e30313335/4042434547");
     dest.fill(0xee);
     vx::OwnedObject<HRGN> clip(CreateRectRgn(2, 1, 4, 3));
     SelectClipRgn(dest.dc(), clip.get());
     StretchBlt(dest.dc(), 0, 0, 5, 4, square.dc(), 0, 0, 9, 9, SRCCOPY);
-    EXPECT_EQ(dest.hex(8), "eeeeeeeeee/eeee1618ee/eeee3133ee/eeeeeeeeee");
+    EXPECT_EQ(dest.hex(), "eeeeeeeeee/eeee1618ee/eeee3133ee/eeeeeeeeee");
     SelectClipRgn(dest.dc(), nullptr);
-    dest.fill(0xee);
     StretchBlt(dest.dc(), -2, -1, 7, 5, square.dc(), 0, 0, 9, 9, SRCCOPY);
-    EXPECT_EQ(dest.hex(8), "151617191a/2728292b2c/3031323435/4243444647");
+    EXPECT_EQ(dest.hex(), "151617191a/2728292b2c/3031323435/4243444647");
     dest.fill(0xee);
     StretchBlt(dest.dc(), 0, 0, 5, 4, square.dc(), -3, -2, 9, 9, SRCCOPY);
-    EXPECT_EQ(dest.hex(8), "eeeeeeeeee/ee00010305/ee1b1c1e20/ee2d2e3032");
+    EXPECT_EQ(dest.hex(), "eeeeeeeeee/ee00010305/ee1b1c1e20/ee2d2e3032");
 }
 
-// A source rectangle partly outside its bitmap: only the destination pixels whose source
-// exists change. Mirrored, the run drawn stays at the end it would take unmirrored.
+// A source rectangle partly outside its bitmap: only destination pixels whose source exists
+// change. Mirrored, the run drawn stays at the end it would take unmirrored.
 TEST(GdiRaster, SourcePartlyOutside) {
-    Dib row(6, 1, 8), wide(8, 1, 8);
-    row.set({"101112131415"});
-    struct Case {
-        int x, w, sourceX, sourceWidth;
-        const char* expected;
-    } cases[] = {
+    Dib row(6, 1, 8), wide(8, 1, 8), source(4, 4, 8), dest(6, 6, 8);
+    row.set("101112131415");
+    struct Case { int x, w, sourceX, sourceWidth; const char* expected; } cases[] = {
         {0, 4, 0, -4, "eeeeee10eeeeeeee"}, {0, 4, 2, -4, "ee121110eeeeeeee"}, {0, 8, 5, -8, "eeee151413121110"},
         {0, 4, 7, -4, "1514eeeeeeeeeeee"}, {0, 8, 9, -8, "15141312eeeeeeee"}, {2, -4, -1, 4, "121110eeeeeeeeee"},
         {9, -8, 0, 6, "eeee151414131211"}, {0, 8, -2, 4, "eeeeeeee10101111"}, {0, 3, -2, 6, "ee1113eeeeeeeeee"},
@@ -166,225 +187,46 @@ TEST(GdiRaster, SourcePartlyOutside) {
     for (const Case& c : cases) {
         wide.fill(0xee);
         EXPECT_TRUE(StretchBlt(wide.dc(), c.x, 0, c.w, 1, row.dc(), c.sourceX, 0, c.sourceWidth, 1, SRCCOPY));
-        EXPECT_EQ(wide.hex(8), c.expected) << c.x << " " << c.w << " from " << c.sourceX << " " << c.sourceWidth;
+        EXPECT_EQ(wide.hex(), c.expected) << c.x << " " << c.w << " from " << c.sourceX << " " << c.sourceWidth;
     }
-
-    Dib source(4, 4, 8), dest(6, 6, 8);
     for (int i = 0; i < 16; ++i) source.row(i / 4)[i % 4] = static_cast<uint8_t>(0x10 + i);
     dest.fill(0xee);
-    EXPECT_TRUE(BitBlt(dest.dc(), 1, 1, 4, 4, source.dc(), -2, -1, SRCCOPY));
-    EXPECT_EQ(dest.hex(8), "eeeeeeeeeeee/eeeeeeeeeeee/eeeeee1011ee/eeeeee1415ee/eeeeee1819ee/eeeeeeeeeeee");
-    dest.fill(0xee);
     EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 4, 4, source.dc(), -1, -1, NOTSRCCOPY));
-    EXPECT_EQ(dest.hex(8), "eeeeeeeeeeee/eeefeeedeeee/eeebeae9eeee/eee7e6e5eeee/eeeeeeeeeeee/eeeeeeeeeeee");
-    dest.fill(0xee);
-    EXPECT_TRUE(StretchBlt(dest.dc(), 0, 0, 6, 6, source.dc(), -1, -1, 3, 3, SRCCOPY));
-    EXPECT_EQ(dest.hex(8), "eeeeeeeeeeee/eeeeeeeeeeee/eeee10101111/eeee10101111/eeee14141515/eeee14141515");
+    EXPECT_EQ(dest.hex(), "eeeeeeeeeeee/eeefeeedeeee/eeebeae9eeee/eee7e6e5eeee/eeeeeeeeeeee/eeeeeeeeeeee");
 }
 
-// BLACKONWHITE ANDs and WHITEONBLACK ORs the raw bits a shrinking pixel stands for.
-TEST(GdiRaster, AndAndOrScans) {
-    Dib mono(16, 1, 1, kBlackWhite), eight(6, 1, 8);
-    mono.set({"5af0"});
-    eight.set({"310ff0881122"});
-    struct Case {
-        const Dib& source;
-        int sourceWidth, destWidth, bpp, mode;
-        const char* expected;
-    } cases[] = {
-        {mono, 16, 8, 1, BLACKONWHITE, "0c"}, {mono, 16, 8, 1, WHITEONBLACK, "fc"},
-        {eight, 6, 2, 8, BLACKONWHITE, "0000"}, {eight, 6, 2, 8, WHITEONBLACK, "ffbb"},
-        {eight, 6, 3, 8, BLACKONWHITE, "018000"}, {eight, 6, 5, 8, BLACKONWHITE, "310f801122"},
-    };
-    for (const Case& c : cases) {
-        Dib dest(c.destWidth, 1, c.bpp, c.bpp == 1 ? kBlackWhite : std::vector<RGBQUAD>{});
-        SetStretchBltMode(dest.dc(), c.mode);
-        StretchBlt(dest.dc(), 0, 0, c.destWidth, 1, c.source.dc(), 0, 0, c.sourceWidth, 1, SRCCOPY);
-        EXPECT_EQ(dest.hex(c.bpp), c.expected) << c.sourceWidth << " -> " << c.destWidth << " mode " << c.mode;
-    }
-}
-
-// HALFTONE interpolates bilinearly at x * source / dest, each pass rounded.
+// HALFTONE interpolates bilinearly at x * source / dest, each pass rounded, on the source in
+// the destination's format; mirroring reads the source backwards; an inner source rectangle
+// reads no neighbour beyond its edge.
 TEST(GdiRaster, Halftone) {
     Dib source(7, 5, 32);
-    source.set({"7ec64100b07e9600e48127009b6bc400df4bf90074fb9500b6e2d900",
-                "aefb9c00bc54bf00d5f60f0032bd0a00f4df3100227c2300f01caf00",
-                "45e17d00eb87c400dd01e200a1bfd2009a31e200cddee3007856e900",
-                "847293009f0f50009747280041672c00f46675007e8742000559b300",
-                "42aa4d000e88e400243cf7009259ef0048eaee00ae5656003c13e100"});
-    Dib dest(5, 3, 32);
-    SetStretchBltMode(dest.dc(), HALFTONE);
-    EXPECT_EQ(GetStretchBltMode(dest.dc()), HALFTONE);
-    StretchBlt(dest.dc(), 0, 0, 5, 3, source.dc(), 0, 0, 7, 5, SRCCOPY);
-    EXPECT_EQ(dest.hex(32), "7ec64100c57f6a00aa6fa500ca6ee5009cecbe00/68ea8700db68b3008fa99200b17ca6009b73c200/"
-                            "6e857c00703c7900605c6d00b18d8d0047579200");
-    StretchBlt(dest.dc(), 4, 0, -5, 3, source.dc(), 0, 0, 7, 5, SRCCOPY);
-    EXPECT_EQ(dest.hex(32), "b6e2d9009fb5bd00a965cf00da803d0092a96300/a043d600a39da50088ae9400db5aa30096bb9f00/"
-                            "1742c200a0826a006f6c7700714171006e657e00");
-    Dib grow(3, 8, 32);
-    SetStretchBltMode(grow.dc(), HALFTONE);
-    StretchBlt(grow.dc(), 0, 0, 3, 8, source.dc(), 0, 0, 7, 5, SRCCOPY);
-    EXPECT_EQ(grow.hex(32).substr(0, 54), "7ec64100cc7a5b0098c0b600/9ce77a00b0bc2a007aaa5d00/94f5");
-    Dib gray(5, 3, 8);
-    SetStretchBltMode(gray.dc(), HALFTONE);
-    StretchBlt(gray.dc(), 0, 0, 5, 3, source.dc(), 0, 0, 7, 5, SRCCOPY);
-    EXPECT_EQ(gray.hex(8), "818f95b5c2/9ea7999c9c/7b61639865");
-}
-
-// Brushes: solid colours take the nearest entry (no dithering); monochrome patterns take the
-// DC's colours except on a monochrome device bitmap; patterns tile from the origin, whole.
-TEST(GdiRaster, Brushes) {
-    Dib four(8, 1, 8, kFour), mono(8, 1, 1, kBlackWhite), wide(10, 3, 32);
-    const auto fill = [](HDC dc, HBRUSH brush, int w, int h, DWORD rop = PATCOPY) {
-        HGDIOBJ old = SelectObject(dc, brush);
-        EXPECT_TRUE(PatBlt(dc, 0, 0, w, h, rop));
-        SelectObject(dc, old);
+    source.set(kMixed7x5);
+    struct Case { int w, h, bpp, x, sourceX, sourceY, sourceWidth, sourceHeight; const char* expected; } cases[] = {
+        {5, 3, 32, 0, 0, 0, 7, 5,
+         "7ec64100c57f6a00aa6fa500ca6ee5009cecbe00/68ea8700db68b3008fa99200b17ca6009b73c200/"
+         "6e857c00703c7900605c6d00b18d8d0047579200"},
+        {-5, 3, 32, 4, 0, 0, 7, 5,
+         "b6e2d9009fb5bd00a965cf00da803d0092a96300/a043d600a39da50088ae9400db5aa30096bb9f00/"
+         "1742c200a0826a006f6c7700714171006e657e00"},
+        {5, 3, 32, 0, 1, 1, 4, 3,
+         "bc54bf00d0d6320073d40c0080cb1a00f4df3100/eb87c400e01cdc00b973d8009e86d8009a31e200/"
+         "9f0f5000993c3000635a2a0089674900f4667500"},
+        {5, 3, 8, 0, 0, 0, 7, 5, "818f95b5c2/9ea7999c9c/7b61639865"},
+        {5, 3, 1, 0, 0, 0, 7, 5, "f8/f8/90"},
+        {3, 3, 32, 0, 0, 0, 7, 2, "7ec64100cc7a5b0098c0b600/9ee97e00aec0270078a95700/aefb9c009fe30d00689d2800"},
     };
-    vx::OwnedObject<HBRUSH> gray(CreateSolidBrush(RGB(128, 128, 128))), reddish(CreateSolidBrush(RGB(200, 10, 10)));
-    fill(four.dc(), reddish.get(), 8, 1);
-    EXPECT_EQ(four.hex(8), "0202020202020202");
-    fill(mono.dc(), gray.get(), 8, 1);
-    EXPECT_EQ(mono.hex(1), "00");
-    SetBkColor(mono.dc(), RGB(128, 128, 128));
-    fill(mono.dc(), gray.get(), 8, 1);
-    EXPECT_EQ(mono.hex(1), "ff");
-
-    vx::OwnedObject<HBITMAP> bits(CreateBitmap(8, 8, 1, 1, nullptr));
-    BYTE rows[16] = {};
-    for (int i = 0; i < 8; ++i) rows[2 * i] = static_cast<BYTE>(0x81 ^ (1 << i));
-    SetBitmapBits(bits.get(), 16, rows);
-    vx::OwnedObject<HBRUSH> pattern(CreatePatternBrush(bits.get()));
-    SetTextColor(wide.dc(), RGB(255, 0, 0));
-    SetBkColor(wide.dc(), RGB(0, 0, 255));
-    fill(wide.dc(), pattern.get(), 10, 3);
-    EXPECT_EQ(wide.hex(32).substr(0, 80), "ff0000000000ff000000ff000000ff000000ff000000ff000000ff000000ff00ff0000000000ff00");
-    Dib monoWide(10, 3, 1, kBlackWhite);
-    SetTextColor(monoWide.dc(), RGB(255, 255, 255));
-    SetBkColor(monoWide.dc(), RGB(0, 0, 0));
-    fill(monoWide.dc(), pattern.get(), 10, 3);
-    EXPECT_EQ(monoWide.hex(1), "7f40/7c40/7a40");
-
-    Dib big(12, 10, 32), target(14, 12, 32);
-    for (int i = 0; i < 120; ++i) reinterpret_cast<DWORD*>(big.row(0))[i] = static_cast<DWORD>(i);
-    vx::OwnedObject<HBRUSH> tile(CreatePatternBrush(big.bitmap()));
-    fill(target.dc(), tile.get(), 14, 12);
-    EXPECT_EQ(reinterpret_cast<DWORD*>(target.row(11))[13], 13u);
-    EXPECT_EQ(reinterpret_cast<DWORD*>(target.row(0))[12], 0u);
-
-    LOGBRUSH logical{};
-    const LOGBRUSH solid{BS_SOLID, RGB(1, 2, 3), 0}, bad{77, 0, 0};
-    vx::OwnedObject<HBRUSH> indirect(CreateBrushIndirect(&solid));
-    ASSERT_EQ(GetObjectA(indirect.get(), sizeof logical, &logical), static_cast<int>(sizeof logical));
-    EXPECT_EQ(logical.lbColor, RGB(1, 2, 3));
-    EXPECT_EQ(CreateBrushIndirect(&bad), nullptr);
-    EXPECT_EQ(CreatePatternBrush(nullptr), nullptr);
-}
-
-// The DIB transfers: rows counted from the bottom for the source rectangle, the scan-line
-// bands of SetDIBitsToDevice, and the answers Wine gives.
-TEST(GdiRaster, DibTransfers) {
-    Dib dest(4, 8, 8);
-    std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
-    *header = {sizeof(BITMAPINFOHEADER), 4, 8, 1, 8, BI_RGB, 0, 0, 0, 0, 0};
-    auto* table = reinterpret_cast<RGBQUAD*>(header + 1);
-    for (int i = 0; i < 256; ++i) table[i] = {static_cast<BYTE>(i), static_cast<BYTE>(i), static_cast<BYTE>(i), 0};
-    uint8_t bits[32];
-    for (int i = 0; i < 32; ++i) bits[i] = static_cast<uint8_t>(i * 4);
-    const auto* bmi = reinterpret_cast<BITMAPINFO*>(info.data());
-    struct Band {
-        int height, w, h, sx, sy;
-        UINT start, lines;
-        int answer;
-        const char* firstRows;
-    } bands[] = {
-        {8, 4, 8, 0, 0, 0, 8, 8, "7074787c/6064686c"},  {8, 4, 4, 0, 0, 0, 8, 4, "3034383c/2024282c"},
-        {8, 4, 8, 0, 0, 2, 3, 3, "eeeeeeee/eeeeeeee"},  {8, 2, 2, 1, 1, 0, 8, 3, "2428eeee/1418eeee"},
-        {8, 4, 8, 0, 0, 7, 4, 1, "0004080c/eeeeeeee"},  {8, 4, 8, 0, -2, 0, 8, 6, "5054585c/4044484c"},
-        {8, 0, 8, 0, 0, 0, 8, 0, "eeeeeeee/eeeeeeee"},  {8, 4, 0, 0, 0, 0, 8, 0, "eeeeeeee/eeeeeeee"},
-        {-8, 4, 4, 0, 0, 0, 8, 8, "4044484c/5054585c"}, {-8, 4, 8, 0, 0, 0, 20, 0, "eeeeeeee/eeeeeeee"},
-        {-8, 4, 8, 0, 0, 7, 4, 4, "3034383c/eeeeeeee"}, {-8, 4, 0, 0, 0, 0, 8, 8, "eeeeeeee/eeeeeeee"},
-        {-8, 4, 8, 0, 0, 9, 4, 0, "eeeeeeee/eeeeeeee"},
-    };
-    for (const Band& b : bands) {
-        header->biHeight = b.height;
-        dest.fill(0xee);
-        EXPECT_EQ(SetDIBitsToDevice(dest.dc(), 0, 0, b.w, b.h, b.sx, b.sy, b.start, b.lines, bits, bmi, DIB_RGB_COLORS),
-                  b.answer)
-            << b.height << " " << b.start << " " << b.lines;
-        EXPECT_EQ(dest.hex(8).substr(0, 17), b.firstRows) << b.height << " " << b.start << " " << b.lines;
+    for (const Case& c : cases) {
+        Dib dest(c.w < 0 ? -c.w : c.w, c.h, c.bpp, c.bpp == 1 ? kBlackWhite : std::vector<RGBQUAD>{});
+        SetStretchBltMode(dest.dc(), HALFTONE);
+        EXPECT_EQ(GetStretchBltMode(dest.dc()), HALFTONE);
+        StretchBlt(dest.dc(), c.x, 0, c.w, c.h, source.dc(), c.sourceX, c.sourceY, c.sourceWidth, c.sourceHeight, SRCCOPY);
+        EXPECT_EQ(dest.hex(), c.expected) << c.w << " x " << c.h << " at " << c.bpp;
     }
-    struct Stretch {
-        int height, w, h, sx, sy, sw, sh;
-        DWORD rop;
-        int answer;
-        const char* firstRows;
-    } stretches[] = {
-        {8, 4, 8, 0, 0, 2, 2, SRCCOPY, 8, "10101414/10101414"}, {8, 4, 8, 0, 2, 4, 3, SRCCOPY, 8, "4044484c/4044484c"},
-        {8, 2, 3, 0, 0, 4, 8, SRCAND, 8, "4048eeee/0008eeee"},  {-8, 4, 8, 0, 2, 4, 3, SRCCOPY, 8, "3034383c/3034383c"},
-        {-8, 4, 8, 0, 0, 4, 8, BLACKNESS, -8, "00000000/00000000"}, {8, 4, 8, 10, 10, 4, 8, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
-        {8, 4, 8, -2, -2, 4, 8, SRCCOPY, 8, "eeee5054/eeee4044"},  {8, 4, 8, 0, 0, 0, 8, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
-        {-8, 4, 8, 0, 0, 4, 8, SRCCOPY, 8, "0004080c/1014181c"}, {8, 4, 8, 0, 0, -4, 8, SRCCOPY, 8, "eeeeee70/eeeeee60"},
-        {8, -4, 8, 0, 0, 4, 8, SRCCOPY, 8, "70eeeeee/60eeeeee"},  {8, 4, 2, 0, 2, 4, -2, SRCCOPY, 8, "0004080c/1014181c"},
-        {8, 4, 2, 0, 0, 4, -2, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
-    };
-    for (const Stretch& s : stretches) {
-        header->biHeight = s.height;
-        dest.fill(0xee);
-        SetStretchBltMode(dest.dc(), BLACKONWHITE);
-        EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, s.w, s.h, s.sx, s.sy, s.sw, s.sh, bits, bmi, DIB_RGB_COLORS, s.rop),
-                  s.answer)
-            << s.height << " " << s.sx << "," << s.sy << " " << s.sw << "x" << s.sh;
-        EXPECT_EQ(dest.hex(8).substr(0, 17), s.firstRows) << s.height << " " << s.sw << "x" << s.sh;
-    }
-    header->biHeight = 8;
-    EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 4, 8, 0, 0, 4, 8, nullptr, bmi, DIB_RGB_COLORS, SRCCOPY), 0);
-    EXPECT_EQ(SetDIBitsToDevice(nullptr, 0, 0, 4, 8, 0, 0, 0, 8, bits, bmi, DIB_RGB_COLORS), 0);
-    header->biBitCount = 7;
-    EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 4, 8, 0, 0, 4, 8, bits, bmi, DIB_RGB_COLORS, SRCCOPY), 0);
 }
 
-// Refusals, the screen, and the DC colour and mode calls.
-TEST(GdiRaster, CallsAndRefusals) {
-    Dib dib(4, 4, 8);
-    EXPECT_FALSE(BitBlt(dib.dc(), 0, 0, 4, 4, nullptr, 0, 0, SRCCOPY));
-    EXPECT_TRUE(BitBlt(dib.dc(), 0, 0, 4, 4, nullptr, 0, 0, PATCOPY));
-    EXPECT_FALSE(BitBlt(nullptr, 0, 0, 4, 4, dib.dc(), 0, 0, SRCCOPY));
-    EXPECT_FALSE(PatBlt(dib.dc(), 0, 0, 4, 4, SRCCOPY));
-    EXPECT_TRUE(StretchBlt(dib.dc(), 0, 0, 4, 4, dib.dc(), 0, 0, 0, 4, SRCCOPY));
-    HDC screen = GetDC(nullptr);
-    EXPECT_TRUE(BitBlt(screen, 0, 0, 4, 4, dib.dc(), 0, 0, SRCCOPY));
-    EXPECT_TRUE(BitBlt(dib.dc(), 0, 0, 4, 4, screen, 0, 0, SRCCOPY));
-    ReleaseDC(nullptr, screen);
-
-    HDC dc = dib.dc();
-    EXPECT_EQ(GetTextColor(dc), 0u);
-    EXPECT_EQ(GetBkColor(dc), RGB(255, 255, 255));
-    EXPECT_EQ(SetTextColor(dc, 0x01000005), 0u);
-    EXPECT_EQ(SetTextColor(dc, 0xff123456), 0x01000005u);
-    EXPECT_EQ(GetTextColor(dc), 0xff123456u);
-    EXPECT_EQ(SetBkMode(dc, 3), 0);
-    EXPECT_EQ(SetBkMode(dc, TRANSPARENT), OPAQUE);
-    EXPECT_EQ(GetBkMode(dc), TRANSPARENT);
-    EXPECT_EQ(SetStretchBltMode(dc, 5), 0);
-    EXPECT_EQ(SetStretchBltMode(dc, COLORONCOLOR), BLACKONWHITE);
-    EXPECT_EQ(GetStretchBltMode(dc), COLORONCOLOR);
-    EXPECT_EQ(SetTextColor(nullptr, 1), CLR_INVALID);
-    EXPECT_EQ(GetTextColor(nullptr), 0u);
-    EXPECT_EQ(SetBkColor(nullptr, 1), CLR_INVALID);
-    EXPECT_EQ(GetBkColor(nullptr), CLR_INVALID);
-    EXPECT_EQ(GetBkMode(nullptr), 0);
-    EXPECT_EQ(GetStretchBltMode(nullptr), 0);
-}
-
-}  // namespace
-
-namespace {
-
-// Conversions between depths through a copy: a 32-bit source of mixed colours into 24-,
-// 16-, 8-, 4- and 1-bit destinations (into 8 bits a direct colour takes the entry nearest
-// its 5-bit cell's middle, into 4 bits the entry nearest itself), and those back into 32
-// bits; BI_BITFIELDS DIBs through StretchDIBits.
+// Depth conversions through a copy: a 32-bit source of mixed colours into 24, 16, 8 (a direct
+// colour takes the entry nearest its 5-bit cell's middle), 4 (the entry nearest itself) and 1
+// bits, and back into 32.
 TEST(GdiRaster, FormatConversions) {
     Dib source(5, 2, 32);
     for (int y = 0; y < 2; ++y)
@@ -393,11 +235,7 @@ TEST(GdiRaster, FormatConversions) {
             const DWORD v = GetBValue(c) | GetGValue(c) << 8 | static_cast<DWORD>(GetRValue(c)) << 16;
             std::memcpy(source.row(y) + 4 * x, &v, 4);
         }
-    struct Case {
-        int bpp;
-        const char* there;
-        const char* back;
-    } cases[] = {
+    struct Case { int bpp; const char *there, *back; } cases[] = {
         {24, "0000008cde8b19bd17a69ba2337a2e/24e813a836983d55048273b117923d",
          "000000008cde8b0019bd1700a69ba200337a2e00/24e81300a83698003d5504008273b10017923d00"},
         {16, "00007147e30a7452e615/a40bd54c4701d059421e",
@@ -410,35 +248,187 @@ TEST(GdiRaster, FormatConversions) {
         Dib dest(5, 2, c.bpp, c.bpp == 1 ? kBlackWhite : std::vector<RGBQUAD>{}), back(5, 2, 32);
         EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 5, 2, source.dc(), 0, 0, SRCCOPY));
         EXPECT_TRUE(BitBlt(back.dc(), 0, 0, 5, 2, dest.dc(), 0, 0, SRCCOPY));
-        EXPECT_EQ(dest.hex(c.bpp), c.there) << c.bpp;
-        EXPECT_EQ(back.hex(32), c.back) << c.bpp;
-    }
-    // 5-6-5 and 10-bit-channel DIBs.
-    const DWORD masks565[3] = {0xF800, 0x07E0, 0x001F}, masks101010[3] = {0x3FF00000, 0x000FFC00, 0x000003FF};
-    struct Fields {
-        int bpp;
-        const DWORD* masks;
-        const char* expected;
-    } fields[] = {{16, masks565, "94823100b5087b00d692bd00"}, {32, masks101010, "0463e10026ebc30043bea700"}};
-    for (const Fields& f : fields) {
-        std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 3 * sizeof(DWORD));
-        auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
-        *header = {sizeof(BITMAPINFOHEADER), 3, -1, 1, static_cast<WORD>(f.bpp), BI_BITFIELDS, 0, 0, 0, 0, 0};
-        std::memcpy(header + 1, f.masks, 3 * sizeof(DWORD));
-        const uint8_t bits[12] = {0x12, 0x34, 0x56, 0x78, 0x9a, 0xbc, 0xde, 0xf0, 0x0f, 0xed, 0xcb, 0xa9};
-        Dib dest(3, 1, 32);
-        EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 3, 1, 0, 0, 3, 1, bits, reinterpret_cast<BITMAPINFO*>(info.data()),
-                                DIB_RGB_COLORS, SRCCOPY),
-                  1);
-        EXPECT_EQ(dest.hex(32), f.expected) << f.bpp;
+        EXPECT_EQ(dest.hex(), c.there) << c.bpp;
+        EXPECT_EQ(back.hex(), c.back) << c.bpp;
     }
 }
 
-// Mapping modes reach the transfers: the destination and source rectangles are mapped by
-// their DCs, so a scaled DC stretches a BitBlt; bad extents draw nothing and do not fault.
-TEST(GdiRaster, MappedAndHuge) {
-    Dib source(2, 2, 8), dest(6, 6, 8);
-    source.set({"0102", "0304"});
+// Brushes: solid colours take the nearest entry (no dithering) except on a 1-bit device
+// bitmap, which dithers every colour (8 x 8 ordered dither of its gray); monochrome patterns
+// take the DC's colours; patterns tile from the origin, whole; palette indices go through the
+// DC's palette; a hollow brush draws nothing.
+TEST(GdiRaster, Brushes) {
+    Dib four(8, 1, 8, kFour), mono(8, 1, 1, kBlackWhite), wide(10, 3, 32), monoWide(10, 3, 1, kBlackWhite);
+    const auto fill = [](HDC dc, HBRUSH brush, int w, int h, DWORD rop = PATCOPY) {
+        HGDIOBJ old = SelectObject(dc, brush);
+        EXPECT_TRUE(PatBlt(dc, 0, 0, w, h, rop));
+        SelectObject(dc, old);
+    };
+    vx::OwnedObject<HBRUSH> gray(CreateSolidBrush(RGB(128, 128, 128))), reddish(CreateSolidBrush(RGB(200, 10, 10)));
+    fill(four.dc(), reddish.get(), 8, 1);
+    EXPECT_EQ(four.hex(), "0202020202020202");
+    fill(mono.dc(), gray.get(), 8, 1);
+    EXPECT_EQ(mono.hex(), "00");
+    SetBkColor(mono.dc(), RGB(128, 128, 128));
+    fill(mono.dc(), gray.get(), 8, 1);
+    EXPECT_EQ(mono.hex(), "ff");
+
+    MonoDevice device(8);
+    const std::pair<COLORREF, const char*> dithers[] = {
+        {RGB(8, 8, 8), "0000000800000080"},     {RGB(96, 96, 96), "11aa44aa11aa44aa"},
+        {RGB(200, 200, 200), "55ff5dff55ffd5ff"}, {RGB(250, 250, 250), "7fffffffffffffff"},
+        {RGB(255, 0, 0), "00aa04aa00aa44aa"},     {RGB(0, 255, 0), "55ab55ee55ba55ee"},
+        {RGB(0, 0, 255), "0002008800220088"},     {RGB(100, 150, 200), "55aa55ae55aa55ee"},
+        {RGB(1, 2, 3), "0000000000000000"}};
+    for (const auto& [colour, expected] : dithers) {
+        vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(colour));
+        fill(device.dc.get(), brush.get(), 16, 8);
+        EXPECT_EQ(device.firstBytes(), expected) << std::hex << colour;
+    }
+    Dib stripes(4, 1, 32);
+    stripes.set("0000ff0000ff0000ffffff0000000000");
+    vx::OwnedObject<HBRUSH> striped(CreatePatternBrush(stripes.bitmap()));
+    fill(device.dc.get(), striped.get(), 16, 8);
+    EXPECT_EQ(device.firstBytes().substr(0, 2), "66");
+
+    BYTE rows[16] = {};
+    for (int i = 0; i < 8; ++i) rows[2 * i] = static_cast<BYTE>(0x81 ^ (1 << i));
+    vx::OwnedObject<HBITMAP> eightByEight(CreateBitmap(8, 8, 1, 1, rows));
+    vx::OwnedObject<HBRUSH> pattern(CreatePatternBrush(eightByEight.get()));
+    SetTextColor(wide.dc(), RGB(255, 0, 0)), SetBkColor(wide.dc(), RGB(0, 0, 255));
+    fill(wide.dc(), pattern.get(), 10, 3);
+    EXPECT_EQ(wide.hex().substr(0, 80), "ff0000000000ff000000ff000000ff000000ff000000ff000000ff000000ff00ff0000000000ff00");
+    SetTextColor(monoWide.dc(), RGB(255, 255, 255)), SetBkColor(monoWide.dc(), RGB(0, 0, 0));
+    fill(monoWide.dc(), pattern.get(), 10, 3);
+    EXPECT_EQ(monoWide.hex(), "7f40/7c40/7a40");
+
+    Dib big(12, 10, 32), target(14, 12, 32);
+    for (int i = 0; i < 120; ++i) reinterpret_cast<DWORD*>(big.row(0))[i] = static_cast<DWORD>(i);
+    vx::OwnedObject<HBRUSH> tile(CreatePatternBrush(big.bitmap()));
+    fill(target.dc(), tile.get(), 14, 12);
+    EXPECT_EQ(reinterpret_cast<DWORD*>(target.row(11))[13], 13u);
+    EXPECT_EQ(reinterpret_cast<DWORD*>(target.row(0))[12], 0u);
+
+    Dib colour(2, 1, 32);
+    const BYTE fives[2] = {0x5a, 0};
+    SetBitmapBits(device.bitmap.get(), 2, fives);
+    SetTextColor(colour.dc(), PALETTEINDEX(12)), SetBkColor(colour.dc(), PALETTEINDEX(9));
+    BitBlt(colour.dc(), 0, 0, 2, 1, device.dc.get(), 0, 0, SRCCOPY);
+    EXPECT_EQ(colour.hex(), "80808000f0caa600");
+    vx::OwnedObject<HBRUSH> indexed(CreateSolidBrush(PALETTEINDEX(13)));
+    fill(colour.dc(), indexed.get(), 2, 1);
+    EXPECT_EQ(colour.hex(), "0000ff000000ff00");
+    fill(colour.dc(), static_cast<HBRUSH>(GetStockObject(NULL_BRUSH)), 2, 1, PATINVERT);
+    EXPECT_EQ(colour.hex(), "0000ff000000ff00");
+
+    LOGBRUSH logical{}, solid{BS_SOLID, RGB(1, 2, 3), 0}, bad{77, 0, 0};
+    vx::OwnedObject<HBRUSH> indirect(CreateBrushIndirect(&solid));
+    EXPECT_TRUE(GetObjectA(indirect.get(), sizeof logical, &logical) && logical.lbColor == RGB(1, 2, 3));
+    EXPECT_EQ(CreateBrushIndirect(&bad), nullptr);
+    EXPECT_EQ(CreatePatternBrush(nullptr), nullptr);
+}
+
+// The DIB transfers: source rows counted from the bottom, the scan-line bands of
+// SetDIBitsToDevice, negative extents, DIB_PAL_COLORS tables, bit fields, and Wine's answers.
+TEST(GdiRaster, DibTransfers) {
+    Dib dest(4, 8, 8);
+    std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
+    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
+    *header = {sizeof(BITMAPINFOHEADER), 4, 8, 1, 8, BI_RGB, 0, 0, 0, 0, 0};
+    auto* table = reinterpret_cast<RGBQUAD*>(header + 1);
+    for (int i = 0; i < 256; ++i) table[i] = {static_cast<BYTE>(i), static_cast<BYTE>(i), static_cast<BYTE>(i), 0};
+    uint8_t bits[32];
+    for (int i = 0; i < 32; ++i) bits[i] = static_cast<uint8_t>(i * 4);
+    const auto* bmi = reinterpret_cast<BITMAPINFO*>(info.data());
+    struct Band { int height, w, h, sx, sy; UINT start, lines; int answer; const char* firstRows; } bands[] = {
+        {8, 4, 8, 0, 0, 0, 8, 8, "7074787c/6064686c"},  {8, 4, 4, 0, 0, 0, 8, 4, "3034383c/2024282c"},
+        {8, 4, 8, 0, 0, 2, 3, 3, "eeeeeeee/eeeeeeee"},  {8, 2, 2, 1, 1, 0, 8, 3, "2428eeee/1418eeee"},
+        {8, 4, 8, 0, 0, 7, 4, 1, "0004080c/eeeeeeee"},  {8, 4, 8, 0, -2, 0, 8, 6, "5054585c/4044484c"},
+        {8, 0, 8, 0, 0, 0, 8, 0, "eeeeeeee/eeeeeeee"},  {8, 4, 0, 0, 0, 0, 8, 0, "eeeeeeee/eeeeeeee"},
+        {-8, 4, 4, 0, 0, 0, 8, 8, "4044484c/5054585c"}, {-8, 4, 8, 0, 0, 0, 20, 0, "eeeeeeee/eeeeeeee"},
+        {-8, 4, 8, 0, 0, 7, 4, 4, "3034383c/eeeeeeee"}, {-8, 4, 0, 0, 0, 0, 8, 8, "eeeeeeee/eeeeeeee"},
+        {-8, 4, 8, 0, 0, 9, 4, 0, "eeeeeeee/eeeeeeee"},
+    };
+    for (const Band& b : bands) {
+        header->biHeight = b.height;
+        dest.fill(0xee);
+        EXPECT_EQ(SetDIBitsToDevice(dest.dc(), 0, 0, b.w, b.h, b.sx, b.sy, b.start, b.lines, bits, bmi, DIB_RGB_COLORS),
+                  b.answer) << b.height << " " << b.start << " " << b.lines;
+        EXPECT_EQ(dest.hex().substr(0, 17), b.firstRows) << b.height << " " << b.start << " " << b.lines;
+    }
+    struct Stretch { int height, w, h, sx, sy, sw, sh; DWORD rop; int answer; const char* firstRows; } stretches[] = {
+        {8, 4, 8, 0, 0, 2, 2, SRCCOPY, 8, "10101414/10101414"},    {8, 4, 8, 0, 2, 4, 3, SRCCOPY, 8, "4044484c/4044484c"},
+        {8, 2, 3, 0, 0, 4, 8, SRCAND, 8, "4048eeee/0008eeee"},     {-8, 4, 8, 0, 2, 4, 3, SRCCOPY, 8, "3034383c/3034383c"},
+        {-8, 4, 8, 0, 0, 4, 8, BLACKNESS, -8, "00000000/00000000"}, {8, 4, 8, 10, 10, 4, 8, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
+        {8, 4, 8, -2, -2, 4, 8, SRCCOPY, 8, "eeee5054/eeee4044"},  {8, 4, 8, 0, 0, 0, 8, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
+        {-8, 4, 8, 0, 0, 4, 8, SRCCOPY, 8, "0004080c/1014181c"},   {8, 4, 8, 0, 0, -4, 8, SRCCOPY, 8, "eeeeee70/eeeeee60"},
+        {8, -4, 8, 0, 0, 4, 8, SRCCOPY, 8, "70eeeeee/60eeeeee"},   {8, 4, 2, 0, 2, 4, -2, SRCCOPY, 8, "0004080c/1014181c"},
+        {8, 4, 2, 0, 0, 4, -2, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
+    };
+    for (const Stretch& s : stretches) {
+        header->biHeight = s.height;
+        dest.fill(0xee);
+        EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, s.w, s.h, s.sx, s.sy, s.sw, s.sh, bits, bmi, DIB_RGB_COLORS, s.rop),
+                  s.answer) << s.height << " " << s.sx << "," << s.sy << " " << s.sw << "x" << s.sh;
+        EXPECT_EQ(dest.hex().substr(0, 17), s.firstRows) << s.height << " " << s.sw << "x" << s.sh;
+    }
+    header->biHeight = 8;
+    EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 4, 8, 0, 0, 4, 8, nullptr, bmi, DIB_RGB_COLORS, SRCCOPY), 0);
+    EXPECT_EQ(SetDIBitsToDevice(nullptr, 0, 0, 4, 8, 0, 0, 0, 8, bits, bmi, DIB_RGB_COLORS), 0);
+    header->biBitCount = 7;
+    EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 4, 8, 0, 0, 4, 8, bits, bmi, DIB_RGB_COLORS, SRCCOPY), 0);
+
+    // Indices 3, 2, 1 and 7 (wrapping round) into a 4-entry palette of grays 0, 60, 120, 180.
+    std::vector<uint8_t> logical(sizeof(LOGPALETTE) + 4 * sizeof(PALETTEENTRY));
+    auto* lp = reinterpret_cast<LOGPALETTE*>(logical.data());
+    *lp = {0x300, 4, {}};
+    for (int i = 0; i < 4; ++i) {
+        const auto v = static_cast<BYTE>(i * 60);
+        lp->palPalEntry[i] = {v, v, v, 0};
+    }
+    vx::OwnedObject<HPALETTE> palette(CreatePalette(lp));
+    Dib four(4, 1, 32);
+    HPALETTE previous = SelectPalette(four.dc(), palette.get(), FALSE);
+    *header = {sizeof(BITMAPINFOHEADER), 4, 1, 1, 8, BI_RGB, 0, 0, 0, 4, 0};
+    const WORD indices[4] = {3, 2, 1, 7};
+    std::memcpy(header + 1, indices, sizeof indices);
+    for (uint8_t i = 0; i < 4; ++i) bits[i] = i;
+    EXPECT_EQ(StretchDIBits(four.dc(), 0, 0, 4, 1, 0, 0, 4, 1, bits, bmi, DIB_PAL_COLORS, SRCCOPY), 1);
+    EXPECT_EQ(four.hex(), "b4b4b400787878003c3c3c00b4b4b400");
+    SelectPalette(four.dc(), previous, FALSE);
+
+    // 5-6-5 and 10-10-10 bit-field DIBs.
+    const uint8_t fields[12] = {0x12, 0x34, 0x56, 0x78, 0x9a, 0xbc, 0xde, 0xf0, 0x0f, 0xed, 0xcb, 0xa9};
+    const DWORD masks[2][3] = {{0xF800, 0x07E0, 0x001F}, {0x3FF00000, 0x000FFC00, 0x000003FF}};
+    const char* const expected[2] = {"94823100b5087b00d692bd00", "0463e10026ebc30043bea700"};
+    Dib three(3, 1, 32);
+    for (int i = 0; i < 2; ++i) {
+        *header = {sizeof(BITMAPINFOHEADER), 3, -1, 1, static_cast<WORD>(16 + 16 * i), BI_BITFIELDS, 0, 0, 0, 0, 0};
+        std::memcpy(header + 1, masks[i], sizeof masks[i]);
+        EXPECT_EQ(StretchDIBits(three.dc(), 0, 0, 3, 1, 0, 0, 3, 1, fields, bmi, DIB_RGB_COLORS, SRCCOPY), 1);
+        EXPECT_EQ(three.hex(), expected[i]) << 16 + 16 * i << " bits";
+    }
+}
+
+// Refusals, the screen, huge extents, mapped DCs (a scaled DC stretches a BitBlt), and the DC
+// colour and mode calls.
+TEST(GdiRaster, CallsAndRefusals) {
+    Dib dib(4, 4, 8), source(2, 2, 8), dest(6, 6, 8);
+    EXPECT_FALSE(BitBlt(dib.dc(), 0, 0, 4, 4, nullptr, 0, 0, SRCCOPY));
+    EXPECT_TRUE(BitBlt(dib.dc(), 0, 0, 4, 4, nullptr, 0, 0, PATCOPY));
+    EXPECT_FALSE(BitBlt(nullptr, 0, 0, 4, 4, dib.dc(), 0, 0, SRCCOPY));
+    EXPECT_FALSE(PatBlt(dib.dc(), 0, 0, 4, 4, SRCCOPY));
+    EXPECT_TRUE(StretchBlt(dib.dc(), 0, 0, 4, 4, dib.dc(), 0, 0, 0, 4, SRCCOPY));
+    HDC screen = GetDC(nullptr);
+    EXPECT_TRUE(BitBlt(screen, 0, 0, 4, 4, dib.dc(), 0, 0, SRCCOPY));
+    EXPECT_TRUE(BitBlt(dib.dc(), 0, 0, 4, 4, screen, 0, 0, SRCCOPY));
+    ReleaseDC(nullptr, screen);
+    for (const int extent : {INT32_MAX, INT32_MIN, 1 << 30}) {
+        EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, extent, extent, source.dc(), 0, 0, SRCCOPY));
+        EXPECT_TRUE(StretchBlt(dest.dc(), INT32_MIN, 0, extent, 3, source.dc(), 0, 0, 2, extent, SRCCOPY));
+        EXPECT_TRUE(PatBlt(dest.dc(), extent, extent, extent, extent, PATINVERT));
+    }
+    source.set("0102/0304");
     dest.fill(0xee);
     SetMapMode(dest.dc(), MM_ANISOTROPIC);
     SetWindowExtEx(dest.dc(), 1, 1, nullptr);
@@ -446,169 +436,20 @@ TEST(GdiRaster, MappedAndHuge) {
     SetViewportOrgEx(dest.dc(), 1, 1, nullptr);
     SetStretchBltMode(dest.dc(), COLORONCOLOR);
     EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 2, 2, source.dc(), 0, 0, SRCCOPY));
-    EXPECT_EQ(dest.hex(8), "eeeeeeeeeeee/ee01010202ee/ee01010202ee/ee03030404ee/ee03030404ee/eeeeeeeeeeee");
-    SetMapMode(dest.dc(), MM_TEXT);
-    SetViewportOrgEx(dest.dc(), 0, 0, nullptr);
-    for (const int extent : {INT32_MAX, INT32_MIN, 1 << 30}) {
-        EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, extent, extent, source.dc(), 0, 0, SRCCOPY));
-        EXPECT_TRUE(StretchBlt(dest.dc(), INT32_MIN, 0, extent, 3, source.dc(), 0, 0, 2, extent, SRCCOPY));
-        EXPECT_TRUE(PatBlt(dest.dc(), extent, extent, extent, extent, PATINVERT));
-    }
-}
+    EXPECT_EQ(dest.hex(), "eeeeeeeeeeee/ee01010202ee/ee01010202ee/ee03030404ee/ee03030404ee/eeeeeeeeeeee");
 
-}  // namespace
-
-namespace {
-
-// Pixel value x of a row of `bpp`-bit pixels.
-uint32_t PixelAt(const uint8_t* row, int x, int bpp) {
-    if (bpp == 1) return (row[x >> 3] >> (7 - (x & 7))) & 1;
-    if (bpp == 4) return (row[x >> 1] >> ((x & 1) ? 0 : 4)) & 15;
-    return row[x];
-}
-
-// Source and destination at different bit offsets of 1- and 4-bit rows, and copies within one
-// bitmap that overlap (scrolling in each direction), against a pixel model.
-TEST(GdiRaster, OffsetsAndOverlaps) {
-    for (const int bpp : {1, 4, 8}) {
-        for (const DWORD rop : {SRCCOPY, SRCINVERT, NOTSRCCOPY}) {
-            struct Move {
-                int destX, destY, sourceX, sourceY;
-                bool same;
-            } moves[] = {{1, 0, 6, 1, false}, {5, 1, 2, 0, false}, {3, 1, 1, 0, true}, {0, 0, 3, 1, true}};
-            for (const Move& m : moves) {
-                Dib source(21, 3, bpp), dest(21, 3, bpp);
-                for (int y = 0; y < 3; ++y)
-                    for (int i = 0; i < dest.stride(); ++i) {
-                        source.row(y)[i] = static_cast<uint8_t>((i * 37 + y * 91 + 5) * 2654435761u >> 24);
-                        dest.row(y)[i] = static_cast<uint8_t>((i * 53 + y * 17 + 9) * 2654435761u >> 24);
-                    }
-                const Dib& from = m.same ? dest : source;
-                std::vector<std::vector<uint32_t>> before(3), model(3);
-                for (int y = 0; y < 3; ++y)
-                    for (int x = 0; x < 21; ++x) {
-                        before[y].push_back(PixelAt(from.row(y), x, bpp));
-                        model[y].push_back(PixelAt(dest.row(y), x, bpp));
-                    }
-                const uint32_t mask = bpp == 8 ? 0xFF : (1u << bpp) - 1;
-                for (int y = m.destY; y < m.destY + 2 && y - m.destY + m.sourceY < 3; ++y)
-                    for (int x = m.destX; x < 21 && x - m.destX + m.sourceX < 21 && x < m.destX + 13; ++x) {
-                        const uint32_t s = before[y - m.destY + m.sourceY][x - m.destX + m.sourceX];
-                        uint32_t& d = model[y][x];
-                        d = (rop == SRCCOPY ? s : rop == SRCINVERT ? s ^ d : ~s) & mask;
-                    }
-                EXPECT_TRUE(BitBlt(dest.dc(), m.destX, m.destY, 13, 2, from.dc(), m.sourceX, m.sourceY, rop));
-                std::vector<std::vector<uint32_t>> got(3);
-                for (int y = 0; y < 3; ++y)
-                    for (int x = 0; x < 21; ++x) got[y].push_back(PixelAt(dest.row(y), x, bpp));
-                EXPECT_EQ(got, model) << bpp << " bits, rop " << std::hex << rop << std::dec << ", to " << m.destX << ","
-                                      << m.destY << " from " << m.sourceX << "," << m.sourceY;
-            }
-        }
-    }
-}
-
-// HALFTONE from a source rectangle inside the bitmap (neighbours beyond its edge are not
-// read) and into a 1-bit destination.
-TEST(GdiRaster, HalftoneEdges) {
-    Dib source(7, 5, 32);
-    source.set({"7ec64100b07e9600e48127009b6bc400df4bf90074fb9500b6e2d900",
-                "aefb9c00bc54bf00d5f60f0032bd0a00f4df3100227c2300f01caf00",
-                "45e17d00eb87c400dd01e200a1bfd2009a31e200cddee3007856e900",
-                "847293009f0f50009747280041672c00f46675007e8742000559b300",
-                "42aa4d000e88e400243cf7009259ef0048eaee00ae5656003c13e100"});
-    Dib part(5, 3, 32), mono(5, 3, 1, kBlackWhite);
-    SetStretchBltMode(part.dc(), HALFTONE);
-    SetStretchBltMode(mono.dc(), HALFTONE);
-    StretchBlt(part.dc(), 0, 0, 5, 3, source.dc(), 1, 1, 4, 3, SRCCOPY);
-    EXPECT_EQ(part.hex(32), "bc54bf00d0d6320073d40c0080cb1a00f4df3100/eb87c400e01cdc00b973d8009e86d8009a31e200/"
-                            "9f0f5000993c3000635a2a0089674900f4667500");
-    StretchBlt(mono.dc(), 0, 0, 5, 3, source.dc(), 0, 0, 7, 5, SRCCOPY);
-    EXPECT_EQ(mono.hex(1), "f8/f8/90");
-}
-
-}  // namespace
-
-namespace {
-
-// A 1-bit device bitmap has no colours: brushes are dithered on it (8 x 8 ordered dither of
-// the colour's gray), solid ones aligned to the surface, patterns to their own pixels.
-// Palette-index colours and DIB_PAL_COLORS tables go through the DC's palette; a hollow
-// brush draws nothing.
-TEST(GdiRaster, DitherAndPalettes) {
-    vx::OwnedObject<HBITMAP> device(CreateBitmap(16, 8, 1, 1, nullptr));
-    vx::MemoryDC dc;
-    SelectObject(dc.get(), device.get());
-    const auto rows = [&] {
-        BYTE bits[16];
-        GetBitmapBits(device.get(), 16, bits);
-        std::string text;
-        char cell[4];
-        for (int y = 0; y < 8; ++y) {
-            std::snprintf(cell, sizeof cell, "%02x", bits[2 * y]);
-            text += cell;
-        }
-        return text;
-    };
-    struct Case {
-        COLORREF colour;
-        const char* expected;
-    } cases[] = {{RGB(8, 8, 8), "0000000800000080"},  {RGB(96, 96, 96), "11aa44aa11aa44aa"},
-                 {RGB(200, 200, 200), "55ff5dff55ffd5ff"}, {RGB(250, 250, 250), "7fffffffffffffff"},
-                 {RGB(255, 0, 0), "00aa04aa00aa44aa"},  {RGB(0, 255, 0), "55ab55ee55ba55ee"},
-                 {RGB(0, 0, 255), "0002008800220088"},  {RGB(100, 150, 200), "55aa55ae55aa55ee"},
-                 {RGB(1, 2, 3), "0000000000000000"}};
-    for (const Case& c : cases) {
-        vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(c.colour));
-        HGDIOBJ old = SelectObject(dc.get(), brush.get());
-        EXPECT_TRUE(PatBlt(dc.get(), 0, 0, 16, 8, PATCOPY));
-        SelectObject(dc.get(), old);
-        EXPECT_EQ(rows(), c.expected) << std::hex << c.colour;
-    }
-    Dib stripes(4, 1, 32);
-    stripes.set({"0000ff0000ff0000ffffff0000000000"});
-    vx::OwnedObject<HBRUSH> pattern(CreatePatternBrush(stripes.bitmap()));
-    SelectObject(dc.get(), pattern.get());
-    PatBlt(dc.get(), 0, 0, 16, 8, PATCOPY);
-    EXPECT_EQ(rows().substr(0, 2), "66");
-
-    Dib colour(2, 1, 32);
-    SetTextColor(colour.dc(), PALETTEINDEX(12));
-    SetBkColor(colour.dc(), PALETTEINDEX(9));
-    BYTE bits[2] = {0x5a, 0};
-    SetBitmapBits(device.get(), 2, bits);
-    BitBlt(colour.dc(), 0, 0, 2, 1, dc.get(), 0, 0, SRCCOPY);
-    EXPECT_EQ(colour.hex(32), "80808000f0caa600");
-    vx::OwnedObject<HBRUSH> indexed(CreateSolidBrush(PALETTEINDEX(13)));
-    HGDIOBJ old = SelectObject(colour.dc(), indexed.get());
-    PatBlt(colour.dc(), 0, 0, 2, 1, PATCOPY);
-    EXPECT_EQ(colour.hex(32), "0000ff000000ff00");
-    SelectObject(colour.dc(), GetStockObject(NULL_BRUSH));
-    EXPECT_TRUE(PatBlt(colour.dc(), 0, 0, 2, 1, PATINVERT));
-    EXPECT_EQ(colour.hex(32), "0000ff000000ff00");
-    SelectObject(colour.dc(), old);
-
-    PALETTEENTRY entries[4];
-    for (int i = 0; i < 4; ++i) entries[i] = {static_cast<BYTE>(i * 60), static_cast<BYTE>(i * 60), static_cast<BYTE>(i * 60), 0};
-    std::vector<uint8_t> logical(sizeof(LOGPALETTE) + 4 * sizeof(PALETTEENTRY));
-    auto* lp = reinterpret_cast<LOGPALETTE*>(logical.data());
-    lp->palVersion = 0x300;
-    lp->palNumEntries = 4;
-    std::memcpy(lp->palPalEntry, entries, sizeof entries);
-    vx::OwnedObject<HPALETTE> palette(CreatePalette(lp));
-    Dib four(4, 1, 32);
-    HPALETTE previous = SelectPalette(four.dc(), palette.get(), FALSE);
-    std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 4 * sizeof(WORD));
-    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
-    *header = {sizeof(BITMAPINFOHEADER), 4, 1, 1, 8, BI_RGB, 0, 0, 0, 4, 0};
-    const WORD indices[4] = {3, 2, 1, 7};
-    std::memcpy(header + 1, indices, sizeof indices);
-    const uint8_t pixels[4] = {0, 1, 2, 3};
-    EXPECT_EQ(StretchDIBits(four.dc(), 0, 0, 4, 1, 0, 0, 4, 1, pixels, reinterpret_cast<BITMAPINFO*>(info.data()),
-                            DIB_PAL_COLORS, SRCCOPY),
-              1);
-    EXPECT_EQ(four.hex(32), "b4b4b400787878003c3c3c00b4b4b400");
-    SelectPalette(four.dc(), previous, FALSE);
+    // Colours are kept as given; bad handles and modes get Windows' answers.
+    HDC dc = dib.dc();
+    EXPECT_EQ(std::vector<COLORREF>({GetTextColor(dc), GetBkColor(dc), SetTextColor(dc, 0x01000005),
+                                     SetTextColor(dc, 0xff123456), GetTextColor(dc)}),
+              std::vector<COLORREF>({0, RGB(255, 255, 255), 0, 0x01000005, 0xff123456}));
+    EXPECT_EQ(std::vector<int>({SetBkMode(dc, 3), SetBkMode(dc, TRANSPARENT), GetBkMode(dc), SetStretchBltMode(dc, 5),
+                                SetStretchBltMode(dc, COLORONCOLOR), GetStretchBltMode(dc), GetBkMode(nullptr),
+                                GetStretchBltMode(nullptr)}),
+              std::vector<int>({0, OPAQUE, TRANSPARENT, 0, BLACKONWHITE, COLORONCOLOR, 0, 0}));
+    EXPECT_EQ(std::vector<COLORREF>(
+                  {SetTextColor(nullptr, 1), GetTextColor(nullptr), SetBkColor(nullptr, 1), GetBkColor(nullptr)}),
+              std::vector<COLORREF>({CLR_INVALID, 0, CLR_INVALID, CLR_INVALID}));
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
 // gdi_raster_model.hpp - helpers of the raster conformance tests: Dib, a top-down DIB section
 // of any depth and colour table selected into a memory DC of its own, whose bytes the tests
-// set and read directly; Hex, bytes as text; and RopModel, a raster operation evaluated bit
-// by bit from its truth table, the reference the word-wide evaluator is checked against.
+// set and read directly (Hex writes bytes as text); MonoDevice, a 1-bit device bitmap in its
+// own DC; and RopModel, a raster operation evaluated bit by bit from its truth table, the
+// reference the word-wide evaluator is checked against.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -10,21 +13,29 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "gdi_guards.hpp"
 
 namespace vxtest {
 
+// `count` bytes, every `step`th from `bytes`, as hexadecimal.
+inline std::string Hex(const uint8_t* bytes, int count, int step) {
+    std::string text;
+    char cell[4];
+    for (int i = 0; i < count; ++i) {
+        std::snprintf(cell, sizeof cell, "%02x", bytes[static_cast<size_t>(i) * step]);
+        text += cell;
+    }
+    return text;
+}
+
 class Dib {
 public:
     Dib(int width, int height, int bitsPerPixel, std::vector<RGBQUAD> table = {})
-        : width_(width), height_(height), stride_((width * bitsPerPixel + 31) / 32 * 4) {
-        if (table.empty() && bitsPerPixel <= 8)
-            for (int i = 0, n = 1 << bitsPerPixel; i < n; ++i) {
-                const auto v = static_cast<BYTE>(i * 255 / (n - 1));
-                table.push_back({v, v, v, 0});
-            }
+        : width_(width), height_(height), bpp_(bitsPerPixel), stride_((width * bitsPerPixel + 31) / 32 * 4) {
+        for (int i = 0, n = table.empty() && bitsPerPixel <= 8 ? 1 << bitsPerPixel : 0; i < n; ++i) {
+            const auto v = static_cast<BYTE>(i * 255 / (n - 1));
+            table.push_back({v, v, v, 0});
+        }
         std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
         auto* h = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
         *h = {sizeof(BITMAPINFOHEADER), width, -height, 1, static_cast<WORD>(bitsPerPixel), BI_RGB, 0, 0, 0,
@@ -49,34 +60,42 @@ public:
     HBITMAP bitmap() const { return bitmap_.get(); }
     uint8_t* row(int y) const { return bits_ + static_cast<size_t>(y) * stride_; }
     int stride() const { return stride_; }
-    // Fills every byte of the rows (padding too) with `value`, or from a list of row texts.
     void fill(uint8_t value) const { std::memset(bits_, value, static_cast<size_t>(stride_) * height_); }
-    void set(const std::vector<std::string>& rows) const {
-        for (size_t y = 0; y < rows.size(); ++y)
-            for (size_t i = 0; i + 1 < rows[y].size(); i += 2)
-                row(static_cast<int>(y))[i / 2] = static_cast<uint8_t>(std::stoul(rows[y].substr(i, 2), nullptr, 16));
+    // Sets the first bytes of each row from hexadecimal text, rows separated by '/'.
+    void set(const std::string& rows) const {
+        int y = 0, x = 0;
+        for (size_t i = 0; i + 1 < rows.size(); i += 2)
+            if (rows[i] == '/') ++y, x = 0, --i;
+            else row(y)[x++] = static_cast<uint8_t>(std::stoul(rows.substr(i, 2), nullptr, 16));
     }
-    // The pixel bytes of each row (no padding) as hexadecimal, rows joined by '/'.
-    std::string hex(int bitsPerPixel) const {
+    // The pixel bytes of each row (no padding) as hexadecimal, rows separated by '/'.
+    std::string hex() const {
         std::string text;
-        char cell[4];
-        for (int y = 0; y < height_; ++y) {
-            if (y) text += '/';
-            for (int i = 0; i < (width_ * bitsPerPixel + 7) / 8; ++i) {
-                std::snprintf(cell, sizeof cell, "%02x", row(y)[i]);
-                text += cell;
-            }
-        }
+        for (int y = 0; y < height_; ++y) text += (y ? "/" : "") + Hex(row(y), (width_ * bpp_ + 7) / 8, 1);
         return text;
     }
 
 private:
-    int width_, height_, stride_;
+    int width_, height_, bpp_, stride_;
     vx::MemoryDC dc_;
     vx::OwnedObject<HBITMAP> bitmap_{nullptr};
     uint8_t* bits_ = nullptr;
     std::vector<uint8_t> spare_;  // stands in for the bits when the section could not be made
     HGDIOBJ previous_ = nullptr;
+};
+
+// A 1-bit device bitmap 16 pixels wide in a DC of its own.
+struct MonoDevice {
+    explicit MonoDevice(int rows) : height(rows) { SelectObject(dc.get(), bitmap.get()); }
+    int height;
+    vx::OwnedObject<HBITMAP> bitmap{CreateBitmap(16, height, 1, 1, nullptr)};
+    vx::MemoryDC dc;
+    // The first byte of each row (its first 8 pixels), as hexadecimal.
+    std::string firstBytes() const {
+        std::vector<BYTE> bits(2 * static_cast<size_t>(height));
+        GetBitmapBits(bitmap.get(), static_cast<LONG>(bits.size()), bits.data());
+        return Hex(bits.data(), height, 2);
+    }
 };
 
 // The raster operation with truth table `code` on bytes, bit by bit.

@@ -2,7 +2,7 @@
 // selected into a memory DC of its own, filled from a list of colours and read back as colours
 // (GetPixel) or as its device bytes (GetBitmapBits); Show, a grid of colours for failure
 // messages; Mix, a colour a function of a position, for patterns without structure; and
-// DibFormat with Pack and Unpack, a plain per-pixel model of DIB rows (table look-ups, the
+// DibFormat with Pack, a plain per-pixel model of DIB rows (table look-ups, the
 // nearest entry, channels widened by repeating their high bits and narrowed by truncation)
 // that the converted bytes are checked against.
 //
@@ -13,11 +13,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <climits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "gdi_guards.hpp"
@@ -58,16 +60,20 @@ struct DibFormat {
         if (masks[0] | masks[1] | masks[2]) return masks[channel];
         return bits == 16 ? 0x7C00u >> (5 * channel) : 0xFF0000u >> (8 * channel);
     }
+    // Where channel i sits and how many bits it has.
+    std::pair<int, int> field(int i) const {
+        const uint32_t m = mask(i);
+        int shift = 0, length = 0;
+        while (m != 0 && ((m >> shift) & 1) == 0) ++shift;
+        while (m != 0 && shift + length < 32 && ((m >> (shift + length)) & 1) != 0) ++length;
+        return {shift, length};
+    }
     COLORREF decode(uint32_t value) const {
         if (bits <= 8) return value < table.size() ? RGB(table[value].rgbRed, table[value].rgbGreen, table[value].rgbBlue) : 0;
         uint32_t c[3] = {0, 0, 0};
         for (int i = 0; i < 3; ++i) {
-            const uint32_t m = mask(i);
-            int shift = 0, length = 0;
-            if (m == 0) continue;
-            while (((m >> shift) & 1) == 0) ++shift;
-            while (((m >> (shift + length)) & 1) != 0) ++length;
-            const uint32_t v = (value & m) >> shift;
+            const auto [shift, length] = field(i);
+            const uint32_t v = length != 0 ? (value & mask(i)) >> shift : 0;
             c[i] = length >= 8 ? v >> (length - 8) : (v << (8 - length) | v << (8 - length) >> length) & 0xFF;
         }
         return RGB(c[0], c[1], c[2]);
@@ -88,18 +94,14 @@ struct DibFormat {
             return best;
         }
         for (int i = 0; i < 3; ++i) {
-            const uint32_t m = mask(i);
-            int shift = 0, length = 0;
-            if (m == 0) continue;
-            while (((m >> shift) & 1) == 0) ++shift;
-            while (((m >> (shift + length)) & 1) != 0) ++length;
+            const auto [shift, length] = field(i);
             best |= (length >= 8 ? uint32_t(rgb[i]) << (length - 8) : uint32_t(rgb[i]) >> (8 - length)) << shift;
         }
         return best;
     }
 };
 
-// Pixel values of DIB rows, rows top down (bottomUp: stored last row first).
+// DIB rows of pixel values given rows top down (bottomUp: stored last row first).
 inline std::vector<uint8_t> Pack(const DibFormat& format, const std::vector<uint32_t>& values, int width,
                                  bool bottomUp) {
     const int height = static_cast<int>(values.size()) / width, stride = format.stride(width);
@@ -114,22 +116,6 @@ inline std::vector<uint8_t> Pack(const DibFormat& format, const std::vector<uint
         }
     return bytes;
 }
-inline std::vector<uint32_t> Unpack(const DibFormat& format, const std::vector<uint8_t>& bytes, int width, int height,
-                                    bool bottomUp) {
-    std::vector<uint32_t> values;
-    const int stride = format.stride(width);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const uint8_t* row = bytes.data() + static_cast<size_t>(bottomUp ? height - 1 - y : y) * stride;
-            const int bit = x * format.bits;
-            uint32_t v = 0;
-            if (format.bits < 8) v = (row[bit / 8] >> (8 - format.bits - bit % 8)) & ((1u << format.bits) - 1);
-            for (int b = 0; b < format.bits / 8; ++b) v |= uint32_t{row[bit / 8 + b]} << (8 * b);
-            values.push_back(v);
-        }
-    return values;
-}
-
 class Canvas {
 public:
     Canvas(int width, int height, int bitsPerPixel, std::vector<RGBQUAD> table = {})
@@ -145,15 +131,17 @@ public:
                     const auto v = static_cast<BYTE>(i * 255 / (entries - 1));
                     table.push_back({v, v, v, 0});
                 }
-            std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + table.size() * sizeof(RGBQUAD));
-            auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
-            *header = {sizeof(BITMAPINFOHEADER), width, -height, 1, static_cast<WORD>(bitsPerPixel), BI_RGB, 0, 0, 0,
-                       static_cast<DWORD>(table.size()), 0};
-            if (!table.empty()) std::memcpy(header + 1, table.data(), table.size() * sizeof(RGBQUAD));
+            struct {
+                BITMAPINFOHEADER header;
+                RGBQUAD table[256];
+            } info{};
+            info.header = {sizeof(BITMAPINFOHEADER), width, -height, 1, static_cast<WORD>(bitsPerPixel), BI_RGB, 0, 0, 0,
+                           static_cast<DWORD>(table.size()), 0};
+            for (size_t i = 0; i < table.size() && i < 256; ++i) info.table[i] = table[i];
             format_.table = table;
             void* bits = nullptr;
-            bitmap_ = vx::OwnedObject<HBITMAP>(CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(info.data()),
-                                                                DIB_RGB_COLORS, &bits, nullptr, 0));
+            bitmap_ = vx::OwnedObject<HBITMAP>(
+                CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS, &bits, nullptr, 0));
         }
         EXPECT_NE(bitmap_.get(), nullptr) << width << " x " << height << " at " << bitsPerPixel << " bits";
         previous_ = SelectObject(dc_.get(), bitmap_.get());

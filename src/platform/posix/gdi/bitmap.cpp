@@ -119,6 +119,7 @@ int BitmapObject(const Bitmap& bitmap, int size, void* out) {
     DIBSECTION ds{};
     ds.dsBm = bm;
     ds.dsBmih = *bitmap.section;
+    ds.dsBmih.biHeight = bitmap.height;  // a top-down section's too, as Windows answers under Wine
     std::memcpy(ds.dsBitfields, bitmap.sectionMasks, sizeof ds.dsBitfields);
     return CopyOut(ds, size, out);
 }
@@ -227,7 +228,7 @@ uint32_t ColourPixel(const Surface& surface, COLORREF colour) {
 }
 
 COLORREF ResolveColour(const ObjectTable::Access& objects, const DcState& state, COLORREF colour) {
-    if ((colour >> 24) == 1) {
+    if ((colour & 0x01000000) != 0) {
         const Palette* palette = objects.find<Palette>(state.palette);
         const UINT index = colour & 0xFFFF;
         if (palette == nullptr || palette->entries.empty()) return 0;

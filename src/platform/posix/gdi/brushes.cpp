@@ -86,7 +86,8 @@ BlitPattern RealizeBrush(const ObjectTable::Access& objects, const DeviceContext
         pattern.stride = 1 + 8;
         pattern.tile.assign(pattern.stride * 8, 0);
         for (int y = 0; y < 8; ++y)
-            for (int x = 0; x < 8; ++x) PutPixel(&pattern.tile[pattern.stride * static_cast<size_t>(y)], x, 1, DitheredBit(colour, x, y));
+            for (int x = 0; x < 8; ++x)
+                PutPixel(&pattern.tile[pattern.stride * static_cast<size_t>(y)], x, 1, DitheredBit(colour, x, y));
         return pattern;
     }
     // Setting pixels of a tile in a surface's format is not on the per-row path: the tile is
@@ -96,7 +97,8 @@ BlitPattern RealizeBrush(const ObjectTable::Access& objects, const DeviceContext
     pattern.height = brush->patternHeight;
     pattern.stride = static_cast<size_t>((int64_t{pattern.width} * s.bitsPerPixel + 7) / 8 + 8);
     pattern.tile.assign(pattern.stride * static_cast<size_t>(pattern.height), 0);
-    const ChannelMasks masks = ChannelMasks::Of({s.bitsPerPixel, s.colours, s.colourCount, s.redMask, s.greenMask, s.blueMask});
+    const ChannelMasks masks =
+        ChannelMasks::Of({s.bitsPerPixel, s.colours, s.colourCount, s.redMask, s.greenMask, s.blueMask});
     const auto pixelOf = [&](COLORREF c) -> uint32_t {
         c &= 0xFFFFFF;
         if (s.bitsPerPixel <= 8) return NearestEntry(s.colours, s.colourCount, c);

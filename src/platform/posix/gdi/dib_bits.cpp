@@ -266,8 +266,13 @@ VXPLATFORMAPI int GetDIBits(HDC dc, HBITMAP handle, UINT start, UINT lines, LPVO
         int read = 0;
         for (int row = span.top; row < span.top + span.count; ++row) {
             uint8_t* out = static_cast<uint8_t*>(bits) + OffsetOf(*layout, span, row);
-            std::memset(out, 0, static_cast<size_t>(layout->stride));
-            if (row >= bitmap->height || surface.bits == nullptr) continue;
+            if (row >= bitmap->height || surface.bits == nullptr) {
+                std::memset(out, 0, static_cast<size_t>(layout->stride));
+                continue;
+            }
+            // Zeroes from the first byte the pixels do not fill whole; the pixels fill the rest.
+            const size_t filled = static_cast<size_t>(int64_t{columns} * depth / 8);
+            std::memset(out + filled, 0, static_cast<size_t>(layout->stride) - filled);
             convert(SurfaceRow(surface, row), 0, out, 0, columns);
             ++read;
         }

@@ -29,16 +29,15 @@
 // Rectangle draws its outline through the corners (right - 1, top), (left, top),
 // (left, bottom - 1), (right - 1, bottom - 1) and fills the inside with the brush through the
 // same raster operation: inside the outline, or with PS_NULL up to the outline's place on the
-// left and top. Solid and hollow brushes are drawn; pattern brushes are not yet, nor the
-// ordered dither Windows gives a solid brush of a colour other than black or white on a 1-bit
-// device bitmap (such a brush fills with the entry the background colour does not take).
+// left and top. The inside is filled as PatBlt fills (RunBlit with the realised brush and the
+// ternary operation equivalent to the binary one), so brushes are dithered and tiled alike.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
-#include "platform/posix/gdi/objects.hpp"
+#include "platform/posix/gdi/raster.hpp"
 
 namespace vx::posix::gdi {
 namespace {
@@ -203,19 +202,6 @@ void DrawSegment(const Surface& surface, const std::vector<RECT>& visible, const
     }
 }
 
-// Applies `masks` to every pixel of `area` inside the visible rectangles.
-template <int Bits>
-void FillRect(const Surface& surface, const std::vector<RECT>& visible, const RECT& area, RopMasks masks) {
-    for (const RECT& rect : visible) {
-        const LONG left = std::max(rect.left, area.left), right = std::min(rect.right, area.right);
-        const LONG top = std::max(rect.top, area.top), bottom = std::min(rect.bottom, area.bottom);
-        for (LONG y = top; y < bottom; ++y) {
-            uint8_t* row = Row(surface, y);
-            for (LONG x = left; x < right; ++x) ApplyPixel<Bits>(row, x, masks);
-        }
-    }
-}
-
 // Everything one drawing call needs, gathered with the table locked.
 struct Canvas {
     const ObjectTable::Access* objects = nullptr;
@@ -268,17 +254,13 @@ void DrawPolyline(const Canvas& canvas, const Pen& pen, const POINT* device, siz
     }
 }
 
-void FillWithBrush(const Canvas& canvas, const Brush& brush, const RECT& area) {
-    if (brush.style != BS_SOLID || area.left >= area.right || area.top >= area.bottom) return;
-    const RopMasks masks = MasksFor(canvas.rop2, canvas.DrawingPixel(brush.colour));
-    switch (canvas.surface.bitsPerPixel) {
-        case 1: FillRect<1>(canvas.surface, canvas.visible, area, masks); break;
-        case 4: FillRect<4>(canvas.surface, canvas.visible, area, masks); break;
-        case 8: FillRect<8>(canvas.surface, canvas.visible, area, masks); break;
-        case 16: FillRect<16>(canvas.surface, canvas.visible, area, masks); break;
-        case 24: FillRect<24>(canvas.surface, canvas.visible, area, masks); break;
-        case 32: FillRect<32>(canvas.surface, canvas.visible, area, masks); break;
-    }
+// The ternary raster operation that does to the brush and destination what binary operation
+// `rop2` does to the pen and destination (bit 4 P + 2 S + D of the table, for any S).
+uint8_t TernaryOf(int rop2) {
+    const unsigned code = static_cast<unsigned>(rop2 - 1);
+    unsigned table = 0;
+    for (unsigned i = 0; i < 8; ++i) table |= ((code >> (2 * (i >> 2) + (i & 1))) & 1) << i;
+    return static_cast<uint8_t>(table);
 }
 
 // Runs `draw(canvas, context)` for a DC with the table locked; FALSE for a handle that is
@@ -305,7 +287,6 @@ BOOL WithCanvas(HDC dc, Draw draw) {
 }  // namespace
 }  // namespace vx::posix::gdi
 
-using vx::posix::gdi::Brush;
 using vx::posix::gdi::Canvas;
 using vx::posix::gdi::DeviceContext;
 using vx::posix::gdi::ObjectTable;
@@ -356,11 +337,17 @@ VXPLATFORMAPI BOOL Rectangle(HDC dc, int left, int top, int right, int bottom) {
             vx::posix::gdi::DrawPolyline(canvas, *pen, corners, 4, true);
         }
         // The inside starts past the one-pixel outline (or where it would be, for PS_NULL only
-        // on the right and bottom, which Windows leaves unfilled).
+        // on the right and bottom, which Windows leaves unfilled). It is filled as PatBlt fills,
+        // through the same raster operation as the outline.
         const int inset = outlined ? 1 : 0;
-        if (const Brush* brush = objects.find<Brush>(context.state.brush)) {
-            vx::posix::gdi::FillWithBrush(canvas, *brush,
-                                          RECT{rect.left + inset, rect.top + inset, rect.right, rect.bottom});
+        const RECT inside{rect.left + inset, rect.top + inset, rect.right, rect.bottom};
+        if (inside.left < inside.right && inside.top < inside.bottom) {
+            const vx::posix::gdi::BlitTarget target = vx::posix::gdi::TargetOf(objects, context);
+            const vx::posix::gdi::BlitPattern brush = vx::posix::gdi::RealizeBrush(objects, context, target);
+            vx::posix::gdi::BlitGeometry geometry;
+            geometry.dest = inside;
+            geometry.rop = vx::posix::gdi::TernaryOf(canvas.rop2);
+            vx::posix::gdi::RunBlit(target, nullptr, &brush, geometry);
         }
     });
 }

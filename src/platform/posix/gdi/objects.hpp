@@ -161,8 +161,9 @@ int SelectClip(DcState& state, const Region* region);
 // Calls the stock makers: call it before taking the table lock.
 DcState InitialState(ObjectKind kind);
 
-// A COLORREF as a DC draws it: PALETTEINDEX(i) is entry i of the DC's palette (entry 0 when
-// there is no such entry), PALETTERGB and the high byte of a plain colour are dropped.
+// A COLORREF as a DC draws it: a colour with bit 24 set (PALETTEINDEX(i), and CLR_INVALID
+// too) is entry i of the DC's palette (entry 0 when there is no such entry); otherwise the
+// high byte (PALETTERGB's flag) is dropped.
 COLORREF ResolveColour(const ObjectTable::Access& objects, const DcState& state, COLORREF colour);
 
 // The colour table device bitmaps of a depth take (1, 4 or 8 bits; empty otherwise): black and

@@ -299,7 +299,9 @@ struct RowLayout {
     int bitsPerPixel;
     int first;  // the first pixel the buffer covers
     int base;   // the pixel at the buffer's first bit
-    size_t byteOf(int x) const { return static_cast<size_t>((int64_t{x} * bitsPerPixel) / 8 - (int64_t{base} * bitsPerPixel) / 8); }
+    size_t byteOf(int x) const {
+        return static_cast<size_t>((int64_t{x} * bitsPerPixel) / 8 - (int64_t{base} * bitsPerPixel) / 8);
+    }
     int pixelOf(int x) const { return x - base; }
 };
 
@@ -645,7 +647,8 @@ void RunBlit(const BlitTarget& target, const BlitSource* source, const BlitPatte
     RowWriter clipped(target, pattern, g.rop, drawLeft, drawRight);
     const RowLayout layout = clipped.layout();
     const PixelOps ops = OpsFor(ds.bitsPerPixel);
-    std::vector<uint8_t> converted(static_cast<size_t>((int64_t{lastColumn - firstColumn + 1} * ds.bitsPerPixel + 7) / 8 + 8));
+    const int64_t span = int64_t{lastColumn} - firstColumn + 1;
+    std::vector<uint8_t> converted(static_cast<size_t>((span * ds.bitsPerPixel + 7) / 8 + 8));
     std::vector<uint8_t> out(clipped.bufferBytes());
     const auto count = static_cast<size_t>(drawRight - drawLeft);
     std::vector<uint32_t> accumulated(count), reduced(count);

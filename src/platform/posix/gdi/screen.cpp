@@ -7,12 +7,25 @@
 // included, answers the screen's capabilities, as Windows' memory DCs do. The screen has a
 // fixed size of 1280 x 1024 pixels: there is no display to ask, and it is the size of the
 // virtual display the Windows tests run on, so both answer alike.
+//
+// Also here: RealizePalette, GetSystemPaletteEntries and GetNearestColor. On the true-colour
+// screen there is no system palette: RealizePalette and GetSystemPaletteEntries answer 0 and
+// GetNearestColor of a screen DC hands the colour back as it is, as Windows does under Wine.
+// On the palette screen, realising a palette maps each of its colours to the system palette
+// as Windows maps a foreground palette: an explicit index (PC_EXPLICIT) to that entry, a
+// colour the system palette already holds to that entry (unless PC_RESERVED or
+// PC_NOCOLLAPSE asks for one of its own), any other to the next free entry between the static
+// colours; it answers how many entries it took. Realising another palette frees the entries
+// the previous one took; realising the same one again takes none. GetNearestColor of a memory
+// DC answers the colour its bitmap would store.
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <utility>
 #include <vector>
 
 #include "platform/posix/gdi/objects.hpp"
+#include "platform/posix/gdi/pixel_formats.hpp"
 #include "platform/posix/gdi/screen.hpp"
 
 namespace vx::posix::gdi {
@@ -30,8 +43,12 @@ constexpr PALETTEENTRY kStatic[20] = {
 struct SystemEntries {
     std::mutex mutex;
     std::array<PALETTEENTRY, 256> entries{};
+    std::vector<PALETTEENTRY> realised;  // the colours of the palette realised last
+    int used = 20;                       // entries taken: the statics and those realised
     SystemEntries() { reset(); }
     void reset() {
+        realised.clear();
+        used = 20;
         entries = {};
         for (int i = 0; i < 10; ++i) {
             entries[i] = kStatic[i];
@@ -99,6 +116,76 @@ std::vector<RGBQUAD> DeviceColours(int bitsPerPixel) {
 }  // namespace vx::posix::gdi
 
 extern "C" {
+
+VXPLATFORMAPI UINT RealizePalette(HDC dc) {
+    using namespace vx::posix::gdi;
+    std::vector<PALETTEENTRY> colours;
+    {
+        auto objects = Objects();
+        const DeviceContext* context = objects.find<DeviceContext>(dc);
+        const Palette* palette = context != nullptr ? objects.find<Palette>(context->state.palette) : nullptr;
+        if (palette == nullptr || !PaletteScreen()) return 0;
+        colours = palette->entries;
+    }
+    SystemEntries& system = System();
+    std::lock_guard lock(system.mutex);
+    auto same = [](const PALETTEENTRY& a, const PALETTEENTRY& b) {
+        return a.peRed == b.peRed && a.peGreen == b.peGreen && a.peBlue == b.peBlue && a.peFlags == b.peFlags;
+    };
+    if (colours.size() == system.realised.size() && std::equal(colours.begin(), colours.end(), system.realised.begin(), same))
+        return 0;
+    // The previous palette's entries are free again.
+    for (int i = 10; i < 246; ++i) system.entries[i] = {};
+    system.used = 20;
+    system.realised = colours;
+    UINT taken = 0;
+    for (const PALETTEENTRY& e : colours) {
+        if ((e.peFlags & PC_EXPLICIT) != 0) continue;
+        const bool own = (e.peFlags & (PC_RESERVED | PC_NOCOLLAPSE)) != 0;
+        const bool held = std::any_of(system.entries.begin(), system.entries.begin() + 10 + (system.used - 20),
+                                      [&](const PALETTEENTRY& s) {
+                                          return s.peRed == e.peRed && s.peGreen == e.peGreen && s.peBlue == e.peBlue;
+                                      }) ||
+                          std::any_of(system.entries.begin() + 246, system.entries.end(), [&](const PALETTEENTRY& s) {
+                              return s.peRed == e.peRed && s.peGreen == e.peGreen && s.peBlue == e.peBlue;
+                          });
+        if ((held && !own) || system.used == 256) continue;
+        system.entries[10 + (system.used - 20)] = {e.peRed, e.peGreen, e.peBlue, 0};
+        ++system.used;
+        ++taken;
+    }
+    return taken;
+}
+
+VXPLATFORMAPI UINT GetSystemPaletteEntries(HDC dc, UINT start, UINT count, LPPALETTEENTRY entries) {
+    using namespace vx::posix::gdi;
+    if (Objects().find<DeviceContext>(dc) == nullptr || !PaletteScreen()) return 0;
+    if (entries == nullptr) return 256;
+    if (start >= 256) return 0;
+    count = std::min<UINT>(count, 256 - start);
+    const std::array<PALETTEENTRY, 256> system = SystemPalette();
+    std::copy_n(system.begin() + start, count, entries);
+    return count;
+}
+
+VXPLATFORMAPI COLORREF GetNearestColor(HDC dc, COLORREF colour) {
+    using namespace vx::posix::gdi;
+    StockObject(DEFAULT_PALETTE);  // made before the lock is taken
+    auto objects = Objects();
+    const DeviceContext* context = objects.find<DeviceContext>(dc);
+    if (context == nullptr) return CLR_INVALID;
+    if (context->kind() != ObjectKind::MemoryDC) {
+        if (!PaletteScreen()) return colour;
+        const COLORREF rgb = ResolveColour(objects, context->state, colour);
+        std::vector<RGBQUAD> table;
+        for (const PALETTEENTRY& e : SystemPalette()) table.push_back({e.peBlue, e.peGreen, e.peRed, 0});
+        const RGBQUAD& q = table[NearestEntry(table.data(), static_cast<int>(table.size()), rgb)];
+        return RGB(q.rgbRed, q.rgbGreen, q.rgbBlue);
+    }
+    const Surface surface = DcSurface(objects, *context);
+    if (surface.bits == nullptr) return CLR_INVALID;
+    return PixelColour(surface, ColourPixel(surface, ResolveColour(objects, context->state, colour)));
+}
 
 VXPLATFORMAPI int GetDeviceCaps(HDC dc, int index) {
     using namespace vx::posix::gdi;
