@@ -179,10 +179,14 @@ VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName);
  */
 VXAPI BOOL VXCALL SaveDIB(LPCSTR fileName, HDIB dib);
 
-/* Loads a BMP file into a device bitmap (LoadDIBFromFile, then ConvertDIBToBitmap). */
+/* Loads a BMP file into a device bitmap (LoadDIBFromFile, then ConvertDIBToBitmap; the DIB is
+   freed). NULL on failure, with LoadDIBFromFile's code, or IMGERR_CREATEBITMAP when the bitmap
+   cannot be made. */
 VXAPI HBITMAP VXCALL LoadBitmapFromFile(LPCSTR fileName);
 
-/* Saves a device bitmap as a BMP file (ConvertBitmapToDIB, then SaveDIB). */
+/* Saves a device bitmap as a BMP file (ConvertBitmapToDIB, then SaveDIB): SaveDIB's result and
+   codes. A bitmap that cannot be converted gives FALSE without a code of its own. The
+   intermediate DIB is freed (the classic library left it allocated). */
 VXAPI BOOL VXCALL SaveBitmap(LPCSTR fileName, HBITMAP bitmap, HPALETTE palette);
 
 /* ------------------------------------------------------------------------------------------ */
@@ -393,22 +397,35 @@ typedef struct VXPRINTOPTIONS {
 
 /* Makes a device bitmap from a DIB (monochrome when the DIB is 1-bit),
    realising the DIB's own palette. Returns NULL on failure; a failed
-   CreateDIBitmap sets IMGERR_CREATEBITMAP in the module code, a null handle
-   or missing DC sets nothing. */
+   CreateDIBitmap sets IMGERR_CREATEBITMAP in the module code, a null handle,
+   a block that cannot be locked or a missing DC sets nothing. Decided here: a
+   block shorter than its header, colour table and rows (biSizeImage bytes for
+   RLE) is refused with IMGERR_CREATEBITMAP before GDI reads it, and so is a
+   negative width (as Windows' CreateDIBitmap refuses it). A DIB without width
+   or height gives GDI's answer: its 1 x 1 monochrome default bitmap. */
 VXAPI HBITMAP VXCALL ConvertDIBToBitmap(HDIB dib);
 
 /* Makes a DIB (1, 4, 8 or 24 bits) from a device bitmap, one scan line at a
-   time. `palette` may be NULL: the display's palette or a default table is
-   used. Returns NULL on failure; sets no error code. */
+   time: 40-byte header, 2^depth colours below 24 bits, 10 zero bytes after
+   the rows. `palette` may be NULL: the display's palette or a default table is
+   used. Each GetDIBits call is given the DIB's own header, so GDI rewrites the
+   colour table with its own colours and sets biClrUsed to 0. Returns NULL on
+   failure (a handle that is not a bitmap, a DIB of 2^32 bytes or more, no
+   memory) without a code. Without a palette on a display that has none (true
+   colour), the look-up of the display palette leaves IMGERR_CREATEPALETTE in
+   the module code, as GetCurrentPalette does, although the DIB is made. */
 VXAPI HDIB VXCALL ConvertBitmapToDIB(HBITMAP bitmap, HPALETTE palette);
 
 /* Returns a new 1-bit device bitmap of the same size, each pixel mapped to
-   black or white. NULL on failure: IMGERR_PARAMETER (null bitmap) or
-   IMGERR_NOMEMORY in the module code. */
+   black or white. NULL on failure: IMGERR_PARAMETER (null bitmap; decided
+   here: any handle that is not a bitmap) or IMGERR_NOMEMORY in the module
+   code. */
 VXAPI HBITMAP VXCALL ConvertToMonochromeBitmap(HBITMAP bitmap);
 
 /* Returns a copy of a device bitmap. NULL on failure: IMGERR_NOMEMORY or
-   IMGERR_COPYBITS in the module code. */
+   IMGERR_COPYBITS in the module code (decided here: IMGERR_COPYBITS for a
+   handle that is not a bitmap, where the classic library answered the stock
+   1 x 1 bitmap). */
 VXAPI HBITMAP VXCALL DuplicateBitmap(HBITMAP bitmap);
 
 /* Returns a logical palette holding the display's current system palette;
@@ -418,8 +435,31 @@ VXAPI HPALETTE VXCALL GetCurrentPalette(void);
 
 /* Fills `table` with the display's palette colours (SIZEPALETTE entries,
    normally 256; the caller provides the room). Returns TRUE, or FALSE when
-   the display has no palette; sets no error code. */
+   the display has no palette or table is NULL; sets no error code. */
 VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table);
+
+/* Turns, flips and the negative of a device bitmap. Each takes a bitmap and
+   returns a new one owned by the caller (DeleteObject); the source is left
+   untouched. They go through the bridge: ConvertBitmapToDIB without a
+   palette, the DIB operation of the same name (RotateDIB90, RotateDIB180,
+   RotateDIB270, FlipDIBVertical, FlipDIBHorizontal), ConvertDIBToBitmap. So a
+   bitmap turns exactly as its DIB does (RotateBitmap270 keeps RotateDIB270's
+   one-column shift), a monochrome bitmap gives a monochrome bitmap and any
+   other depth a bitmap of the display's format.
+   InvertBitmap gives the photographic negative (255 - c in red, green and
+   blue): the colour table of a 1-, 4- or 8-bit DIB is inverted, so every
+   pixel's colour is inverted exactly and a monochrome bitmap has every bit
+   complemented; the bytes of a 24-bit DIB's pixels are complemented.
+   NULL on failure, with the module code: IMGERR_BITMAPPARAMS (not a bitmap:
+   null, deleted or another object), IMGERR_COPYBITS (no DIB could be made),
+   IMGERR_NOMEMORY (no turned DIB), IMGERR_CREATEBITMAP (no new bitmap). On
+   success the module code is left as it was. */
+VXAPI HBITMAP VXCALL RotateBitmap90(HBITMAP bitmap);
+VXAPI HBITMAP VXCALL RotateBitmap180(HBITMAP bitmap);
+VXAPI HBITMAP VXCALL RotateBitmap270(HBITMAP bitmap);
+VXAPI HBITMAP VXCALL FlipBitmapVertical(HBITMAP bitmap);
+VXAPI HBITMAP VXCALL FlipBitmapHorizontal(HBITMAP bitmap);
+VXAPI HBITMAP VXCALL InvertBitmap(HBITMAP bitmap);
 
 /* ------------------------------------------------------------------------ */
 /* Geometry: quarter turns and flips                                         */
@@ -843,14 +883,26 @@ VXAPI HDIB VXCALL Convert8to24(HDIB dib);
 /* Pastes device bitmap hSrc into *phDest at (x, y): opaque, or OR'ed when
    altMode is set; with hMask, white mask pixels let the source through
    (altMode: XOR instead). hSrc and a 1-bit mask are left modified. A NULL
-   *phDest receives a copy of hSrc (result TRUE). Failure: FALSE, with a
-   COMBINE_ERR_ value stored in the module code. */
+   *phDest receives a copy of hSrc (result TRUE). Without a mask the blit has
+   the destination's size and GDI clips it to the source, so the destination
+   beyond a smaller source stays as it was. Failure: FALSE, with a
+   COMBINE_ERR_ value stored in the module code, or the raster operations'
+   FALSE without a code. Decided here: a NULL phDest gives IMGERR_PARAMETER;
+   a source or destination that cannot be selected into a DC (not a bitmap,
+   deleted, selected into another DC) gives FALSE without a code before any
+   drawing. */
 VXAPI BOOL VXCALL CombineBMP(int x, int y, HBITMAP *phDest, HBITMAP hSrc,
                              HBITMAP hMask, BOOL altMode);
 
 /* CombineBMP for DIBs: converts to device bitmaps, pastes, and reads the
-   result back into *phDest's own block. A NULL *phDest receives a copy of
-   hSrc (result TRUE). Failure: FALSE, COMBINE_ERR_ value in the module code. */
+   result back into *phDest's own block with GetDIBits and the DIB's own
+   header (GDI rewrites its colour table and sets biClrUsed to 0; on a
+   true-colour display the palette look-ups leave IMGERR_CREATEPALETTE in the
+   module code). A NULL *phDest receives a copy of hSrc: header, 4 x colours
+   and biSizeImage bytes (result TRUE). Failure: FALSE, COMBINE_ERR_ value in
+   the module code. Decided here: a NULL phDest gives IMGERR_PARAMETER; a
+   source to copy whose block is shorter than that copy gives
+   IMGERR_DIBSIZE; the read-back never writes outside the block. */
 VXAPI BOOL VXCALL CombineDIB(int x, int y, HDIB *phDest, HDIB hSrc,
                              HDIB hMask, BOOL altMode);
 
@@ -1525,8 +1577,6 @@ VXAPI HDIB VXCALL VexoraCropScaleDIB(HDIB dib, int x, int y, int width,
 
 /*
  * Further exports whose argument lists are not fixed in this header yet:
- * device-bitmap turns and flips RotateBitmap90, RotateBitmap180,
- * RotateBitmap270, FlipBitmapVertical, FlipBitmapHorizontal, InvertBitmap;
  * metafile bridge LoadMetaFileIntoBitmap(fileName),
  * DrawMetaFileIntoBitmap(metafile, w, h, 0), SaveBitmapIntoMetaFile(dc,
  * bitmap, fileName), SaveBitmapIntoEnhMetaFile(dc, bitmap, fileName),

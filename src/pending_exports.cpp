@@ -1,6 +1,5 @@
-// pending_exports.cpp - the exports of the device-bitmap bridge, clipboard files, text files,
-// combining, display, zoom, magnifier and printing families: stubs until their operations are
-// built.
+// pending_exports.cpp - the exports of the clipboard files, text files, display, zoom,
+// magnifier and printing families: stubs until their operations are built.
 //
 // Every function of the interface is exported from the first release on, so that an
 // application that imports any of them loads against this library. Until its operation is
@@ -11,17 +10,7 @@
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
 extern "C" {
-VXAPI HBITMAP VXCALL LoadBitmapFromFile(LPCSTR fileName) { return 0; }
-VXAPI BOOL VXCALL SaveBitmap(LPCSTR fileName, HBITMAP bitmap, HPALETTE palette) { return 0; }
-VXAPI HBITMAP VXCALL ConvertDIBToBitmap(HDIB dib) { return 0; }
-VXAPI HDIB VXCALL ConvertBitmapToDIB(HBITMAP bitmap, HPALETTE palette) { return 0; }
-VXAPI HBITMAP VXCALL ConvertToMonochromeBitmap(HBITMAP bitmap) { return 0; }
-VXAPI HBITMAP VXCALL DuplicateBitmap(HBITMAP bitmap) { return 0; }
-VXAPI HPALETTE VXCALL GetCurrentPalette(void) { return 0; }
-VXAPI BOOL VXCALL GetSystemPalette(RGBQUAD *table) { return 0; }
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio) { return 0; }
-VXAPI BOOL VXCALL CombineBMP(int x, int y, HBITMAP *phDest, HBITMAP hSrc, HBITMAP hMask, BOOL altMode) { return 0; }
-VXAPI BOOL VXCALL CombineDIB(int x, int y, HDIB *phDest, HDIB hSrc, HDIB hMask, BOOL altMode) { return 0; }
 VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format) { return 0; }
 VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap) { return 0; }
 VXAPI HBITMAP VXCALL LoadASCIIFile(LPCSTR fileName, BOOL ansi) { return 0; }
