@@ -118,6 +118,22 @@ const std::vector<Panel>& Panels() {
         {"rle-8.bmp", "The 8-bit gray image saved run-length encoded, BI_RLE8 (--rle)", Source::Gray8, {{"rle", ""}}},
         {"rle-4.bmp", "Eight colours saved run-length encoded, BI_RLE4 (--dither fs:4 --rle)", Source::Colour24,
          {{"dither", "fs:4"}, {"rle", ""}}},
+        {"combine-copy-24.bmp", "A half-size, mirrored copy pasted in at 40,30 (--combine overlay-24.bmp@40,30)",
+         Source::Colour24, {{"combine", "{dir}overlay-24.bmp@40,30"}}},
+        {"combine-or-24.bmp", "The same copy OR'ed into the picture (--combine overlay-24.bmp@40,30:or)",
+         Source::Colour24, {{"combine", "{dir}overlay-24.bmp@40,30:or"}}},
+        {"combine-mask-24.bmp",
+         "The copy pasted through a 1-bit disc mask: white lets it through (--combine "
+         "overlay-24.bmp@40,30:mask=disc-1.bmp)",
+         Source::Colour24, {{"combine", "{dir}overlay-24.bmp@40,30:mask={dir}disc-1.bmp"}}},
+        {"combine-xor-24.bmp",
+         "The copy XOR'ed in through the disc mask (--combine overlay-24.bmp@40,30:mask=disc-1.bmp:xor)",
+         Source::Colour24, {{"combine", "{dir}overlay-24.bmp@40,30:mask={dir}disc-1.bmp:xor"}}},
+        {"via-bitmap-8.bmp",
+         "The 8-bit gray image made a device bitmap of the display and read back: 24 bits now (--via-bitmap)",
+         Source::Gray8, {{"via-bitmap", ""}}},
+        {"via-bitmap-1.bmp", "The 1-bit image through a monochrome device bitmap and back (--via-bitmap)",
+         Source::Mono1, {{"via-bitmap", ""}}},
         {"fax-page-1.bmp", "Page 1 of a colour fax set: three 1-bit planes (the 1-bit sample, mirrored both ways) "
          "combined into 4 bits, red, green and blue at half strength (convert fax-set.ini --page 1)",
          Source::FaxPage1, {}},
@@ -152,6 +168,27 @@ fs::path WriteFaxSet(const fs::path& dir, const Dib& mono1) {
     if (ec) throw OperationFailed("cannot write '" + profile.string() + "': " + ec.message());
     std::cout << "wrote " << (dir / "fax-set.ini").string() << "\n";
     return profile;
+}
+
+// The images the combine panels paste: the sample at half size, mirrored, and a 1-bit disc of
+// the same size to paste it through.
+void WritePasteSources(const fs::path& dir, const Dib& colour24) {
+    const auto write = [&](const Dib& image, const char* name) {
+        SaveBitmapFile(image, (dir / name).string());
+        std::cout << "wrote " << (dir / name).string() << "\n";
+    };
+    Dib overlay = Duplicate(colour24);
+    FindOperation("scale")->apply(&overlay, std::to_string(kSampleWidth / 2) + "x" + std::to_string(kSampleHeight / 2));
+    FindOperation("flip")->apply(&overlay, "h");
+    write(overlay, "overlay-24.bmp");
+    write(MakeDiscMask(kSampleWidth / 2, kSampleHeight / 2), "disc-1.bmp");
+}
+
+// A panel's argument with "{dir}" standing for the demo directory.
+std::string InDirectory(std::string argument, const fs::path& dir) {
+    const std::string prefix = (dir / "").string();
+    for (size_t at; (at = argument.find("{dir}")) != std::string::npos;) argument.replace(at, 5, prefix);
+    return argument;
 }
 
 struct Samples {
@@ -250,9 +287,10 @@ int RunDemo(const std::vector<std::string>& args) {
 
     Samples samples;
     samples.faxSet = WriteFaxSet(dir, samples.mono1);
+    WritePasteSources(dir, samples.colour24);
     for (const auto& panel : Panels()) {
         Dib image = samples.of(panel.source);
-        for (const auto& step : panel.steps) FindOperation(step.option)->apply(&image, step.argument);
+        for (const auto& step : panel.steps) FindOperation(step.option)->apply(&image, InDirectory(step.argument, dir));
         const std::string path = (fs::path(dir) / panel.file).string();
         SaveBitmapFile(image, path);
         if (!ReadsBackAsWritten(image, LoadBitmapFile(path)))

@@ -26,6 +26,7 @@ std::vector<Operation> GeometryOperations();
 std::vector<Operation> ToneOperations();
 std::vector<Operation> DitherOperations();
 std::vector<Operation> FormatOperations();
+std::vector<Operation> DeviceOperations();
 
 // The operation for `option` (without "--"), or null.
 const Operation* FindOperation(std::string_view option);

@@ -189,6 +189,25 @@ Dib MakeSampleMono1(const Dib& gray8) {
     return dib;
 }
 
+Dib MakeDiscMask(int width, int height) {
+    Dib dib = AllocateDib(width, height, 1, 2);
+    auto* out = static_cast<uint8_t*>(GlobalLock(dib.get()));
+    std::memset(out + 44, 255, 3);  // entry 0 black, entry 1 white
+    uint8_t* rows = out + 48;
+    const uint32_t stride = Stride(width, 1);
+    // Inside the ellipse (x - cx)^2 / rx^2 + (y - cy)^2 / ry^2 <= 1, in doubled coordinates so
+    // that the centre falls between pixels and the disc is symmetric.
+    const int64_t rx = width, ry = height;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const int64_t dx = 2 * x + 1 - width, dy = 2 * y + 1 - height;
+            if (dx * dx * ry * ry + dy * dy * rx * rx <= rx * rx * ry * ry)
+                rows[y * stride + x / 8] |= static_cast<uint8_t>(0x80 >> (x % 8));
+        }
+    GlobalUnlock(dib.get());
+    return dib;
+}
+
 Dib Duplicate(const Dib& dib) {
     const size_t bytes = GlobalSize(dib.get());
     Dib copy(GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes));

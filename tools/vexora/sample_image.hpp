@@ -17,6 +17,9 @@ Dib MakeSampleGray8(const Dib& sample24);
 // The same picture as a 1-bit DIB (black below mid-gray, white above).
 Dib MakeSampleMono1(const Dib& gray8);
 
+// A 1-bit DIB of the given size: a white disc (colour 1) filling it, on black (colour 0).
+Dib MakeDiscMask(int width, int height);
+
 // A copy of a DIB in a block of its own.
 Dib Duplicate(const Dib& dib);
 
