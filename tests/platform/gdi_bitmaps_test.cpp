@@ -453,6 +453,8 @@ TEST(GdiBitmaps, CreateDIBitmapAndPaletteIndices) {
     const vx::OwnedObject<HBITMAP> blank(CreateDIBitmap(screen.get(), &info.header, 0, nullptr, nullptr, 0));
     EXPECT_EQ(BitsOf(blank.get()), Bytes(16, 0));
     EXPECT_EQ(CreateDIBitmap(screen.get(), &info.header, CBM_INIT, nullptr, info.get(), DIB_RGB_COLORS), nullptr);
+    Info mirrored = Header(-2, 2, 24);
+    EXPECT_EQ(CreateDIBitmap(screen.get(), &mirrored.header, CBM_INIT, bits, mirrored.get(), DIB_RGB_COLORS), nullptr);
 
     // Indices 16-19 and 0 of the default palette: blue, magenta, cyan, white, black.
     struct { BITMAPINFOHEADER header; WORD indices[256]; } indexed{Header(5, 1, 8).header, {}};

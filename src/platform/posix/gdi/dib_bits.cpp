@@ -28,7 +28,7 @@
 // 2^depth entries with zeros (biClrUsed then says 2^depth) and a 16-bit section reporting its
 // 5-5-5 layout as BI_BITFIELDS masks. Section handles (file mappings) are not supported.
 // CreateDIBitmap makes what CreateCompatibleBitmap makes (a monochrome bitmap for no DC) and
-// with CBM_INIT puts the bits in through SetDIBits.
+// with CBM_INIT puts the bits in through SetDIBits; a header of negative width is refused.
 //
 // Only BITMAPINFOHEADER and its longer successors are read, uncompressed or BI_BITFIELDS;
 // 12-byte core headers and RLE bits are refused.
@@ -351,6 +351,7 @@ VXPLATFORMAPI HBITMAP CreateDIBitmap(HDC dc, const BITMAPINFOHEADER* header, DWO
     if (header == nullptr || header->biSize < sizeof(BITMAPINFOHEADER)) return nullptr;
     if ((init & CBM_INIT) != 0 && (bits == nullptr || info == nullptr)) return nullptr;
     const int width = header->biWidth, height = header->biHeight;
+    if (width < 0) return nullptr;  // a DIB has no right-to-left rows; Windows refuses one
     const HBITMAP bitmap = dc != nullptr ? CreateCompatibleBitmap(dc, width, height)
                                          : CreateBitmap(width, height, 1, 1, nullptr);
     if (bitmap == nullptr || (init & CBM_INIT) == 0 || bitmap == DefaultBitmap()) return bitmap;
