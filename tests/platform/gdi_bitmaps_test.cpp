@@ -24,24 +24,8 @@ BITMAP ObjectOf(HBITMAP bitmap) {
     return bm;
 }
 
-Bytes BitsOf(HBITMAP bitmap) {
-    Bytes bytes(static_cast<size_t>(GetBitmapBits(bitmap, 0, nullptr)));
-    GetBitmapBits(bitmap, static_cast<LONG>(bytes.size()), bytes.data());
-    return bytes;
-}
-
-// A BITMAPINFO with room for any table or masks.
-struct Info {
-    BITMAPINFOHEADER header;
-    RGBQUAD table[256];
-    BITMAPINFO* get() { return reinterpret_cast<BITMAPINFO*>(this); }
-};
-
-Info Header(int width, int height, int bits, DWORD compression = BI_RGB) {
-    Info info{};
-    info.header = {sizeof(BITMAPINFOHEADER), width, height, 1, static_cast<WORD>(bits), compression, 0, 0, 0, 0, 0};
-    return info;
-}
+using vxtest::Header;
+using vxtest::Info;
 
 constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
 
@@ -73,7 +57,7 @@ TEST(GdiBitmaps, DeviceBitmapsAndTheirBytes) {
         for (int y = 0; y < bm.bmHeight; ++y)
             for (int bit = bm.bmWidth * c.wantBits; bit < bm.bmWidthBytes * 8; ++bit)
                 want[y * bm.bmWidthBytes + bit / 8] &= static_cast<uint8_t>(~(0x80 >> (bit % 8)));
-        EXPECT_EQ(BitsOf(bitmap), want);
+        EXPECT_EQ(vxtest::BitmapBytes(bitmap), want);
         Bytes part(4, 0xEE);
         EXPECT_EQ(GetBitmapBits(bitmap, 3, part.data()), 3);
         EXPECT_EQ(part[3], 0xEE);
@@ -424,7 +408,7 @@ TEST(GdiBitmaps, DIBSections) {
         for (size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<uint8_t>(17 * i + 3);
         std::memcpy(bits, memory.data(), memory.size());
         for (int y = 0; y < 3; ++y) want.insert(want.end(), memory.begin() + y * stride, memory.begin() + y * stride + widthBytes);
-        EXPECT_EQ(BitsOf(section.get()), want);
+        EXPECT_EQ(vxtest::BitmapBytes(section.get()), want);
         const HGDIOBJ stock = SelectObject(dc.get(), section.get());
         const vx::OwnedObject<HBITMAP> like(CreateCompatibleBitmap(dc.get(), 2, 2));
         EXPECT_EQ(GetObjectA(like.get(), sizeof ds, &ds), static_cast<int>(sizeof ds));
@@ -447,11 +431,11 @@ TEST(GdiBitmaps, CreateDIBitmapAndPaletteIndices) {
     const uint8_t bits[16] = {1, 2, 3, 250, 251, 252, 0, 0, 7, 8, 9, 200, 201, 202, 0, 0};
     for (HDC dc : {screen.get(), static_cast<HDC>(nullptr)}) {
         const vx::OwnedObject<HBITMAP> made(CreateDIBitmap(dc, &info.header, CBM_INIT, bits, info.get(), DIB_RGB_COLORS));
-        EXPECT_EQ(BitsOf(made.get()), dc != nullptr ? Bytes({1, 2, 3, 0, 250, 251, 252, 0, 7, 8, 9, 0, 200, 201, 202, 0})
+        EXPECT_EQ(vxtest::BitmapBytes(made.get()), dc != nullptr ? Bytes({1, 2, 3, 0, 250, 251, 252, 0, 7, 8, 9, 0, 200, 201, 202, 0})
                                                      : Bytes({0x40, 0, 0x40, 0}));
     }
     const vx::OwnedObject<HBITMAP> blank(CreateDIBitmap(screen.get(), &info.header, 0, nullptr, nullptr, 0));
-    EXPECT_EQ(BitsOf(blank.get()), Bytes(16, 0));
+    EXPECT_EQ(vxtest::BitmapBytes(blank.get()), Bytes(16, 0));
     EXPECT_EQ(CreateDIBitmap(screen.get(), &info.header, CBM_INIT, nullptr, info.get(), DIB_RGB_COLORS), nullptr);
     Info mirrored = Header(-2, 2, 24);
     EXPECT_EQ(CreateDIBitmap(screen.get(), &mirrored.header, CBM_INIT, bits, mirrored.get(), DIB_RGB_COLORS), nullptr);

@@ -272,11 +272,7 @@ void DrawStar(HDC dc) {
 
 // The value of pixel (x, y) from the bytes of a canvas 16 pixels wide.
 uint32_t PixelValue(const std::vector<uint8_t>& bytes, int bits, int x, int y) {
-    const uint8_t* row = bytes.data() + y * 2 * bits;
-    if (bits < 8) return (row[x * bits / 8] >> (8 - bits - x * bits % 8)) & ((1u << bits) - 1);
-    uint32_t value = 0;
-    for (int i = bits / 8 - 1; i >= 0; --i) value = value << 8 | row[x * bits / 8 + i];
-    return value;
+    return vxtest::PixelAt(bytes.data() + y * 2 * bits, bits, x);
 }
 
 }  // namespace

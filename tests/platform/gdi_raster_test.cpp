@@ -59,10 +59,7 @@ TEST(GdiRaster, EveryRopOnRawBits) {
 // Copies at different bit offsets of 1- and 4-bit rows and within one bitmap (scrolling each
 // way), against a pixel model.
 TEST(GdiRaster, OffsetsAndOverlaps) {
-    const auto pixel = [](const Dib& d, int x, int y, int bpp) -> uint32_t {
-        const uint8_t* row = d.row(y);
-        return bpp == 1 ? (row[x >> 3] >> (7 - (x & 7))) & 1 : bpp == 4 ? (row[x >> 1] >> ((x & 1) ? 0 : 4)) & 15 : row[x];
-    };
+    const auto pixel = [](const Dib& d, int x, int y, int bpp) { return vxtest::PixelAt(d.row(y), bpp, x); };
     struct Move { int destX, destY, sourceX, sourceY; bool same; };
     const Move moves[] = {{1, 0, 6, 1, false}, {5, 1, 2, 0, false}, {3, 1, 1, 0, true}, {0, 0, 3, 1, true}};
     for (const int bpp : {1, 4, 8})
@@ -332,14 +329,12 @@ TEST(GdiRaster, Brushes) {
 // SetDIBitsToDevice, negative extents, DIB_PAL_COLORS tables, bit fields, and Wine's answers.
 TEST(GdiRaster, DibTransfers) {
     Dib dest(4, 8, 8);
-    std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-    auto* header = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
-    *header = {sizeof(BITMAPINFOHEADER), 4, 8, 1, 8, BI_RGB, 0, 0, 0, 0, 0};
-    auto* table = reinterpret_cast<RGBQUAD*>(header + 1);
-    for (int i = 0; i < 256; ++i) table[i] = {static_cast<BYTE>(i), static_cast<BYTE>(i), static_cast<BYTE>(i), 0};
+    vxtest::Info info = vxtest::Header(4, 8, 8);
+    BITMAPINFOHEADER* const header = &info.header;
+    for (int i = 0; i < 256; ++i) info.table[i] = {static_cast<BYTE>(i), static_cast<BYTE>(i), static_cast<BYTE>(i), 0};
     uint8_t bits[32];
     for (int i = 0; i < 32; ++i) bits[i] = static_cast<uint8_t>(i * 4);
-    const auto* bmi = reinterpret_cast<BITMAPINFO*>(info.data());
+    const BITMAPINFO* const bmi = info.get();
     struct Band { int height, w, h, sx, sy; UINT start, lines; int answer; const char* firstRows; } bands[] = {
         {8, 4, 8, 0, 0, 0, 8, 8, "7074787c/6064686c"},  {8, 4, 4, 0, 0, 0, 8, 4, "3034383c/2024282c"},
         {8, 4, 8, 0, 0, 2, 3, 3, "eeeeeeee/eeeeeeee"},  {8, 2, 2, 1, 1, 0, 8, 3, "2428eeee/1418eeee"},
@@ -379,14 +374,9 @@ TEST(GdiRaster, DibTransfers) {
     EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 4, 8, 0, 0, 4, 8, bits, bmi, DIB_RGB_COLORS, SRCCOPY), 0);
 
     // Indices 3, 2, 1 and 7 (wrapping round) into a 4-entry palette of grays 0, 60, 120, 180.
-    std::vector<uint8_t> logical(sizeof(LOGPALETTE) + 4 * sizeof(PALETTEENTRY));
-    auto* lp = reinterpret_cast<LOGPALETTE*>(logical.data());
-    *lp = {0x300, 4, {}};
-    for (int i = 0; i < 4; ++i) {
-        const auto v = static_cast<BYTE>(i * 60);
-        lp->palPalEntry[i] = {v, v, v, 0};
-    }
-    vx::OwnedObject<HPALETTE> palette(CreatePalette(lp));
+    const struct { WORD version, count; PALETTEENTRY entries[4]; } logical{
+        0x300, 4, {{0, 0, 0, 0}, {60, 60, 60, 0}, {120, 120, 120, 0}, {180, 180, 180, 0}}};
+    vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
     Dib four(4, 1, 32);
     HPALETTE previous = SelectPalette(four.dc(), palette.get(), FALSE);
     *header = {sizeof(BITMAPINFOHEADER), 4, 1, 1, 8, BI_RGB, 0, 0, 0, 4, 0};

@@ -1,49 +1,25 @@
 // gdi_raster_model.hpp - helpers of the raster conformance tests: Dib, a top-down DIB section
 // of any depth and colour table selected into a memory DC of its own, whose bytes the tests
-// set and read directly (Hex writes bytes as text); MonoDevice, a 1-bit device bitmap in its
+// set and read directly; MonoDevice, a 1-bit device bitmap in its
 // own DC; and RopModel, a raster operation evaluated bit by bit from its truth table, the
 // reference the word-wide evaluator is checked against.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "gdi_guards.hpp"
+#include "gdi_support.hpp"
 
 namespace vxtest {
-
-// `count` bytes, every `step`th from `bytes`, as hexadecimal.
-inline std::string Hex(const uint8_t* bytes, int count, int step) {
-    std::string text;
-    char cell[4];
-    for (int i = 0; i < count; ++i) {
-        std::snprintf(cell, sizeof cell, "%02x", bytes[static_cast<size_t>(i) * step]);
-        text += cell;
-    }
-    return text;
-}
 
 class Dib {
 public:
     Dib(int width, int height, int bitsPerPixel, std::vector<RGBQUAD> table = {})
         : width_(width), height_(height), bpp_(bitsPerPixel), stride_((width * bitsPerPixel + 31) / 32 * 4) {
-        for (int i = 0, n = table.empty() && bitsPerPixel <= 8 ? 1 << bitsPerPixel : 0; i < n; ++i) {
-            const auto v = static_cast<BYTE>(i * 255 / (n - 1));
-            table.push_back({v, v, v, 0});
-        }
-        std::vector<uint8_t> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-        auto* h = reinterpret_cast<BITMAPINFOHEADER*>(info.data());
-        *h = {sizeof(BITMAPINFOHEADER), width, -height, 1, static_cast<WORD>(bitsPerPixel), BI_RGB, 0, 0, 0,
-              static_cast<DWORD>(table.size()), 0};
-        if (!table.empty()) std::memcpy(h + 1, table.data(), table.size() * sizeof(RGBQUAD));
         void* bits = nullptr;
-        bitmap_ = vx::OwnedObject<HBITMAP>(
-            CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(info.data()), DIB_RGB_COLORS, &bits, nullptr, 0));
+        bitmap_ = vx::OwnedObject<HBITMAP>(TopDownSection(width, height, bitsPerPixel, table, &bits));
         bits_ = static_cast<uint8_t*>(bits);
         if (bits_ == nullptr) {
             ADD_FAILURE() << "CreateDIBSection of " << width << " x " << height << " at " << bitsPerPixel << " bits failed";
@@ -92,8 +68,7 @@ struct MonoDevice {
     vx::MemoryDC dc;
     // The first byte of each row (its first 8 pixels), as hexadecimal.
     std::string firstBytes() const {
-        std::vector<BYTE> bits(2 * static_cast<size_t>(height));
-        GetBitmapBits(bitmap.get(), static_cast<LONG>(bits.size()), bits.data());
+        const std::vector<uint8_t> bits = BitmapBytes(bitmap.get());
         return Hex(bits.data(), height, 2);
     }
 };

@@ -1,8 +1,9 @@
 // gdi_support.hpp - bitmaps for the GDI conformance tests: Canvas, a bitmap of any depth
 // selected into a memory DC of its own, filled from a list of colours and read back as colours
 // (GetPixel) or as its device bytes (GetBitmapBits); Show, a grid of colours for failure
-// messages; Mix, a colour a function of a position, for patterns without structure; and
-// DibFormat with Pack, a plain per-pixel model of DIB rows (table look-ups, the
+// messages; Info and Header, a BITMAPINFO with room for any table; TopDownSection, BitmapBytes,
+// Hex and PixelAt, the section, bytes and pixel values the other helpers share; Mix, a colour
+// a function of a position, for patterns without structure; and DibFormat with Pack, a plain per-pixel model of DIB rows (table look-ups, the
 // nearest entry, channels widened by repeating their high bits and narrowed by truncation)
 // that the converted bytes are checked against.
 //
@@ -116,6 +117,57 @@ inline std::vector<uint8_t> Pack(const DibFormat& format, const std::vector<uint
         }
     return bytes;
 }
+// A BITMAPINFO with room for any table or masks.
+struct Info {
+    BITMAPINFOHEADER header;
+    RGBQUAD table[256];
+    BITMAPINFO* get() { return reinterpret_cast<BITMAPINFO*>(this); }
+};
+
+inline Info Header(int width, int height, int bits, DWORD compression = BI_RGB) {
+    Info info{};
+    info.header = {sizeof(BITMAPINFOHEADER), width, height, 1, static_cast<WORD>(bits), compression, 0, 0, 0, 0, 0};
+    return info;
+}
+
+// A top-down DIB section with `table`; an empty one becomes evenly spread grays (1 to 8 bits).
+inline HBITMAP TopDownSection(int width, int height, int bits, std::vector<RGBQUAD>& table, void** pixels) {
+    for (int i = 0, n = table.empty() && bits <= 8 ? 1 << bits : 0; i < n; ++i) {
+        const auto v = static_cast<BYTE>(i * 255 / (n - 1));
+        table.push_back({v, v, v, 0});
+    }
+    Info info = Header(width, -height, bits);
+    info.header.biClrUsed = static_cast<DWORD>(table.size());
+    std::copy_n(table.begin(), std::min<size_t>(table.size(), 256), info.table);
+    return CreateDIBSection(nullptr, info.get(), DIB_RGB_COLORS, pixels, nullptr, 0);
+}
+
+// A bitmap's bytes as GetBitmapBits gives them (rows top down, 16-bit padded).
+inline std::vector<uint8_t> BitmapBytes(HBITMAP bitmap) {
+    std::vector<uint8_t> out(static_cast<size_t>(GetBitmapBits(bitmap, 0, nullptr)));
+    GetBitmapBits(bitmap, static_cast<LONG>(out.size()), out.data());
+    return out;
+}
+
+// `count` bytes, every `step`th from `bytes`, as hexadecimal.
+inline std::string Hex(const uint8_t* bytes, int count, int step) {
+    std::string text;
+    char cell[4];
+    for (int i = 0; i < count; ++i) {
+        std::snprintf(cell, sizeof cell, "%02x", bytes[static_cast<size_t>(i) * step]);
+        text += cell;
+    }
+    return text;
+}
+
+// The value of pixel x of a row of `bits`-bit pixels (little-endian from 16 bits up).
+inline uint32_t PixelAt(const uint8_t* row, int bits, int x) {
+    if (bits < 8) return (row[x * bits / 8] >> (8 - bits - x * bits % 8)) & ((1u << bits) - 1);
+    uint32_t value = 0;
+    for (int i = bits / 8 - 1; i >= 0; --i) value = value << 8 | row[x * bits / 8 + i];
+    return value;
+}
+
 class Canvas {
 public:
     Canvas(int width, int height, int bitsPerPixel, std::vector<RGBQUAD> table = {})
@@ -125,25 +177,11 @@ public:
             if (bitsPerPixel == 1) format_.table = {{0, 0, 0, 0}, {255, 255, 255, 0}};
             bitmap_ = vx::OwnedObject<HBITMAP>(CreateBitmap(width, height, 1, bitsPerPixel, nullptr));
         } else {
-            const int entries = bitsPerPixel <= 8 ? 1 << bitsPerPixel : 0;
-            if (table.empty())
-                for (int i = 0; i < entries; ++i) {
-                    const auto v = static_cast<BYTE>(i * 255 / (entries - 1));
-                    table.push_back({v, v, v, 0});
-                }
-            struct {
-                BITMAPINFOHEADER header;
-                RGBQUAD table[256];
-            } info{};
-            info.header = {sizeof(BITMAPINFOHEADER), width, -height, 1, static_cast<WORD>(bitsPerPixel), BI_RGB, 0, 0, 0,
-                           static_cast<DWORD>(table.size()), 0};
-            for (size_t i = 0; i < table.size() && i < 256; ++i) info.table[i] = table[i];
-            format_.table = table;
             void* bits = nullptr;
-            bitmap_ = vx::OwnedObject<HBITMAP>(
-                CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS, &bits, nullptr, 0));
+            bitmap_ = vx::OwnedObject<HBITMAP>(TopDownSection(width, height, bitsPerPixel, table, &bits));
+            format_.table = table;
         }
-        EXPECT_NE(bitmap_.get(), nullptr) << width << " x " << height << " at " << bitsPerPixel << " bits";
+    EXPECT_NE(bitmap_.get(), nullptr) << width << " x " << height << " at " << bitsPerPixel << " bits";
         previous_ = SelectObject(dc_.get(), bitmap_.get());
         EXPECT_NE(previous_, nullptr);
     }
@@ -170,12 +208,7 @@ public:
             for (int x = 0; x < width_; ++x) colours.push_back(GetPixel(dc(), x, y));
         return colours;
     }
-    // The bitmap's bytes as GetBitmapBits gives them (rows top down, 16-bit padded).
-    std::vector<uint8_t> bytes() const {
-        std::vector<uint8_t> out(static_cast<size_t>(GetBitmapBits(bitmap(), 0, nullptr)));
-        GetBitmapBits(bitmap(), static_cast<LONG>(out.size()), out.data());
-        return out;
-    }
+    std::vector<uint8_t> bytes() const { return BitmapBytes(bitmap()); }
 
 private:
     int width_, height_;
