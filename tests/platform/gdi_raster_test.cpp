@@ -13,7 +13,8 @@
 namespace {
 
 using vxtest::Dib;
-using vxtest::MonoDevice;
+using vxtest::Canvas;
+using vxtest::FirstBytes;
 
 const std::vector<RGBQUAD> kBlackWhite = {{0, 0, 0, 0}, {255, 255, 255, 0}};
 const std::vector<RGBQUAD> kRedBlue = {{0, 0, 255, 0}, {255, 0, 0, 0}};
@@ -94,10 +95,10 @@ TEST(GdiRaster, OffsetsAndOverlaps) {
 TEST(GdiRaster, MonochromeAndColour) {
     Dib monoBw(4, 1, 1, kBlackWhite), monoRb(4, 1, 1, kRedBlue), colour(4, 1, 32), four(4, 1, 8, kFour);
     Dib monoBw2(4, 1, 1, kBlackWhite);
-    MonoDevice device(1);
+    const Canvas device(16, 1, 1);
     monoBw.set("50"), monoRb.set("50");
     const BYTE deviceBits[2] = {0x50, 0};
-    SetBitmapBits(device.bitmap.get(), 2, deviceBits);
+    SetBitmapBits(device.bitmap(), 2, deviceBits);
     SetTextColor(colour.dc(), RGB(255, 0, 0)), SetBkColor(colour.dc(), RGB(0, 255, 0));
     SetTextColor(monoBw.dc(), RGB(1, 2, 3)), SetBkColor(monoBw.dc(), RGB(4, 5, 6));
     SetTextColor(four.dc(), RGB(255, 0, 0)), SetBkColor(four.dc(), RGB(0, 0, 255));
@@ -106,7 +107,7 @@ TEST(GdiRaster, MonochromeAndColour) {
     EXPECT_EQ(colour.hex(), "00000000ffffff0000000000ffffff00");
     copy(colour.dc(), monoRb.dc());
     EXPECT_EQ(colour.hex(), "0000ff00ff0000000000ff00ff000000");
-    copy(colour.dc(), device.dc.get());
+    copy(colour.dc(), device.dc());
     EXPECT_EQ(colour.hex(), "0000ff0000ff00000000ff0000ff0000");
     copy(four.dc(), monoRb.dc());
     EXPECT_EQ(four.hex(), "02030203");
@@ -118,8 +119,8 @@ TEST(GdiRaster, MonochromeAndColour) {
     EXPECT_EQ(monoBw2.hex(), "10");  // the nearest entry, not the background rule
     copy(monoRb.dc(), colour.dc());
     EXPECT_EQ(monoRb.hex(), "e0");
-    copy(device.dc.get(), colour.dc());
-    EXPECT_EQ(device.firstBytes(), "a0");
+    copy(device.dc(), colour.dc());
+    EXPECT_EQ(FirstBytes(device), "a0");
 }
 
 // Which source pixel each destination pixel takes (COLORONCOLOR), shrinking and growing,
@@ -270,7 +271,7 @@ TEST(GdiRaster, Brushes) {
     fill(mono.dc(), gray.get(), 8, 1);
     EXPECT_EQ(mono.hex(), "ff");
 
-    MonoDevice device(8);
+    const Canvas device(16, 8, 1);
     const std::pair<COLORREF, const char*> dithers[] = {
         {RGB(8, 8, 8), "0000000800000080"},     {RGB(96, 96, 96), "11aa44aa11aa44aa"},
         {RGB(200, 200, 200), "55ff5dff55ffd5ff"}, {RGB(250, 250, 250), "7fffffffffffffff"},
@@ -279,14 +280,14 @@ TEST(GdiRaster, Brushes) {
         {RGB(1, 2, 3), "0000000000000000"}};
     for (const auto& [colour, expected] : dithers) {
         vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(colour));
-        fill(device.dc.get(), brush.get(), 16, 8);
-        EXPECT_EQ(device.firstBytes(), expected) << std::hex << colour;
+        fill(device.dc(), brush.get(), 16, 8);
+        EXPECT_EQ(FirstBytes(device), expected) << std::hex << colour;
     }
     Dib stripes(4, 1, 32);
     stripes.set("0000ff0000ff0000ffffff0000000000");
     vx::OwnedObject<HBRUSH> striped(CreatePatternBrush(stripes.bitmap()));
-    fill(device.dc.get(), striped.get(), 16, 8);
-    EXPECT_EQ(device.firstBytes().substr(0, 2), "66");
+    fill(device.dc(), striped.get(), 16, 8);
+    EXPECT_EQ(FirstBytes(device).substr(0, 2), "66");
 
     BYTE rows[16] = {};
     for (int i = 0; i < 8; ++i) rows[2 * i] = static_cast<BYTE>(0x81 ^ (1 << i));
@@ -308,9 +309,9 @@ TEST(GdiRaster, Brushes) {
 
     Dib colour(2, 1, 32);
     const BYTE fives[2] = {0x5a, 0};
-    SetBitmapBits(device.bitmap.get(), 2, fives);
+    SetBitmapBits(device.bitmap(), 2, fives);
     SetTextColor(colour.dc(), PALETTEINDEX(12)), SetBkColor(colour.dc(), PALETTEINDEX(9));
-    BitBlt(colour.dc(), 0, 0, 2, 1, device.dc.get(), 0, 0, SRCCOPY);
+    BitBlt(colour.dc(), 0, 0, 2, 1, device.dc(), 0, 0, SRCCOPY);
     EXPECT_EQ(colour.hex(), "80808000f0caa600");
     vx::OwnedObject<HBRUSH> indexed(CreateSolidBrush(PALETTEINDEX(13)));
     fill(colour.dc(), indexed.get(), 2, 1);

@@ -170,15 +170,15 @@ inline uint32_t PixelAt(const uint8_t* row, int bits, int x) {
 
 class Canvas {
 public:
-    Canvas(int width, int height, int bitsPerPixel, std::vector<RGBQUAD> table = {})
+    // section: a DIB section whatever the depth (its bits at pixels()).
+    Canvas(int width, int height, int bitsPerPixel, std::vector<RGBQUAD> table = {}, bool section = false)
         : width_(width), height_(height) {
         format_.bits = bitsPerPixel;
-        if (bitsPerPixel == 1 || bitsPerPixel == 32) {
+        if (!section && (bitsPerPixel == 1 || bitsPerPixel == 32)) {
             if (bitsPerPixel == 1) format_.table = {{0, 0, 0, 0}, {255, 255, 255, 0}};
             bitmap_ = vx::OwnedObject<HBITMAP>(CreateBitmap(width, height, 1, bitsPerPixel, nullptr));
         } else {
-            void* bits = nullptr;
-            bitmap_ = vx::OwnedObject<HBITMAP>(TopDownSection(width, height, bitsPerPixel, table, &bits));
+            bitmap_ = vx::OwnedObject<HBITMAP>(TopDownSection(width, height, bitsPerPixel, table, &pixels_));
             format_.table = table;
         }
     EXPECT_NE(bitmap_.get(), nullptr) << width << " x " << height << " at " << bitsPerPixel << " bits";
@@ -195,6 +195,7 @@ public:
     int height() const { return height_; }
     // The layout of its pixels (a table for 1 to 8 bits, default masks otherwise).
     const DibFormat& format() const { return format_; }
+    void* pixels() const { return pixels_; }
 
     // Sets the pixels, rows top down (width x height colours).
     void fill(const Colours& colours) const {
@@ -216,6 +217,7 @@ private:
     vx::OwnedObject<HBITMAP> bitmap_{nullptr};
     HGDIOBJ previous_ = nullptr;
     DibFormat format_;
+    void* pixels_ = nullptr;
 };
 
 }  // namespace vxtest
