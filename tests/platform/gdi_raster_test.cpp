@@ -102,24 +102,19 @@ TEST(GdiRaster, MonochromeAndColour) {
     SetTextColor(colour.dc(), RGB(255, 0, 0)), SetBkColor(colour.dc(), RGB(0, 255, 0));
     SetTextColor(monoBw.dc(), RGB(1, 2, 3)), SetBkColor(monoBw.dc(), RGB(4, 5, 6));
     SetTextColor(four.dc(), RGB(255, 0, 0)), SetBkColor(four.dc(), RGB(0, 0, 255));
-    const auto copy = [](HDC to, HDC from) { EXPECT_TRUE(BitBlt(to, 0, 0, 4, 1, from, 0, 0, SRCCOPY)); };
-    copy(colour.dc(), monoBw.dc());
-    EXPECT_EQ(colour.hex(), "00000000ffffff0000000000ffffff00");
-    copy(colour.dc(), monoRb.dc());
-    EXPECT_EQ(colour.hex(), "0000ff00ff0000000000ff00ff000000");
-    copy(colour.dc(), device.dc());
-    EXPECT_EQ(colour.hex(), "0000ff0000ff00000000ff0000ff0000");
-    copy(four.dc(), monoRb.dc());
-    EXPECT_EQ(four.hex(), "02030203");
-    copy(monoBw2.dc(), monoRb.dc());
-    EXPECT_EQ(monoBw2.hex(), "00");
+    const auto copy = [](const Dib& to, const Canvas& from) {
+        return BitBlt(to.dc(), 0, 0, 4, 1, from.dc(), 0, 0, SRCCOPY) ? to.hex() : "failed";
+    };
+    EXPECT_EQ(copy(colour, monoBw), "00000000ffffff0000000000ffffff00");
+    EXPECT_EQ(copy(colour, monoRb), "0000ff00ff0000000000ff00ff000000");
+    EXPECT_EQ(copy(colour, device), "0000ff0000ff00000000ff0000ff0000");
+    EXPECT_EQ(copy(four, monoRb), "02030203");
+    EXPECT_EQ(copy(monoBw2, monoRb), "00");
     colour.set("332211006655440033221100ffffff00");
     SetBkColor(colour.dc(), RGB(0x11, 0x22, 0x33));
-    copy(monoBw2.dc(), colour.dc());
-    EXPECT_EQ(monoBw2.hex(), "10");  // the nearest entry, not the background rule
-    copy(monoRb.dc(), colour.dc());
-    EXPECT_EQ(monoRb.hex(), "e0");
-    copy(device.dc(), colour.dc());
+    EXPECT_EQ(copy(monoBw2, colour), "10");  // the nearest entry, not the background rule
+    EXPECT_EQ(copy(monoRb, colour), "e0");
+    EXPECT_TRUE(BitBlt(device.dc(), 0, 0, 4, 1, colour.dc(), 0, 0, SRCCOPY));
     EXPECT_EQ(FirstBytes(device), "a0");
 }
 
@@ -257,19 +252,17 @@ TEST(GdiRaster, FormatConversions) {
 // DC's palette; a hollow brush draws nothing.
 TEST(GdiRaster, Brushes) {
     Dib four(8, 1, 8, kFour), mono(8, 1, 1, kBlackWhite), wide(10, 3, 32), monoWide(10, 3, 1, kBlackWhite);
-    const auto fill = [](HDC dc, HBRUSH brush, int w, int h, DWORD rop = PATCOPY) {
-        HGDIOBJ old = SelectObject(dc, brush);
-        EXPECT_TRUE(PatBlt(dc, 0, 0, w, h, rop));
-        SelectObject(dc, old);
+    const auto fill = [](const Canvas& c, HBRUSH brush, DWORD rop = PATCOPY) {
+        const HGDIOBJ old = SelectObject(c.dc(), brush);
+        EXPECT_TRUE(PatBlt(c.dc(), 0, 0, c.width(), c.height(), rop));
+        SelectObject(c.dc(), old);
     };
+    const auto painted = [&](const Dib& d, HBRUSH brush, DWORD rop = PATCOPY) { return fill(d, brush, rop), d.hex(); };
     vx::OwnedObject<HBRUSH> gray(CreateSolidBrush(RGB(128, 128, 128))), reddish(CreateSolidBrush(RGB(200, 10, 10)));
-    fill(four.dc(), reddish.get(), 8, 1);
-    EXPECT_EQ(four.hex(), "0202020202020202");
-    fill(mono.dc(), gray.get(), 8, 1);
-    EXPECT_EQ(mono.hex(), "00");
+    EXPECT_EQ(painted(four, reddish.get()), "0202020202020202");
+    EXPECT_EQ(painted(mono, gray.get()), "00");
     SetBkColor(mono.dc(), RGB(128, 128, 128));
-    fill(mono.dc(), gray.get(), 8, 1);
-    EXPECT_EQ(mono.hex(), "ff");
+    EXPECT_EQ(painted(mono, gray.get()), "ff");
 
     const Canvas device(16, 8, 1);
     const std::pair<COLORREF, const char*> dithers[] = {
@@ -280,13 +273,13 @@ TEST(GdiRaster, Brushes) {
         {RGB(1, 2, 3), "0000000000000000"}};
     for (const auto& [colour, expected] : dithers) {
         vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(colour));
-        fill(device.dc(), brush.get(), 16, 8);
+        fill(device, brush.get());
         EXPECT_EQ(FirstBytes(device), expected) << std::hex << colour;
     }
     Dib stripes(4, 1, 32);
     stripes.set("0000ff0000ff0000ffffff0000000000");
     vx::OwnedObject<HBRUSH> striped(CreatePatternBrush(stripes.bitmap()));
-    fill(device.dc(), striped.get(), 16, 8);
+    fill(device, striped.get());
     EXPECT_EQ(FirstBytes(device).substr(0, 2), "66");
 
     BYTE rows[16] = {};
@@ -294,16 +287,14 @@ TEST(GdiRaster, Brushes) {
     vx::OwnedObject<HBITMAP> eightByEight(CreateBitmap(8, 8, 1, 1, rows));
     vx::OwnedObject<HBRUSH> pattern(CreatePatternBrush(eightByEight.get()));
     SetTextColor(wide.dc(), RGB(255, 0, 0)), SetBkColor(wide.dc(), RGB(0, 0, 255));
-    fill(wide.dc(), pattern.get(), 10, 3);
-    EXPECT_EQ(wide.hex().substr(0, 80), "ff0000000000ff000000ff000000ff000000ff000000ff000000ff000000ff00ff0000000000ff00");
+    EXPECT_EQ(painted(wide, pattern.get()).substr(0, 80), "ff0000000000ff000000ff000000ff000000ff000000ff000000ff000000ff00ff0000000000ff00");
     SetTextColor(monoWide.dc(), RGB(255, 255, 255)), SetBkColor(monoWide.dc(), RGB(0, 0, 0));
-    fill(monoWide.dc(), pattern.get(), 10, 3);
-    EXPECT_EQ(monoWide.hex(), "7f40/7c40/7a40");
+    EXPECT_EQ(painted(monoWide, pattern.get()), "7f40/7c40/7a40");
 
     Dib big(12, 10, 32), target(14, 12, 32);
     for (int i = 0; i < 120; ++i) reinterpret_cast<DWORD*>(big.row(0))[i] = static_cast<DWORD>(i);
     vx::OwnedObject<HBRUSH> tile(CreatePatternBrush(big.bitmap()));
-    fill(target.dc(), tile.get(), 14, 12);
+    fill(target, tile.get());
     EXPECT_EQ(reinterpret_cast<DWORD*>(target.row(11))[13], 13u);
     EXPECT_EQ(reinterpret_cast<DWORD*>(target.row(0))[12], 0u);
 
@@ -314,10 +305,8 @@ TEST(GdiRaster, Brushes) {
     BitBlt(colour.dc(), 0, 0, 2, 1, device.dc(), 0, 0, SRCCOPY);
     EXPECT_EQ(colour.hex(), "80808000f0caa600");
     vx::OwnedObject<HBRUSH> indexed(CreateSolidBrush(PALETTEINDEX(13)));
-    fill(colour.dc(), indexed.get(), 2, 1);
-    EXPECT_EQ(colour.hex(), "0000ff000000ff00");
-    fill(colour.dc(), static_cast<HBRUSH>(GetStockObject(NULL_BRUSH)), 2, 1, PATINVERT);
-    EXPECT_EQ(colour.hex(), "0000ff000000ff00");
+    EXPECT_EQ(painted(colour, indexed.get()), "0000ff000000ff00");
+    EXPECT_EQ(painted(colour, static_cast<HBRUSH>(GetStockObject(NULL_BRUSH)), PATINVERT), "0000ff000000ff00");
 
     LOGBRUSH logical{}, solid{BS_SOLID, RGB(1, 2, 3), 0}, bad{77, 0, 0};
     vx::OwnedObject<HBRUSH> indirect(CreateBrushIndirect(&solid));

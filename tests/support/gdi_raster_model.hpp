@@ -1,7 +1,8 @@
 // gdi_raster_model.hpp - helpers of the raster conformance tests: Dib, a Canvas that is a
 // top-down DIB section at every depth, whose bytes the tests set and read directly; FirstBytes,
-// the first byte of each row of a 1-bit device canvas; and RopModel, a raster operation evaluated bit by bit from its truth table, the
-// reference the word-wide evaluator is checked against.
+// the first byte of each row of a 1-bit device canvas; and RopModel, a raster operation
+// evaluated bit by bit from its truth table, the reference the word-wide evaluator is checked
+// against.
 #pragma once
 
 #include <cstdint>
