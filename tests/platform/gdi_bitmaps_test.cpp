@@ -107,21 +107,17 @@ TEST(GdiBitmaps, SelectionsAndTheirLifetimes) {
     const vx::OwnedObject<HBITMAP> colour(CreateBitmap(4, 4, 1, 32, nullptr)), mono(CreateBitmap(4, 4, 1, 1, nullptr)),
         eight(CreateBitmap(4, 4, 1, 8, nullptr));
     EXPECT_EQ(stock, CreateBitmap(0, 0, 1, 1, nullptr));
-    EXPECT_EQ(SelectObject(first.get(), eight.get()), nullptr);
-    EXPECT_EQ(SelectObject(screen.get(), colour.get()), nullptr);
-    EXPECT_EQ(SelectObject(first.get(), colour.get()), stock);
-    EXPECT_EQ(SelectObject(first.get(), colour.get()), colour.get());
-    EXPECT_EQ(SelectObject(second.get(), colour.get()), nullptr);
-    EXPECT_EQ(SelectObject(second.get(), stock), stock);
-    EXPECT_EQ(SelectObject(second.get(), mono.get()), stock);
-    for (HGDIOBJ foreign : {static_cast<HGDIOBJ>(nullptr), static_cast<HGDIOBJ>(second.get()),
-                            GetStockObject(DEFAULT_PALETTE), reinterpret_cast<HGDIOBJ>(uintptr_t{0x12345})})
-        EXPECT_EQ(SelectObject(first.get(), foreign), nullptr);
+    const HGDIOBJ brush = GetStockObject(BLACK_BRUSH), pen = GetStockObject(WHITE_PEN), none = nullptr;
+    const struct { HDC dc; HGDIOBJ object, answer; } selections[] = {
+        {first.get(), eight.get(), none},   {screen.get(), colour.get(), none}, {first.get(), colour.get(), stock},
+        {first.get(), colour.get(), colour.get()}, {second.get(), colour.get(), none}, {second.get(), stock, stock},
+        {second.get(), mono.get(), stock},  {first.get(), none, none},          {first.get(), second.get(), none},
+        {first.get(), GetStockObject(DEFAULT_PALETTE), none}, {first.get(), reinterpret_cast<HGDIOBJ>(uintptr_t{0x12345}), none},
+        {first.get(), brush, GetStockObject(WHITE_BRUSH)},    {first.get(), pen, GetStockObject(BLACK_PEN)}};
+    for (const auto& c : selections) EXPECT_EQ(SelectObject(c.dc, c.object), c.answer) << &c - selections;
     EXPECT_EQ(GetCurrentObject(reinterpret_cast<HDC>(mono.get()), OBJ_BITMAP), nullptr);
-    EXPECT_EQ(SelectObject(first.get(), GetStockObject(BLACK_BRUSH)), GetStockObject(WHITE_BRUSH));
-    EXPECT_EQ(SelectObject(first.get(), GetStockObject(WHITE_PEN)), GetStockObject(BLACK_PEN));
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_BRUSH), GetStockObject(BLACK_BRUSH));
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PEN), GetStockObject(WHITE_PEN));
+    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_BRUSH), brush);
+    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PEN), pen);
     EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PAL), GetStockObject(DEFAULT_PALETTE));
     SelectObject(first.get(), stock);
     SelectObject(second.get(), stock);
@@ -365,12 +361,11 @@ TEST(GdiBitmaps, DIBHeaderQueriesAndRefusals) {
         {dc.get(), -5, 3, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0}, {dc.get(), 5, 0, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
     };
     for (const auto& c : cases) {
-        Info info = Header(c.width, c.height, c.depth, c.compression);
-        info.header.biSize = c.size;
-        EXPECT_EQ(GetDIBits(c.dc, colour.get(), 0, 3, bits.data(), info.get(), c.usage), c.get) << c.depth << ", " << c.size;
-        info = Header(c.width, c.height, c.depth, c.compression);
-        info.header.biSize = c.size;
-        EXPECT_EQ(SetDIBits(c.dc, colour.get(), 0, 3, bits.data(), info.get(), c.usage), c.set) << c.depth << ", " << c.size;
+        const auto info = [&c] { return Header(c.width, c.height, c.depth, c.compression); };
+        Info get = info(), set = info();
+        get.header.biSize = set.header.biSize = c.size;
+        EXPECT_EQ(GetDIBits(c.dc, colour.get(), 0, 3, bits.data(), get.get(), c.usage), c.get) << c.depth << ", " << c.size;
+        EXPECT_EQ(SetDIBits(c.dc, colour.get(), 0, 3, bits.data(), set.get(), c.usage), c.set) << c.depth << ", " << c.size;
     }
     EXPECT_EQ(GetDIBits(dc.get(), nullptr, 0, 3, bits.data(), Header(5, 3, 32).get(), DIB_RGB_COLORS), 0);
     EXPECT_EQ(SetDIBits(dc.get(), colour.get(), 0, 3, bits.data(), nullptr, DIB_RGB_COLORS), 0);
