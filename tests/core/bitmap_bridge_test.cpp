@@ -41,7 +41,7 @@ TEST(BitmapBridge, RoundTripsKeepThePictureAtEveryDepth) {
         Bitmap bitmap = MakeBitmap(7, 3, bits, [](int x, int y) { return (x * 40 + y * 90) % 256 * 0x010101u; });
         const Bytes dib = Take(ConvertBitmapToDIB(bitmap.get(), nullptr));
         ASSERT_EQ(dib.size(), 40 + (depth < 24 ? 4u << depth : 0) + Stride(7, depth) * 3 + 10) << bits;
-        EXPECT_EQ(DibColours(dib), BitmapColours(bitmap.get())) << bits;
+        EXPECT_EQ(DibColours(dib), Transfer(bitmap.get())) << bits;
         if (bits == 4) ExpectGdiSixteenColours(dib);
     }
 }
@@ -71,12 +71,12 @@ TEST(BitmapBridge, MonochromeCopiesAndHeldBitmaps) {
     Bitmap colour = MakeBitmap(9, 2, 32, [](int x, int y) { return x < 3 ? 0xFFFFFFu : x < 6 ? 0x202020u : y * 0xE0E0E0u; });
     Bitmap mono(ConvertToMonochromeBitmap(colour.get())), copy(DuplicateBitmap(colour.get()));
     const Colour W = 0xFFFFFF;
-    EXPECT_EQ(BitmapColours(mono.get()), (std::vector<Colour>{W, W, W, 0, 0, 0, 0, 0, 0, W, W, W, 0, 0, 0, W, W, W}));
+    EXPECT_EQ(Transfer(mono.get()), (std::vector<Colour>{W, W, W, 0, 0, 0, 0, 0, 0, W, W, W, 0, 0, 0, W, W, W}));
     EXPECT_NE(copy.get(), colour.get());
-    EXPECT_EQ(BitmapColours(copy.get()), BitmapColours(colour.get()));
+    EXPECT_EQ(Transfer(copy.get()), Transfer(colour.get()));
     vx::MemoryDC dc;
     vx::ObjectSelection held(dc.get(), colour.get());
-    EXPECT_EQ(DibColours(Take(ConvertBitmapToDIB(colour.get(), nullptr))), BitmapColours(copy.get()));
+    EXPECT_EQ(DibColours(Take(ConvertBitmapToDIB(colour.get(), nullptr))), Transfer(copy.get()));
 }
 
 // Under Wine the screen has 32-bit true colour: no palette to read (NUMCOLORS -1).

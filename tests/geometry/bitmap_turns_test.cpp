@@ -18,18 +18,18 @@ TEST(BitmapTurns, GiveTheDibOperationsPictureAndLeaveTheSource) {
     const ColourAt dots = [](int x, int y) { return (x * 3 + y) % 5 < 2 ? 0xFFFFFFu : 0u; };
     for (auto [bits, colour] : {std::pair{1, dots}, {32, paint}}) {
         Bitmap source = MakeBitmap(11, 6, bits, colour);
-        const auto before = BitmapColours(source.get());
+        const auto before = Transfer(source.get());
         Block dib(ConvertBitmapToDIB(source.get(), nullptr));
         for (size_t i = 0; i < 5; ++i) {
             Bitmap turned(kTurns[i](source.get()));
-            EXPECT_EQ(BitmapColours(turned.get()), DibColours(Take(kDibTurns[i](dib.get())))) << bits << " " << i;
+            EXPECT_EQ(Transfer(turned.get()), DibColours(Take(kDibTurns[i](dib.get())))) << bits << " " << i;
         }
         SetImgError(kUntouched);
         Bitmap negative(InvertBitmap(source.get()));
         std::vector<Colour> inverted = before;
         for (Colour& c : inverted) c ^= 0xFFFFFF;
-        EXPECT_TRUE(BitmapColours(negative.get()) == inverted && ImgError() == kUntouched) << bits;
-        EXPECT_EQ(BitmapColours(source.get()), before) << bits;
+        EXPECT_TRUE(Transfer(negative.get()) == inverted && ImgError() == kUntouched) << bits;
+        EXPECT_EQ(Transfer(source.get()), before) << bits;
     }
 }
 

@@ -220,12 +220,9 @@ TEST(GdiRaster, Halftone) {
 // bits, and back into 32.
 TEST(GdiRaster, FormatConversions) {
     Dib source(5, 2, 32);
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 5; ++x) {
-            const COLORREF c = vxtest::Mix(x, y);
-            const DWORD v = GetBValue(c) | GetGValue(c) << 8 | static_cast<DWORD>(GetRValue(c)) << 16;
-            std::memcpy(source.row(y) + 4 * x, &v, 4);
-        }
+    vxtest::Colours mixed;
+    for (int i = 0; i < 10; ++i) mixed.push_back(vxtest::Mix(i % 5, i / 5));
+    source.Canvas::fill(mixed);
     struct Case { int bpp; const char *there, *back; } cases[] = {
         {24, "0000008cde8b19bd17a69ba2337a2e/24e813a836983d55048273b117923d",
          "000000008cde8b0019bd1700a69ba200337a2e00/24e81300a83698003d5504008273b10017923d00"},

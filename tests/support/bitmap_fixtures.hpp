@@ -29,7 +29,6 @@ inline std::vector<Colour> Transfer(HBITMAP bitmap, std::vector<Colour> pixels =
     for (Colour& c : pixels) c &= 0xFFFFFF;
     return pixels;
 }
-inline std::vector<Colour> BitmapColours(HBITMAP bitmap) { return Transfer(bitmap); }
 // A device bitmap of `bits` bits per pixel (1: monochrome) painted with `colour`.
 inline Bitmap MakeBitmap(int width, int height, int bits, const ColourAt& colour) {
     Bitmap bitmap(CreateBitmap(width, height, 1, UINT(bits), nullptr));

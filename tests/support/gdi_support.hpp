@@ -35,19 +35,6 @@ inline COLORREF Mix(int x, int y) {
     return RGB(h >> 3, h >> 11, h >> 19);
 }
 
-// Colours as rows of hexadecimal RRGGBB, for failure messages.
-inline std::string Show(const Colours& colours, int width) {
-    std::string text;
-    char cell[12];
-    for (size_t i = 0; i < colours.size(); ++i) {
-        const COLORREF c = colours[i];
-        std::snprintf(cell, sizeof cell, "%02x%02x%02x%c", GetRValue(c), GetGValue(c), GetBValue(c),
-                      (i + 1) % static_cast<size_t>(width) == 0 ? '\n' : ' ');
-        text += cell;
-    }
-    return text;
-}
-
 // A DIB pixel layout: a depth with its table (1 to 8 bits) or channel masks (16 and 32 bits;
 // none: 5-5-5 and 8-8-8).
 struct DibFormat {
@@ -156,6 +143,16 @@ inline std::string Hex(const uint8_t* bytes, int count, int step) {
     for (int i = 0; i < count; ++i) {
         std::snprintf(cell, sizeof cell, "%02x", bytes[static_cast<size_t>(i) * step]);
         text += cell;
+    }
+    return text;
+}
+
+// Colours as rows of hexadecimal RRGGBB, for failure messages.
+inline std::string Show(const Colours& colours, int width) {
+    std::string text;
+    for (size_t i = 0; i < colours.size(); ++i) {
+        const uint8_t rgb[3] = {GetRValue(colours[i]), GetGValue(colours[i]), GetBValue(colours[i])};
+        text += Hex(rgb, 3, 1) + ((i + 1) % static_cast<size_t>(width) == 0 ? '\n' : ' ');
     }
     return text;
 }

@@ -48,10 +48,10 @@ TEST(Combine, CopiesAndModifiedBitmaps) {
     HBITMAP made = nullptr;
     ASSERT_EQ(CombineBMP(0, 0, &made, source.get(), nullptr, FALSE), TRUE);
     Bitmap dest(made);
-    EXPECT_EQ(BitmapColours(made), BitmapColours(source.get()));
+    EXPECT_EQ(Transfer(made), Transfer(source.get()));
     ASSERT_TRUE(CombineBMP(1, 1, &made, source.get(), mask.get(), FALSE));
-    EXPECT_EQ(BitmapColours(source.get()), (std::vector<Colour>{0, paint(1, 0), paint(0, 1), 0}));
-    EXPECT_EQ(BitmapColours(mask.get()), (std::vector<Colour>{0xFFFFFF, 0, 0, 0xFFFFFF}));
+    EXPECT_EQ(Transfer(source.get()), (std::vector<Colour>{0, paint(1, 0), paint(0, 1), 0}));
+    EXPECT_EQ(Transfer(mask.get()), (std::vector<Colour>{0xFFFFFF, 0, 0, 0xFFFFFF}));
 }
 
 TEST(Combine, RefusalsStoreTheFamilyCodesAndDrawNothing) {
@@ -78,7 +78,7 @@ TEST(Combine, RefusalsStoreTheFamilyCodesAndDrawNothing) {
     // (FALSE without a code); nothing is drawn and the source stays as it was.
     const ColourAt grey = [](int x, int) { return x * 0x222222u; };
     Bitmap target = MakeBitmap(4, 4, 32, grey), from = MakeBitmap(2, 2, 32, grey), wide = MakeBitmap(3, 2, 1, grey);
-    const auto before = BitmapColours(target.get());
+    const auto before = Transfer(target.get());
     HBITMAP handle = target.get(), deleted = NotBitmaps()[1];
     EXPECT_TRUE(!CombineBMP(0, 0, &handle, from.get(), wide.get(), FALSE) && ImgError() == COMBINE_ERR_MASKSIZE);
     vx::MemoryDC other;
