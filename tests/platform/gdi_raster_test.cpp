@@ -329,13 +329,17 @@ TEST(GdiRaster, DibTransfers) {
         {-8, 4, 8, 0, 0, 7, 4, 4, "3034383c/eeeeeeee"}, {-8, 4, 0, 0, 0, 0, 8, 8, "eeeeeeee/eeeeeeee"},
         {-8, 4, 8, 0, 0, 9, 4, 0, "eeeeeeee/eeeeeeee"},
     };
-    for (const Band& b : bands) {
-        header->biHeight = b.height;
+    // The answer and the first two rows a transfer from a DIB `height` rows high leaves.
+    const auto transfer = [&](int height, const auto& call) {
+        header->biHeight = height;
         dest.fill(0xee);
-        EXPECT_EQ(SetDIBitsToDevice(dest.dc(), 0, 0, b.w, b.h, b.sx, b.sy, b.start, b.lines, bits, bmi, DIB_RGB_COLORS),
-                  b.answer) << b.height << " " << b.start << " " << b.lines;
-        EXPECT_EQ(dest.hex().substr(0, 17), b.firstRows) << b.height << " " << b.start << " " << b.lines;
-    }
+        const int answer = call();
+        return std::to_string(answer) + " " + dest.hex().substr(0, 17);
+    };
+    for (const Band& b : bands)
+        EXPECT_EQ(transfer(b.height, [&] { return SetDIBitsToDevice(dest.dc(), 0, 0, b.w, b.h, b.sx, b.sy, b.start, b.lines,
+                                                                    bits, bmi, DIB_RGB_COLORS); }),
+                  std::to_string(b.answer) + " " + b.firstRows) << b.height << " " << b.start << " " << b.lines;
     struct Stretch { int height, w, h, sx, sy, sw, sh; DWORD rop; int answer; const char* firstRows; } stretches[] = {
         {8, 4, 8, 0, 0, 2, 2, SRCCOPY, 8, "10101414/10101414"},    {8, 4, 8, 0, 2, 4, 3, SRCCOPY, 8, "4044484c/4044484c"},
         {8, 2, 3, 0, 0, 4, 8, SRCAND, 8, "4048eeee/0008eeee"},     {-8, 4, 8, 0, 2, 4, 3, SRCCOPY, 8, "3034383c/3034383c"},
@@ -345,13 +349,10 @@ TEST(GdiRaster, DibTransfers) {
         {8, -4, 8, 0, 0, 4, 8, SRCCOPY, 8, "70eeeeee/60eeeeee"},   {8, 4, 2, 0, 2, 4, -2, SRCCOPY, 8, "0004080c/1014181c"},
         {8, 4, 2, 0, 0, 4, -2, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
     };
-    for (const Stretch& s : stretches) {
-        header->biHeight = s.height;
-        dest.fill(0xee);
-        EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, s.w, s.h, s.sx, s.sy, s.sw, s.sh, bits, bmi, DIB_RGB_COLORS, s.rop),
-                  s.answer) << s.height << " " << s.sx << "," << s.sy << " " << s.sw << "x" << s.sh;
-        EXPECT_EQ(dest.hex().substr(0, 17), s.firstRows) << s.height << " " << s.sw << "x" << s.sh;
-    }
+    for (const Stretch& s : stretches)
+        EXPECT_EQ(transfer(s.height, [&] { return StretchDIBits(dest.dc(), 0, 0, s.w, s.h, s.sx, s.sy, s.sw, s.sh, bits, bmi,
+                                                                DIB_RGB_COLORS, s.rop); }),
+                  std::to_string(s.answer) + " " + s.firstRows) << s.height << " " << s.sx << "," << s.sy << " " << s.sw << "x" << s.sh;
     header->biHeight = 8;
     EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 4, 8, 0, 0, 4, 8, nullptr, bmi, DIB_RGB_COLORS, SRCCOPY), 0);
     EXPECT_EQ(SetDIBitsToDevice(nullptr, 0, 0, 4, 8, 0, 0, 0, 8, bits, bmi, DIB_RGB_COLORS), 0);
