@@ -36,14 +36,9 @@ Bands DeviceRectRegion(const DcState& state, int left, int top, int right, int b
 // answers what it answers, ERROR for a handle that is not a DC.
 template <typename Change>
 int ChangeClip(HDC dc, Change change) {
-    try {
-        auto objects = Objects();
-        DeviceContext* context = objects.find<DeviceContext>(dc);
-        if (context == nullptr) return ERROR;
-        return change(objects, context->state, DcSurface(objects, *context));
-    } catch (...) {
-        return ERROR;
-    }
+    return OnDC(dc, int{ERROR}, [&](auto& objects, DeviceContext& context) {
+        return change(objects, context.state, DcSurface(objects, context));
+    });
 }
 
 // The region a DC clips to when it has none: the surface's bounds.

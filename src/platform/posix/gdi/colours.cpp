@@ -16,16 +16,12 @@ namespace {
 
 template <typename T>
 T Exchange(HDC dc, T DcState::*member, T value, T failure) {
-    auto objects = Objects();
-    DeviceContext* context = objects.find<DeviceContext>(dc);
-    return context != nullptr ? std::exchange(context->state.*member, value) : failure;
+    return OnDC(dc, failure, [&](auto&, DeviceContext& context) { return std::exchange(context.state.*member, value); });
 }
 
 template <typename T>
 T Read(HDC dc, T DcState::*member, T failure) {
-    auto objects = Objects();
-    const DeviceContext* context = objects.find<DeviceContext>(dc);
-    return context != nullptr ? context->state.*member : failure;
+    return OnDC(dc, failure, [&](auto&, const DeviceContext& context) { return context.state.*member; });
 }
 
 }  // namespace

@@ -267,21 +267,16 @@ uint8_t TernaryOf(int rop2) {
 // not a DC. Nothing is drawn on a DC without pixels, and the call still succeeds.
 template <typename Draw>
 BOOL WithCanvas(HDC dc, Draw draw) {
-    try {
-        auto objects = Objects();
-        DeviceContext* context = objects.find<DeviceContext>(dc);
-        if (context == nullptr) return FALSE;
+    return OnDC(dc, FALSE, [&](auto& objects, DeviceContext& context) {
         Canvas canvas;
         canvas.objects = &objects;
-        canvas.state = &context->state;
-        canvas.rop2 = context->state.rop2;
-        canvas.surface = DcSurface(objects, *context);
-        if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context->state, canvas.surface);
-        draw(objects, canvas, *context);
+        canvas.state = &context.state;
+        canvas.rop2 = context.state.rop2;
+        canvas.surface = DcSurface(objects, context);
+        if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context.state, canvas.surface);
+        draw(objects, canvas, context);
         return TRUE;
-    } catch (...) {
-        return FALSE;
-    }
+    });
 }
 
 }  // namespace

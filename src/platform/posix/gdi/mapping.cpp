@@ -126,21 +126,20 @@ BOOL SetExtent(HDC dc, SIZE DcState::*extent, int x, int y, LPSIZE previous) {
 }
 
 BOOL SetOrigin(HDC dc, POINT DcState::*origin, int x, int y, LPPOINT previous) {
-    auto objects = Objects();
-    DeviceContext* context = objects.find<DeviceContext>(dc);
-    if (context == nullptr) return FALSE;
-    if (previous != nullptr) *previous = context->state.*origin;
-    context->state.*origin = POINT{x, y};
-    return TRUE;
+    return OnDC(dc, FALSE, [&](auto&, DeviceContext& context) {
+        if (previous != nullptr) *previous = context.state.*origin;
+        context.state.*origin = POINT{x, y};
+        return TRUE;
+    });
 }
 
 template <typename Value>
 BOOL GetSetting(HDC dc, Value DcState::*member, Value* out) {
-    auto objects = Objects();
-    const DeviceContext* context = objects.find<DeviceContext>(dc);
-    if (context == nullptr || out == nullptr) return FALSE;
-    *out = context->state.*member;
-    return TRUE;
+    if (out == nullptr) return FALSE;
+    return OnDC(dc, FALSE, [&](auto&, const DeviceContext& context) {
+        *out = context.state.*member;
+        return TRUE;
+    });
 }
 
 }  // namespace

@@ -206,4 +206,18 @@ RECT ToDeviceRect(const DcState& state, int x, int y, int width, int height);
 // the rectangles drawing may touch, banded, none when nothing is visible.
 std::vector<RECT> VisibleRects(const DcState& state, const Surface& surface);
 
+// Runs `work(objects, context)` on a live DC with the table locked and answers what it
+// answers; `failure` for a handle that is not a DC, and when the work cannot get memory. Every
+// call that works on one DC starts here, so none dereferences a stale handle.
+template <typename Result, typename Work>
+Result OnDC(HDC dc, Result failure, Work&& work) {
+    try {
+        auto objects = Objects();
+        DeviceContext* context = objects.find<DeviceContext>(dc);
+        return context != nullptr ? static_cast<Result>(work(objects, *context)) : failure;
+    } catch (...) {
+        return failure;
+    }
+}
+
 }  // namespace vx::posix::gdi
