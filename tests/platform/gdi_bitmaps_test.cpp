@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "gdi_support.hpp"
@@ -132,11 +133,7 @@ TEST(GdiBitmaps, SelectionsAndTheirLifetimes) {
         EXPECT_EQ(GetPixel(dc, 1, 1), RGB(1, 2, 3));
         EXPECT_EQ(GetObjectA(bitmap, 0, nullptr), static_cast<int>(sizeof(BITMAP)));
         EXPECT_EQ(SelectObject(second.get(), bitmap), nullptr);
-        if (byDeletingTheDC) {
-            EXPECT_TRUE(DeleteDC(dc));
-        } else {
-            EXPECT_EQ(SelectObject(dc, stock), bitmap);
-        }
+        EXPECT_TRUE(byDeletingTheDC ? DeleteDC(dc) : SelectObject(dc, stock) == bitmap);
         EXPECT_EQ(GetObjectA(bitmap, 0, nullptr), 0);
     }
 }
@@ -184,13 +181,10 @@ TEST(GdiBitmaps, NearestColours) {
 TEST(GdiBitmaps, ScreenAndCompatibleBitmaps) {
     const vx::WindowDC screen(nullptr);
     const vx::MemoryDC dc;
-    for (HDC each : {screen.get(), dc.get()}) {
-        EXPECT_EQ(GetDeviceCaps(each, BITSPIXEL), 32);
-        EXPECT_EQ(GetDeviceCaps(each, SIZEPALETTE), 0);
-        EXPECT_EQ(GetDeviceCaps(each, NUMCOLORS), -1);
-        EXPECT_EQ(GetDeviceCaps(each, LOGPIXELSY), 96);
-        EXPECT_EQ(GetDeviceCaps(each, RASTERCAPS) & (RC_PALETTE | RC_DI_BITMAP), RC_DI_BITMAP);
-    }
+    for (HDC each : {screen.get(), dc.get()})
+        for (auto [index, mask, want] : {std::tuple{BITSPIXEL, -1, 32}, {SIZEPALETTE, -1, 0}, {NUMCOLORS, -1, -1},
+                                          {LOGPIXELSY, -1, 96}, {RASTERCAPS, RC_PALETTE | RC_DI_BITMAP, RC_DI_BITMAP}})
+            EXPECT_EQ(GetDeviceCaps(each, index) & mask, want) << index;
     const vx::OwnedObject<HBITMAP> fromScreen(CreateCompatibleBitmap(screen.get(), 4, 4)),
         fromNew(CreateCompatibleBitmap(dc.get(), 4, 4));
     EXPECT_EQ(ObjectOf(fromScreen.get()).bmWidthBytes, 16);
@@ -303,11 +297,9 @@ TEST(GdiBitmaps, DIBScanLines) {
         Info info = Header(2, c.height, 32);
         std::vector<uint32_t> bits(2 * 9 + 1, 0xEEEEEEEE);
         EXPECT_EQ(GetDIBits(dc.get(), bitmap.get(), c.start, c.lines, bits.data(), info.get(), DIB_RGB_COLORS), c.got);
-        std::vector<uint32_t> rows(c.read.size() + 1);
-        for (size_t i = 0; i < rows.size(); ++i) rows[i] = bits[2 * i];
         std::vector<uint32_t> want = c.read;
         want.push_back(0xEEEEEEEE);
-        EXPECT_EQ(rows, want);
+        for (size_t i = 0; i < want.size(); ++i) EXPECT_EQ(bits[2 * i], want[i]) << "row " << i;
 
         const vx::OwnedObject<HBITMAP> target(CreateBitmap(2, bitmapHeight, 1, 32, nullptr));
         for (size_t i = 0; i < bits.size(); ++i) bits[i] = static_cast<uint32_t>(i / 2 + 1);
