@@ -93,8 +93,8 @@ TEST(GdiRaster, OffsetsAndOverlaps) {
 // destination's text (0) and background (1) colours and takes 1 where a colour source has the
 // source DC's background colour; 1-bit DIB sections convert through their own tables.
 TEST(GdiRaster, MonochromeAndColour) {
-    Dib monoBw(4, 1, 1, kBlackWhite), monoRb(4, 1, 1, kRedBlue), colour(4, 1, 32), four(4, 1, 8, kFour);
-    Dib monoBw2(4, 1, 1, kBlackWhite);
+    Dib monoBw(4, 1, 1, kBlackWhite), monoRb(4, 1, 1, kRedBlue), colour(4, 1, 32), four(4, 1, 8, kFour),
+        monoBw2(4, 1, 1, kBlackWhite);
     const Canvas device(16, 1, 1);
     monoBw.set("50"), monoRb.set("50");
     const BYTE deviceBits[2] = {0x50, 0};
