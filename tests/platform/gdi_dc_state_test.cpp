@@ -66,10 +66,8 @@ TEST(GdiMapping, ModesAndExtents) {
         EXPECT_EQ(SetMapMode(d, c.mode), std::exchange(previous, c.mode));
         const auto scale = [&](int mm) { return c.inches ? (c.units * mm + 127) / 254 : c.units * mm; };
         SIZE window{}, viewport{};
-        GetWindowExtEx(d, &window);
-        GetViewportExtEx(d, &viewport);
-        EXPECT_TRUE(window.cx == scale(sx) && window.cy == scale(sy)) << c.mode;
-        EXPECT_TRUE(viewport.cx == rx && viewport.cy == -ry) << c.mode;
+        EXPECT_TRUE(GetWindowExtEx(d, &window) && GetViewportExtEx(d, &viewport) && window.cx == scale(sx) &&
+                    window.cy == scale(sy) && viewport.cx == rx && viewport.cy == -ry) << c.mode;
     }
     EXPECT_EQ(SetMapMode(d, MM_TEXT), MM_ANISOTROPIC);
     for (int refused : {0, MM_ANISOTROPIC + 1}) EXPECT_EQ(SetMapMode(d, refused), 0);
@@ -264,12 +262,9 @@ void DrawLines(HDC dc, std::initializer_list<std::pair<POINT, POINT>> lines) {
 // Lines from many starts to many ends, some far off the surface, each inverting its pixels.
 void DrawStar(HDC dc) {
     SetROP2(dc, R2_NOT);
-    for (const POINT& s : {POINT{20, 20}, POINT{3, 40}, POINT{45, 7}, POINT{-30, 70}, POINT{100, -20}}) {
-        for (int i = 0; i < 40; ++i) {
-            const POINT to{s.x + ((i * 7) % 23 - 11) * (i % 5 + 1), s.y + ((i * 11) % 19 - 9) * (i % 3 + 2)};
-            DrawLines(dc, {{s, to}});
-        }
-    }
+    for (const POINT& s : {POINT{20, 20}, POINT{3, 40}, POINT{45, 7}, POINT{-30, 70}, POINT{100, -20}})
+        for (int i = 0; i < 40; ++i)
+            DrawLines(dc, {{s, {s.x + ((i * 7) % 23 - 11) * (i % 5 + 1), s.y + ((i * 11) % 19 - 9) * (i % 3 + 2)}}});
     DrawLines(dc, {{{-1000000, -999999}, {1000000, 1000001}}, {{0x20000000, 5}, {-5, 30}}});
     SetROP2(dc, R2_COPYPEN);
 }
@@ -343,7 +338,7 @@ TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
         SelectObject(canvas.dc(), old);
         const std::vector<uint8_t> after = canvas.bytes();
         const uint32_t p = PixelValue(after, c.bits, 0, 16);
-        for (int rop = R2_BLACK; rop <= R2_WHITE; ++rop) {
+        for (int rop = R2_BLACK; rop <= R2_WHITE; ++rop)
             for (int x = 0; x < 16; ++x) {
                 const uint32_t d = PixelValue(pattern, c.bits, x, rop - 1);
                 uint32_t expected = 0;  // bit (2 P + D) of rop - 1 is the result's bit
@@ -351,7 +346,6 @@ TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
                     expected |= ((rop - 1u) >> (((p >> bit) & 1) * 2 + ((d >> bit) & 1)) & 1) << bit;
                 EXPECT_EQ(PixelValue(after, c.bits, x, rop - 1), expected) << "R2 " << rop << ", x " << x;
             }
-        }
     }
 }
 
