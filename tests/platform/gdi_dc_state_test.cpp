@@ -66,10 +66,8 @@ TEST(GdiMapping, ModesAndExtents) {
         EXPECT_EQ(SetMapMode(d, c.mode), std::exchange(previous, c.mode));
         const auto scale = [&](int mm) { return c.inches ? (c.units * mm + 127) / 254 : c.units * mm; };
         SIZE window{}, viewport{};
-        GetWindowExtEx(d, &window);
-        GetViewportExtEx(d, &viewport);
-        EXPECT_TRUE(window.cx == scale(sx) && window.cy == scale(sy)) << c.mode;
-        EXPECT_TRUE(viewport.cx == rx && viewport.cy == -ry) << c.mode;
+        EXPECT_TRUE(GetWindowExtEx(d, &window) && GetViewportExtEx(d, &viewport) && window.cx == scale(sx) &&
+                    window.cy == scale(sy) && viewport.cx == rx && viewport.cy == -ry) << c.mode;
     }
     EXPECT_EQ(SetMapMode(d, MM_TEXT), MM_ANISOTROPIC);
     for (int refused : {0, MM_ANISOTROPIC + 1}) EXPECT_EQ(SetMapMode(d, refused), 0);
@@ -83,10 +81,9 @@ TEST(GdiMapping, ModesAndExtents) {
         {{-7, 3}, {5, -9}, {5, -2}}, {{1000000, 1}, {1, 1}, {1, 1}},  // rounded to 0: the least of its sign
     };
     for (const auto& c : isotropic) {
-        SetMapMode(d, MM_TEXT);
-        SetMapMode(d, MM_ISOTROPIC);
+        SetMapMode(d, MM_TEXT), SetMapMode(d, MM_ISOTROPIC);
         SetWindowExtEx(d, c.window.cx, c.window.cy, nullptr);
-        SetViewportExtEx(d, c.viewport.cx, c.viewport.cy, &now);
+        SetViewportExtEx(d, c.viewport.cx, c.viewport.cy, nullptr);
         GetViewportExtEx(d, &now);
         EXPECT_TRUE(now.cx == c.expected.cx && now.cy == c.expected.cy) << now.cx << "x" << now.cy;
     }
@@ -242,6 +239,11 @@ struct White : vxtest::Canvas {
         SetBitmapBits(bitmap(), static_cast<DWORD>(ones.size()), ones.data());
     }
     bool Black(int x, int y) const { return GetPixel(dc(), x, y) == RGB(0, 0, 0); }
+    // Calls `each(x, y, black)` for every pixel, row by row.
+    template <class Each> void Scan(Each each) const {
+        for (int y = 0; y < height(); ++y)
+            for (int x = 0; x < width(); ++x) each(x, y, Black(x, y));
+    }
 };
 
 uint32_t Fnv(const std::vector<uint8_t>& bytes) {
@@ -260,12 +262,9 @@ void DrawLines(HDC dc, std::initializer_list<std::pair<POINT, POINT>> lines) {
 // Lines from many starts to many ends, some far off the surface, each inverting its pixels.
 void DrawStar(HDC dc) {
     SetROP2(dc, R2_NOT);
-    for (const POINT& s : {POINT{20, 20}, POINT{3, 40}, POINT{45, 7}, POINT{-30, 70}, POINT{100, -20}}) {
-        for (int i = 0; i < 40; ++i) {
-            const POINT to{s.x + ((i * 7) % 23 - 11) * (i % 5 + 1), s.y + ((i * 11) % 19 - 9) * (i % 3 + 2)};
-            DrawLines(dc, {{s, to}});
-        }
-    }
+    for (const POINT& s : {POINT{20, 20}, POINT{3, 40}, POINT{45, 7}, POINT{-30, 70}, POINT{100, -20}})
+        for (int i = 0; i < 40; ++i)
+            DrawLines(dc, {{s, {s.x + ((i * 7) % 23 - 11) * (i % 5 + 1), s.y + ((i * 11) % 19 - 9) * (i % 3 + 2)}}});
     DrawLines(dc, {{{-1000000, -999999}, {1000000, 1000001}}, {{0x20000000, 5}, {-5, 30}}});
     SetROP2(dc, R2_COPYPEN);
 }
@@ -291,9 +290,9 @@ TEST(GdiLines, LinesLightWindowsPixels) {
         const White canvas(16, 16);
         DrawLines(canvas.dc(), {{{8, 8}, {8 + c.end.x, 8 + c.end.y}}});
         std::string lit;
-        for (int y = 0; y < 16; ++y)
-            for (int x = 0; x < 16; ++x)
-                if (canvas.Black(x, y)) lit += std::to_string(x - 8) + "," + std::to_string(y - 8) + " ";
+        canvas.Scan([&](int x, int y, bool black) {
+            if (black) lit += std::to_string(x - 8) + "," + std::to_string(y - 8) + " ";
+        });
         EXPECT_EQ(lit, c.pixels) << "to " << c.end.x << "," << c.end.y;
     }
 }
@@ -310,9 +309,9 @@ TEST(GdiLines, ClippedLinesLightTheUnclippedPixels) {
     EXPECT_EQ(SelectClipRgn(clipped.dc(), clip.get()), COMPLEXREGION);
     DrawStar(clipped.dc());
     SelectClipRgn(clipped.dc(), nullptr);
-    for (int y = 0; y < 48; ++y)
-        for (int x = 0; x < 64; ++x)
-            EXPECT_EQ(clipped.Black(x, y), PtInRegion(clip.get(), x, y) && whole.Black(x, y)) << x << "," << y;
+    clipped.Scan([&](int x, int y, bool black) {
+        EXPECT_EQ(black, PtInRegion(clip.get(), x, y) && whole.Black(x, y)) << x << "," << y;
+    });
 }
 
 // Each binary raster operation works bit by bit on whole pixel values, unused top bits included:
@@ -339,7 +338,7 @@ TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
         SelectObject(canvas.dc(), old);
         const std::vector<uint8_t> after = canvas.bytes();
         const uint32_t p = PixelValue(after, c.bits, 0, 16);
-        for (int rop = R2_BLACK; rop <= R2_WHITE; ++rop) {
+        for (int rop = R2_BLACK; rop <= R2_WHITE; ++rop)
             for (int x = 0; x < 16; ++x) {
                 const uint32_t d = PixelValue(pattern, c.bits, x, rop - 1);
                 uint32_t expected = 0;  // bit (2 P + D) of rop - 1 is the result's bit
@@ -347,7 +346,6 @@ TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
                     expected |= ((rop - 1u) >> (((p >> bit) & 1) * 2 + ((d >> bit) & 1)) & 1) << bit;
                 EXPECT_EQ(PixelValue(after, c.bits, x, rop - 1), expected) << "R2 " << rop << ", x " << x;
             }
-        }
     }
 }
 
@@ -366,16 +364,12 @@ TEST(GdiLines, RectanglesAndDashes) {
         SelectObject(canvas.dc(), GetStockObject(r.brush));
         EXPECT_TRUE(Rectangle(canvas.dc(), r.rect.left, r.rect.top, r.rect.right, r.rect.bottom));
     }
-    const char* const expected[] = {
-        "........................", ".#####...######.........", ".#####...#....#...####..", ".#####...#....#...####..",
-        ".#####...#....#...####..", ".........######.........", "........................", "........................",
-        "...............##.......", "..##...........##.......", "........................", "........................",
-    };
-    for (int y = 0; y < 12; ++y) {
-        std::string row;
-        for (int x = 0; x < 24; ++x) row += canvas.Black(x, y) ? '#' : '.';
-        EXPECT_EQ(row, expected[y]) << "row " << y;
-    }
+    std::string picture;
+    canvas.Scan([&](int x, int, bool black) { picture += std::string(black ? "#" : ".") + (x == 23 ? "/" : ""); });
+    EXPECT_EQ(picture, "......................../.#####...######........./.#####...#....#...####../"
+                       ".#####...#....#...####../.#####...#....#...####../.........######........./"
+                       "......................../......................../...............##......./"
+                       "..##...........##......./......................../......................../");
     EXPECT_EQ(CreatePen(PS_NULL, 3, RGB(1, 2, 3)), GetStockObject(NULL_PEN));
 
     const uint32_t dashes[] = {694749849u, 3891033828u, 3206205804u, 3973102197u};

@@ -93,8 +93,8 @@ TEST(GdiRaster, OffsetsAndOverlaps) {
 // destination's text (0) and background (1) colours and takes 1 where a colour source has the
 // source DC's background colour; 1-bit DIB sections convert through their own tables.
 TEST(GdiRaster, MonochromeAndColour) {
-    Dib monoBw(4, 1, 1, kBlackWhite), monoRb(4, 1, 1, kRedBlue), colour(4, 1, 32), four(4, 1, 8, kFour);
-    Dib monoBw2(4, 1, 1, kBlackWhite);
+    Dib monoBw(4, 1, 1, kBlackWhite), monoRb(4, 1, 1, kRedBlue), colour(4, 1, 32), four(4, 1, 8, kFour),
+        monoBw2(4, 1, 1, kBlackWhite);
     const Canvas device(16, 1, 1);
     monoBw.set("50"), monoRb.set("50");
     const BYTE deviceBits[2] = {0x50, 0};
@@ -234,8 +234,8 @@ TEST(GdiRaster, FormatConversions) {
     };
     for (const Case& c : cases) {
         Dib dest(5, 2, c.bpp, c.bpp == 1 ? kBlackWhite : std::vector<RGBQUAD>{}), back(5, 2, 32);
-        EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 5, 2, source.dc(), 0, 0, SRCCOPY));
-        EXPECT_TRUE(BitBlt(back.dc(), 0, 0, 5, 2, dest.dc(), 0, 0, SRCCOPY));
+        EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 5, 2, source.dc(), 0, 0, SRCCOPY) &&
+                    BitBlt(back.dc(), 0, 0, 5, 2, dest.dc(), 0, 0, SRCCOPY));
         EXPECT_EQ(dest.hex(), c.there) << c.bpp;
         EXPECT_EQ(back.hex(), c.back) << c.bpp;
     }
@@ -364,14 +364,13 @@ TEST(GdiRaster, DibTransfers) {
         0x300, 4, {{0, 0, 0, 0}, {60, 60, 60, 0}, {120, 120, 120, 0}, {180, 180, 180, 0}}};
     vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
     Dib four(4, 1, 32);
-    HPALETTE previous = SelectPalette(four.dc(), palette.get(), FALSE);
+    SelectPalette(four.dc(), palette.get(), FALSE);  // the DC goes before the palette
     *header = {sizeof(BITMAPINFOHEADER), 4, 1, 1, 8, BI_RGB, 0, 0, 0, 4, 0};
     const WORD indices[4] = {3, 2, 1, 7};
     std::memcpy(header + 1, indices, sizeof indices);
     for (uint8_t i = 0; i < 4; ++i) bits[i] = i;
     EXPECT_EQ(StretchDIBits(four.dc(), 0, 0, 4, 1, 0, 0, 4, 1, bits, bmi, DIB_PAL_COLORS, SRCCOPY), 1);
     EXPECT_EQ(four.hex(), "b4b4b400787878003c3c3c00b4b4b400");
-    SelectPalette(four.dc(), previous, FALSE);
 
     // 5-6-5 and 10-10-10 bit-field DIBs.
     const uint8_t fields[12] = {0x12, 0x34, 0x56, 0x78, 0x9a, 0xbc, 0xde, 0xf0, 0x0f, 0xed, 0xcb, 0xa9};
