@@ -9,7 +9,10 @@
  *   - device contexts: memory DCs, what is selected into them, their saved states, colours,
  *     mapping modes and clipping; GetDeviceCaps of the screen (32 bits, 96 dpi, no palette);
  *   - drawing: bit transfers and stretching with every ternary raster operation, brushes,
- *     pens and lines with the binary raster operations, rectangular regions.
+ *     pens and lines with the binary raster operations, rectangular regions, shapes and
+ *     polygons;
+ *   - fonts and text (FreeType glyphs through fontconfig);
+ *   - Windows and enhanced metafiles: recording DCs, their bytes, and players.
  *
  * A Linux application inspects and frees the GDI objects the library returns exactly as on
  * Windows. Every handle is checked before use: a deleted or never-issued handle, or a handle of
@@ -67,6 +70,93 @@ typedef struct tagLOGBRUSH {
     COLORREF lbColor;
     ULONG_PTR lbHatch;
 } LOGBRUSH, *LPLOGBRUSH;
+
+/* Fonts and text. */
+#define LF_FACESIZE 32
+typedef struct tagLOGFONTA {
+    LONG lfHeight;
+    LONG lfWidth;
+    LONG lfEscapement;
+    LONG lfOrientation;
+    LONG lfWeight;
+    BYTE lfItalic;
+    BYTE lfUnderline;
+    BYTE lfStrikeOut;
+    BYTE lfCharSet;
+    BYTE lfOutPrecision;
+    BYTE lfClipPrecision;
+    BYTE lfQuality;
+    BYTE lfPitchAndFamily;
+    CHAR lfFaceName[LF_FACESIZE];
+} LOGFONTA, *LPLOGFONTA;
+
+typedef struct tagTEXTMETRICA {
+    LONG tmHeight;
+    LONG tmAscent;
+    LONG tmDescent;
+    LONG tmInternalLeading;
+    LONG tmExternalLeading;
+    LONG tmAveCharWidth;
+    LONG tmMaxCharWidth;
+    LONG tmWeight;
+    LONG tmOverhang;
+    LONG tmDigitizedAspectX;
+    LONG tmDigitizedAspectY;
+    BYTE tmFirstChar;
+    BYTE tmLastChar;
+    BYTE tmDefaultChar;
+    BYTE tmBreakChar;
+    BYTE tmItalic;
+    BYTE tmUnderlined;
+    BYTE tmStruckOut;
+    BYTE tmPitchAndFamily;
+    BYTE tmCharSet;
+} TEXTMETRICA, *LPTEXTMETRICA;
+
+/* Metafiles. */
+typedef struct _RECTL {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+} RECTL, *LPRECTL;
+typedef struct _POINTL {
+    LONG x;
+    LONG y;
+} POINTL, *LPPOINTL;
+typedef SIZE SIZEL, *LPSIZEL;
+
+typedef struct tagENHMETAHEADER {
+    DWORD iType;
+    DWORD nSize;
+    RECTL rclBounds;
+    RECTL rclFrame;
+    DWORD dSignature;
+    DWORD nVersion;
+    DWORD nBytes;
+    DWORD nRecords;
+    WORD nHandles;
+    WORD sReserved;
+    DWORD nDescription;
+    DWORD offDescription;
+    DWORD nPalEntries;
+    SIZEL szlDevice;
+    SIZEL szlMillimeters;
+    DWORD cbPixelFormat;
+    DWORD offPixelFormat;
+    DWORD bOpenGL;
+    SIZEL szlMicrometers;
+} ENHMETAHEADER, *LPENHMETAHEADER;
+
+typedef struct tagMETAFILEPICT {
+    LONG mm;
+    LONG xExt;
+    LONG yExt;
+    HMETAFILE hMF;
+} METAFILEPICT, *LPMETAFILEPICT;
+
+#define EMR_HEADER 1
+#define ENHMETA_SIGNATURE 0x464D4520
 
 #define RGB(r, g, b) ((COLORREF)(((BYTE)(r) | ((WORD)((BYTE)(g)) << 8)) | (((DWORD)(BYTE)(b)) << 16)))
 #define GetRValue(rgb) ((BYTE)(rgb))
@@ -228,6 +318,44 @@ typedef struct tagLOGBRUSH {
 #define BS_NULL 1
 #define BS_HOLLOW BS_NULL
 #define BS_PATTERN 3
+
+/* Polygon fill modes. */
+#define ALTERNATE 1
+#define WINDING 2
+
+/* Stock fonts (GetStockObject). */
+#define OEM_FIXED_FONT 10
+#define ANSI_FIXED_FONT 11
+#define ANSI_VAR_FONT 12
+#define SYSTEM_FONT 13
+#define DEVICE_DEFAULT_FONT 14
+#define SYSTEM_FIXED_FONT 16
+#define DEFAULT_GUI_FONT 17
+
+/* Font weights, character sets, pitches, and text output. */
+#define FW_DONTCARE 0
+#define FW_NORMAL 400
+#define FW_BOLD 700
+#define ANSI_CHARSET 0
+#define DEFAULT_CHARSET 1
+#define OEM_CHARSET 255
+#define DEFAULT_PITCH 0
+#define FIXED_PITCH 1
+#define VARIABLE_PITCH 2
+#define TMPF_FIXED_PITCH 0x01
+#define TMPF_VECTOR 0x02
+#define TMPF_TRUETYPE 0x04
+#define ETO_OPAQUE 0x0002
+#define ETO_CLIPPED 0x0004
+#define TA_NOUPDATECP 0
+#define TA_UPDATECP 1
+#define TA_LEFT 0
+#define TA_RIGHT 2
+#define TA_CENTER 6
+#define TA_TOP 0
+#define TA_BOTTOM 8
+#define TA_BASELINE 24
+#define GDI_ERROR 0xFFFFFFFFL
 
 #ifdef __cplusplus
 extern "C" {
@@ -403,6 +531,84 @@ VXPLATFORMAPI BOOL MoveToEx(HDC dc, int x, int y, LPPOINT previous);
 VXPLATFORMAPI BOOL LineTo(HDC dc, int x, int y);
 VXPLATFORMAPI BOOL Polyline(HDC dc, const POINT *points, int count);
 VXPLATFORMAPI BOOL Rectangle(HDC dc, int left, int top, int right, int bottom);
+
+/*
+ * Shapes, filled with the DC's brush and outlined with its pen through its binary raster
+ * operation, as Windows draws them (to within the tolerance the tests name for curves).
+ * Polygons fill by the DC's fill mode (ALTERNATE or WINDING). FillRgn, PaintRgn, FrameRgn and
+ * InvertRgn paint a region given in logical coordinates.
+ */
+VXPLATFORMAPI BOOL Ellipse(HDC dc, int left, int top, int right, int bottom);
+VXPLATFORMAPI BOOL RoundRect(HDC dc, int left, int top, int right, int bottom, int width, int height);
+VXPLATFORMAPI BOOL Arc(HDC dc, int left, int top, int right, int bottom, int startX, int startY, int endX,
+                       int endY);
+VXPLATFORMAPI BOOL Pie(HDC dc, int left, int top, int right, int bottom, int startX, int startY, int endX,
+                       int endY);
+VXPLATFORMAPI BOOL Chord(HDC dc, int left, int top, int right, int bottom, int startX, int startY, int endX,
+                         int endY);
+VXPLATFORMAPI BOOL Polygon(HDC dc, const POINT *points, int count);
+VXPLATFORMAPI BOOL PolyPolygon(HDC dc, const POINT *points, const INT *counts, int polygons);
+VXPLATFORMAPI int SetPolyFillMode(HDC dc, int mode);
+VXPLATFORMAPI int GetPolyFillMode(HDC dc);
+VXPLATFORMAPI BOOL FillRgn(HDC dc, HRGN region, HBRUSH brush);
+VXPLATFORMAPI BOOL PaintRgn(HDC dc, HRGN region);
+VXPLATFORMAPI BOOL FrameRgn(HDC dc, HRGN region, HBRUSH brush, int width, int height);
+VXPLATFORMAPI BOOL InvertRgn(HDC dc, HRGN region);
+
+/* Moving and scaling the window and viewport (the extents as Set...ExtEx treats them). */
+VXPLATFORMAPI BOOL OffsetWindowOrgEx(HDC dc, int x, int y, LPPOINT previous);
+VXPLATFORMAPI BOOL OffsetViewportOrgEx(HDC dc, int x, int y, LPPOINT previous);
+VXPLATFORMAPI BOOL ScaleWindowExtEx(HDC dc, int xNum, int xDenom, int yNum, int yDenom, LPSIZE previous);
+VXPLATFORMAPI BOOL ScaleViewportExtEx(HDC dc, int xNum, int xDenom, int yNum, int yDenom, LPSIZE previous);
+
+/*
+ * Fonts and text. Glyphs come from a scalable font found through fontconfig and rendered by
+ * FreeType without anti-aliasing, as GDI renders bitmap fonts; every DC starts with the stock
+ * SYSTEM_FONT. Metrics are the font's, in logical units of the DC; text drawn in a mapping mode
+ * is scaled with it. Text is compared by structure, never by pixels, against Windows.
+ */
+VXPLATFORMAPI HFONT CreateFontIndirectA(const LOGFONTA *font);
+VXPLATFORMAPI HFONT CreateFontA(int height, int width, int escapement, int orientation, int weight,
+                                DWORD italic, DWORD underline, DWORD strikeOut, DWORD charSet,
+                                DWORD outPrecision, DWORD clipPrecision, DWORD quality,
+                                DWORD pitchAndFamily, LPCSTR faceName);
+VXPLATFORMAPI BOOL GetTextMetricsA(HDC dc, LPTEXTMETRICA metrics);
+VXPLATFORMAPI BOOL GetTextExtentPoint32A(HDC dc, LPCSTR text, int count, LPSIZE size);
+VXPLATFORMAPI BOOL TextOutA(HDC dc, int x, int y, LPCSTR text, int count);
+VXPLATFORMAPI BOOL ExtTextOutA(HDC dc, int x, int y, UINT options, const RECT *rect, LPCSTR text, UINT count,
+                               const INT *dx);
+VXPLATFORMAPI UINT SetTextAlign(HDC dc, UINT align);
+VXPLATFORMAPI UINT GetTextAlign(HDC dc);
+
+/*
+ * Windows metafiles (WMF) and enhanced metafiles (EMF), in the published record formats.
+ * CreateMetaFileA / CreateEnhMetaFileA give a DC (OBJ_METADC, OBJ_ENHMETADC) that records
+ * what is drawn on it (a null file name: in memory); Close...MetaFile ends the recording and
+ * answers the metafile. Set...Bits make a metafile of bytes (copied), Get...Bits copy them out
+ * (a null buffer: the size). Play... draw the records on a DC with the Linux GDI; a record the
+ * player does not know is skipped. GetMetaFileA / GetEnhMetaFileA read a file (a placeable
+ * header is not accepted by GetMetaFileA, as on Windows).
+ */
+VXPLATFORMAPI HDC CreateMetaFileA(LPCSTR fileName);
+VXPLATFORMAPI HMETAFILE CloseMetaFile(HDC dc);
+VXPLATFORMAPI BOOL DeleteMetaFile(HMETAFILE metafile);
+VXPLATFORMAPI HMETAFILE GetMetaFileA(LPCSTR fileName);
+VXPLATFORMAPI HMETAFILE CopyMetaFileA(HMETAFILE metafile, LPCSTR fileName);
+VXPLATFORMAPI HMETAFILE SetMetaFileBitsEx(UINT size, const BYTE *bits);
+VXPLATFORMAPI UINT GetMetaFileBitsEx(HMETAFILE metafile, UINT size, LPVOID bits);
+VXPLATFORMAPI BOOL PlayMetaFile(HDC dc, HMETAFILE metafile);
+
+VXPLATFORMAPI HDC CreateEnhMetaFileA(HDC reference, LPCSTR fileName, const RECT *frame, LPCSTR description);
+VXPLATFORMAPI HENHMETAFILE CloseEnhMetaFile(HDC dc);
+VXPLATFORMAPI BOOL DeleteEnhMetaFile(HENHMETAFILE metafile);
+VXPLATFORMAPI HENHMETAFILE GetEnhMetaFileA(LPCSTR fileName);
+VXPLATFORMAPI HENHMETAFILE CopyEnhMetaFileA(HENHMETAFILE metafile, LPCSTR fileName);
+VXPLATFORMAPI HENHMETAFILE SetEnhMetaFileBits(UINT size, const BYTE *bits);
+VXPLATFORMAPI UINT GetEnhMetaFileBits(HENHMETAFILE metafile, UINT size, LPBYTE bits);
+VXPLATFORMAPI UINT GetEnhMetaFileHeader(HENHMETAFILE metafile, UINT size, LPENHMETAHEADER header);
+VXPLATFORMAPI BOOL PlayEnhMetaFile(HDC dc, HENHMETAFILE metafile, const RECT *rect);
+VXPLATFORMAPI HENHMETAFILE SetWinMetaFileBits(UINT size, const BYTE *bits, HDC reference,
+                                              const METAFILEPICT *picture);
 
 #ifdef __cplusplus
 }

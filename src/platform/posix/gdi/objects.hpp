@@ -19,6 +19,8 @@
 
 namespace vx::posix::gdi {
 
+class MetaRecorder;  // metafile_recorder.hpp
+
 // A logical palette: its entries and nothing else.
 struct Palette final : GdiObject {
     static bool Holds(ObjectKind kind) { return kind == ObjectKind::Palette; }
@@ -104,18 +106,42 @@ struct Region final : GdiObject {
     std::vector<RECT> rects;
 };
 
+// A logical font as CreateFontIndirectA was given it; the glyphs are looked up when it is
+// drawn with (fonts.hpp).
+struct Font final : GdiObject {
+    static bool Holds(ObjectKind kind) { return kind == ObjectKind::Font; }
+    Font() : GdiObject(ObjectKind::Font) {}
+    LOGFONTA logical{};
+};
+
+// The bytes of a Windows metafile (from its 18-byte header on) or of an enhanced metafile
+// (from its EMR_HEADER record on), as Get...Bits hands them out.
+struct MetaFile final : GdiObject {
+    static bool Holds(ObjectKind kind) { return kind == ObjectKind::MetaFile; }
+    MetaFile() : GdiObject(ObjectKind::MetaFile) {}
+    std::vector<uint8_t> bytes;
+};
+struct EnhMetaFile final : GdiObject {
+    static bool Holds(ObjectKind kind) { return kind == ObjectKind::EnhMetaFile; }
+    EnhMetaFile() : GdiObject(ObjectKind::EnhMetaFile) {}
+    std::vector<uint8_t> bytes;
+};
+
 // Everything SaveDC keeps and RestoreDC puts back.
 struct DcState {
     HPALETTE palette = nullptr;
     HBITMAP bitmap = nullptr;  // memory DCs: the selected bitmap (a stock 1 x 1 monochrome one at first)
     HBRUSH brush = nullptr;
     HPEN pen = nullptr;
+    HFONT font = nullptr;  // the stock SYSTEM_FONT at first
     std::optional<std::vector<RECT>> clip;  // device coordinates; none: the whole surface
     COLORREF textColour = RGB(0, 0, 0);
     COLORREF backgroundColour = RGB(255, 255, 255);
     int backgroundMode = OPAQUE;
     int rop2 = R2_COPYPEN;
     int stretchMode = BLACKONWHITE;
+    int polyFillMode = ALTERNATE;
+    UINT textAlign = TA_LEFT | TA_TOP | TA_NOUPDATECP;
     int mapMode = MM_TEXT;
     POINT windowOrigin{0, 0};
     SIZE windowExtent{1, 1};
@@ -125,13 +151,19 @@ struct DcState {
 };
 
 // A device context: a memory DC (OBJ_MEMDC) draws into its selected bitmap; a screen DC
-// (OBJ_DC, from GetDC) is lent out of a cache and given back by ReleaseDC.
+// (OBJ_DC, from GetDC) is lent out of a cache and given back by ReleaseDC; a metafile DC
+// (OBJ_METADC, OBJ_ENHMETADC) has no pixels and hands what is done on it to its recorder.
 struct DeviceContext final : GdiObject {
-    static bool Holds(ObjectKind kind) { return kind == ObjectKind::DC || kind == ObjectKind::MemoryDC; }
+    static bool Holds(ObjectKind kind) {
+        return kind == ObjectKind::DC || kind == ObjectKind::MemoryDC || kind == ObjectKind::MetaDC ||
+               kind == ObjectKind::EnhMetaDC;
+    }
     explicit DeviceContext(ObjectKind kind) : GdiObject(kind) {}
     DcState state;
     std::vector<DcState> saved;  // SaveDC's stack, oldest first
     bool released = false;       // a screen DC back in the cache
+    // A metafile DC's recorder (metafile_recorder.hpp); null for every other DC.
+    std::shared_ptr<MetaRecorder> recorder;
 };
 
 // The stock objects (GetStockObject indices WHITE_BRUSH ... DEFAULT_PALETTE), made on first

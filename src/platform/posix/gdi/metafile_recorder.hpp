@@ -1,0 +1,106 @@
+// metafile_recorder.hpp - MetaRecorder, what a metafile DC hands the calls made on it to.
+//
+// CreateMetaFileA and CreateEnhMetaFileA make a DeviceContext of kind MetaDC or EnhMetaDC
+// whose `recorder` is a WMF or EMF recorder (wmf_recorder.cpp, emf_recorder.cpp). Every GDI
+// call of the subset that a metafile can hold looks at the DC's recorder first: when there is
+// one, it hands the call over with its arguments as the caller gave them (logical
+// coordinates, unresolved colours) and answers what Windows answers for that kind of DC; a
+// metafile DC has no surface, so nothing is drawn. A state call also updates the DC's DcState
+// where Windows keeps state for that kind of DC (an enhanced metafile DC answers GetMapMode,
+// for instance).
+//
+// Each method runs with the object table locked (inside OnDC), so it may read the objects it
+// is given but must not call an exported GDI function. A method a recorder does not override
+// records nothing. Bytes go into the recorder's own buffer; Close... takes them out.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "platform/posix/gdi/objects.hpp"
+
+namespace vx::posix::gdi {
+
+enum class ArcKind { Arc, Pie, Chord };
+
+class MetaRecorder {
+public:
+    virtual ~MetaRecorder() = default;
+
+    // State.
+    virtual void SaveDC() {}
+    virtual void RestoreDC(int /*saved*/) {}
+    virtual void SetMapMode(int /*mode*/) {}
+    virtual void SetWindowOrg(int /*x*/, int /*y*/) {}
+    virtual void SetWindowExt(int /*x*/, int /*y*/) {}
+    virtual void SetViewportOrg(int /*x*/, int /*y*/) {}
+    virtual void SetViewportExt(int /*x*/, int /*y*/) {}
+    virtual void OffsetWindowOrg(int /*x*/, int /*y*/) {}
+    virtual void OffsetViewportOrg(int /*x*/, int /*y*/) {}
+    virtual void ScaleWindowExt(int /*xNum*/, int /*xDenom*/, int /*yNum*/, int /*yDenom*/) {}
+    virtual void ScaleViewportExt(int /*xNum*/, int /*xDenom*/, int /*yNum*/, int /*yDenom*/) {}
+    virtual void SetTextColor(COLORREF /*colour*/) {}
+    virtual void SetBkColor(COLORREF /*colour*/) {}
+    virtual void SetBkMode(int /*mode*/) {}
+    virtual void SetROP2(int /*mode*/) {}
+    virtual void SetStretchBltMode(int /*mode*/) {}
+    virtual void SetPolyFillMode(int /*mode*/) {}
+    virtual void SetTextAlign(UINT /*align*/) {}
+
+    // Objects: a pen, brush, font or region selected (the object as it is now), a palette
+    // selected and realised, and an object deleted while the recorder may know it.
+    virtual void SelectObject(HGDIOBJ /*handle*/, const GdiObject& /*object*/) {}
+    virtual void SelectPalette(HPALETTE /*handle*/, const Palette& /*palette*/) {}
+    virtual void RealizePalette() {}
+    virtual void ObjectDeleted(HGDIOBJ /*handle*/) {}
+
+    // Clipping, in logical coordinates.
+    virtual void SelectClipRgn(const Region* /*region*/) {}
+    virtual void IntersectClipRect(int /*left*/, int /*top*/, int /*right*/, int /*bottom*/) {}
+    virtual void ExcludeClipRect(int /*left*/, int /*top*/, int /*right*/, int /*bottom*/) {}
+
+    // Lines and shapes.
+    virtual void MoveTo(int /*x*/, int /*y*/) {}
+    virtual void LineTo(int /*x*/, int /*y*/) {}
+    virtual void Polyline(std::span<const POINT> /*points*/) {}
+    virtual void Polygon(std::span<const POINT> /*points*/) {}
+    virtual void PolyPolygon(std::span<const POINT> /*points*/, std::span<const INT> /*counts*/) {}
+    virtual void Rectangle(int /*left*/, int /*top*/, int /*right*/, int /*bottom*/) {}
+    virtual void RoundRect(int /*left*/, int /*top*/, int /*right*/, int /*bottom*/, int /*width*/, int /*height*/) {}
+    virtual void Ellipse(int /*left*/, int /*top*/, int /*right*/, int /*bottom*/) {}
+    virtual void ArcFamily(ArcKind /*kind*/, int /*left*/, int /*top*/, int /*right*/, int /*bottom*/,
+                           int /*startX*/, int /*startY*/, int /*endX*/, int /*endY*/) {}
+    virtual void SetPixel(int /*x*/, int /*y*/, COLORREF /*colour*/) {}
+    virtual void FillRgn(const Region& /*region*/, HBRUSH /*brush*/, const Brush& /*object*/) {}
+    virtual void PaintRgn(const Region& /*region*/) {}
+    virtual void FrameRgn(const Region& /*region*/, HBRUSH /*brush*/, const Brush& /*object*/, int /*width*/,
+                          int /*height*/) {}
+    virtual void InvertRgn(const Region& /*region*/) {}
+
+    // Text, as bytes of the DC's character set; `dx` is empty or one advance per character.
+    virtual void TextOut(int /*x*/, int /*y*/, std::string_view /*text*/) {}
+    virtual void ExtTextOut(int /*x*/, int /*y*/, UINT /*options*/, const RECT* /*rect*/, std::string_view /*text*/,
+                            std::span<const INT> /*dx*/) {}
+
+    // Transfers. A blit without a source (PatBlt, or a raster operation that does not use
+    // one) has `source` null; otherwise `source` is the source DC's surface and the source
+    // rectangle is in its device coordinates. The DIB calls pass the caller's header, colour
+    // table and bits, whose sizes the GDI call has checked.
+    virtual void PatBlt(int /*x*/, int /*y*/, int /*width*/, int /*height*/, DWORD /*rop*/) {}
+    virtual void StretchBlt(int /*x*/, int /*y*/, int /*width*/, int /*height*/, const Surface* /*source*/,
+                            int /*sourceX*/, int /*sourceY*/, int /*sourceWidth*/, int /*sourceHeight*/,
+                            DWORD /*rop*/, bool /*stretched*/) {}
+    virtual void StretchDIBits(int /*x*/, int /*y*/, int /*width*/, int /*height*/, int /*sourceX*/,
+                               int /*sourceY*/, int /*sourceWidth*/, int /*sourceHeight*/, const void* /*bits*/,
+                               const BITMAPINFO* /*info*/, UINT /*usage*/, DWORD /*rop*/) {}
+    virtual void SetDIBitsToDevice(int /*x*/, int /*y*/, DWORD /*width*/, DWORD /*height*/, int /*sourceX*/,
+                                   int /*sourceY*/, UINT /*start*/, UINT /*lines*/, const void* /*bits*/,
+                                   const BITMAPINFO* /*info*/, UINT /*usage*/) {}
+};
+
+// The recorder of a DC, or null when it is no metafile DC.
+inline MetaRecorder* RecorderOf(const DeviceContext& context) { return context.recorder.get(); }
+
+}  // namespace vx::posix::gdi

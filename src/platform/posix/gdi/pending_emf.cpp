@@ -1,0 +1,23 @@
+// pending_emf.cpp - the enhanced metafile calls of the Linux subset until they are built: each
+// answers its failure value. A definition leaves this file when its call lands.
+#include "vexora_win32.h"
+
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+
+extern "C" {
+VXPLATFORMAPI HDC CreateEnhMetaFileA(HDC reference, LPCSTR fileName, const RECT *frame, LPCSTR description) {
+    return nullptr;
+}
+VXPLATFORMAPI HENHMETAFILE CloseEnhMetaFile(HDC dc) { return nullptr; }
+VXPLATFORMAPI BOOL DeleteEnhMetaFile(HENHMETAFILE metafile) { return FALSE; }
+VXPLATFORMAPI HENHMETAFILE GetEnhMetaFileA(LPCSTR fileName) { return nullptr; }
+VXPLATFORMAPI HENHMETAFILE CopyEnhMetaFileA(HENHMETAFILE metafile, LPCSTR fileName) { return nullptr; }
+VXPLATFORMAPI HENHMETAFILE SetEnhMetaFileBits(UINT size, const BYTE *bits) { return nullptr; }
+VXPLATFORMAPI UINT GetEnhMetaFileBits(HENHMETAFILE metafile, UINT size, LPBYTE bits) { return 0; }
+VXPLATFORMAPI UINT GetEnhMetaFileHeader(HENHMETAFILE metafile, UINT size, LPENHMETAHEADER header) { return 0; }
+VXPLATFORMAPI BOOL PlayEnhMetaFile(HDC dc, HENHMETAFILE metafile, const RECT *rect) { return FALSE; }
+VXPLATFORMAPI HENHMETAFILE SetWinMetaFileBits(UINT size, const BYTE *bits, HDC reference,
+                                              const METAFILEPICT *picture) {
+    return nullptr;
+}
+}  // extern "C"
