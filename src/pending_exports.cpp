@@ -13,8 +13,6 @@ extern "C" {
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio) { return 0; }
 VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format) { return 0; }
 VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap) { return 0; }
-VXAPI HBITMAP VXCALL LoadASCIIFile(LPCSTR fileName, BOOL ansi) { return 0; }
-VXAPI HBITMAP VXCALL LoadASCIIIntoBitmap(HGLOBAL text) { return 0; }
 VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette, const int *resolution, int *position, const int *zoom, DWORD flags, VXDISPLAYSTATE *state) { return 0; }
 VXAPI DWORD VXCALL DisplayDIBStart(HWND hWnd, HDIB hDIB, int *position, const int *zoom, DWORD flags, VXDISPLAYSTATE *state) { return 0; }
 VXAPI LRESULT VXCALL DisplayWmCreate(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }

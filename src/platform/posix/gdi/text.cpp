@@ -19,8 +19,9 @@
 // millions of characters long costs its measuring, not its drawing.
 //
 // DrawTextA lays lines out as Windows' USER does (as Wine shows it): a line ends at CR, LF,
-// CR LF or LF CR, a break at the very end of the text opens no further line, and an empty
-// text answers one line's height and leaves the rectangle alone. Without DT_NOPREFIX, '&'
+// CR LF or LF CR, a break at the very end of the text opens no further line, a line shows at
+// most its first 1024 characters, and an empty text answers one line's height while
+// DT_CALCRECT makes the rectangle empty at its top-left corner. Without DT_NOPREFIX, '&'
 // marks the next character, which is drawn underlined, "&&" shows one '&', a '&' before a
 // line break vanishes and one ending the text is shown. Tabs are glyphs like any other byte
 // unless DT_EXPANDTABS sets stops every eight average character widths. Lines are
@@ -266,20 +267,26 @@ size_t LineEnd(std::string_view text, size_t begin, bool singleLine) {
     return end;
 }
 
+// The characters DrawTextA shows of a line; the rest of a longer line is left out (Windows'
+// USER works on lines through a buffer of this many characters, as Wine shows).
+constexpr size_t kLongestLine = 1024;
+
 struct LineRules {
     bool prefixes = true;
     bool expandTabs = false;
     int tabStop = 0;  // device pixels
 };
 
-// Walks the characters DrawTextA shows of one line: `visit(byte, offset, underlined)` with the
-// pen offset in device pixels, stopping when it answers false. Answers the line's width.
-// `endsText` says whether the line is the end of the whole text (a '&' there is shown).
+// Walks the characters DrawTextA shows of one line, at most kLongestLine of them:
+// `visit(byte, offset, underlined)` with the pen offset in device pixels, stopping when it
+// answers false. Answers the line's width. `endsText` says whether the line is the end of the
+// whole text (a '&' there is shown).
 template <typename Visit>
 int64_t WalkLine(const RealizedFont& font, std::string_view line, bool endsText, const LineRules& rules, Visit visit) {
     int64_t pen = 0;
     bool walking = true;
-    for (size_t i = 0; i < line.size(); ++i) {
+    size_t shown = 0;
+    for (size_t i = 0; i < line.size() && shown < kLongestLine; ++i, ++shown) {
         auto byte = static_cast<uint8_t>(line[i]);
         bool underlined = false;
         if (rules.prefixes && byte == '&') {
@@ -325,7 +332,10 @@ int DrawTextOn(const ObjectTable::Access& objects, DeviceContext& context, std::
     const TextScale scale = ScaleOf(state);
     const int64_t lineHeight =
         scale.toLogicalY(m.height) + ((format & DT_EXTERNALLEADING) != 0 ? scale.toLogicalY(m.externalLeading) : 0);
-    if (text.empty()) return static_cast<int>(lineHeight);
+    if (text.empty()) {
+        if ((format & DT_CALCRECT) != 0) rect.right = rect.left, rect.bottom = rect.top;
+        return static_cast<int>(lineHeight);
+    }
 
     const bool singleLine = (format & DT_SINGLELINE) != 0;
     const LineRules rules{(format & DT_NOPREFIX) == 0, (format & DT_EXPANDTABS) != 0, 8 * m.aveCharWidth};
