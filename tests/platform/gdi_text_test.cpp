@@ -179,6 +179,22 @@ TEST(GdiText, DrawTextMeasuresLinesAsUserBreaksThem) {
         EXPECT_EQ(rect.right, 10 + c.width) << name;
         EXPECT_EQ(rect.bottom, 20 + c.lines * line) << name;
     }
+    // A single line centred or at the bottom: the answer says where it ends (1 rather than 0).
+    struct Placed {
+        UINT flags;
+        RECT rect;
+        int answer;
+    };
+    for (const Placed& p : {Placed{DT_SINGLELINE | DT_VCENTER, {3, 5, 103, 65}, (60 - line) / 2 + line},
+                            Placed{DT_SINGLELINE | DT_VCENTER, {3, 5, 3, 5}, -line / 2 + line},
+                            Placed{DT_SINGLELINE | DT_BOTTOM, {3, 5, 103, 65}, 60},
+                            Placed{DT_SINGLELINE | DT_BOTTOM, {3, 5, 3, 5}, 1}}) {
+        RECT rect = p.rect;
+        EXPECT_EQ(DrawTextA(h, "one\rtwo", -1, &rect, DT_CALCRECT | p.flags), p.answer) << p.flags;
+        EXPECT_EQ(rect.bottom, 5 + (p.answer == 1 ? 0 : p.answer)) << p.flags;
+        rect = p.rect;
+        EXPECT_EQ(DrawTextA(h, "one", -1, &rect, p.flags), p.answer) << p.flags;
+    }
     RECT rect{10, 20, 50, 60};
     EXPECT_EQ(DrawTextA(h, "", -1, &rect, DT_CALCRECT), line);  // one line, yet an empty rectangle
     EXPECT_EQ(rect.right, 10);

@@ -27,9 +27,10 @@
 // unless DT_EXPANDTABS sets stops every eight average character widths. Lines are
 // tmHeight apart (plus tmExternalLeading with DT_EXTERNALLEADING); DT_CENTER and DT_RIGHT
 // place each line in the rectangle, DT_VCENTER and DT_BOTTOM a DT_SINGLELINE one; DT_WORDBREAK
-// is not done (lines are never wrapped). DT_CALCRECT only measures: right becomes left plus
-// the widest line, bottom top plus the height. The answer is the height of the text, limited
-// to 32 bits, as is the rectangle. Nothing holds the whole layout: measuring and drawing each
+// is not done (lines are never wrapped). The answer is how far below the rectangle's top the
+// text ends (its height, plus the offset DT_VCENTER or DT_BOTTOM gave it; 1 rather than 0),
+// limited to 32 bits. DT_CALCRECT only measures: right becomes left plus the widest line,
+// bottom top plus the answer. Nothing holds the whole layout: measuring and drawing each
 // walk the text once.
 //
 // A metafile DC hands TextOutA, ExtTextOutA and SetTextAlign to its recorder as they were
@@ -341,15 +342,20 @@ int DrawTextOn(const ObjectTable::Access& objects, DeviceContext& context, std::
     const LineRules rules{(format & DT_NOPREFIX) == 0, (format & DT_EXPANDTABS) != 0, 8 * m.aveCharWidth};
     const TextLayout layout = Measure(*font, text, singleLine, rules);
     const int64_t height = layout.lines * lineHeight;
+    // A single line may sit lower in the rectangle; the answer is where the text ends below
+    // the rectangle's top (1 rather than 0).
+    int64_t offset = 0;
+    if (singleLine && (format & DT_VCENTER) != 0) offset = (int64_t{rect.bottom} - rect.top - height) / 2;
+    else if (singleLine && (format & DT_BOTTOM) != 0) offset = int64_t{rect.bottom} - rect.top - height;
+    const int64_t end = offset + height;
+    const int answer = end == 0 ? 1 : Clamp32(end);
     if ((format & DT_CALCRECT) != 0) {
         rect.right = Clamp32(int64_t{rect.left} + scale.toLogicalX(layout.widest));
-        rect.bottom = Clamp32(int64_t{rect.top} + height);
-        return static_cast<int>(std::min<int64_t>(height, INT_MAX));
+        rect.bottom = Clamp32(int64_t{rect.top} + end);
+        return answer;
     }
 
-    int64_t top = rect.top;
-    if (singleLine && (format & DT_VCENTER) != 0) top += (int64_t{rect.bottom} - rect.top - height) / 2;
-    else if (singleLine && (format & DT_BOTTOM) != 0) top = int64_t{rect.bottom} - height;
+    const int64_t top = int64_t{rect.top} + offset;
     const bool clipped = (format & DT_NOCLIP) == 0;
     MetaRecorder* recorder = RecorderOf(context);
     RECT clip = DeviceRect(state, rect);
@@ -382,7 +388,7 @@ int DrawTextOn(const ObjectTable::Access& objects, DeviceContext& context, std::
             return painter.glyph(byte, origin.x + offset, baseline);
         });
     }
-    return static_cast<int>(std::min<int64_t>(height, INT_MAX));
+    return answer;
 }
 
 }  // namespace
