@@ -189,6 +189,87 @@ BOOL RoundedCall(HDC dc, int left, int top, int right, int bottom, Record record
     return TRUE;
 }
 
+// The quarter's points seen from the box's centre (width / 2, height / 2), and the index on
+// the counter-clockwise tour of a ray from that centre (x right, y up): the tour's quarters
+// are the upper right from the right side's middle up, the upper left, the lower left and the
+// lower right, each `n` points, and a ray lands on the first point at or past it.
+int64_t TourIndex(const std::vector<POINT>& quarter, int64_t width, int64_t height, int64_t x, int64_t y) {
+    const auto n = static_cast<int64_t>(quarter.size());
+    const auto first = [&](auto passed) {
+        int64_t i = 0;
+        while (i < n && !passed(quarter[static_cast<size_t>(i)].x - width / 2, quarter[static_cast<size_t>(i)].y - height / 2)) ++i;
+        return i;
+    };
+    if (y >= 0) {
+        if (x >= 0) return first([&](int64_t px, int64_t py) { return px * y <= py * x; });
+        return 2 * n - first([&](int64_t px, int64_t py) { return px * y < py * -x; });
+    }
+    if (x >= 0) return 4 * n - first([&](int64_t px, int64_t py) { return px * -y <= py * x; });
+    return 2 * n + first([&](int64_t px, int64_t py) { return px * -y < py * -x; });
+}
+
+// The outline points of the ellipse in `box` from the ray through `start` to the one through
+// `end`, counter-clockwise; the same ray twice gives the whole tour.
+std::vector<POINT> ArcPoints(const RECT& box, POINT start, POINT end) {
+    const int64_t width = int64_t{box.right} - box.left, height = int64_t{box.bottom} - box.top;
+    const std::vector<POINT> quarter = EllipseQuarter(width, height).points;
+    const auto n = static_cast<int64_t>(quarter.size());
+    if (n == 0) return {};
+    const int64_t centreX = box.left + width / 2, centreY = box.top + height / 2;
+    const int64_t from = TourIndex(quarter, width, height, start.x - centreX, centreY - start.y);
+    int64_t to = TourIndex(quarter, width, height, end.x - centreX, centreY - end.y);
+    if (to <= from) to += 4 * n;
+    const auto at = [&](int64_t k) {
+        k %= 4 * n;
+        const int64_t quadrant = k / n, i = quadrant == 0 ? k : quadrant == 1 ? 2 * n - 1 - k : quadrant == 2 ? k - 2 * n : 4 * n - 1 - k;
+        const POINT q = quarter[static_cast<size_t>(i)];
+        const int64_t x = quadrant == 0 || quadrant == 3 ? box.left + q.x : box.left + width - 1 - q.x;
+        const int64_t y = quadrant <= 1 ? box.top + height - 1 - q.y : box.top + q.y;
+        return POINT{static_cast<LONG>(x), static_cast<LONG>(y)};
+    };
+    std::vector<POINT> points;
+    points.reserve(static_cast<size_t>(to - from));
+    for (int64_t k = from; k < to; ++k) points.push_back(at(k));
+    return points;
+}
+
+// Arc, Pie and Chord in device coordinates: an open arc with the pen, or a closed and filled one.
+Outcome DrawArc(const ObjectTable::Access& objects, const Canvas& canvas, const DeviceContext& context, ArcKind kind,
+                const RECT& box, POINT start, POINT end) {
+    const int64_t width = int64_t{box.right} - box.left, height = int64_t{box.bottom} - box.top;
+    if (width == 0 || height == 0) return Outcome::Drawn;
+    if (2 * (width + height) + 8 > kMaxShapePoints) return Outcome::Refused;
+    if (canvas.surface.bits == nullptr) return Outcome::Drawn;
+    std::vector<POINT> points = ArcPoints(box, start, end);
+    if (points.empty()) return Outcome::Drawn;
+    if (kind == ArcKind::Arc) {
+        const Pen* pen = objects.find<Pen>(context.state.pen);
+        if (pen != nullptr && pen->style != PS_NULL) DrawPolyline(canvas, *pen, points.data(), points.size(), false);
+        return Outcome::Drawn;
+    }
+    if (kind == ArcKind::Pie) points.push_back(POINT{static_cast<LONG>(box.left + width / 2), static_cast<LONG>(box.top + height / 2)});
+    const int count = static_cast<int>(points.size());
+    const RowRange rows = VisibleRows(canvas.visible);
+    const Bands area = PolygonArea(points, std::span<const int>(&count, 1), context.state.polyFillMode == WINDING,
+                                   rows.top, rows.bottom);
+    PaintShape(objects, canvas, context, area, points, std::span<const int>(&count, 1));
+    return Outcome::Drawn;
+}
+
+BOOL ArcCall(HDC dc, ArcKind kind, int left, int top, int right, int bottom, int startX, int startY, int endX,
+             int endY) {
+    Outcome outcome = Outcome::Drawn;
+    const BOOL done = WithCanvas(dc, [&](const ObjectTable::Access& objects, const Canvas& canvas,
+                                         DeviceContext& context) {
+        if (MetaRecorder* recorder = RecorderOf(context))
+            return recorder->ArcFamily(kind, left, top, right, bottom, startX, startY, endX, endY);
+        const RECT box = DeviceBox(context.state, left, top, right, bottom);
+        outcome = DrawArc(objects, canvas, context, kind, box, ToDevice(context.state, POINT{startX, startY}),
+                          ToDevice(context.state, POINT{endX, endY}));
+    });
+    return done && outcome != Outcome::Refused;
+}
+
 }  // namespace
 }  // namespace vx::posix::gdi
 
@@ -246,6 +327,24 @@ VXPLATFORMAPI BOOL RoundRect(HDC dc, int left, int top, int right, int bottom, i
             return std::pair<int64_t, int64_t>{std::llabs(int64_t{corner.x} - origin.x),
                                                std::llabs(int64_t{corner.y} - origin.y)};
         });
+}
+
+VXPLATFORMAPI BOOL Arc(HDC dc, int left, int top, int right, int bottom, int startX, int startY, int endX,
+                       int endY) {
+    return vx::posix::gdi::ArcCall(dc, vx::posix::gdi::ArcKind::Arc, left, top, right, bottom, startX, startY, endX,
+                                   endY);
+}
+
+VXPLATFORMAPI BOOL Pie(HDC dc, int left, int top, int right, int bottom, int startX, int startY, int endX,
+                       int endY) {
+    return vx::posix::gdi::ArcCall(dc, vx::posix::gdi::ArcKind::Pie, left, top, right, bottom, startX, startY, endX,
+                                   endY);
+}
+
+VXPLATFORMAPI BOOL Chord(HDC dc, int left, int top, int right, int bottom, int startX, int startY, int endX,
+                         int endY) {
+    return vx::posix::gdi::ArcCall(dc, vx::posix::gdi::ArcKind::Chord, left, top, right, bottom, startX, startY,
+                                   endX, endY);
 }
 
 }  // extern "C"
