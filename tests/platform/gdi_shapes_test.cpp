@@ -21,23 +21,17 @@ using vxtest::Dib;
 struct Paper : Dib {
     Paper(int width = 40, int height = 30) : Dib(width, height, 32) {
         fill(0xFF);
-        SelectObject(dc(), pen.get());
-        SelectObject(dc(), brush.get());
+        SelectObject(dc(), pen.get()), SelectObject(dc(), brush.get());
     }
-    ~Paper() {
-        SelectObject(dc(), GetStockObject(BLACK_PEN));
-        SelectObject(dc(), GetStockObject(WHITE_BRUSH));
-    }
+    ~Paper() { SelectObject(dc(), GetStockObject(BLACK_PEN)), SelectObject(dc(), GetStockObject(WHITE_BRUSH)); }
     // Rows of '.' (white), 'o' (pen), '#' (brush), '?' (anything else), for failure messages.
     std::string picture() const {
         std::string text;
-        for (int y = 0; y < height(); ++y) {
+        for (int y = 0; y < height(); ++y, text += '\n')
             for (int x = 0; x < width(); ++x) {
                 const uint32_t v = vxtest::PixelAt(row(y), 32, x) & 0xFFFFFF;
                 text += v == 0xFFFFFF ? '.' : v == 0xFF0000 ? 'o' : v == 0x0000FF ? '#' : '?';
             }
-            text += '\n';
-        }
         return text;
     }
     vx::OwnedObject<HPEN> pen{CreatePen(PS_SOLID, 0, RGB(255, 0, 0))};
@@ -64,31 +58,41 @@ TEST(GdiShapes, PolygonFillsFollowTheCornerModel) {
         SetPolyFillMode(paper.dc(), winding ? WINDING : ALTERNATE);
         std::vector<int> counts(static_cast<size_t>(random.next(1, 3)));
         std::vector<POINT> points;
-        for (int& count : counts) {
-            count = random.next(2, 7);
-            for (int i = 0; i < count; ++i) points.push_back({random.next(-6, 42), random.next(-6, 34)});
-        }
+        for (int& count : counts)
+            for (int i = 0, n = count = random.next(2, 7); i < n; ++i)
+                points.push_back({random.next(-6, 42), random.next(-6, 34)});
         if (seed % 10 == 0) points.front() = {seed % 20 == 0 ? INT_MAX / 2 : -INT_MAX / 2, 14};
-        const BOOL drawn = counts.size() == 1
-                               ? Polygon(paper.dc(), points.data(), counts[0])
-                               : PolyPolygon(paper.dc(), points.data(), counts.data(), static_cast<int>(counts.size()));
-        ASSERT_TRUE(drawn) << "seed " << seed;
+        ASSERT_TRUE(counts.size() == 1 ? Polygon(paper.dc(), points.data(), counts[0])
+                                       : PolyPolygon(paper.dc(), points.data(), counts.data(), int(counts.size())));
         std::string expected;
-        for (int y = 0; y < paper.height(); ++y) {
+        for (int y = 0; y < paper.height(); ++y, expected += '\n')
             for (int x = 0; x < paper.width(); ++x)
                 expected += vxtest::PolygonCovers(points, counts, winding, x, y) ? '#' : '.';
-            expected += '\n';
-        }
         ASSERT_EQ(paper.picture(), expected) << "seed " << seed;
     }
 }
 
-// Outlines over fills, curves and the raster operation, as Wine draws them.
+// A mapping that scales both axes and flips y.
+BOOL Mapped(HDC dc) {
+    SetMapMode(dc, MM_ANISOTROPIC);
+    SetWindowOrgEx(dc, 1, -2, nullptr), SetWindowExtEx(dc, 2, -2, nullptr);
+    return SetViewportExtEx(dc, 3, 2, nullptr) && SetViewportOrgEx(dc, 0, 28, nullptr);
+}
+
+// Outlines over fills, curves, painted regions and the raster operation, as Wine draws them.
 TEST(GdiShapes, ShapesAsWindowsDrawsThem) {
     const POINT triangle[] = {{2, 1}, {30, 6}, {10, 25}};
-    const POINT star[] = {{20, 1}, {28, 27}, {5, 9}, {35, 9}, {12, 27}};
-    const INT starCounts[] = {5, 3};
-    const POINT twoStars[] = {{20, 1}, {28, 27}, {5, 9}, {35, 9}, {12, 27}, {1, 1}, {14, 2}, {3, 12}};
+    const POINT stars[] = {{20, 1}, {28, 27}, {5, 9}, {35, 9}, {12, 27}, {1, 1}, {14, 2}, {3, 12}};
+    const INT counts[] = {5, 3};
+    const vx::OwnedObject<HRGN> region(CreateRectRgn(2, 2, 14, 10)), second(CreateRectRgn(8, 6, 20, 16));
+    const vx::OwnedObject<HRGN> third(CreateRectRgn(24, 3, 30, 20));
+    CombineRgn(region.get(), region.get(), second.get(), RGN_OR);
+    CombineRgn(region.get(), region.get(), third.get(), RGN_OR);
+    const vx::OwnedObject<HBRUSH> red(CreateSolidBrush(RGB(255, 0, 0)));
+    const HRGN r = region.get();
+    const HBRUSH b = red.get();
+    const auto noPen = [](HDC dc) { return SelectObject(dc, GetStockObject(NULL_PEN)) != nullptr; };
+    const auto xored = [](HDC dc) { return SetROP2(dc, R2_XORPEN) != 0; };
     struct Case {
         const char* name;
         std::function<BOOL(HDC)> draw;
@@ -96,38 +100,33 @@ TEST(GdiShapes, ShapesAsWindowsDrawsThem) {
     };
     const Case cases[] = {
         {"triangle", [&](HDC dc) { return Polygon(dc, triangle, 3); }, 2700982478u},
-        {"star alternate", [&](HDC dc) { return Polygon(dc, star, 5); }, 2271599269u},
-        {"star winding", [&](HDC dc) { SetPolyFillMode(dc, WINDING); return Polygon(dc, star, 5); }, 659961550u},
-        {"two polygons xor", [&](HDC dc) { SetROP2(dc, R2_XORPEN); return PolyPolygon(dc, twoStars, starCounts, 2); }, 2522184649u},
+        {"star winding", [&](HDC dc) { return SetPolyFillMode(dc, WINDING) && Polygon(dc, stars, 5); }, 659961550u},
+        {"two polygons xor", [&](HDC dc) { return xored(dc) && PolyPolygon(dc, stars, counts, 2); }, 2522184649u},
         {"two points", [&](HDC dc) { return Polygon(dc, triangle, 2); }, 2946012934u},
         {"ellipse", [](HDC dc) { return Ellipse(dc, 2, 2, 22, 14); }, 4007780053u},
-        {"ellipse reversed", [](HDC dc) { return Ellipse(dc, 38, 29, 1, 3); }, 4257869509u},
-        {"ellipse xor", [](HDC dc) { SetROP2(dc, R2_XORPEN); return Ellipse(dc, 0, 0, 7, 9); }, 2538470402u},
-        {"ellipse no pen",
-         [](HDC dc) { SelectObject(dc, GetStockObject(NULL_PEN)); return Ellipse(dc, 3, 1, 34, 10); }, 1053703566u},
+        {"ellipses reversed, off the edge",
+         [](HDC dc) { return Ellipse(dc, 38, 29, 1, 3) && Ellipse(dc, -30, -9, 31, 20); }, 3723997925u},
+        {"ellipse xor", [&](HDC dc) { return xored(dc) && Ellipse(dc, 0, 0, 7, 9); }, 2538470402u},
+        {"ellipse no pen", [&](HDC dc) { return noPen(dc) && Ellipse(dc, 3, 1, 34, 10); }, 1053703566u},
         {"ellipse hollow",
-         [](HDC dc) { SelectObject(dc, GetStockObject(NULL_BRUSH)); return Ellipse(dc, 1, 0, 10, 28); }, 3005589221u},
-        {"ellipse off the edge", [](HDC dc) { return Ellipse(dc, -30, -9, 31, 20); }, 2872076822u},
+         [](HDC dc) { return SelectObject(dc, GetStockObject(NULL_BRUSH)) && Ellipse(dc, 1, 0, 10, 28); }, 3005589221u},
         {"small ellipses",
          [](HDC dc) {
              return Ellipse(dc, 1, 1, 4, 4) && Ellipse(dc, 6, 1, 10, 4) && Ellipse(dc, 12, 1, 14, 3) &&
                     Ellipse(dc, 16, 1, 17, 2) && Ellipse(dc, 20, 1, 26, 7) && Ellipse(dc, 1, 10, 5, 24);
          }, 3205506670u},
-        {"round rectangle", [](HDC dc) { return RoundRect(dc, 0, 0, 20, 12, 8, 6); }, 68722869u},
-        {"round rectangle xor", [](HDC dc) { SetROP2(dc, R2_XORPEN); return RoundRect(dc, 3, 2, 36, 27, 40, 9); }, 991739394u},
+        {"round rectangles",
+         [](HDC dc) { return RoundRect(dc, 0, 0, 20, 12, 8, 6) && RoundRect(dc, 2, 14, 12, 21, 2, 6); }, 2803000701u},
+        {"round rectangle xor", [&](HDC dc) { return xored(dc) && RoundRect(dc, 3, 2, 36, 27, 40, 9); }, 991739394u},
         {"round rectangle narrow corners",
-         [](HDC dc) {
-             SelectObject(dc, GetStockObject(NULL_PEN));
-             return RoundRect(dc, 0, 0, 20, 16, 4, 14) && RoundRect(dc, 22, 0, 27, 14, 4, 14) &&
+         [&](HDC dc) {
+             return noPen(dc) && RoundRect(dc, 0, 0, 20, 16, 4, 14) && RoundRect(dc, 22, 0, 27, 14, 4, 14) &&
                     RoundRect(dc, 28, 2, 39, 28, -4, 9);
          }, 1044592181u},
-        {"round rectangle square corners", [](HDC dc) { return RoundRect(dc, 2, 2, 12, 9, 2, 6); }, 3206485197u},
-        {"arc", [](HDC dc) { return Arc(dc, 2, 2, 30, 24, 30, 2, 2, 2); }, 1060328502u},
-        {"arc all round", [](HDC dc) { return Arc(dc, 3, 1, 20, 28, 5, 5, 5, 5); }, 3392651270u},
+        {"arcs", [](HDC dc) { return Arc(dc, 2, 2, 30, 24, 30, 2, 2, 2) && Arc(dc, 3, 1, 20, 28, 5, 5, 5, 5); }, 4107834982u},
         {"pie", [](HDC dc) { return Pie(dc, 2, 2, 30, 24, 30, 2, 2, 24); }, 145728174u},
-        {"pie no pen",
-         [](HDC dc) { SelectObject(dc, GetStockObject(NULL_PEN)); return Pie(dc, 1, 2, 38, 27, 2, 29, 39, 0); }, 898400630u},
-        {"chord xor", [](HDC dc) { SetROP2(dc, R2_XORPEN); return Chord(dc, 2, 2, 31, 23, 30, 2, 2, 24); }, 490710445u},
+        {"pie no pen", [&](HDC dc) { return noPen(dc) && Pie(dc, 1, 2, 38, 27, 2, 29, 39, 0); }, 898400630u},
+        {"chord xor", [&](HDC dc) { return xored(dc) && Chord(dc, 2, 2, 31, 23, 30, 2, 2, 24); }, 490710445u},
         {"arcs of every size",
          [](HDC dc) {
              Random random{99};
@@ -136,19 +135,28 @@ TEST(GdiShapes, ShapesAsWindowsDrawsThem) {
                  const int left = random.next(-4, 36), top = random.next(-4, 26);
                  const int right = left + random.next(-3, 24), bottom = top + random.next(-3, 24);
                  const int at[4] = {random.next(-9, 50), random.next(-9, 40), random.next(-9, 50), random.next(-9, 40)};
-                 const auto call = i % 3 == 0 ? Arc : i % 3 == 1 ? Pie : Chord;
                  SetROP2(dc, i % 2 == 0 ? R2_XORPEN : R2_COPYPEN);
-                 all = all && call(dc, left, top, right, bottom, at[0], at[1], at[2], at[3]);
+                 all = all && (i % 3 == 0 ? Arc : i % 3 == 1 ? Pie : Chord)(dc, left, top, right, bottom, at[0], at[1],
+                                                                             at[2], at[3]);
              }
              return all;
          }, 661971270u},
-        {"mapped", [&](HDC dc) {
-             SetMapMode(dc, MM_ANISOTROPIC);
-             SetWindowExtEx(dc, 10, 10, nullptr);
-             SetViewportExtEx(dc, 15, -7, nullptr);
-             SetViewportOrgEx(dc, 2, 28, nullptr);
-             return Ellipse(dc, 0, 0, 20, 30) && Polygon(dc, triangle, 3) && Chord(dc, 10, 0, 26, 30, 0, 0, 30, 30);
-         }, 456225414u},
+        {"mapped shapes",
+         [&](HDC dc) {
+             return Mapped(dc) && Ellipse(dc, 0, 0, 20, 30) && Polygon(dc, triangle, 3) &&
+                    Chord(dc, 10, 0, 26, 30, 0, 0, 30, 30);
+         }, 2537104029u},
+        {"FillRgn", [&](HDC dc) { return FillRgn(dc, r, b); }, 3947619149u},
+        {"FillRgn xor", [&](HDC dc) { return xored(dc) && FillRgn(dc, r, b); }, 3041624141u},
+        {"PaintRgn xor", [&](HDC dc) { return xored(dc) && PaintRgn(dc, r); }, 1178998669u},
+        {"InvertRgn", [&](HDC dc) { return xored(dc) && InvertRgn(dc, r); }, 3249857437u},
+        {"FrameRgn 2 x 3", [&](HDC dc) { return FrameRgn(dc, r, b, 2, 3); }, 2636210629u},
+        {"FrameRgn -1 x 2 xor", [&](HDC dc) { return xored(dc) && FrameRgn(dc, r, b, -1, 2); }, 3613914317u},
+        {"FrameRgn 1 x 0", [&](HDC dc) { return FrameRgn(dc, r, b, 1, 0); }, 1706111789u},
+        {"FrameRgn 0 x 0", [&](HDC dc) { return FrameRgn(dc, r, b, 0, 0); }, 4285045765u},
+        {"FrameRgn 7 x 7", [&](HDC dc) { return FrameRgn(dc, r, b, 7, 7); }, 3947619149u},
+        {"FillRgn mapped", [&](HDC dc) { return Mapped(dc) && FillRgn(dc, r, b); }, 370432766u},
+        {"FrameRgn mapped", [&](HDC dc) { return Mapped(dc) && FrameRgn(dc, r, b, 2, 1); }, 98298070u},
     };
     for (const Case& c : cases) {
         Paper paper;
@@ -157,121 +165,60 @@ TEST(GdiShapes, ShapesAsWindowsDrawsThem) {
     }
 }
 
-// Regions painted with a brush, the DC's brush, a frame and inverted, through the raster
-// operation and a mapping that scales and flips, as Wine paints them.
-TEST(GdiShapes, RegionPainting) {
-    const vx::OwnedObject<HRGN> region(CreateRectRgn(2, 2, 14, 10)), second(CreateRectRgn(8, 6, 20, 16));
-    const vx::OwnedObject<HRGN> third(CreateRectRgn(24, 3, 30, 20));
-    CombineRgn(region.get(), region.get(), second.get(), RGN_OR);
-    CombineRgn(region.get(), region.get(), third.get(), RGN_OR);
-    const vx::OwnedObject<HBRUSH> red(CreateSolidBrush(RGB(255, 0, 0)));
-    const HRGN r = region.get();
-    const HBRUSH b = red.get();
-    struct Case {
-        const char* name;
-        int rop2;
-        bool mapped;
-        std::function<BOOL(HDC)> paint;
-        uint32_t hash;
-    };
-    const Case cases[] = {
-        {"FillRgn", R2_COPYPEN, false, [&](HDC dc) { return FillRgn(dc, r, b); }, 2692208653u},
-        {"FillRgn xor", R2_XORPEN, false, [&](HDC dc) { return FillRgn(dc, r, b); }, 3482088717u},
-        {"PaintRgn xor", R2_XORPEN, false, [&](HDC dc) { return PaintRgn(dc, r); }, 3803899981u},
-        {"InvertRgn", R2_XORPEN, false, [&](HDC dc) { return InvertRgn(dc, r); }, 573479517u},
-        {"FrameRgn 2 x 3", R2_COPYPEN, false, [&](HDC dc) { return FrameRgn(dc, r, b, 2, 3); }, 373806725u},
-        {"FrameRgn -1 x 2", R2_XORPEN, false, [&](HDC dc) { return FrameRgn(dc, r, b, -1, 2); }, 2047118733u},
-        {"FrameRgn 1 x 0", R2_COPYPEN, false, [&](HDC dc) { return FrameRgn(dc, r, b, 1, 0); }, 2285877741u},
-        {"FrameRgn 0 x 0", R2_COPYPEN, false, [&](HDC dc) { return FrameRgn(dc, r, b, 0, 0); }, 3556032709u},
-        {"FrameRgn 7 x 7", R2_COPYPEN, false, [&](HDC dc) { return FrameRgn(dc, r, b, 7, 7); }, 2692208653u},
-        {"FillRgn mapped", R2_COPYPEN, true, [&](HDC dc) { return FillRgn(dc, r, b); }, 2855140414u},
-        {"FrameRgn mapped", R2_COPYPEN, true, [&](HDC dc) { return FrameRgn(dc, r, b, 2, 1); }, 3763693590u},
-    };
-    for (const Case& c : cases) {
-        Paper paper(40, 24);
-        SetROP2(paper.dc(), c.rop2);
-        if (c.mapped) {
-            SetMapMode(paper.dc(), MM_ANISOTROPIC);
-            SetWindowOrgEx(paper.dc(), 1, -2, nullptr);
-            SetViewportExtEx(paper.dc(), 3, 2, nullptr);
-            SetWindowExtEx(paper.dc(), 2, -2, nullptr);
-            SetViewportOrgEx(paper.dc(), 0, 22, nullptr);
-        }
-        ASSERT_TRUE(c.paint(paper.dc())) << c.name;
-        EXPECT_EQ(vxtest::PictureHash(paper), c.hash) << c.name << "\n" << paper.picture();
-    }
-    Paper paper(8, 8);
-    const HDC dc = paper.dc();
-    EXPECT_FALSE(FillRgn(dc, r, nullptr));
-    EXPECT_FALSE(FillRgn(dc, nullptr, b));
-    EXPECT_FALSE(FillRgn(dc, r, reinterpret_cast<HBRUSH>(paper.pen.get())));
-    EXPECT_FALSE(FillRgn(nullptr, r, b));
-    EXPECT_FALSE(PaintRgn(dc, nullptr));
-    EXPECT_FALSE(FrameRgn(dc, nullptr, b, 1, 1));
-    EXPECT_FALSE(FrameRgn(dc, r, nullptr, 1, 1));
-    EXPECT_FALSE(InvertRgn(dc, nullptr));
-    EXPECT_FALSE(InvertRgn(nullptr, r));
-}
-
 // The window and viewport moved and scaled: origins wrap at 32 bits, extents scale by a
 // wrapping product and a truncating quotient, an axis reaching 0 becomes 1, zero factors are
-// refused after the previous extents are reported, the fixed modes change nothing, and the
+// refused after the previous extent is reported, the fixed modes change nothing, and the
 // isotropic mode squares the viewport again.
 TEST(GdiShapes, OffsetAndScaleTheMapping) {
-    using Extent = std::pair<long long, long long>;
     const vx::MemoryDC memory;
     const HDC dc = memory.get();
-    const auto window = [&] { SIZE s{}; GetWindowExtEx(dc, &s); return Extent{s.cx, s.cy}; };
-    const auto viewport = [&] { SIZE s{}; GetViewportExtEx(dc, &s); return Extent{s.cx, s.cy}; };
-    SIZE previous{77, 77};
-    SetMapMode(dc, MM_ANISOTROPIC);
-    SetWindowExtEx(dc, 10, 20, nullptr);
-    EXPECT_FALSE(ScaleWindowExtEx(dc, 0, 1, 1, 1, &previous));
-    EXPECT_EQ(previous.cx, 10);
-    EXPECT_FALSE(ScaleWindowExtEx(dc, 1, 1, 1, 0, nullptr));
-    EXPECT_EQ(window(), (Extent{10, 20}));
-    EXPECT_TRUE(ScaleWindowExtEx(dc, 1, 30, -1, 7, nullptr));
-    EXPECT_EQ(window(), (Extent{1, -2}));
-    SetWindowExtEx(dc, -7, 9, nullptr);
-    EXPECT_TRUE(ScaleWindowExtEx(dc, 3, 2, -5, 3, nullptr));
-    EXPECT_EQ(window(), (Extent{-10, -15}));
-    SetWindowExtEx(dc, 1000000, 1000000, nullptr);
-    EXPECT_TRUE(ScaleWindowExtEx(dc, 5000, 1, 3000, 1, nullptr));
-    EXPECT_EQ(window(), (Extent{705032704, -1294967296}));
-    SetViewportExtEx(dc, 100, 50, nullptr);
-    EXPECT_TRUE(ScaleViewportExtEx(dc, 7, 3, 2, 5, &previous));
-    EXPECT_EQ(previous.cx, 100);
-    EXPECT_EQ(viewport(), (Extent{233, 20}));
-
-    SetMapMode(dc, MM_ISOTROPIC);
-    SetWindowExtEx(dc, 100, 100, nullptr);
-    SetViewportExtEx(dc, 100, 100, nullptr);
-    EXPECT_TRUE(ScaleViewportExtEx(dc, 3, 1, 1, 1, nullptr));
-    EXPECT_EQ(viewport(), (Extent{100, 100}));
-    EXPECT_TRUE(ScaleWindowExtEx(dc, 1, 1, 4, 1, nullptr));
-    EXPECT_EQ(window(), (Extent{100, 400}));
-    EXPECT_EQ(viewport(), (Extent{25, 100}));
-
-    SetMapMode(dc, MM_TEXT);
-    EXPECT_TRUE(ScaleWindowExtEx(dc, 0, 0, 0, 0, &previous));
-    EXPECT_EQ(previous.cx, 1);
-    EXPECT_TRUE(ScaleViewportExtEx(dc, 0, 0, 0, 0, nullptr));
-    SetWindowOrgEx(dc, 5, -6, nullptr);
+    using Extents = std::vector<long long>;  // window cx, cy, viewport cx, cy
+    const auto extents = [&] {
+        SIZE w{}, v{};
+        GetWindowExtEx(dc, &w), GetViewportExtEx(dc, &v);
+        return Extents{w.cx, w.cy, v.cx, v.cy};
+    };
+    struct Scale {
+        int mode;
+        SIZE window, viewport;  // set before, in this order
+        bool ofViewport;
+        int factors[4];
+        BOOL answer;
+        Extents after;
+    };
+    const Scale scales[] = {
+        {MM_ANISOTROPIC, {10, 20}, {1, 1}, false, {0, 1, 1, 1}, FALSE, {10, 20, 1, 1}},
+        {MM_ANISOTROPIC, {10, 20}, {1, 1}, false, {1, 1, 1, 0}, FALSE, {10, 20, 1, 1}},
+        {MM_ANISOTROPIC, {10, 20}, {1, 1}, false, {1, 30, -1, 7}, TRUE, {1, -2, 1, 1}},
+        {MM_ANISOTROPIC, {-7, 9}, {1, 1}, false, {3, 2, -5, 3}, TRUE, {-10, -15, 1, 1}},
+        {MM_ANISOTROPIC, {1000000, 1000000}, {1, 1}, false, {5000, 1, 3000, 1}, TRUE, {705032704, -1294967296, 1, 1}},
+        {MM_ANISOTROPIC, {1, 1}, {100, 50}, true, {7, 3, 2, 5}, TRUE, {1, 1, 233, 20}},
+        {MM_ISOTROPIC, {100, 100}, {100, 100}, true, {3, 1, 1, 1}, TRUE, {100, 100, 100, 100}},
+        {MM_ISOTROPIC, {100, 100}, {100, 100}, false, {1, 1, 4, 1}, TRUE, {100, 400, 25, 100}},
+        {MM_TEXT, {1, 1}, {1, 1}, true, {0, 0, 0, 0}, TRUE, {1, 1, 1, 1}},
+    };
+    for (const Scale& s : scales) {
+        SetMapMode(dc, MM_TEXT);
+        SetMapMode(dc, s.mode);
+        SetWindowExtEx(dc, s.window.cx, s.window.cy, nullptr);
+        SetViewportExtEx(dc, s.viewport.cx, s.viewport.cy, nullptr);
+        const Extents before = extents();
+        SIZE previous{77, 77};
+        const auto scale = s.ofViewport ? ScaleViewportExtEx : ScaleWindowExtEx;
+        const int* f = s.factors;
+        EXPECT_EQ(scale(dc, f[0], f[1], f[2], f[3], &previous), s.answer) << f[0];
+        EXPECT_EQ(previous.cx, before[s.ofViewport ? 2 : 0]) << s.factors[0];
+        EXPECT_EQ(extents(), s.after) << s.factors[0];
+    }
     POINT origin{77, 77};
+    SetWindowOrgEx(dc, 5, -6, nullptr);
     EXPECT_TRUE(OffsetWindowOrgEx(dc, INT_MAX, -3, &origin));
-    EXPECT_EQ(origin.x, 5);
-    EXPECT_EQ(origin.y, -6);
+    EXPECT_EQ(std::make_pair(origin.x, origin.y), std::make_pair(LONG{5}, LONG{-6}));
     GetWindowOrgEx(dc, &origin);
-    EXPECT_EQ(origin.x, INT_MIN + 4);
-    EXPECT_EQ(origin.y, -9);
+    EXPECT_EQ(std::make_pair(origin.x, origin.y), std::make_pair(LONG{INT_MIN + 4}, LONG{-9}));
     EXPECT_TRUE(OffsetViewportOrgEx(dc, -4, INT_MIN, nullptr));
     GetViewportOrgEx(dc, &origin);
-    EXPECT_EQ(origin.x, -4);
-    EXPECT_EQ(origin.y, INT_MIN);
-    EXPECT_FALSE(OffsetWindowOrgEx(nullptr, 1, 1, &origin));
-    EXPECT_FALSE(OffsetViewportOrgEx(nullptr, 1, 1, &origin));
-    EXPECT_FALSE(ScaleWindowExtEx(nullptr, 1, 1, 1, 1, &previous));
-    EXPECT_FALSE(ScaleViewportExtEx(nullptr, 1, 1, 1, 1, &previous));
+    EXPECT_EQ(std::make_pair(origin.x, origin.y), std::make_pair(LONG{-4}, LONG{INT_MIN}));
 }
 
 // What the calls answer for bad arguments; nothing is drawn by a refused call.
@@ -281,6 +228,9 @@ TEST(GdiShapes, BadArguments) {
     const POINT points[4] = {{1, 1}, {10, 2}, {5, 9}, {2, 7}};
     const INT two[2] = {2, 2}, short1[2] = {1, 3}, empty[2] = {4, 0}, negative[2] = {4, -1};
     const INT huge[2] = {INT_MAX, INT_MAX};
+    const vx::OwnedObject<HRGN> region(CreateRectRgn(1, 2, 3, 4));
+    const HRGN r = region.get();
+    const auto b = static_cast<HBRUSH>(GetStockObject(GRAY_BRUSH));
     struct Case {
         const char* name;
         BOOL answer, expected;
@@ -288,7 +238,6 @@ TEST(GdiShapes, BadArguments) {
     const Case cases[] = {
         {"Polygon of 0", Polygon(dc, points, 0), FALSE},
         {"Polygon of 1", Polygon(dc, points, 1), FALSE},
-        {"Polygon of -1", Polygon(dc, points, -1), FALSE},
         {"Polygon of 2", Polygon(dc, points, 2), TRUE},
         {"Polygon on no DC", Polygon(nullptr, points, 3), FALSE},
         {"PolyPolygon 2 + 2", PolyPolygon(dc, points, two, 2), TRUE},
@@ -301,14 +250,19 @@ TEST(GdiShapes, BadArguments) {
         {"Ellipse of 2^31", Ellipse(dc, -1000000000, -1000000000, 1000000000, 1000000000), FALSE},
         {"RoundRect of 2^31", RoundRect(dc, -1000000000, -1000000000, 1000000000, 1000000000, INT_MAX, INT_MAX), FALSE},
         {"empty Ellipse", Ellipse(dc, 3, 3, 3, 9), TRUE},
-        {"Ellipse on no DC", Ellipse(nullptr, 0, 0, 4, 4), FALSE},
         {"Arc of 2^31", Arc(dc, -1000000000, -1000000000, 1000000000, 1000000000, 0, 0, 5, 5), FALSE},
         {"Pie of nothing", Pie(dc, 5, 5, 5, 9, 0, 0, 5, 5), TRUE},
         {"Chord on no DC", Chord(nullptr, 0, 0, 9, 9, 0, 0, 5, 5), FALSE},
-        {"SetPolyFillMode 0", SetPolyFillMode(dc, 0), 0},
+        {"FillRgn without a brush", FillRgn(dc, r, nullptr), FALSE},
+        {"FillRgn with a pen", FillRgn(dc, r, reinterpret_cast<HBRUSH>(paper.pen.get())), FALSE},
+        {"FillRgn without a region", FillRgn(dc, nullptr, b), FALSE},
+        {"PaintRgn without a region", PaintRgn(dc, nullptr), FALSE},
+        {"FrameRgn without a brush", FrameRgn(dc, r, nullptr, 1, 1), FALSE},
+        {"InvertRgn on no DC", InvertRgn(nullptr, r), FALSE},
+        {"OffsetWindowOrgEx on no DC", OffsetWindowOrgEx(nullptr, 1, 1, nullptr), FALSE},
+        {"ScaleViewportExtEx on no DC", ScaleViewportExtEx(nullptr, 1, 1, 1, 1, nullptr), FALSE},
         {"SetPolyFillMode 3", SetPolyFillMode(dc, 3), 0},
         {"SetPolyFillMode on no DC", SetPolyFillMode(nullptr, WINDING), 0},
-        {"GetPolyFillMode on no DC", GetPolyFillMode(nullptr), 0},
         {"fill mode kept", GetPolyFillMode(dc), ALTERNATE},
         {"SetPolyFillMode WINDING", SetPolyFillMode(dc, WINDING), ALTERNATE},
         {"fill mode set", GetPolyFillMode(dc), WINDING},

@@ -197,7 +197,10 @@ int64_t TourIndex(const std::vector<POINT>& quarter, int64_t width, int64_t heig
     const auto n = static_cast<int64_t>(quarter.size());
     const auto first = [&](auto passed) {
         int64_t i = 0;
-        while (i < n && !passed(quarter[static_cast<size_t>(i)].x - width / 2, quarter[static_cast<size_t>(i)].y - height / 2)) ++i;
+        for (; i < n; ++i) {
+            const POINT q = quarter[static_cast<size_t>(i)];
+            if (passed(q.x - width / 2, q.y - height / 2)) break;
+        }
         return i;
     };
     if (y >= 0) {
@@ -221,7 +224,8 @@ std::vector<POINT> ArcPoints(const RECT& box, POINT start, POINT end) {
     if (to <= from) to += 4 * n;
     const auto at = [&](int64_t k) {
         k %= 4 * n;
-        const int64_t quadrant = k / n, i = quadrant == 0 ? k : quadrant == 1 ? 2 * n - 1 - k : quadrant == 2 ? k - 2 * n : 4 * n - 1 - k;
+        const int64_t quadrant = k / n;
+        const int64_t i = quadrant == 0 ? k : quadrant == 1 ? 2 * n - 1 - k : quadrant == 2 ? k - 2 * n : 4 * n - 1 - k;
         const POINT q = quarter[static_cast<size_t>(i)];
         const int64_t x = quadrant == 0 || quadrant == 3 ? box.left + q.x : box.left + width - 1 - q.x;
         const int64_t y = quadrant <= 1 ? box.top + height - 1 - q.y : box.top + q.y;
@@ -247,7 +251,8 @@ Outcome DrawArc(const ObjectTable::Access& objects, const Canvas& canvas, const 
         if (pen != nullptr && pen->style != PS_NULL) DrawPolyline(canvas, *pen, points.data(), points.size(), false);
         return Outcome::Drawn;
     }
-    if (kind == ArcKind::Pie) points.push_back(POINT{static_cast<LONG>(box.left + width / 2), static_cast<LONG>(box.top + height / 2)});
+    if (kind == ArcKind::Pie)
+        points.push_back(POINT{static_cast<LONG>(box.left + width / 2), static_cast<LONG>(box.top + height / 2)});
     const int count = static_cast<int>(points.size());
     const RowRange rows = VisibleRows(canvas.visible);
     const Bands area = PolygonArea(points, std::span<const int>(&count, 1), context.state.polyFillMode == WINDING,
