@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/raster.hpp"
 
 namespace vx::posix::gdi {
@@ -57,6 +58,27 @@ BOOL WithCanvas(HDC dc, Draw draw) {
         if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context.state, canvas.surface);
         draw(objects, canvas, context);
         return TRUE;
+    });
+}
+
+// Runs `draw(objects, canvas, context)` for a DC with the table locked and answers what it
+// answers; FALSE for a handle that is not a DC. A metafile DC's recorder gets the call first
+// (`record`); one that keeps no state answers TRUE at once. Nothing is drawn on a DC without
+// pixels.
+template <typename Record, typename Draw>
+BOOL WithCanvas(HDC dc, Record record, Draw draw) {
+    return OnDC(dc, FALSE, [&](auto& objects, DeviceContext& context) -> BOOL {
+        if (MetaRecorder* recorder = RecorderOf(context)) {
+            record(*recorder);
+            if (!recorder->keepsState()) return TRUE;
+        }
+        Canvas canvas;
+        canvas.objects = &objects;
+        canvas.state = &context.state;
+        canvas.rop2 = context.state.rop2;
+        canvas.surface = DcSurface(objects, context);
+        if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context.state, canvas.surface);
+        return draw(objects, canvas, context);
     });
 }
 

@@ -118,13 +118,24 @@ void FixIsotropic(DcState& state, const Metrics& m) {
 
 bool Scalable(const DcState& state) { return state.mapMode == MM_ISOTROPIC || state.mapMode == MM_ANISOTROPIC; }
 
+// Hands a window or viewport call to a metafile DC's recorder; true when the call is done
+// (the recorder keeps no state: the call answers TRUE and leaves `previous` alone).
+bool Recorded(const DeviceContext& context, void (MetaRecorder::*record)(int, int), int x, int y) {
+    MetaRecorder* recorder = RecorderOf(context);
+    if (recorder == nullptr) return false;
+    (recorder->*record)(x, y);
+    return !recorder->keepsState();
+}
+
 // Sets one of the extents: refused (after the previous one is reported) in a mode that fixes
 // them or for a zero extent; `metrics` are the DC's, asked before the lock.
-BOOL SetExtent(HDC dc, SIZE DcState::*extent, int x, int y, LPSIZE previous) {
+BOOL SetExtent(HDC dc, SIZE DcState::*extent, void (MetaRecorder::*record)(int, int), int x, int y,
+              LPSIZE previous) {
     const Metrics metrics = DeviceMetrics(dc);
     auto objects = Objects();
     DeviceContext* context = objects.find<DeviceContext>(dc);
     if (context == nullptr) return FALSE;
+    if (Recorded(*context, record, x, y)) return TRUE;
     DcState& state = context->state;
     if (previous != nullptr) *previous = state.*extent;
     if (!Scalable(state)) return TRUE;
@@ -134,8 +145,10 @@ BOOL SetExtent(HDC dc, SIZE DcState::*extent, int x, int y, LPSIZE previous) {
     return TRUE;
 }
 
-BOOL SetOrigin(HDC dc, POINT DcState::*origin, int x, int y, LPPOINT previous) {
+BOOL SetOrigin(HDC dc, POINT DcState::*origin, void (MetaRecorder::*record)(int, int), int x, int y,
+              LPPOINT previous) {
     return OnDC(dc, FALSE, [&](auto&, DeviceContext& context) {
+        if (Recorded(context, record, x, y)) return TRUE;
         if (previous != nullptr) *previous = context.state.*origin;
         context.state.*origin = POINT{x, y};
         return TRUE;
@@ -197,6 +210,7 @@ template <typename Value>
 BOOL GetSetting(HDC dc, Value DcState::*member, Value* out) {
     if (out == nullptr) return FALSE;
     return OnDC(dc, FALSE, [&](auto&, const DeviceContext& context) {
+        if (StatelessRecorderOf(context) != nullptr) return FALSE;
         *out = context.state.*member;
         return TRUE;
     });
@@ -228,16 +242,21 @@ RECT ToDeviceRect(const DcState& state, int x, int y, int width, int height) {
 
 using vx::posix::gdi::DcState;
 using vx::posix::gdi::DeviceContext;
+using vx::posix::gdi::MetaRecorder;
 using vx::posix::gdi::Objects;
 
 extern "C" {
 
 VXPLATFORMAPI int SetMapMode(HDC dc, int mode) {
-    if (mode < MM_TEXT || mode > MM_ANISOTROPIC) return 0;
     const auto m = vx::posix::gdi::DeviceMetrics(dc);
     auto objects = Objects();
     DeviceContext* context = objects.find<DeviceContext>(dc);
     if (context == nullptr) return 0;
+    if (MetaRecorder* recorder = vx::posix::gdi::RecorderOf(*context)) {
+        recorder->SetMapMode(mode);  // a Windows metafile records even a mode out of range
+        if (!recorder->keepsState()) return 1;
+    }
+    if (mode < MM_TEXT || mode > MM_ANISOTROPIC) return 0;
     DcState& state = context->state;
     const int previous = state.mapMode;
     if (mode == previous && vx::posix::gdi::Scalable(state)) return previous;
@@ -269,11 +288,11 @@ VXPLATFORMAPI int SetMapMode(HDC dc, int mode) {
 VXPLATFORMAPI int GetMapMode(HDC dc) {
     auto objects = Objects();
     const DeviceContext* context = objects.find<DeviceContext>(dc);
-    return context == nullptr ? 0 : context->state.mapMode;
+    return context == nullptr || vx::posix::gdi::StatelessRecorderOf(*context) != nullptr ? 0 : context->state.mapMode;
 }
 
 VXPLATFORMAPI BOOL SetWindowOrgEx(HDC dc, int x, int y, LPPOINT previous) {
-    return vx::posix::gdi::SetOrigin(dc, &DcState::windowOrigin, x, y, previous);
+    return vx::posix::gdi::SetOrigin(dc, &DcState::windowOrigin, &MetaRecorder::SetWindowOrg, x, y, previous);
 }
 
 VXPLATFORMAPI BOOL GetWindowOrgEx(HDC dc, LPPOINT origin) {
@@ -281,7 +300,7 @@ VXPLATFORMAPI BOOL GetWindowOrgEx(HDC dc, LPPOINT origin) {
 }
 
 VXPLATFORMAPI BOOL SetWindowExtEx(HDC dc, int x, int y, LPSIZE previous) {
-    return vx::posix::gdi::SetExtent(dc, &DcState::windowExtent, x, y, previous);
+    return vx::posix::gdi::SetExtent(dc, &DcState::windowExtent, &MetaRecorder::SetWindowExt, x, y, previous);
 }
 
 VXPLATFORMAPI BOOL GetWindowExtEx(HDC dc, LPSIZE extent) {
@@ -289,7 +308,7 @@ VXPLATFORMAPI BOOL GetWindowExtEx(HDC dc, LPSIZE extent) {
 }
 
 VXPLATFORMAPI BOOL SetViewportOrgEx(HDC dc, int x, int y, LPPOINT previous) {
-    return vx::posix::gdi::SetOrigin(dc, &DcState::viewportOrigin, x, y, previous);
+    return vx::posix::gdi::SetOrigin(dc, &DcState::viewportOrigin, &MetaRecorder::SetViewportOrg, x, y, previous);
 }
 
 VXPLATFORMAPI BOOL GetViewportOrgEx(HDC dc, LPPOINT origin) {
@@ -297,7 +316,7 @@ VXPLATFORMAPI BOOL GetViewportOrgEx(HDC dc, LPPOINT origin) {
 }
 
 VXPLATFORMAPI BOOL SetViewportExtEx(HDC dc, int x, int y, LPSIZE previous) {
-    return vx::posix::gdi::SetExtent(dc, &DcState::viewportExtent, x, y, previous);
+    return vx::posix::gdi::SetExtent(dc, &DcState::viewportExtent, &MetaRecorder::SetViewportExt, x, y, previous);
 }
 
 VXPLATFORMAPI BOOL GetViewportExtEx(HDC dc, LPSIZE extent) {

@@ -5,12 +5,8 @@
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
 extern "C" {
-VXPLATFORMAPI HDC CreateMetaFileA(LPCSTR fileName) { return nullptr; }
-VXPLATFORMAPI HMETAFILE CloseMetaFile(HDC dc) { return nullptr; }
-VXPLATFORMAPI BOOL DeleteMetaFile(HMETAFILE metafile) { return FALSE; }
 VXPLATFORMAPI HMETAFILE GetMetaFileA(LPCSTR fileName) { return nullptr; }
 VXPLATFORMAPI HMETAFILE CopyMetaFileA(HMETAFILE metafile, LPCSTR fileName) { return nullptr; }
 VXPLATFORMAPI HMETAFILE SetMetaFileBitsEx(UINT size, const BYTE *bits) { return nullptr; }
-VXPLATFORMAPI UINT GetMetaFileBitsEx(HMETAFILE metafile, UINT size, LPVOID bits) { return 0; }
 VXPLATFORMAPI BOOL PlayMetaFile(HDC dc, HMETAFILE metafile) { return FALSE; }
 }  // extern "C"
