@@ -37,7 +37,7 @@
 #include <cstring>
 #include <vector>
 
-#include "platform/posix/gdi/raster.hpp"
+#include "platform/posix/gdi/lines.hpp"
 
 namespace vx::posix::gdi {
 namespace {
@@ -202,29 +202,7 @@ void DrawSegment(const Surface& surface, const std::vector<RECT>& visible, const
     }
 }
 
-// Everything one drawing call needs, gathered with the table locked.
-struct Canvas {
-    const ObjectTable::Access* objects = nullptr;
-    const DcState* state = nullptr;
-    Surface surface;
-    std::vector<RECT> visible;
-    int rop2 = R2_COPYPEN;
-
-    uint32_t Pixel(COLORREF colour) const { return ColourPixel(surface, ResolveColour(*objects, *state, colour)); }
-
-    // The pixel value a pen or brush colour takes: on a 1-bit surface, unless it is exactly one
-    // of the two entries, the one the background colour does not take.
-    uint32_t DrawingPixel(COLORREF colour) const {
-        if (surface.bitsPerPixel != 1 || surface.colours == nullptr || surface.colourCount < 2) return Pixel(colour);
-        const COLORREF resolved = ResolveColour(*objects, *state, colour);
-        for (uint32_t i = 0; i < 2; ++i) {
-            const RGBQUAD& entry = surface.colours[i];
-            if (RGB(entry.rgbRed, entry.rgbGreen, entry.rgbBlue) == resolved) return i;
-        }
-        const uint32_t background = Pixel(state->backgroundColour);
-        return colour == state->backgroundColour ? background : background ^ 1;
-    }
-};
+}  // namespace
 
 void DrawPolyline(const Canvas& canvas, const Pen& pen, const POINT* device, size_t count, bool close) {
     Stroke stroke;
@@ -263,23 +241,6 @@ uint8_t TernaryOf(int rop2) {
     return static_cast<uint8_t>(table);
 }
 
-// Runs `draw(canvas, context)` for a DC with the table locked; FALSE for a handle that is
-// not a DC. Nothing is drawn on a DC without pixels, and the call still succeeds.
-template <typename Draw>
-BOOL WithCanvas(HDC dc, Draw draw) {
-    return OnDC(dc, FALSE, [&](auto& objects, DeviceContext& context) {
-        Canvas canvas;
-        canvas.objects = &objects;
-        canvas.state = &context.state;
-        canvas.rop2 = context.state.rop2;
-        canvas.surface = DcSurface(objects, context);
-        if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context.state, canvas.surface);
-        draw(objects, canvas, context);
-        return TRUE;
-    });
-}
-
-}  // namespace
 }  // namespace vx::posix::gdi
 
 using vx::posix::gdi::Canvas;

@@ -6,10 +6,6 @@
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
 extern "C" {
-VXPLATFORMAPI BOOL Ellipse(HDC dc, int left, int top, int right, int bottom) { return FALSE; }
-VXPLATFORMAPI BOOL RoundRect(HDC dc, int left, int top, int right, int bottom, int width, int height) {
-    return FALSE;
-}
 VXPLATFORMAPI BOOL Arc(HDC dc, int left, int top, int right, int bottom, int startX, int startY, int endX,
                        int endY) {
     return FALSE;
@@ -22,10 +18,6 @@ VXPLATFORMAPI BOOL Chord(HDC dc, int left, int top, int right, int bottom, int s
                          int endY) {
     return FALSE;
 }
-VXPLATFORMAPI BOOL Polygon(HDC dc, const POINT *points, int count) { return FALSE; }
-VXPLATFORMAPI BOOL PolyPolygon(HDC dc, const POINT *points, const INT *counts, int polygons) { return FALSE; }
-VXPLATFORMAPI int SetPolyFillMode(HDC dc, int mode) { return 0; }
-VXPLATFORMAPI int GetPolyFillMode(HDC dc) { return 0; }
 VXPLATFORMAPI BOOL FillRgn(HDC dc, HRGN region, HBRUSH brush) { return FALSE; }
 VXPLATFORMAPI BOOL PaintRgn(HDC dc, HRGN region) { return FALSE; }
 VXPLATFORMAPI BOOL FrameRgn(HDC dc, HRGN region, HBRUSH brush, int width, int height) { return FALSE; }

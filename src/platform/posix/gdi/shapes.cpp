@@ -1,0 +1,251 @@
+// shapes.cpp - filled shapes of the Linux subset: Polygon, PolyPolygon, SetPolyFillMode,
+// GetPolyFillMode, Ellipse, RoundRect, Arc, Pie and Chord.
+//
+// Every shape is drawn as Windows' DIB engine draws it: its points go through the DC's mapping
+// (ToDevice), the inside is filled with the brush through the raster operation's ternary
+// equivalent (as PatBlt fills, polygon_fill.hpp), and then the outline is drawn with the pen
+// along the same device points by lines.cpp's exact line code, closed. So with an XOR
+// operation the pixels the brush and the pen both reach are flipped twice.
+//
+// Polygons fill by the DC's fill mode (ALTERNATE, WINDING); their right and bottom edges are
+// outside the fill, so with a pen the outline lies on the left and top pixels of the fill and
+// beyond its right and bottom ones.
+//
+// Curves. An ellipse in the box [left, right) x [top, bottom) is traced by an integer midpoint
+// walk over its lower-right quarter, from the middle of the right side (right - 1, top + h/2)
+// down to the middle of the bottom row: the error term of the curve through the centres of
+// the box's corner pixels decides at each step whether x moves in, y moves down, or both, so
+// the outline is 8-connected. The other quarters are its mirror images in the box. The brush
+// covers each row from its leftmost outline pixel to its rightmost, the outline included; the
+// pen then lights the outline pixels. A box two pixels wide or high or less is drawn as
+// Rectangle draws it. RoundRect places the four quarters of an ellipse of the corner size
+// (mapped as a size, cut to the box) in the box's corners, the straight sides joining them.
+// Arcs, pies and chords take the part of the ellipse's outline between the rays from its
+// centre through the start and end points, counter-clockwise, chords and pies closed by a
+// straight line (through the centre for a pie) and filled as polygons.
+//
+// Bounds. A shape whose points or outline would pass kMaxShapePoints (polygons of 16 million
+// points, ellipses over two million pixels across) is refused with FALSE, as Windows refuses
+// one it cannot allocate, rather than allocating without bound; only the visible rows are
+// scan-converted, so a shape far larger than the surface costs what its visible part does.
+//
+// A metafile DC records the call (its recorder, metafile_recorder.hpp) and draws nothing.
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/posix/gdi/lines.hpp"
+#include "platform/posix/gdi/metafile_recorder.hpp"
+#include "platform/posix/gdi/polygon_fill.hpp"
+
+namespace vx::posix::gdi {
+namespace {
+
+// Fills `area` with the DC's brush and draws the closed outline with its pen.
+void PaintShape(const ObjectTable::Access& objects, const Canvas& canvas, const DeviceContext& context,
+                const Bands& area, const std::vector<POINT>& outline, std::span<const int> counts) {
+    const BlitTarget target = TargetOf(objects, context);
+    FillArea(target, RealizeBrush(objects, context, target), TernaryOf(canvas.rop2), area);
+    const Pen* pen = objects.find<Pen>(context.state.pen);
+    if (pen == nullptr || pen->style == PS_NULL) return;
+    size_t first = 0;
+    for (const int count : counts) {
+        DrawPolyline(canvas, *pen, outline.data() + first, static_cast<size_t>(count), true);
+        first += static_cast<size_t>(count);
+    }
+}
+
+// Polygons given as the caller's points and counts (checked) in logical coordinates.
+BOOL DrawPolygons(HDC dc, const POINT* points, const int* counts, int polygons, bool single) {
+    return WithCanvas(dc, [&](const ObjectTable::Access& objects, const Canvas& canvas, DeviceContext& context) {
+        int64_t total = 0;
+        for (int i = 0; i < polygons; ++i) total += counts[i];
+        if (MetaRecorder* recorder = RecorderOf(context)) {
+            const std::span<const POINT> all(points, static_cast<size_t>(total));
+            if (single) recorder->Polygon(all);
+            else recorder->PolyPolygon(all, std::span<const INT>(counts, static_cast<size_t>(polygons)));
+            return;
+        }
+        if (canvas.surface.bits == nullptr) return;
+        std::vector<POINT> device(points, points + total);
+        for (POINT& point : device) point = ToDevice(context.state, point);
+        const RowRange rows = VisibleRows(canvas.visible);
+        const std::span<const int> countSpan(counts, static_cast<size_t>(polygons));
+        const Bands area =
+            PolygonArea(device, countSpan, context.state.polyFillMode == WINDING, rows.top, rows.bottom);
+        PaintShape(objects, canvas, context, area, device, countSpan);
+    });
+}
+
+// The device box of a shape, normalised.
+RECT DeviceBox(const DcState& state, int left, int top, int right, int bottom) {
+    const POINT a = ToDevice(state, POINT{left, top}), b = ToDevice(state, POINT{right, bottom});
+    return RECT{std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
+}
+
+// The lower-right quarter of the ellipse in a box `width` x `height` (both at least 3), from
+// the middle of the right side to the middle of the bottom, relative to the box's top-left;
+// and where the walk stood when it left the quarter (`exit`).
+struct Quarter {
+    std::vector<POINT> points;
+    POINT exit{};
+};
+
+Quarter EllipseQuarter(int64_t width, int64_t height) {
+    const int64_t a = width - 1, b = height - 1;
+    const int64_t stepX = 8 * b * b, stepY = 8 * a * a;
+    int64_t dx = 4 * b * b * (1 - a), dy = 4 * a * a * (1 + b % 2);
+    int64_t error = dx + dy + a * a * (b % 2);
+    Quarter quarter;
+    quarter.points.reserve(static_cast<size_t>(width / 2 + height / 2 + 2));
+    int64_t x = a, y = height / 2;
+    while (x >= width / 2) {
+        quarter.points.push_back(POINT{static_cast<LONG>(x), static_cast<LONG>(y)});
+        const int64_t e2 = 2 * error;
+        if (e2 >= dx) {
+            --x;
+            error += dx += stepX;
+        }
+        if (e2 <= dy) {
+            ++y;
+            error += dy += stepY;
+        }
+    }
+    quarter.exit = POINT{static_cast<LONG>(x), static_cast<LONG>(y)};
+    return quarter;
+}
+
+// The closed outline of a box with corners rounded by quarters of a `cornerWidth` x
+// `cornerHeight` ellipse, clockwise from the middle of the right side. A narrow corner's walk
+// stops before the row its quarter should end on; the brush then also covers that row between
+// the walk's exits from the left and right corners, when those do not cross (`rows`).
+struct RoundedShape {
+    std::vector<POINT> outline;
+    RECT rows[2]{};
+};
+
+RoundedShape RoundedOutline(const RECT& box, int64_t cornerWidth, int64_t cornerHeight) {
+    const Quarter walk = EllipseQuarter(cornerWidth, cornerHeight);
+    const std::vector<POINT>& quarter = walk.points;
+    const int64_t offsetX = int64_t{box.right} - cornerWidth, offsetY = int64_t{box.bottom} - cornerHeight;
+    const int64_t mirrorX = int64_t{box.left} + box.right - 1, mirrorY = int64_t{box.top} + box.bottom - 1;
+    const auto at = [](int64_t x, int64_t y) { return POINT{static_cast<LONG>(x), static_cast<LONG>(y)}; };
+    RoundedShape shape;
+    std::vector<POINT>& outline = shape.outline;
+    outline.reserve(4 * quarter.size());
+    const size_t n = quarter.size();
+    for (size_t i = 0; i < n; ++i) outline.push_back(at(offsetX + quarter[i].x, offsetY + quarter[i].y));
+    for (size_t i = n; i-- > 0;) outline.push_back(at(mirrorX - offsetX - quarter[i].x, offsetY + quarter[i].y));
+    for (size_t i = 0; i < n; ++i)
+        outline.push_back(at(mirrorX - offsetX - quarter[i].x, mirrorY - offsetY - quarter[i].y));
+    for (size_t i = n; i-- > 0;) outline.push_back(at(offsetX + quarter[i].x, mirrorY - offsetY - quarter[i].y));
+    const int64_t left = mirrorX - offsetX - walk.exit.x, right = offsetX + walk.exit.x + 1;
+    const int64_t bottomRow = offsetY + walk.exit.y, topRow = mirrorY - offsetY - walk.exit.y;
+    if (left < right && bottomRow < box.bottom && topRow >= box.top) {
+        shape.rows[0] = RECT{static_cast<LONG>(left), static_cast<LONG>(topRow), static_cast<LONG>(right),
+                             static_cast<LONG>(topRow + 1)};
+        shape.rows[1] = RECT{static_cast<LONG>(left), static_cast<LONG>(bottomRow), static_cast<LONG>(right),
+                             static_cast<LONG>(bottomRow + 1)};
+    }
+    return shape;
+}
+
+// What a rounded shape call does once its geometry is known.
+enum class Outcome { Drawn, AsRectangle, Refused };
+
+// Ellipse (corner size: the whole box) and RoundRect in device coordinates.
+Outcome DrawRounded(const ObjectTable::Access& objects, const Canvas& canvas, const DeviceContext& context,
+                    const RECT& box, int64_t cornerWidth, int64_t cornerHeight) {
+    const int64_t width = int64_t{box.right} - box.left, height = int64_t{box.bottom} - box.top;
+    if (width == 0 || height == 0) return Outcome::Drawn;
+    cornerWidth = std::min(width, cornerWidth);
+    cornerHeight = std::min(height, cornerHeight);
+    if (cornerWidth <= 2 || cornerHeight <= 2) return Outcome::AsRectangle;
+    if (2 * (cornerWidth + cornerHeight) + 8 > kMaxShapePoints) return Outcome::Refused;
+    if (canvas.surface.bits == nullptr) return Outcome::Drawn;
+    const RoundedShape shape = RoundedOutline(box, cornerWidth, cornerHeight);
+    const RowRange rows = VisibleRows(canvas.visible);
+    const int count = static_cast<int>(shape.outline.size());
+    PaintShape(objects, canvas, context, CurveArea(shape.outline, shape.rows, rows.top, rows.bottom), shape.outline,
+               std::span<const int>(&count, 1));
+    return Outcome::Drawn;
+}
+
+// Runs a rounded shape: records it on a metafile DC, draws it, or hands it to Rectangle
+// (called with the table unlocked).
+template <typename Record, typename Corner>
+BOOL RoundedCall(HDC dc, int left, int top, int right, int bottom, Record record, Corner corner) {
+    Outcome outcome = Outcome::Drawn;
+    const BOOL done = WithCanvas(dc, [&](const ObjectTable::Access& objects, const Canvas& canvas,
+                                         DeviceContext& context) {
+        if (MetaRecorder* recorder = RecorderOf(context)) return record(*recorder);
+        const RECT box = DeviceBox(context.state, left, top, right, bottom);
+        const auto [cornerWidth, cornerHeight] = corner(context.state, box);
+        outcome = DrawRounded(objects, canvas, context, box, cornerWidth, cornerHeight);
+    });
+    if (!done || outcome == Outcome::Refused) return FALSE;
+    if (outcome == Outcome::AsRectangle) return Rectangle(dc, left, top, right, bottom);
+    return TRUE;
+}
+
+}  // namespace
+}  // namespace vx::posix::gdi
+
+using vx::posix::gdi::DcState;
+using vx::posix::gdi::DeviceContext;
+using vx::posix::gdi::MetaRecorder;
+
+extern "C" {
+
+VXPLATFORMAPI BOOL Polygon(HDC dc, const POINT* points, int count) {
+    if (points == nullptr || count < 2 || count > vx::posix::gdi::kMaxShapePoints) return FALSE;
+    return vx::posix::gdi::DrawPolygons(dc, points, &count, 1, true);
+}
+
+VXPLATFORMAPI BOOL PolyPolygon(HDC dc, const POINT* points, const INT* counts, int polygons) {
+    if (polygons < 0 || (polygons > 0 && (points == nullptr || counts == nullptr))) return FALSE;
+    int64_t total = 0;
+    for (int i = 0; i < polygons; ++i) {
+        if (counts[i] < 2) return FALSE;
+        total += counts[i];
+        if (total > vx::posix::gdi::kMaxShapePoints) return FALSE;
+    }
+    return vx::posix::gdi::DrawPolygons(dc, points, counts, polygons, false);
+}
+
+VXPLATFORMAPI int SetPolyFillMode(HDC dc, int mode) {
+    if (mode != ALTERNATE && mode != WINDING) return 0;
+    return vx::posix::gdi::OnDC(dc, 0, [&](auto&, DeviceContext& context) {
+        if (MetaRecorder* recorder = vx::posix::gdi::RecorderOf(context)) recorder->SetPolyFillMode(mode);
+        const int previous = context.state.polyFillMode;
+        context.state.polyFillMode = mode;
+        return previous;
+    });
+}
+
+VXPLATFORMAPI int GetPolyFillMode(HDC dc) {
+    return vx::posix::gdi::OnDC(dc, 0, [](auto&, const DeviceContext& context) { return context.state.polyFillMode; });
+}
+
+VXPLATFORMAPI BOOL Ellipse(HDC dc, int left, int top, int right, int bottom) {
+    return vx::posix::gdi::RoundedCall(
+        dc, left, top, right, bottom, [&](MetaRecorder& recorder) { recorder.Ellipse(left, top, right, bottom); },
+        [](const DcState&, const RECT& box) {
+            return std::pair<int64_t, int64_t>{int64_t{box.right} - box.left, int64_t{box.bottom} - box.top};
+        });
+}
+
+VXPLATFORMAPI BOOL RoundRect(HDC dc, int left, int top, int right, int bottom, int width, int height) {
+    return vx::posix::gdi::RoundedCall(
+        dc, left, top, right, bottom,
+        [&](MetaRecorder& recorder) { recorder.RoundRect(left, top, right, bottom, width, height); },
+        [&](const DcState& state, const RECT&) {
+            const POINT origin = vx::posix::gdi::ToDevice(state, POINT{0, 0});
+            const POINT corner = vx::posix::gdi::ToDevice(state, POINT{width, height});
+            return std::pair<int64_t, int64_t>{std::llabs(int64_t{corner.x} - origin.x),
+                                               std::llabs(int64_t{corner.y} - origin.y)};
+        });
+}
+
+}  // extern "C"
