@@ -170,6 +170,41 @@ TEST(EnhMetaFilePlay, BitmapRecordsDrawWhatTheirCallsDraw) {
     for (const Case& c : cases) EXPECT_EQ(Played(c.emf, c.rect), c.direct) << c.name;
 }
 
+// The drawing records and the objects they draw with, against the calls they stand for. A
+// rectangle's box is inclusive and drawn one larger; the other boxes are drawn as they are.
+TEST(EnhMetaFilePlay, DrawingRecordsDrawWhatTheirCallsDraw) {
+    constexpr uint32_t kCreatePen = 38, kCreateBrush = 39, kSelect = 37, kDelete = 40, kRectangle = 43,
+                       kEllipse = 42, kPie = 47, kPolygon16 = 86, kPolyline16 = 87, kMoveTo = 27, kLineTo = 54,
+                       kSetPixel = 15, kRop2 = 20;
+    EmfBuilder emf(kFrame, kDevice, kMillimetres);
+    emf.add(kCreatePen, {1, PS_SOLID, 1, 0, int32_t(RGB(200, 10, 10))}).add(kSelect, {1});
+    emf.add(kCreateBrush, {2, BS_SOLID, int32_t(RGB(10, 200, 10)), 0}).add(kSelect, {2});
+    emf.add(kRectangle, {2, 3, 20, 14}).add(kEllipse, {20, 2, 38, 17}).add(kPie, {3, 20, 19, 36, 3, 20, 19, 36});
+    emf.add(kSelect, {int32_t(0x80000000u | GRAY_BRUSH)}).add(kDelete, {2});
+    emf.add(kPolygon16, {0, 0, 0, 0, 3, 20 | 20 << 16, 38 | 24 << 16, 25 | 38 << 16});
+    emf.add(kRop2, {R2_XORPEN}).add(kPolyline16, {0, 0, 0, 0, 3, 1 | 38 << 16, 38 | 30 << 16, 5 | 5 << 16});
+    emf.add(kMoveTo, {0, 39}).add(kLineTo, {39, 0}).add(kSetPixel, {37, 37, int32_t(RGB(1, 2, 3))});
+    const auto direct = Drawn([](HDC dc) {
+        vx::OwnedObject<HPEN> pen(CreatePen(PS_SOLID, 1, RGB(200, 10, 10)));
+        vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(RGB(10, 200, 10)));
+        const HGDIOBJ oldPen = SelectObject(dc, pen.get()), oldBrush = SelectObject(dc, brush.get());
+        Rectangle(dc, 2, 3, 21, 15);
+        Ellipse(dc, 20, 2, 38, 17);
+        Pie(dc, 3, 20, 19, 36, 3, 20, 19, 36);
+        SelectObject(dc, GetStockObject(GRAY_BRUSH));
+        const POINT polygon[3] = {{20, 20}, {38, 24}, {25, 38}}, polyline[3] = {{1, 38}, {38, 30}, {5, 5}};
+        Polygon(dc, polygon, 3);
+        SetROP2(dc, R2_XORPEN);
+        Polyline(dc, polyline, 3);
+        MoveToEx(dc, 0, 39, nullptr);
+        LineTo(dc, 39, 0);
+        SetPixel(dc, 37, 37, RGB(1, 2, 3));
+        SelectObject(dc, oldPen);
+        SelectObject(dc, oldBrush);
+    });
+    EXPECT_EQ(Played(emf, {0, 0, 4, 4}), direct);
+}
+
 // The metafile's own mapping (an anisotropic window and viewport, saved and restored)
 // composes with the placement.
 TEST(EnhMetaFilePlay, MetafileMappingComposesWithThePlacement) {
