@@ -94,6 +94,8 @@ enum EmfRecord : uint32_t {
     kEmrPolylineTo16 = 89,
     kEmrPolyPolyline16 = 90,
     kEmrPolyPolygon16 = 91,
+    kEmrCreateMonoBrush = 93,
+    kEmrCreateDibPatternBrushPt = 94,
 };
 
 // The records the player draws or keeps state from; every other record is skipped (and
@@ -113,7 +115,8 @@ constexpr bool EmfRecordPlayed(uint32_t type) {
         case kEmrFrameRgn: case kEmrInvertRgn: case kEmrPaintRgn: case kEmrExtSelectClipRgn: case kEmrBitBlt:
         case kEmrStretchBlt: case kEmrSetDIBitsToDevice: case kEmrStretchDIBits: case kEmrExtCreateFontIndirectW:
         case kEmrExtTextOutA: case kEmrExtTextOutW: case kEmrPolygon16: case kEmrPolyline16:
-        case kEmrPolylineTo16: case kEmrPolyPolyline16: case kEmrPolyPolygon16:
+        case kEmrPolylineTo16: case kEmrPolyPolyline16: case kEmrPolyPolygon16: case kEmrCreateMonoBrush:
+        case kEmrCreateDibPatternBrushPt:
             return true;
         default:
             return false;

@@ -205,6 +205,56 @@ TEST(EnhMetaFilePlay, DrawingRecordsDrawWhatTheirCallsDraw) {
     EXPECT_EQ(Played(emf, {0, 0, 4, 4}), direct);
 }
 
+// Pattern brushes as Windows records them: a 1-bit DIB without colours, drawn in the DC's text
+// and background colours, and a DIB of its own colours. Wine's player reads the 1-bit rows as
+// device-bitmap rows (16-bit padded, top down) and paints them black and white, so under
+// Windows only the second runs.
+TEST(EnhMetaFilePlay, PatternBrushRecordsPaintAsTheirBitmaps) {
+    constexpr uint32_t kMonoBrush = 93, kDibBrush = 94, kSelect = 37, kTextColour = 24, kBkColour = 25;
+    vxtest::Info monoInfo = vxtest::Header(8, 8, 1), colourInfo = vxtest::Header(2, 2, 32);
+    const auto* m = reinterpret_cast<const uint8_t*>(&monoInfo.header);
+    const auto* c = reinterpret_cast<const uint8_t*>(&colourInfo.header);
+    std::vector<uint8_t> monoBits, colourBits = {10, 20, 30, 0, 40, 50, 60, 0, 70, 80, 90, 0, 100, 110, 120, 0};
+    for (int row = 0; row < 8; ++row) monoBits.insert(monoBits.end(), {uint8_t(0x3C >> (row % 3)), 0, 0, 0});
+    std::vector<uint8_t> rows;  // the 1-bit pattern as a device bitmap: top down, 16-bit rows
+    for (int row = 7; row >= 0; --row) rows.insert(rows.end(), {monoBits[size_t(row) * 4], 0});
+    void* pixels = nullptr;
+    vx::OwnedObject<HBITMAP> mono(CreateBitmap(8, 8, 1, 1, rows.data()));
+    vx::OwnedObject<HBITMAP> colour(CreateDIBSection(nullptr, colourInfo.get(), DIB_RGB_COLORS, &pixels, nullptr, 0));
+    std::memcpy(pixels, colourBits.data(), colourBits.size());
+    struct Case {
+        const char* name;
+        uint32_t type;
+        UINT usage;
+        const uint8_t* info;
+        const std::vector<uint8_t>& bits;
+        HBITMAP direct;
+        bool underWindows;
+    } cases[] = {{"monochrome", kMonoBrush, 2, m, monoBits, mono.get(), false},
+                 {"colour", kDibBrush, DIB_RGB_COLORS, c, colourBits, colour.get(), true}};
+    for (const Case& t : cases) {
+#ifdef _WIN32
+        if (!t.underWindows) {
+            std::printf("skipped under Windows, whose player paints a %s pattern in black and white\n", t.name);
+            continue;
+        }
+#endif
+        EmfBuilder emf(kFrame, kDevice, kMillimetres);
+        emf.add(kTextColour, {int32_t(RGB(200, 0, 0))}).add(kBkColour, {int32_t(RGB(0, 0, 200))});
+        emf.bitmap(t.type, {1, int32_t(t.usage), 0, 0, 0, 0, 0}, 2, {t.info, t.info + sizeof(BITMAPINFOHEADER)}, t.bits);
+        emf.add(kSelect, {1}).add(kBitBlt, {0, 0, 0, 0, 1, 2, 30, 30, int32_t(PATINVERT), 0, 0, 0x3F800000, 0, 0,
+                                           0x3F800000, 0, 0, 0, 0, 0, 0, 0, 0});
+        const auto direct = Drawn([&](HDC dc) {
+            vx::OwnedObject<HBRUSH> brush(CreatePatternBrush(t.direct));
+            SetTextColor(dc, RGB(200, 0, 0));
+            SetBkColor(dc, RGB(0, 0, 200));
+            vx::ObjectSelection selected(dc, brush.get());
+            PatBlt(dc, 1, 2, 30, 30, PATINVERT);
+        });
+        EXPECT_EQ(Played(emf, {0, 0, 4, 4}), direct) << t.name;
+    }
+}
+
 // The metafile's own mapping (an anisotropic window and viewport, saved and restored)
 // composes with the placement.
 TEST(EnhMetaFilePlay, MetafileMappingComposesWithThePlacement) {

@@ -72,6 +72,9 @@ struct Mapping {
     }
 };
 
+// A DIB without a colour table (its pixels are indices of whatever the DC holds).
+constexpr UINT kPalIndices = 2;
+
 // Where a bitmap record's header, colour table and bits sit in the record.
 struct DibInRecord {
     std::vector<uint8_t> info;  // the BITMAPINFO, copied so that it is aligned
@@ -256,7 +259,7 @@ private:
         size_t table = 0;
         if (bitCount <= 8) {
             const uint32_t entries = used != 0 && used < (1u << bitCount) ? used : 1u << bitCount;
-            table = entries * (usage == DIB_PAL_COLORS ? 2 : 4);
+            table = entries * (usage == DIB_PAL_COLORS ? 2 : usage == kPalIndices ? 0 : 4);
         } else if (compression == BI_BITFIELDS) {
             table = headerSize == sizeof(BITMAPINFOHEADER) ? 12 : 0;
         }
@@ -359,6 +362,34 @@ private:
                     count, dx.empty() ? nullptr : dx.data());
     }
 
+    // A pattern brush of the bitmap of the record (ihBrush, iUsage, then the bitmap's offsets):
+    // a monochrome one (its bits as a 1-bit device bitmap, drawn in the DC's colours) or one
+    // of the DIB's own colours.
+    void PatternBrush(std::span<const uint8_t> r, bool monochrome) {
+        if (r.size() < 32) return;
+        const UINT usage = ReadU32(r, 12);
+        DibInRecord dib;
+        if (!ReadDib(r, 16, -1, usage, dib)) return;
+        const BITMAPINFOHEADER& h = dib.bitmapInfo()->bmiHeader;
+        HBITMAP bitmap = nullptr;
+        if (monochrome) {
+            if (h.biBitCount != 1) return;
+            const int height = h.biHeight < 0 ? -h.biHeight : h.biHeight;
+            const size_t from = (size_t(h.biWidth) + 31) / 32 * 4, to = (size_t(h.biWidth) + 15) / 16 * 2;
+            std::vector<uint8_t> rows(to * size_t(height));
+            for (int y = 0; y < height; ++y)
+                std::memcpy(&rows[to * size_t(y)], &dib.bits[from * size_t(h.biHeight < 0 ? y : height - 1 - y)], to);
+            bitmap = CreateBitmap(h.biWidth, height, 1, 1, rows.data());
+        } else {
+            void* pixels = nullptr;
+            bitmap = CreateDIBSection(dc_, dib.bitmapInfo(), usage, &pixels, nullptr, 0);
+            if (pixels != nullptr) std::memcpy(pixels, dib.bits.data(), dib.bits.size());
+        }
+        if (bitmap == nullptr) return;
+        Keep(ReadU32(r, 8), CreatePatternBrush(bitmap));
+        DeleteObject(bitmap);
+    }
+
     void Font(std::span<const uint8_t> r) {
         if (r.size() < 12 + 92) return;
         LOGFONTA font{};
@@ -457,6 +488,8 @@ private:
                 Keep(ReadU32(r, 8), CreateBrushIndirect(&brush));
                 break;
             }
+            case kEmrCreateMonoBrush: PatternBrush(r, true); break;
+            case kEmrCreateDibPatternBrushPt: PatternBrush(r, false); break;
             case kEmrCreatePalette: {
                 if (size < 16) break;
                 const uint32_t entries = ReadU32(r, 12) >> 16;
