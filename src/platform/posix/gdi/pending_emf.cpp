@@ -9,13 +9,6 @@ VXPLATFORMAPI HDC CreateEnhMetaFileA(HDC reference, LPCSTR fileName, const RECT 
     return nullptr;
 }
 VXPLATFORMAPI HENHMETAFILE CloseEnhMetaFile(HDC dc) { return nullptr; }
-VXPLATFORMAPI BOOL DeleteEnhMetaFile(HENHMETAFILE metafile) { return FALSE; }
-VXPLATFORMAPI HENHMETAFILE GetEnhMetaFileA(LPCSTR fileName) { return nullptr; }
-VXPLATFORMAPI HENHMETAFILE CopyEnhMetaFileA(HENHMETAFILE metafile, LPCSTR fileName) { return nullptr; }
-VXPLATFORMAPI HENHMETAFILE SetEnhMetaFileBits(UINT size, const BYTE *bits) { return nullptr; }
-VXPLATFORMAPI UINT GetEnhMetaFileBits(HENHMETAFILE metafile, UINT size, LPBYTE bits) { return 0; }
-VXPLATFORMAPI UINT GetEnhMetaFileHeader(HENHMETAFILE metafile, UINT size, LPENHMETAHEADER header) { return 0; }
-VXPLATFORMAPI BOOL PlayEnhMetaFile(HDC dc, HENHMETAFILE metafile, const RECT *rect) { return FALSE; }
 VXPLATFORMAPI HENHMETAFILE SetWinMetaFileBits(UINT size, const BYTE *bits, HDC reference,
                                               const METAFILEPICT *picture) {
     return nullptr;
