@@ -20,13 +20,17 @@
 // pen then lights the outline pixels. A box two pixels wide or high or less is drawn as
 // Rectangle draws it. RoundRect places the four quarters of an ellipse of the corner size
 // (mapped as a size, cut to the box) in the box's corners, the straight sides joining them.
-// Arcs, pies and chords take the part of the ellipse's outline between the rays from its
-// centre through the start and end points, counter-clockwise, chords and pies closed by a
-// straight line (through the centre for a pie) and filled as polygons.
+// Arcs, pies and chords walk the ellipse's outline counter-clockwise from the first point at or
+// past the ray from the centre through the start point to the point before the first one at or
+// past the ray through the end point (all the way round when the two coincide), the rays
+// compared with the quarter's points in whole numbers from the box's point (width / 2,
+// height / 2); the pen lights all of them but the last. Chords and pies are closed by a straight
+// line (through that centre point for a pie) and filled as polygons.
 //
 // Bounds. A shape whose points or outline would pass kMaxShapePoints (polygons of 16 million
-// points, ellipses over two million pixels across) is refused with FALSE, as Windows refuses
-// one it cannot allocate, rather than allocating without bound; only the visible rows are
+// points, curves whose width and height add up to over eight million pixels) is refused with
+// FALSE rather than allocated without bound. Windows refuses such a shape only when its
+// allocation fails (Wine draws an ellipse 40 million pixels wide); only the visible rows are
 // scan-converted, so a shape far larger than the surface costs what its visible part does.
 //
 // A metafile DC records the call (its recorder, metafile_recorder.hpp) and draws nothing.
@@ -117,9 +121,10 @@ Quarter EllipseQuarter(int64_t width, int64_t height) {
 }
 
 // The closed outline of a box with corners rounded by quarters of a `cornerWidth` x
-// `cornerHeight` ellipse, clockwise from the middle of the right side. A narrow corner's walk
-// stops before the row its quarter should end on; the brush then also covers that row between
-// the walk's exits from the left and right corners, when those do not cross (`rows`).
+// `cornerHeight` ellipse, counter-clockwise from the middle of the right side (the order of the
+// arcs' tour, which dashes follow). A narrow corner's walk stops before the row its quarter
+// should end on; the brush then also covers that row between the walk's exits from the left
+// and right corners, when those do not cross (`rows`).
 struct RoundedShape {
     std::vector<POINT> outline;
     RECT rows[2]{};
@@ -135,17 +140,20 @@ RoundedShape RoundedOutline(const RECT& box, int64_t cornerWidth, int64_t corner
     std::vector<POINT>& outline = shape.outline;
     outline.reserve(4 * quarter.size());
     const size_t n = quarter.size();
-    for (size_t i = 0; i < n; ++i) outline.push_back(at(offsetX + quarter[i].x, offsetY + quarter[i].y));
-    for (size_t i = n; i-- > 0;) outline.push_back(at(mirrorX - offsetX - quarter[i].x, offsetY + quarter[i].y));
-    for (size_t i = 0; i < n; ++i)
-        outline.push_back(at(mirrorX - offsetX - quarter[i].x, mirrorY - offsetY - quarter[i].y));
-    for (size_t i = n; i-- > 0;) outline.push_back(at(offsetX + quarter[i].x, mirrorY - offsetY - quarter[i].y));
-    const int64_t left = mirrorX - offsetX - walk.exit.x, right = offsetX + walk.exit.x + 1;
+    const auto right = [&](size_t i) { return offsetX + quarter[i].x; };
+    const auto left = [&](size_t i) { return mirrorX - offsetX - quarter[i].x; };
+    const auto lower = [&](size_t i) { return offsetY + quarter[i].y; };
+    const auto upper = [&](size_t i) { return mirrorY - offsetY - quarter[i].y; };
+    for (size_t i = 0; i < n; ++i) outline.push_back(at(right(i), upper(i)));
+    for (size_t i = n; i-- > 0;) outline.push_back(at(left(i), upper(i)));
+    for (size_t i = 0; i < n; ++i) outline.push_back(at(left(i), lower(i)));
+    for (size_t i = n; i-- > 0;) outline.push_back(at(right(i), lower(i)));
+    const int64_t from = mirrorX - offsetX - walk.exit.x, to = offsetX + walk.exit.x + 1;
     const int64_t bottomRow = offsetY + walk.exit.y, topRow = mirrorY - offsetY - walk.exit.y;
-    if (left < right && bottomRow < box.bottom && topRow >= box.top) {
-        shape.rows[0] = RECT{static_cast<LONG>(left), static_cast<LONG>(topRow), static_cast<LONG>(right),
+    if (from < to && bottomRow < box.bottom && topRow >= box.top) {
+        shape.rows[0] = RECT{static_cast<LONG>(from), static_cast<LONG>(topRow), static_cast<LONG>(to),
                              static_cast<LONG>(topRow + 1)};
-        shape.rows[1] = RECT{static_cast<LONG>(left), static_cast<LONG>(bottomRow), static_cast<LONG>(right),
+        shape.rows[1] = RECT{static_cast<LONG>(from), static_cast<LONG>(bottomRow), static_cast<LONG>(to),
                              static_cast<LONG>(bottomRow + 1)};
     }
     return shape;
