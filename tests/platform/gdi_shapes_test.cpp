@@ -148,6 +148,11 @@ TEST(GdiShapes, ShapesAsWindowsDrawsThem) {
              return Mapped(dc) && Ellipse(dc, 0, 0, 20, 30) && Polygon(dc, triangle, 3) &&
                     Chord(dc, 10, 0, 26, 30, 0, 0, 30, 30);
          }, 2537104029u},
+        {"ellipse whose size maps a row short of its box",
+         [](HDC dc) {
+             SetMapMode(dc, MM_ANISOTROPIC), SetWindowExtEx(dc, 4, -3, nullptr), SetViewportExtEx(dc, 5, 2, nullptr);
+             return SetViewportOrgEx(dc, 1, 28, nullptr) && Ellipse(dc, 1, 1, 25, 30);
+         }, 1939426157u},
         {"FillRgn", [&](HDC dc) { return FillRgn(dc, r, b); }, 3947619149u},
         {"FillRgn xor", [&](HDC dc) { return xored(dc) && FillRgn(dc, r, b); }, 3041624141u},
         {"PaintRgn xor", [&](HDC dc) { return xored(dc) && PaintRgn(dc, r); }, 1178998669u},

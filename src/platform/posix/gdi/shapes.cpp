@@ -180,17 +180,19 @@ Outcome DrawRounded(const ObjectTable::Access& objects, const Canvas& canvas, co
     return Outcome::Drawn;
 }
 
-// Runs a rounded shape: records it on a metafile DC, draws it, or hands it to Rectangle
-// (called with the table unlocked).
-template <typename Record, typename Corner>
-BOOL RoundedCall(HDC dc, int left, int top, int right, int bottom, Record record, Corner corner) {
+// Runs a rounded shape with corners `width` x `height` (logical units, mapped as a size):
+// records it on a metafile DC, draws it, or hands it to Rectangle (called with the table
+// unlocked).
+template <typename Record>
+BOOL RoundedCall(HDC dc, int left, int top, int right, int bottom, int width, int height, Record record) {
     Outcome outcome = Outcome::Drawn;
     const BOOL done = WithCanvas(dc, [&](const ObjectTable::Access& objects, const Canvas& canvas,
                                          DeviceContext& context) {
         if (MetaRecorder* recorder = RecorderOf(context)) return record(*recorder);
-        const RECT box = DeviceBox(context.state, left, top, right, bottom);
-        const auto [cornerWidth, cornerHeight] = corner(context.state, box);
-        outcome = DrawRounded(objects, canvas, context, box, cornerWidth, cornerHeight);
+        const POINT origin = ToDevice(context.state, POINT{0, 0});
+        const POINT corner = ToDevice(context.state, POINT{width, height});
+        outcome = DrawRounded(objects, canvas, context, DeviceBox(context.state, left, top, right, bottom),
+                              std::llabs(int64_t{corner.x} - origin.x), std::llabs(int64_t{corner.y} - origin.y));
     });
     if (!done || outcome == Outcome::Refused) return FALSE;
     if (outcome == Outcome::AsRectangle) return Rectangle(dc, left, top, right, bottom);
@@ -286,7 +288,6 @@ BOOL ArcCall(HDC dc, ArcKind kind, int left, int top, int right, int bottom, int
 }  // namespace
 }  // namespace vx::posix::gdi
 
-using vx::posix::gdi::DcState;
 using vx::posix::gdi::DeviceContext;
 using vx::posix::gdi::MetaRecorder;
 
@@ -323,23 +324,20 @@ VXPLATFORMAPI int GetPolyFillMode(HDC dc) {
 }
 
 VXPLATFORMAPI BOOL Ellipse(HDC dc, int left, int top, int right, int bottom) {
-    return vx::posix::gdi::RoundedCall(
-        dc, left, top, right, bottom, [&](MetaRecorder& recorder) { recorder.Ellipse(left, top, right, bottom); },
-        [](const DcState&, const RECT& box) {
-            return std::pair<int64_t, int64_t>{int64_t{box.right} - box.left, int64_t{box.bottom} - box.top};
-        });
+    // The corners are the whole box, its size taken in logical units as Windows' 32-bit
+    // subtraction gives it and mapped as a size, so a mapping that rounds the size and the box
+    // apart leaves a straight side of a pixel.
+    const auto extent = [](int from, int to) {
+        return static_cast<int>(static_cast<int32_t>(static_cast<uint32_t>(to) - static_cast<uint32_t>(from)));
+    };
+    return vx::posix::gdi::RoundedCall(dc, left, top, right, bottom, extent(left, right), extent(top, bottom),
+                                       [&](MetaRecorder& recorder) { recorder.Ellipse(left, top, right, bottom); });
 }
 
 VXPLATFORMAPI BOOL RoundRect(HDC dc, int left, int top, int right, int bottom, int width, int height) {
-    return vx::posix::gdi::RoundedCall(
-        dc, left, top, right, bottom,
-        [&](MetaRecorder& recorder) { recorder.RoundRect(left, top, right, bottom, width, height); },
-        [&](const DcState& state, const RECT&) {
-            const POINT origin = vx::posix::gdi::ToDevice(state, POINT{0, 0});
-            const POINT corner = vx::posix::gdi::ToDevice(state, POINT{width, height});
-            return std::pair<int64_t, int64_t>{std::llabs(int64_t{corner.x} - origin.x),
-                                               std::llabs(int64_t{corner.y} - origin.y)};
-        });
+    return vx::posix::gdi::RoundedCall(dc, left, top, right, bottom, width, height, [&](MetaRecorder& recorder) {
+        recorder.RoundRect(left, top, right, bottom, width, height);
+    });
 }
 
 VXPLATFORMAPI BOOL Arc(HDC dc, int left, int top, int right, int bottom, int startX, int startY, int endX,
