@@ -17,9 +17,11 @@
 // the box's corner pixels decides at each step whether x moves in, y moves down, or both, so
 // the outline is 8-connected. The other quarters are its mirror images in the box. The brush
 // covers each row from its leftmost outline pixel to its rightmost, the outline included; the
-// pen then lights the outline pixels. A box two pixels wide or high or less is drawn as
-// Rectangle draws it. RoundRect places the four quarters of an ellipse of the corner size
-// (mapped as a size, cut to the box) in the box's corners, the straight sides joining them.
+// pen then lights the outline pixels. RoundRect places the four quarters of an ellipse of the
+// corner size (mapped as a size, cut to the box) in the box's corners, the straight sides
+// joining them, and Ellipse is RoundRect with the box's own logical size as the corner size,
+// so where the mapping rounds that size below the device box a straight side of a pixel is
+// left; corners two pixels wide or high or less are drawn as Rectangle draws the box.
 // Arcs, pies and chords walk the ellipse's outline counter-clockwise from the first point at or
 // past the ray from the centre through the start point to the point before the first one at or
 // past the ray through the end point (all the way round when the two coincide), the rays
@@ -97,16 +99,18 @@ struct Quarter {
 };
 
 Quarter EllipseQuarter(int64_t width, int64_t height) {
-    const int64_t a = width - 1, b = height - 1;
-    const int64_t stepX = 8 * b * b, stepY = 8 * a * a;
-    int64_t dx = 4 * b * b * (1 - a), dy = 4 * a * a * (1 + b % 2);
-    int64_t error = dx + dy + a * a * (b % 2);
+    // The error terms grow as the cube of the size: 128 bits keep them exact for any box.
+    using Wide = __int128;
+    const Wide a = width - 1, b = height - 1;
+    const Wide stepX = 8 * b * b, stepY = 8 * a * a;
+    Wide dx = 4 * b * b * (1 - a), dy = 4 * a * a * (1 + b % 2);
+    Wide error = dx + dy + a * a * (b % 2);
     Quarter quarter;
     quarter.points.reserve(static_cast<size_t>(width / 2 + height / 2 + 2));
-    int64_t x = a, y = height / 2;
+    int64_t x = width - 1, y = height / 2;
     while (x >= width / 2) {
         quarter.points.push_back(POINT{static_cast<LONG>(x), static_cast<LONG>(y)});
-        const int64_t e2 = 2 * error;
+        const Wide e2 = 2 * error;
         if (e2 >= dx) {
             --x;
             error += dx += stepX;
