@@ -29,11 +29,11 @@
 // height / 2); the pen lights all of them but the last. Chords and pies are closed by a straight
 // line (through that centre point for a pie) and filled as polygons.
 //
-// Bounds. A shape whose points or outline would pass kMaxShapePoints (polygons of 16 million
-// points, curves whose width and height add up to over eight million pixels) is refused with
+// Bounds. A shape whose points or outline would pass kMaxShapePoints (polygons of 4 million
+// points, curves whose width and height add up to over two million pixels) is refused with
 // FALSE rather than allocated without bound. Windows refuses such a shape only when its
-// allocation fails (Wine draws an ellipse 40 million pixels wide); only the visible rows are
-// scan-converted, so a shape far larger than the surface costs what its visible part does.
+// allocation fails (Wine draws an ellipse 40 million pixels wide). Fills scan-convert only the
+// visible rows; a curve's outline is walked whole, in time proportional to its perimeter.
 //
 // A metafile DC records the call (its recorder, metafile_recorder.hpp) and draws nothing.
 #include <algorithm>
