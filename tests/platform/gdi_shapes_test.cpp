@@ -250,6 +250,29 @@ TEST(GdiShapes, OffsetAndScaleTheMapping) {
     EXPECT_EQ(std::make_pair(origin.x, origin.y), std::make_pair(LONG{-4}, LONG{INT_MIN}));
 }
 
+// What a metafile DC answers: a Windows-metafile DC records even what another DC refuses and
+// keeps no fill mode or mapping; an enhanced one answers as a drawing DC does.
+TEST(GdiShapes, MetafileDcAnswers) {
+    const POINT points[3] = {{1, 1}, {5, 1}, {3, 4}};
+    const vx::OwnedObject<HRGN> region(CreateRectRgn(0, 0, 5, 5));
+    for (const bool enhanced : {false, true}) {
+        const HDC dc = enhanced ? CreateEnhMetaFileA(nullptr, nullptr, nullptr, nullptr) : CreateMetaFileA(nullptr);
+        if (dc == nullptr) GTEST_SKIP() << "no metafile DC to record on in this build yet";
+        POINT previous{77, 77};
+        const BOOL answers[] = {GetPolyFillMode(dc), SetPolyFillMode(dc, WINDING), SetPolyFillMode(dc, ALTERNATE),
+                                Polygon(dc, points, 1), Polygon(dc, points, 0), Polygon(dc, points, -1),
+                                FillRgn(dc, region.get(), nullptr), PaintRgn(dc, nullptr),
+                                OffsetWindowOrgEx(dc, 3, 4, nullptr) && OffsetWindowOrgEx(dc, 3, 4, &previous),
+                                SetMapMode(dc, MM_ANISOTROPIC) && ScaleViewportExtEx(dc, 0, 1, 3, 1, nullptr),
+                                Ellipse(dc, -1000000000, -1000000000, 1000000000, 1000000000), previous.x};
+        const std::vector<BOOL> expected = enhanced ? std::vector<BOOL>{1, 1, 2, 0, 0, 0, 0, 1, 1, 0, 1, 3}
+                                                    : std::vector<BOOL>{0, 1, 1, 1, 1, 0, 1, 0, 1, 1, 1, 77};
+        EXPECT_EQ(std::vector<BOOL>(std::begin(answers), std::end(answers)), expected) << enhanced;
+        if (enhanced) DeleteEnhMetaFile(CloseEnhMetaFile(dc));
+        else DeleteMetaFile(CloseMetaFile(dc));
+    }
+}
+
 // What the calls answer for bad arguments; nothing is drawn by a refused call.
 TEST(GdiShapes, BadArguments) {
     Paper paper(16, 16);
