@@ -177,10 +177,8 @@ TEST(GdiShapes, ShapesOnEveryDepth) {
             table.push_back({BYTE(i * 255 / (n - 1)), BYTE(i * 97 % 256), BYTE(255 - i * 255 / (n - 1)), 0});
         const vxtest::Canvas canvas(45, 33, bits, table);
         const HDC dc = canvas.dc();
-        PatBlt(dc, 0, 0, 45, 33, WHITENESS);
-        SelectObject(dc, pen.get()), SelectObject(dc, brush.get());
-        SetBkColor(dc, RGB(10, 20, 250));
-        Polygon(dc, points, 5);
+        PatBlt(dc, 0, 0, 45, 33, WHITENESS), SetBkColor(dc, RGB(10, 20, 250));
+        SelectObject(dc, pen.get()), SelectObject(dc, brush.get()), Polygon(dc, points, 5);
         SetROP2(dc, R2_MERGEPENNOT), Ellipse(dc, 5, 4, 39, 27);
         SetROP2(dc, R2_NOTXORPEN), RoundRect(dc, 2, 3, 44, 30, 13, 11);
         SetBkMode(dc, TRANSPARENT), Pie(dc, 0, 0, 44, 32, 40, 0, 0, 30);
