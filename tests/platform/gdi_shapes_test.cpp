@@ -123,15 +123,15 @@ TEST(GdiShapes, ShapesAsWindowsDrawsThem) {
              Random random{99};
              BOOL all = TRUE;
              for (int i = 0; i < 40; ++i) {
-                 const int left = random.next(-4, 36), top = random.next(-4, 26);
-                 const int right = left + random.next(-3, 24), bottom = top + random.next(-3, 24);
-                 const int at[4] = {random.next(-9, 50), random.next(-9, 40), random.next(-9, 50), random.next(-9, 40)};
+                 int at[8];
+                 for (int k = 0; k < 8; ++k) at[k] = k < 2 ? random.next(-4, 30) : random.next(-9, 50);
+                 at[2] = at[0] + random.next(-3, 24), at[3] = at[1] + random.next(-3, 24);
                  SetROP2(dc, i % 2 == 0 ? R2_XORPEN : R2_COPYPEN);
-                 all = all && (i % 3 == 0 ? Arc : i % 3 == 1 ? Pie : Chord)(dc, left, top, right, bottom, at[0], at[1],
-                                                                             at[2], at[3]);
+                 all = all && (i % 3 == 0 ? Arc : i % 3 == 1 ? Pie : Chord)(dc, at[0], at[1], at[2], at[3], at[4],
+                                                                             at[5], at[6], at[7]);
              }
              return all;
-         }, 661971270u},
+         }, 1509873270u},
         {"mapped shapes",
          [&](HDC dc) {
              return Mapped(dc) && Ellipse(dc, 0, 0, 20, 30) && Polygon(dc, triangle, 3) &&
@@ -177,10 +177,8 @@ TEST(GdiShapes, ShapesOnEveryDepth) {
             table.push_back({BYTE(i * 255 / (n - 1)), BYTE(i * 97 % 256), BYTE(255 - i * 255 / (n - 1)), 0});
         const vxtest::Canvas canvas(45, 33, bits, table);
         const HDC dc = canvas.dc();
-        PatBlt(dc, 0, 0, 45, 33, WHITENESS);
-        SelectObject(dc, pen.get()), SelectObject(dc, brush.get());
-        SetBkColor(dc, RGB(10, 20, 250));
-        Polygon(dc, points, 5);
+        PatBlt(dc, 0, 0, 45, 33, WHITENESS), SetBkColor(dc, RGB(10, 20, 250));
+        SelectObject(dc, pen.get()), SelectObject(dc, brush.get()), Polygon(dc, points, 5);
         SetROP2(dc, R2_MERGEPENNOT), Ellipse(dc, 5, 4, 39, 27);
         SetROP2(dc, R2_NOTXORPEN), RoundRect(dc, 2, 3, 44, 30, 13, 11);
         SetBkMode(dc, TRANSPARENT), Pie(dc, 0, 0, 44, 32, 40, 0, 0, 30);
@@ -207,14 +205,9 @@ TEST(GdiShapes, OffsetAndScaleTheMapping) {
         GetWindowExtEx(dc, &w), GetViewportExtEx(dc, &v);
         return Extents{w.cx, w.cy, v.cx, v.cy};
     };
-    struct Scale {
-        int mode;
-        SIZE window, viewport;  // set before, in this order
-        bool ofViewport;
-        int factors[4];
-        BOOL answer;
-        Extents after;
-    };
+    // The mode, the window and viewport extents set in this order, which extent is scaled and
+    // by what, the answer and the extents after.
+    struct Scale { int mode; SIZE window, viewport; bool ofViewport; int factors[4]; BOOL answer; Extents after; };
     const Scale scales[] = {
         {MM_ANISOTROPIC, {10, 20}, {1, 1}, false, {0, 1, 1, 1}, FALSE, {10, 20, 1, 1}},
         {MM_ANISOTROPIC, {10, 20}, {1, 1}, false, {1, 1, 1, 0}, FALSE, {10, 20, 1, 1}},
@@ -227,8 +220,7 @@ TEST(GdiShapes, OffsetAndScaleTheMapping) {
         {MM_TEXT, {1, 1}, {1, 1}, true, {0, 0, 0, 0}, TRUE, {1, 1, 1, 1}},
     };
     for (const Scale& s : scales) {
-        SetMapMode(dc, MM_TEXT);
-        SetMapMode(dc, s.mode);
+        SetMapMode(dc, MM_TEXT), SetMapMode(dc, s.mode);
         SetWindowExtEx(dc, s.window.cx, s.window.cy, nullptr);
         SetViewportExtEx(dc, s.viewport.cx, s.viewport.cy, nullptr);
         const Extents before = extents();
@@ -236,8 +228,8 @@ TEST(GdiShapes, OffsetAndScaleTheMapping) {
         const auto scale = s.ofViewport ? ScaleViewportExtEx : ScaleWindowExtEx;
         const int* f = s.factors;
         EXPECT_EQ(scale(dc, f[0], f[1], f[2], f[3], &previous), s.answer) << f[0];
-        EXPECT_EQ(previous.cx, before[s.ofViewport ? 2 : 0]) << s.factors[0];
-        EXPECT_EQ(extents(), s.after) << s.factors[0];
+        EXPECT_EQ(previous.cx, before[s.ofViewport ? 2 : 0]) << f[0];
+        EXPECT_EQ(extents(), s.after) << f[0];
     }
     POINT origin{77, 77};
     SetWindowOrgEx(dc, 5, -6, nullptr);
@@ -250,38 +242,47 @@ TEST(GdiShapes, OffsetAndScaleTheMapping) {
     EXPECT_EQ(std::make_pair(origin.x, origin.y), std::make_pair(LONG{-4}, LONG{INT_MIN}));
 }
 
+// What a metafile DC answers: a Windows-metafile DC records even what another DC refuses and
+// keeps no fill mode or mapping; an enhanced one answers as a drawing DC does.
+TEST(GdiShapes, MetafileDcAnswers) {
+    const POINT points[3] = {{1, 1}, {5, 1}, {3, 4}};
+    const vx::OwnedObject<HRGN> region(CreateRectRgn(0, 0, 5, 5));
+    for (const bool enhanced : {false, true}) {
+        const HDC dc = enhanced ? CreateEnhMetaFileA(nullptr, nullptr, nullptr, nullptr) : CreateMetaFileA(nullptr);
+        if (dc == nullptr) GTEST_SKIP() << "no metafile DC to record on in this build yet";
+        POINT previous{77, 77};
+        const BOOL answers[] = {GetPolyFillMode(dc), SetPolyFillMode(dc, WINDING), SetPolyFillMode(dc, ALTERNATE),
+                                Polygon(dc, points, 1), Polygon(dc, points, 0), Polygon(dc, points, -1),
+                                FillRgn(dc, region.get(), nullptr), PaintRgn(dc, nullptr),
+                                OffsetWindowOrgEx(dc, 3, 4, nullptr) && OffsetWindowOrgEx(dc, 3, 4, &previous),
+                                SetMapMode(dc, MM_ANISOTROPIC) && ScaleViewportExtEx(dc, 0, 1, 3, 1, nullptr),
+                                Ellipse(dc, -1000000000, -1000000000, 1000000000, 1000000000), previous.x};
+        const std::vector<BOOL> expected = enhanced ? std::vector<BOOL>{1, 1, 2, 0, 0, 0, 0, 1, 1, 0, 1, 3}
+                                                    : std::vector<BOOL>{0, 1, 1, 1, 1, 0, 1, 0, 1, 1, 1, 77};
+        EXPECT_EQ(std::vector<BOOL>(std::begin(answers), std::end(answers)), expected) << enhanced;
+        if (enhanced) DeleteEnhMetaFile(CloseEnhMetaFile(dc));
+        else DeleteMetaFile(CloseMetaFile(dc));
+    }
+}
+
 // What the calls answer for bad arguments; nothing is drawn by a refused call.
 TEST(GdiShapes, BadArguments) {
     Paper paper(16, 16);
     const HDC dc = paper.dc();
-    const POINT points[4] = {{1, 1}, {10, 2}, {5, 9}, {2, 7}};
-    const INT two[2] = {2, 2}, short1[2] = {1, 3}, negative[2] = {4, -1}, huge[2] = {INT_MAX, INT_MAX};
+    const POINT p[4] = {{1, 1}, {10, 2}, {5, 9}, {2, 7}};
+    const INT two[2] = {2, 2}, one[2] = {1, 3}, negative[2] = {4, -1}, huge[2] = {INT_MAX, INT_MAX};
     const vx::OwnedObject<HRGN> region(CreateRectRgn(1, 2, 3, 4));
     const HRGN r = region.get();
     const auto b = static_cast<HBRUSH>(GetStockObject(GRAY_BRUSH));
-    struct Case { const char* name; BOOL answer, expected; };
-    const Case cases[] = {
-        {"Polygon of 1", Polygon(dc, points, 1), FALSE},
-        {"Polygon of 2", Polygon(dc, points, 2), TRUE},
-        {"Polygon on no DC", Polygon(nullptr, points, 3), FALSE},
-        {"PolyPolygon with a count of 1", PolyPolygon(dc, points, short1, 2), FALSE},
-        {"PolyPolygon with a negative count", PolyPolygon(dc, points, negative, 2), FALSE},
-        {"PolyPolygon past 2^31 points", PolyPolygon(dc, points, huge, 2), FALSE},
-        {"PolyPolygon of no polygons", PolyPolygon(dc, points, two, 0), TRUE},
-        {"PolyPolygon of -1 polygons", PolyPolygon(dc, points, two, -1), FALSE},
-        {"Ellipse of 2^31", Ellipse(dc, -1000000000, -1000000000, 1000000000, 1000000000), FALSE},
-        {"RoundRect of 2^31", RoundRect(dc, -1000000000, -1000000000, 1000000000, 1000000000, INT_MAX, INT_MAX), FALSE},
-        {"empty Ellipse", Ellipse(dc, 3, 3, 3, 9), TRUE},
-        {"Arc of 2^31", Arc(dc, -1000000000, -1000000000, 1000000000, 1000000000, 0, 0, 5, 5), FALSE},
-        {"Pie of nothing", Pie(dc, 5, 5, 5, 9, 0, 0, 5, 5), TRUE},
-        {"FillRgn without a brush", FillRgn(dc, r, nullptr), FALSE},
-        {"FillRgn with a pen", FillRgn(dc, r, reinterpret_cast<HBRUSH>(paper.pen.get())), FALSE},
-        {"FillRgn without a region", FillRgn(dc, nullptr, b), FALSE},
-        {"FrameRgn without a brush", FrameRgn(dc, r, nullptr, 1, 1), FALSE},
-        {"ScaleViewportExtEx on no DC", ScaleViewportExtEx(nullptr, 1, 1, 1, 1, nullptr), FALSE},
-        {"SetPolyFillMode 3", SetPolyFillMode(dc, 3), 0},
-    };
-    for (const Case& c : cases) EXPECT_EQ(c.answer, c.expected) << c.name;
+    const int d = 1000000000;  // boxes 2^31 across
+    const std::vector<BOOL> answers = {
+        Polygon(dc, p, 1), Polygon(dc, p, 2), Polygon(nullptr, p, 3), PolyPolygon(dc, p, one, 2),
+        PolyPolygon(dc, p, negative, 2), PolyPolygon(dc, p, huge, 2), PolyPolygon(dc, p, two, 0),
+        PolyPolygon(dc, p, two, -1), Ellipse(dc, -d, -d, d, d), RoundRect(dc, -d, -d, d, d, INT_MAX, 9),
+        Ellipse(dc, 3, 3, 3, 9), Arc(dc, -d, -d, d, d, 0, 0, 5, 5), Pie(dc, 5, 5, 5, 9, 0, 0, 5, 5),
+        FillRgn(dc, r, nullptr), FillRgn(dc, r, reinterpret_cast<HBRUSH>(paper.pen.get())), FillRgn(dc, nullptr, b),
+        FrameRgn(dc, r, nullptr, 1, 1), ScaleViewportExtEx(nullptr, 1, 1, 1, 1, nullptr), SetPolyFillMode(dc, 3)};
+    EXPECT_EQ(answers, (std::vector<BOOL>{0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0}));
 }
 
 }  // namespace

@@ -15,7 +15,8 @@
 // region fills all of it.
 //
 // A call given anything but a live DC, region or brush answers FALSE; a metafile DC records the
-// call and draws nothing.
+// call and draws nothing. As in Windows, a Windows-metafile DC answers TRUE for a brush that is
+// not one and an enhanced-metafile DC for a region that is not one; neither records anything.
 #include <algorithm>
 #include <cstdlib>
 
@@ -63,7 +64,9 @@ BOOL PaintRegion(HDC dc, HRGN handle, HBRUSH brushHandle, Paint paint, int width
     return OnDC(dc, FALSE, [&](const ObjectTable::Access& objects, DeviceContext& context) -> BOOL {
         const Region* region = objects.find<Region>(handle);
         const Brush* brush = objects.find<Brush>(brushHandle);
-        if (region == nullptr || ((paint == Paint::Fill || paint == Paint::Frame) && brush == nullptr)) return FALSE;
+        if (region == nullptr) return context.kind() == ObjectKind::EnhMetaDC ? TRUE : FALSE;
+        if ((paint == Paint::Fill || paint == Paint::Frame) && brush == nullptr)
+            return context.kind() == ObjectKind::MetaDC ? TRUE : FALSE;
         if (MetaRecorder* recorder = RecorderOf(context)) {
             switch (paint) {
                 case Paint::Fill: recorder->FillRgn(*region, brushHandle, *brush); break;

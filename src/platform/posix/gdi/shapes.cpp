@@ -29,11 +29,11 @@
 // height / 2); the pen lights all of them but the last. Chords and pies are closed by a straight
 // line (through that centre point for a pie) and filled as polygons.
 //
-// Bounds. A shape whose points or outline would pass kMaxShapePoints (polygons of 16 million
-// points, curves whose width and height add up to over eight million pixels) is refused with
+// Bounds. A shape whose points or outline would pass kMaxShapePoints (polygons of 4 million
+// points, curves whose width and height add up to over two million pixels) is refused with
 // FALSE rather than allocated without bound. Windows refuses such a shape only when its
-// allocation fails (Wine draws an ellipse 40 million pixels wide); only the visible rows are
-// scan-converted, so a shape far larger than the surface costs what its visible part does.
+// allocation fails (Wine draws an ellipse 40 million pixels wide). Fills scan-convert only the
+// visible rows; a curve's outline is walked whole, in time proportional to its perimeter.
 //
 // A metafile DC records the call (its recorder, metafile_recorder.hpp) and draws nothing.
 #include <algorithm>
@@ -62,18 +62,29 @@ void PaintShape(const ObjectTable::Access& objects, const Canvas& canvas, const 
     }
 }
 
-// Polygons given as the caller's points and counts (checked) in logical coordinates.
+// Polygons from the caller's points and counts, in logical coordinates. A Windows-metafile DC
+// records any counts that are not negative, as Windows does; every other DC needs two points a
+// polygon (an enhanced metafile DC records only what it would draw).
 BOOL DrawPolygons(HDC dc, const POINT* points, const int* counts, int polygons, bool single) {
+    if (polygons < 0 || (polygons > 0 && (points == nullptr || counts == nullptr))) return FALSE;
+    int64_t total = 0;
+    int fewest = INT_MAX;
+    for (int i = 0; i < polygons; ++i) {
+        if (counts[i] < 0) return FALSE;
+        fewest = std::min(fewest, counts[i]);
+        total += counts[i];
+    }
+    if (total > kMaxShapePoints) return FALSE;
     return WithCanvas(dc, [&](const ObjectTable::Access& objects, const Canvas& canvas, DeviceContext& context) {
-        int64_t total = 0;
-        for (int i = 0; i < polygons; ++i) total += counts[i];
-        if (MetaRecorder* recorder = RecorderOf(context)) {
+        MetaRecorder* recorder = RecorderOf(context);
+        if (fewest < 2 && (recorder == nullptr || context.kind() != ObjectKind::MetaDC)) return FALSE;
+        if (recorder != nullptr) {
             const std::span<const POINT> all(points, static_cast<size_t>(total));
             if (single) recorder->Polygon(all);
             else recorder->PolyPolygon(all, std::span<const INT>(counts, static_cast<size_t>(polygons)));
-            return;
+            return TRUE;
         }
-        if (canvas.surface.bits == nullptr) return;
+        if (canvas.surface.bits == nullptr) return TRUE;
         std::vector<POINT> device(points, points + total);
         for (POINT& point : device) point = ToDevice(context.state, point);
         const RowRange rows = VisibleRows(canvas.visible);
@@ -81,6 +92,7 @@ BOOL DrawPolygons(HDC dc, const POINT* points, const int* counts, int polygons, 
         const Bands area =
             PolygonArea(device, countSpan, context.state.polyFillMode == WINDING, rows.top, rows.bottom);
         PaintShape(objects, canvas, context, area, device, countSpan);
+        return TRUE;
     });
 }
 
@@ -298,25 +310,22 @@ using vx::posix::gdi::MetaRecorder;
 extern "C" {
 
 VXPLATFORMAPI BOOL Polygon(HDC dc, const POINT* points, int count) {
-    if (points == nullptr || count < 2 || count > vx::posix::gdi::kMaxShapePoints) return FALSE;
     return vx::posix::gdi::DrawPolygons(dc, points, &count, 1, true);
 }
 
 VXPLATFORMAPI BOOL PolyPolygon(HDC dc, const POINT* points, const INT* counts, int polygons) {
-    if (polygons < 0 || (polygons > 0 && (points == nullptr || counts == nullptr))) return FALSE;
-    int64_t total = 0;
-    for (int i = 0; i < polygons; ++i) {
-        if (counts[i] < 2) return FALSE;
-        total += counts[i];
-        if (total > vx::posix::gdi::kMaxShapePoints) return FALSE;
-    }
     return vx::posix::gdi::DrawPolygons(dc, points, counts, polygons, false);
 }
 
+// A Windows-metafile DC records the mode and answers TRUE, keeping none (GetPolyFillMode
+// answers 0 there); every other DC answers the previous mode.
 VXPLATFORMAPI int SetPolyFillMode(HDC dc, int mode) {
     if (mode != ALTERNATE && mode != WINDING) return 0;
     return vx::posix::gdi::OnDC(dc, 0, [&](auto&, DeviceContext& context) {
-        if (MetaRecorder* recorder = vx::posix::gdi::RecorderOf(context)) recorder->SetPolyFillMode(mode);
+        if (MetaRecorder* recorder = vx::posix::gdi::RecorderOf(context)) {
+            recorder->SetPolyFillMode(mode);
+            if (context.kind() == vx::posix::gdi::ObjectKind::MetaDC) return TRUE;
+        }
         const int previous = context.state.polyFillMode;
         context.state.polyFillMode = mode;
         return previous;
@@ -324,7 +333,9 @@ VXPLATFORMAPI int SetPolyFillMode(HDC dc, int mode) {
 }
 
 VXPLATFORMAPI int GetPolyFillMode(HDC dc) {
-    return vx::posix::gdi::OnDC(dc, 0, [](auto&, const DeviceContext& context) { return context.state.polyFillMode; });
+    return vx::posix::gdi::OnDC(dc, 0, [](auto&, const DeviceContext& context) {
+        return context.kind() == vx::posix::gdi::ObjectKind::MetaDC ? 0 : context.state.polyFillMode;
+    });
 }
 
 VXPLATFORMAPI BOOL Ellipse(HDC dc, int left, int top, int right, int bottom) {
