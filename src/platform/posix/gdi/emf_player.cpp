@@ -128,9 +128,11 @@ private:
     }
     void Update() { total_ = mapping_.scaling().then(placement_); }
 
-    POINT Map(int x, int y) const {
+    POINT Map(int64_t x, int64_t y) const {
         return {Round(static_cast<double>(x) * total_.m11 + total_.dx), Round(static_cast<double>(y) * total_.m22 + total_.dy)};
     }
+    // The extent from one mapped corner to the other, wrapping as Windows' 32-bit sums do.
+    static int Span(LONG from, LONG to) { return static_cast<int32_t>(static_cast<uint32_t>(to) - static_cast<uint32_t>(from)); }
     int ScaleX(int size) const { return Round(std::fabs(static_cast<double>(size) * total_.m11)); }
     int ScaleY(int size) const { return Round(std::fabs(static_cast<double>(size) * total_.m22)); }
     // A region rectangle is in the reference device's pixels: only the placement applies.
@@ -279,9 +281,9 @@ private:
         if (r.size() < (stretch ? 108u : 100u)) return;
         const int x = ReadI32(r, 24), y = ReadI32(r, 28), cx = ReadI32(r, 32), cy = ReadI32(r, 36);
         const DWORD rop = ReadU32(r, 40);
-        const POINT a = Map(x, y), b = Map(x + cx, y + cy);
+        const POINT a = Map(x, y), b = Map(int64_t{x} + cx, int64_t{y} + cy);
         if (ReadU32(r, 88) == 0) {  // no bitmap: the raster operation reads no source
-            PatBlt(dc_, a.x, a.y, b.x - a.x, b.y - a.y, rop);
+            PatBlt(dc_, a.x, a.y, Span(a.x, b.x), Span(a.y, b.y), rop);
             return;
         }
         const UINT usage = ReadU32(r, 80);
@@ -295,7 +297,7 @@ private:
             HGDIOBJ previous = SelectObject(source, bitmap);
             SetBkColor(source, ReadU32(r, 76));
             const int sourceWidth = stretch ? ReadI32(r, 100) : cx, sourceHeight = stretch ? ReadI32(r, 104) : cy;
-            StretchBlt(dc_, a.x, a.y, b.x - a.x, b.y - a.y, source, ReadI32(r, 44), ReadI32(r, 48), sourceWidth,
+            StretchBlt(dc_, a.x, a.y, Span(a.x, b.x), Span(a.y, b.y), source, ReadI32(r, 44), ReadI32(r, 48), sourceWidth,
                        sourceHeight, rop);
             SelectObject(source, previous);
         }
@@ -308,8 +310,8 @@ private:
         DibInRecord dib;
         if (!ReadDib(r, 48, -1, usage, dib)) return;
         const int x = ReadI32(r, 24), y = ReadI32(r, 28);
-        const POINT a = Map(x, y), b = Map(x + ReadI32(r, 72), y + ReadI32(r, 76));
-        StretchDIBits(dc_, a.x, a.y, b.x - a.x, b.y - a.y, ReadI32(r, 32), ReadI32(r, 36), ReadI32(r, 40),
+        const POINT a = Map(x, y), b = Map(int64_t{x} + ReadI32(r, 72), int64_t{y} + ReadI32(r, 76));
+        StretchDIBits(dc_, a.x, a.y, Span(a.x, b.x), Span(a.y, b.y), ReadI32(r, 32), ReadI32(r, 36), ReadI32(r, 40),
                       ReadI32(r, 44), dib.bits.data(), dib.bitmapInfo(), usage, ReadU32(r, 68));
     }
     void DibToDevice(std::span<const uint8_t> r) {
@@ -393,7 +395,7 @@ private:
     void Font(std::span<const uint8_t> r) {
         if (r.size() < 12 + 92) return;
         LOGFONTA font{};
-        font.lfHeight = ReadI32(r, 12) < 0 ? -ScaleY(ReadI32(r, 12)) : ScaleY(ReadI32(r, 12));
+        font.lfHeight = Round(static_cast<double>(ReadI32(r, 12)) * std::fabs(total_.m22));
         font.lfWidth = ScaleX(ReadI32(r, 16));
         font.lfEscapement = ReadI32(r, 20);
         font.lfOrientation = ReadI32(r, 24);
@@ -456,7 +458,7 @@ private:
                 // A rectangle's box is inclusive and drawn one larger; the others are drawn
                 // on their box as it is, as Windows plays them.
                 const int grow = type == kEmrRectangle ? 1 : 0;
-                const POINT a = Map(i32(8), i32(12)), b = Map(i32(16) + grow, i32(20) + grow);
+                const POINT a = Map(i32(8), i32(12)), b = Map(int64_t{i32(16)} + grow, int64_t{i32(20)} + grow);
                 if (type == kEmrRectangle) Rectangle(dc_, a.x, a.y, b.x, b.y);
                 else if (type == kEmrEllipse) Ellipse(dc_, a.x, a.y, b.x, b.y);
                 else RoundRect(dc_, a.x, a.y, b.x, b.y, ScaleX(i32(24)), ScaleY(i32(28)));
