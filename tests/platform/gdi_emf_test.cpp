@@ -379,4 +379,128 @@ TEST(EnhMetaFilePlay, HostileRecordsDrawNothingOfThemselves) {
     }
 }
 
+
+// A recording DC writes the records Windows writes for the bitmap and state calls, and a
+// header that counts them, bounds them in device pixels and gives the frame in .01 mm of the
+// reference device. The reference device's size (szlDevice, szlMillimeters, szlMicrometers)
+// comes from the machine and is only checked for consistency.
+TEST(EnhMetaFileRecording, WritesTheRecordsWindowsWrites) {
+    HDC dc = CreateEnhMetaFileA(nullptr, nullptr, nullptr, "Vx\0Pic\0");
+    ASSERT_NE(dc, nullptr);
+    EXPECT_EQ(GetObjectType(dc), DWORD{OBJ_ENHMETADC});
+    const std::vector<uint8_t> info24 = [] {
+        vxtest::Info info = vxtest::Header(3, 2, 24);
+        const auto* p = reinterpret_cast<const uint8_t*>(&info.header);
+        return std::vector<uint8_t>(p, p + sizeof(BITMAPINFOHEADER));
+    }();
+    std::vector<uint8_t> bits24(24);
+    for (size_t i = 0; i < bits24.size(); ++i) bits24[i] = uint8_t(i * 10);
+    const auto* bmi = reinterpret_cast<const BITMAPINFO*>(info24.data());
+    const uint32_t pixels32[4] = {0x00FF0000, 0x0000FF00, 0x000000FF, 0x00102030};  // top row first
+    vx::OwnedObject<HBITMAP> source(CreateBitmap(2, 2, 1, 32, pixels32));
+    vx::MemoryDC sourceDc;
+    vx::ObjectSelection selected(sourceDc.get(), source.get());
+    vx::OwnedObject<HPEN> pen(CreatePen(PS_DASH, 3, RGB(1, 2, 3)));
+
+    EXPECT_EQ(StretchDIBits(dc, 10, 20, 6, 4, 0, 0, 3, 2, bits24.data(), bmi, DIB_RGB_COLORS, SRCCOPY), 2);
+    SetDIBitsToDevice(dc, 5, 6, 3, 2, 0, 0, 0, 2, bits24.data(), bmi, DIB_RGB_COLORS);
+    PatBlt(dc, 1, 2, 3, 4, PATCOPY);
+    BitBlt(dc, 30, 40, 2, 2, sourceDc.get(), 0, 0, SRCCOPY);
+    StretchBlt(dc, 30, 40, 4, 5, sourceDc.get(), 1, 0, 1, 2, SRCINVERT);
+    BitBlt(dc, 7, 7, 2, 2, sourceDc.get(), 0, 0, DSTINVERT);
+    SaveDC(dc);
+    SetMapMode(dc, MM_ANISOTROPIC);
+    SetWindowOrgEx(dc, 1, 2, nullptr);
+    SetWindowExtEx(dc, 10, 20, nullptr);
+    SetViewportOrgEx(dc, 3, 4, nullptr);
+    SetViewportExtEx(dc, 30, 40, nullptr);
+    StretchDIBits(dc, 11, 12, 2, 2, 0, 0, 3, 2, bits24.data(), bmi, DIB_RGB_COLORS, SRCCOPY);  // (33..36, 24..28)
+    RestoreDC(dc, -1);
+    SelectObject(dc, pen.get());
+    SelectObject(dc, GetStockObject(BLACK_PEN));
+    DeleteObject(pen.release());
+    SetTextColor(dc, RGB(9, 9, 9));
+    SetBkColor(dc, RGB(8, 8, 8));
+    SetBkMode(dc, TRANSPARENT);
+    SetROP2(dc, R2_XORPEN);
+    SetStretchBltMode(dc, COLORONCOLOR);
+    HENHMETAFILE metafile = CloseEnhMetaFile(dc);
+    ASSERT_NE(metafile, nullptr);
+    EXPECT_EQ(GetObjectType(dc), 0u);
+
+    const int32_t one = 0x3F800000, white = 0xFFFFFF;
+    std::vector<uint8_t> info32(40 + 12), bits32(16);
+    const BITMAPINFOHEADER h32{40, 2, 2, 1, 32, BI_BITFIELDS, 16, 0, 0, 0, 0};
+    const uint32_t masks[3] = {0xFF0000, 0xFF00, 0xFF};
+    std::memcpy(info32.data(), &h32, 40);
+    std::memcpy(info32.data() + 40, masks, 12);
+    const int bottomUp[4] = {2, 3, 0, 1};
+    for (int i = 0; i < 4; ++i) std::memcpy(&bits32[4 * size_t(i)], &pixels32[bottomUp[i]], 4);
+    EmfBuilder expected(kFrame);
+    expected.bitmap(kStretchDIBits, {10, 20, 15, 23, 10, 20, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, int32_t(SRCCOPY), 6, 4}, 10, info24, bits24);
+    expected.bitmap(kSetDIBitsToDevice, {5, 6, 7, 7, 5, 6, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, 0, 2}, 10, info24, bits24);
+    expected.add(kBitBlt, {1, 2, 3, 5, 1, 2, 3, 4, int32_t(PATCOPY), 0, 0, one, 0, 0, one, 0, 0, 0, 0, 0, 0, 0, 0});
+    expected.bitmap(kBitBlt, {30, 40, 31, 41, 30, 40, 2, 2, int32_t(SRCCOPY), 0, 0, one, 0, 0, one, 0, 0, white, 0, 0, 0, 0, 0}, 19, info32, bits32);
+    expected.bitmap(kStretchBlt, {30, 40, 33, 44, 30, 40, 4, 5, int32_t(SRCINVERT), 1, 0, one, 0, 0, one, 0, 0, white, 0, 0, 0, 0, 0, 1, 2}, 19, info32, bits32);
+    expected.add(kBitBlt, {7, 7, 8, 8, 7, 7, 2, 2, int32_t(DSTINVERT), 0, 0, one, 0, 0, one, 0, 0, 0, 0, 0, 0, 0, 0});
+    expected.add(33, {}).add(17, {MM_ANISOTROPIC}).add(10, {1, 2}).add(9, {10, 20}).add(12, {3, 4}).add(11, {30, 40});
+    expected.bitmap(kStretchDIBits, {11, 12, 12, 13, 11, 12, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, int32_t(SRCCOPY), 2, 2}, 10, info24, bits24);
+    expected.add(34, {-1}).add(38, {1, PS_DASH, 3, 0, int32_t(RGB(1, 2, 3))}).add(37, {1}).add(37, {int32_t(0x80000000u | BLACK_PEN)});
+    expected.add(40, {1}).add(24, {int32_t(RGB(9, 9, 9))}).add(25, {int32_t(RGB(8, 8, 8))}).add(18, {TRANSPARENT});
+    expected.add(20, {R2_XORPEN}).add(21, {COLORONCOLOR});
+
+    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
+    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
+    ENHMETAHEADER header{};
+    ASSERT_EQ(GetEnhMetaFileHeader(metafile, sizeof header, &header), sizeof header);
+    ASSERT_EQ(header.nSize, 124u);  // the header, "Vx", "Pic" and two nulls in UTF-16, padded
+    const std::vector<uint8_t> records = expected.records();
+    EXPECT_EQ(std::vector<uint8_t>(bytes.begin() + header.nSize, bytes.end()), records);
+    const RECT bounds{1, 2, 36, 44};
+    EXPECT_EQ(std::memcmp(&header.rclBounds, &bounds, sizeof bounds), 0);
+    const SIZE device = header.szlDevice, mm = header.szlMillimeters;
+    EXPECT_EQ(header.rclFrame.right, LONG(36 * 100 * int64_t{mm.cx} / device.cx));
+    EXPECT_EQ(header.rclFrame.bottom, LONG(44 * 100 * int64_t{mm.cy} / device.cy));
+    EXPECT_EQ(header.szlMicrometers.cx, mm.cx * 1000);
+    EXPECT_EQ(header.nBytes, bytes.size());
+    EXPECT_EQ(header.nRecords, 25u);
+    EXPECT_EQ(header.nHandles, 2u);
+    EXPECT_EQ(header.nDescription, 8u);
+    EXPECT_EQ(header.offDescription, 108u);
+    const char16_t text[8] = {u'V', u'x', 0, u'P', u'i', u'c', 0, 0};
+    EXPECT_EQ(std::memcmp(bytes.data() + 108, text, 16), 0);
+    DeleteEnhMetaFile(metafile);
+}
+
+
+// What a recording DC writes plays back to what the calls draw directly (a frame of exactly
+// 128 x 256 reference pixels, played onto as many).
+TEST(EnhMetaFileRecording, PlaysBackWhatWasDrawn) {
+    const RECT frame{0, 0, 3390, 6775};  // 128 x 256 pixels of 339 x 271 mm over 1280 x 1024
+    const std::vector<uint8_t> info = Info4x4(), bits = Bits4x4();
+    const auto* bmi = reinterpret_cast<const BITMAPINFO*>(info.data());
+    auto draw = [&](HDC dc) {
+        vx::OwnedObject<HPEN> pen(CreatePen(PS_SOLID, 1, RGB(200, 10, 10)));
+        vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(RGB(10, 200, 10)));
+        const HGDIOBJ oldPen = SelectObject(dc, pen.get()), oldBrush = SelectObject(dc, brush.get());
+        Rectangle(dc, 2, 3, 20, 14);
+        const POINT triangle[3] = {{20, 20}, {38, 24}, {25, 38}};
+        Polygon(dc, triangle, 3);
+        MoveToEx(dc, 0, 39, nullptr);
+        LineTo(dc, 39, 0);
+        StretchDIBits(dc, 22, 2, 16, 12, 0, 0, 4, 4, bits.data(), bmi, DIB_RGB_COLORS, SRCCOPY);
+        SetDIBitsToDevice(dc, 3, 30, 4, 4, 0, 0, 0, 4, bits.data(), bmi, DIB_RGB_COLORS);
+        PatBlt(dc, 10, 16, 9, 20, PATINVERT);
+        SelectObject(dc, oldPen);
+        SelectObject(dc, oldBrush);
+    };
+    HDC recording = CreateEnhMetaFileA(nullptr, nullptr, &frame, nullptr);
+    draw(recording);
+    HENHMETAFILE metafile = CloseEnhMetaFile(recording);
+    const RECT rect{0, 0, 128, 256};
+    const auto played = Drawn([&](HDC dc) { EXPECT_TRUE(PlayEnhMetaFile(dc, metafile, &rect)); });
+    EXPECT_EQ(played, Drawn(draw));
+    DeleteEnhMetaFile(metafile);
+}
+
 }  // namespace

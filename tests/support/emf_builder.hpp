@@ -51,6 +51,11 @@ public:
         std::memcpy(&copy.bytes_[56], &handles, 2);
         return copy.bytes_;
     }
+    // The records after the header, EOF included.
+    std::vector<uint8_t> records() const {
+        const std::vector<uint8_t> b = bytes();
+        return {b.begin() + 108, b.end()};
+    }
     HENHMETAFILE make() const {
         const std::vector<uint8_t> b = bytes();
         return SetEnhMetaFileBits(static_cast<UINT>(b.size()), b.data());

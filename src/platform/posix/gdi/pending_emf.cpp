@@ -5,10 +5,6 @@
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
 extern "C" {
-VXPLATFORMAPI HDC CreateEnhMetaFileA(HDC reference, LPCSTR fileName, const RECT *frame, LPCSTR description) {
-    return nullptr;
-}
-VXPLATFORMAPI HENHMETAFILE CloseEnhMetaFile(HDC dc) { return nullptr; }
 VXPLATFORMAPI HENHMETAFILE SetWinMetaFileBits(UINT size, const BYTE *bits, HDC reference,
                                               const METAFILEPICT *picture) {
     return nullptr;
