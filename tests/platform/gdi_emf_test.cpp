@@ -503,4 +503,72 @@ TEST(EnhMetaFileRecording, PlaysBackWhatWasDrawn) {
     DeleteEnhMetaFile(metafile);
 }
 
+
+// The records of lines, shapes, regions, clipping and objects, as Windows writes them: 16-bit
+// points when they fit, inclusive boxes, a brush written for each region fill, slots reused
+// once freed.
+TEST(EnhMetaFileRecording, WritesShapesAndObjectsAsWindows) {
+    HDC dc = CreateEnhMetaFileA(nullptr, nullptr, nullptr, nullptr);
+    POINT points[3] = {{1, 2}, {30, 4}, {5, 60}};
+    Polyline(dc, points, 3);
+    points[1].x = 70000;
+    Polyline(dc, points, 3);
+    Rectangle(dc, 0, 0, 10, 10);
+    Ellipse(dc, 1, 2, 10, 20);
+    vx::OwnedObject<HRGN> region(CreateRectRgn(1, 1, 5, 5)), other(CreateRectRgn(7, 2, 9, 9));
+    CombineRgn(region.get(), region.get(), other.get(), RGN_OR);
+    FillRgn(dc, region.get(), static_cast<HBRUSH>(GetStockObject(GRAY_BRUSH)));
+    SelectClipRgn(dc, nullptr);
+    IntersectClipRect(dc, 1, 2, 3, 4);
+    HBRUSH first = CreateSolidBrush(1), second = CreateSolidBrush(2), third = CreateSolidBrush(3);
+    SelectObject(dc, first);
+    SelectObject(dc, second);
+    DeleteObject(first);
+    SelectObject(dc, third);
+    MoveToEx(dc, 3, 3, nullptr);
+    LineTo(dc, 9, 9);
+    SetPixel(dc, 2, 2, RGB(4, 5, 6));
+    OffsetWindowOrgEx(dc, 1, 1, nullptr);
+    ScaleViewportExtEx(dc, 1, 2, 3, 4, nullptr);
+    const WORD rows[8] = {0x3C, 0x1E, 0x0F, 0x3C, 0x1E, 0x0F, 0x3C, 0x1E};  // top row first
+    vx::OwnedObject<HBITMAP> mono(CreateBitmap(8, 8, 1, 1, rows));
+    HBRUSH pattern = CreatePatternBrush(mono.get());
+    SelectObject(dc, pattern);
+    SelectObject(dc, GetStockObject(WHITE_BRUSH));
+    HENHMETAFILE metafile = CloseEnhMetaFile(dc);
+    for (HBRUSH b : {second, third, pattern}) DeleteObject(b);
+
+    EmfBuilder expected(kFrame);
+    expected.add(87, {1, 2, 30, 60, 3, 1 | 2 << 16, 30 | 4 << 16, 5 | 60 << 16});
+    expected.add(4, {1, 2, 70000, 60, 3, 1, 2, 70000, 4, 5, 60});
+    expected.add(43, {0, 0, 9, 9}).add(42, {1, 2, 9, 19});
+    expected.add(39, {1, BS_SOLID, int32_t(RGB(128, 128, 128)), 0});
+    expected.add(71, {1, 1, 8, 8, 96, 1, 32, 1, 4, 64, 1, 1, 9, 9, 1, 1, 5, 2, 1, 2, 5, 5, 7, 2, 9, 5, 7, 5, 9, 9});
+    expected.add(75, {0, RGN_COPY}).add(30, {1, 2, 3, 4});
+    expected.add(39, {2, BS_SOLID, 1, 0}).add(37, {2}).add(39, {3, BS_SOLID, 2, 0}).add(37, {3}).add(40, {2});
+    expected.add(39, {2, BS_SOLID, 3, 0}).add(37, {2});
+    expected.add(27, {3, 3}).add(54, {9, 9}).add(15, {2, 2, int32_t(RGB(4, 5, 6))});
+    expected.add(10, {1, 1}).add(31, {1, 2, 3, 4});
+    vxtest::Info monoInfo = vxtest::Header(8, 8, 1);
+    monoInfo.header.biSizeImage = 32;
+    const auto* m = reinterpret_cast<const uint8_t*>(&monoInfo.header);
+    std::vector<uint8_t> bits;
+    for (int row = 7; row >= 0; --row) bits.insert(bits.end(), {uint8_t(rows[row]), 0, 0, 0});
+    expected.bitmap(93, {4, 2, 0, 0, 0, 0, 0}, 2, {m, m + sizeof(BITMAPINFOHEADER)}, bits).add(37, {4});
+    expected.add(37, {int32_t(0x80000000u | WHITE_BRUSH)});
+
+    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
+    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
+    // The four bytes before the brush's bitmap are padding, whatever Windows leaves in them.
+    const std::vector<uint8_t> records = expected.records();
+    ASSERT_EQ(bytes.size(), 108 + records.size());
+    const size_t brushAt = bytes.size() - 20 - 12 - 12 - 108;  // then two selections and the EOF
+    std::memset(&bytes[brushAt + 32], 0, 4);
+    EXPECT_EQ(std::vector<uint8_t>(bytes.begin() + 108, bytes.end()), records);
+    ENHMETAHEADER header{};
+    GetEnhMetaFileHeader(metafile, sizeof header, &header);
+    EXPECT_EQ(header.nHandles, 5u);
+    DeleteEnhMetaFile(metafile);
+}
+
 }  // namespace

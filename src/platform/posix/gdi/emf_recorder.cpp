@@ -16,9 +16,10 @@
 // the first time it is selected, and selected by slot from then on; a stock object is selected
 // by its index with the high bit set and never written. When a known object is deleted its
 // slot is freed with EMR_DELETEOBJECT. The brush of FillRgn and FrameRgn is written into a
-// slot of its own at each call, as Windows does. Rectangles, ellipses and the arc family are
-// recorded with their box's right and bottom one in (the inclusive box), again as Windows
-// writes them.
+// slot of its own at each call, as Windows does. A pattern brush is written as the DIB of its
+// pattern (1 bit without colours for one drawn in the DC's text and background colours).
+// Rectangles, ellipses and the arc family are recorded with their box's right and bottom one
+// in (the inclusive box), again as Windows writes them.
 //
 // Blits. BitBlt and StretchBlt with a source record the whole source bitmap as a bottom-up DIB
 // (1, 4 and 8 bits with their full colour table, 24 bits plain, 16 and 32 bits with channel
@@ -49,6 +50,8 @@ using namespace vx::formats;
 constexpr uint32_t kHeaderSize = 108;
 constexpr uint32_t kStockFlag = 0x80000000u;
 constexpr int kLastStockObject = DEFAULT_GUI_FONT;
+// What holds the slot of a region call's brush: no handle, and never freed.
+const HGDIOBJ kRegionBrush = reinterpret_cast<HGDIOBJ>(~uintptr_t{0});
 
 // The reference device: its pixels and millimetres.
 struct Reference {
@@ -443,10 +446,7 @@ private:
                 break;
             }
             case ObjectKind::Brush: {
-                const auto& brush = static_cast<const Brush&>(object);
-                r = RecordWriter(kEmrCreateBrushIndirect);
-                r.put(slot).put(uint32_t(brush.style == BS_PATTERN ? BS_SOLID : brush.style));
-                r.put(uint32_t(brush.style == BS_PATTERN && !brush.pattern.empty() ? brush.pattern[0] : brush.colour)).put(0u);
+                r = BrushRecord(slot, static_cast<const Brush&>(object));
                 break;
             }
             case ObjectKind::Font: {
@@ -479,6 +479,35 @@ private:
         return slot;
     }
 
+    // A solid or hollow brush as its style and colour; a pattern brush as a DIB, rows bottom
+    // up: 1 bit a pixel without colours (EMR_CREATEMONOBRUSH) when it takes the DC's colours,
+    // 32 bits otherwise (EMR_CREATEDIBPATTERNBRUSHPT).
+    static RecordWriter BrushRecord(uint32_t slot, const Brush& brush) {
+        if (brush.style != BS_PATTERN) {
+            RecordWriter r(kEmrCreateBrushIndirect);
+            r.put(slot).put(uint32_t(brush.style)).put(uint32_t(brush.colour)).put(0u);
+            return r;
+        }
+        const bool mono = brush.patternMonochrome;
+        const int width = brush.patternWidth, height = brush.patternHeight;
+        const size_t stride = mono ? (size_t(width) + 31) / 32 * 4 : size_t(width) * 4;
+        std::vector<uint8_t> bits(stride * size_t(height), 0);
+        for (int y = 0; y < height; ++y) {
+            uint8_t* row = &bits[stride * size_t(height - 1 - y)];
+            for (int x = 0; x < width; ++x) {
+                const COLORREF c = brush.pattern[size_t(y) * size_t(width) + size_t(x)];
+                if (mono) row[x / 8] |= static_cast<uint8_t>((c & 1) << (7 - x % 8));
+                else row[4 * x] = GetBValue(c), row[4 * x + 1] = GetGValue(c), row[4 * x + 2] = GetRValue(c);
+            }
+        }
+        const BITMAPINFOHEADER info{sizeof(BITMAPINFOHEADER), width, height, 1, WORD(mono ? 1 : 32), BI_RGB,
+                                    DWORD(bits.size()), 0, 0, 0, 0};
+        RecordWriter r(mono ? kEmrCreateMonoBrush : kEmrCreateDibPatternBrushPt);
+        r.put(slot).put(mono ? 2u : uint32_t{DIB_RGB_COLORS}).put(36u).put(40u).put(76u).put(uint32_t(bits.size())).put(0u);
+        r.put(&info, sizeof info).put(bits.data(), bits.size());
+        return r;
+    }
+
     // The bitmap fields of StretchDIBits and SetDIBitsToDevice from `offsetsAt` on: the four
     // offsets, `tail` (the record's fields after them), then header, table and bits.
     template <typename Tail>
@@ -508,10 +537,8 @@ private:
         uint32_t slot = 0;
         if (brush != nullptr) {  // a slot of its own, as Windows writes it
             slot = static_cast<uint32_t>(slots_.size());
-            slots_.push_back(nullptr);
-            RecordWriter create(kEmrCreateBrushIndirect);
-            create.put(slot).put(uint32_t(brush->style == BS_PATTERN ? BS_SOLID : brush->style)).put(uint32_t(brush->colour)).put(0u);
-            Append(create);
+            slots_.push_back(kRegionBrush);
+            Append(BrushRecord(slot, *brush));
         }
         RecordWriter r(type);
         r.put(box).put(uint32_t(data.size()));
