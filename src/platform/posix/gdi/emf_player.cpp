@@ -455,11 +455,10 @@ private:
             case kEmrSetPixelV: if (size >= 20) { const POINT p = Map(i32(8), i32(12)); SetPixel(dc_, p.x, p.y, ReadU32(r, 16)); } break;
             case kEmrRectangle: case kEmrEllipse: case kEmrRoundRect: {
                 if (size < (type == kEmrRoundRect ? 32u : 24u)) break;
-                // A rectangle's box is inclusive and drawn one larger; the others are drawn
-                // on their box as it is, as Windows plays them.
-                const int grow = type == kEmrRectangle ? 1 : 0;
-                const POINT a = Map(i32(8), i32(12)), b = Map(int64_t{i32(16)} + grow, int64_t{i32(20)} + grow);
-                if (type == kEmrRectangle) Rectangle(dc_, a.x, a.y, b.x, b.y);
+                // A rectangle's box is inclusive: its mapped corners are both drawn. The
+                // other shapes are drawn on their box as it is, as Windows plays them.
+                const POINT a = Map(i32(8), i32(12)), b = Map(i32(16), i32(20));
+                if (type == kEmrRectangle) Rectangle(dc_, a.x, a.y, Span(-1, b.x), Span(-1, b.y));  // b + 1
                 else if (type == kEmrEllipse) Ellipse(dc_, a.x, a.y, b.x, b.y);
                 else RoundRect(dc_, a.x, a.y, b.x, b.y, ScaleX(i32(24)), ScaleY(i32(28)));
                 break;
