@@ -1,8 +1,8 @@
 // Conformance tests of enhanced metafiles: what SetEnhMetaFileBits accepts and what the
-// header and bits calls answer, where PlayEnhMetaFile puts a metafile's picture for a given
-// rectangle, each bitmap record drawing exactly what the direct call draws, and hostile
-// records. Run natively against the Linux subset and under Wine against Windows' GDI; the
-// expected answers and boxes are Wine's.
+// header and bits calls answer; where PlayEnhMetaFile puts a metafile's picture for a given
+// rectangle; the records a recording DC writes, byte for byte; what they play back to against
+// the calls drawn directly; and hostile records. Run natively against the Linux subset and
+// under Wine against Windows' GDI; the expected answers, boxes and bytes are Wine's.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -21,9 +21,9 @@ constexpr uint32_t kStretchDIBits = 81, kSetDIBitsToDevice = 80, kBitBlt = 76, k
 const RECT kFrame{0, 0, 40, 40};  // 4 x 4 pixels of a device of 10 pixels a millimetre
 const SIZE kDevice{1000, 1000}, kMillimetres{100, 100};
 
-// A 4 x 4 bottom-up 32-bit DIB of unrelated colours: its header and its bits.
-std::vector<uint8_t> Info4x4() {
-    vxtest::Info info = vxtest::Header(4, 4, 32);
+// A bottom-up DIB's header (4 x 4 32-bit by default) and, for that, bits of unrelated colours.
+std::vector<uint8_t> DibHeader(int width = 4, int height = 4, int bits = 32) {
+    vxtest::Info info = vxtest::Header(width, height, bits);
     const auto* p = reinterpret_cast<const uint8_t*>(&info.header);
     return {p, p + sizeof(BITMAPINFOHEADER)};
 }
@@ -39,7 +39,7 @@ std::vector<uint8_t> Bits4x4() {
 // An EMR_STRETCHDIBITS of the 4 x 4 DIB onto (x, y, cx, cy).
 EmfBuilder& StretchRecord(EmfBuilder& emf, int x, int y, int cx, int cy, DWORD rop = SRCCOPY) {
     return emf.bitmap(kStretchDIBits, {0, 0, 0, 0, x, y, 0, 0, 4, 4, 0, 0, 0, 0, DIB_RGB_COLORS, int32_t(rop), cx, cy},
-                      10, Info4x4(), Bits4x4());
+                      10, DibHeader(), Bits4x4());
 }
 
 // The bytes of a white 40 x 40 32-bit section after `draw` drew on it.
@@ -57,12 +57,13 @@ std::vector<uint8_t> Played(const EmfBuilder& emf, RECT rect) {
     DeleteEnhMetaFile(metafile);
     return bytes;
 }
-// The 4 x 4 DIB stretched onto `box` by the direct call.
-std::vector<uint8_t> Stretched(RECT box) {
-    const std::vector<uint8_t> info = Info4x4(), bits = Bits4x4();
+// The 4 x 4 DIB stretched onto each box by the direct call.
+std::vector<uint8_t> Stretched(std::initializer_list<RECT> boxes) {
+    const std::vector<uint8_t> info = DibHeader(), bits = Bits4x4();
     return Drawn([&](HDC dc) {
-        StretchDIBits(dc, box.left, box.top, box.right - box.left, box.bottom - box.top, 0, 0, 4, 4, bits.data(),
-                      reinterpret_cast<const BITMAPINFO*>(info.data()), DIB_RGB_COLORS, SRCCOPY);
+        for (const RECT& box : boxes)
+            StretchDIBits(dc, box.left, box.top, box.right - box.left, box.bottom - box.top, 0, 0, 4, 4, bits.data(),
+                          reinterpret_cast<const BITMAPINFO*>(info.data()), DIB_RGB_COLORS, SRCCOPY);
     });
 }
 
@@ -94,27 +95,8 @@ TEST(EnhMetaFilePlay, MapsTheFrameOntoTheRectangleAsWindowsDoes) {
     for (const Case& c : cases) {
         EmfBuilder emf(c.frame, c.device, c.millimetres);
         StretchRecord(emf, c.record.left, c.record.top, c.record.right, c.record.bottom);
-        EXPECT_EQ(Played(emf, c.rect), Stretched(c.box)) << c.name;
+        EXPECT_EQ(Played(emf, c.rect), Stretched({c.box})) << c.name;
     }
-}
-
-// The drawing records and the objects they draw with, against the calls they stand for. A
-// rectangle's box is inclusive and drawn one larger; the other boxes are drawn as they are.
-TEST(EnhMetaFilePlay, DrawingRecordsDrawWhatTheirCallsDraw) {
-    constexpr uint32_t kCreatePen = 38, kCreateBrush = 39, kSelect = 37, kRectangle = 43, kEllipse = 42, kPie = 47;
-    EmfBuilder emf(kFrame, kDevice, kMillimetres);
-    emf.add(kCreatePen, {1, PS_SOLID, 1, 0, int32_t(RGB(200, 10, 10))}).add(kSelect, {1});
-    emf.add(kCreateBrush, {2, BS_SOLID, int32_t(RGB(10, 200, 10)), 0}).add(kSelect, {2});
-    emf.add(kRectangle, {2, 3, 20, 14}).add(kEllipse, {20, 2, 38, 17}).add(kPie, {3, 20, 19, 36, 3, 20, 19, 36});
-    const auto direct = Drawn([](HDC dc) {
-        vx::OwnedObject<HPEN> pen(CreatePen(PS_SOLID, 1, RGB(200, 10, 10)));
-        vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(RGB(10, 200, 10)));
-        vx::ObjectSelection pens(dc, pen.get()), brushes(dc, brush.get());
-        Rectangle(dc, 2, 3, 21, 15);
-        Ellipse(dc, 20, 2, 38, 17);
-        Pie(dc, 3, 20, 19, 36, 3, 20, 19, 36);
-    });
-    EXPECT_EQ(Played(emf, {0, 0, 4, 4}), direct);
 }
 
 // The metafile's own mapping (an anisotropic window and viewport, saved and restored)
@@ -127,13 +109,7 @@ TEST(EnhMetaFilePlay, MetafileMappingComposesWithThePlacement) {
     StretchRecord(emf, 0, 0, 4, 4);  // half size at (3, 5)
     emf.add(kRestore, {-1});
     StretchRecord(emf, 0, 0, 2, 2);  // unmapped again
-    const RECT rect{0, 0, 8, 8};       // and everything doubled
-    const std::vector<uint8_t> info = Info4x4(), bits = Bits4x4();
-    const auto expected = Drawn([&](HDC dc) {
-        StretchDIBits(dc, 6, 10, 4, 4, 0, 0, 4, 4, bits.data(), reinterpret_cast<const BITMAPINFO*>(info.data()), 0, SRCCOPY);
-        StretchDIBits(dc, 0, 0, 4, 4, 0, 0, 4, 4, bits.data(), reinterpret_cast<const BITMAPINFO*>(info.data()), 0, SRCCOPY);
-    });
-    EXPECT_EQ(Played(emf, rect), expected);
+    EXPECT_EQ(Played(emf, {0, 0, 8, 8}), Stretched({{6, 10, 10, 14}, {0, 0, 4, 4}}));  // everything doubled
 }
 
 // What SetEnhMetaFileBits accepts (Windows checks the record type, the signature and that
@@ -185,16 +161,13 @@ TEST(EnhMetaFileBits, AcceptsAndAnswersAsWindows) {
     EXPECT_EQ(header.rclFrame.right, 40);
     EXPECT_EQ(GetObjectType(metafile), DWORD{OBJ_ENHMETAFILE});
 
-    HENHMETAFILE copy = CopyEnhMetaFileA(metafile, nullptr);
-    EXPECT_NE(copy, metafile);
-    EXPECT_EQ(GetEnhMetaFileBits(copy, 0, nullptr), 128u);
     const std::string path = ::testing::TempDir() + "vexora_emf_copy.emf";
-    HENHMETAFILE onDisk = CopyEnhMetaFileA(metafile, path.c_str());
-    HENHMETAFILE reread = GetEnhMetaFileA(path.c_str());
-    EXPECT_EQ(GetEnhMetaFileBits(onDisk, 0, nullptr), 128u);
-    EXPECT_EQ(GetEnhMetaFileBits(reread, 0, nullptr), 128u);
+    HENHMETAFILE copy = CopyEnhMetaFileA(metafile, nullptr), onDisk = CopyEnhMetaFileA(metafile, path.c_str());
+    for (HENHMETAFILE h : {copy, onDisk, GetEnhMetaFileA(path.c_str())}) {
+        EXPECT_EQ(GetEnhMetaFileBits(h, 0, nullptr), 128u);
+        EXPECT_TRUE(DeleteEnhMetaFile(h));
+    }
     EXPECT_EQ(GetEnhMetaFileA((path + ".missing").c_str()), nullptr);
-    for (HENHMETAFILE h : {copy, onDisk, reread}) EXPECT_TRUE(DeleteEnhMetaFile(h));
     std::remove(path.c_str());
 
     EXPECT_TRUE(DeleteEnhMetaFile(metafile));
@@ -250,11 +223,7 @@ TEST(EnhMetaFileRecording, WritesTheRecordsWindowsWrites) {
     HDC dc = CreateEnhMetaFileA(nullptr, nullptr, nullptr, "Vx\0Pic\0");
     ASSERT_NE(dc, nullptr);
     EXPECT_EQ(GetObjectType(dc), DWORD{OBJ_ENHMETADC});
-    const std::vector<uint8_t> info24 = [] {
-        vxtest::Info info = vxtest::Header(3, 2, 24);
-        const auto* p = reinterpret_cast<const uint8_t*>(&info.header);
-        return std::vector<uint8_t>(p, p + sizeof(BITMAPINFOHEADER));
-    }();
+    const std::vector<uint8_t> info24 = DibHeader(3, 2, 24);
     std::vector<uint8_t> bits24(24);
     for (size_t i = 0; i < bits24.size(); ++i) bits24[i] = uint8_t(i * 10);
     const auto* bmi = reinterpret_cast<const BITMAPINFO*>(info24.data());
@@ -324,11 +293,9 @@ TEST(EnhMetaFileRecording, WritesTheRecordsWindowsWrites) {
     EXPECT_EQ(header.rclFrame.right, LONG(36 * 100 * int64_t{mm.cx} / device.cx));
     EXPECT_EQ(header.rclFrame.bottom, LONG(44 * 100 * int64_t{mm.cy} / device.cy));
     EXPECT_EQ(header.szlMicrometers.cx, mm.cx * 1000);
-    EXPECT_EQ(header.nBytes, bytes.size());
-    EXPECT_EQ(header.nRecords, 25u);
-    EXPECT_EQ(header.nHandles, 2u);
-    EXPECT_EQ(header.nDescription, 8u);
-    EXPECT_EQ(header.offDescription, 108u);
+    const std::vector<size_t> counts = {header.nBytes, header.nRecords, header.nHandles, header.nDescription,
+                                        header.offDescription};
+    EXPECT_EQ(counts, (std::vector<size_t>{bytes.size(), 25, 2, 8, 108}));
     const char16_t text[8] = {u'V', u'x', 0, u'P', u'i', u'c', 0, 0};
     EXPECT_EQ(std::memcmp(bytes.data() + 108, text, 16), 0);
     DeleteEnhMetaFile(metafile);
@@ -340,7 +307,7 @@ TEST(EnhMetaFileRecording, WritesTheRecordsWindowsWrites) {
 // rectangle is recorded by its first and last pixels, which are what scale. The bits of
 // SetDIBitsToDevice, which are not stretched, land outside the canvas at 2:1.
 TEST(EnhMetaFileRecording, PlaysBackWhatWasDrawn) {
-    const std::vector<uint8_t> info = Info4x4(), bits = Bits4x4();
+    const std::vector<uint8_t> info = DibHeader(), bits = Bits4x4();
     const auto* bmi = reinterpret_cast<const BITMAPINFO*>(info.data());
     void* pixels = nullptr;
     vx::OwnedObject<HBITMAP> section(CreateDIBSection(nullptr, bmi, DIB_RGB_COLORS, &pixels, nullptr, 0));
@@ -349,7 +316,7 @@ TEST(EnhMetaFileRecording, PlaysBackWhatWasDrawn) {
     vx::ObjectSelection selected(source.get(), section.get());
     vx::OwnedObject<HBRUSH> pattern(CreatePatternBrush(section.get()));
     // The calls at scale k, moved by (dx, dy); a recording DC gets them at 1:1.
-    auto draw = [&](HDC dc, int k, int dx, int dy) {
+    auto draw = [&](HDC dc, int k, int dx, int dy, bool recording = false) {
         vx::OwnedObject<HPEN> pen(CreatePen(PS_SOLID, 0, RGB(200, 10, 10)));  // one pixel at any scale
         vx::ObjectSelection pens(dc, pen.get());
         Rectangle(dc, 2 * k + dx, 3 * k + dy, 19 * k + 1 + dx, 13 * k + 1 + dy);  // its last pixels scale
@@ -357,6 +324,8 @@ TEST(EnhMetaFileRecording, PlaysBackWhatWasDrawn) {
         Polygon(dc, triangle, 3);
         MoveToEx(dc, dx, 39 * k + dy, nullptr);
         LineTo(dc, 39 * k + dx, dy);
+        const int in = recording ? 0 : 1;  // an ellipse is recorded one pixel in and drawn so
+        Ellipse(dc, 26 * k + dx, 26 * k + dy, (37 - in) * k + dx, (35 - in) * k + dy);
         if (k == 1) SetDIBitsToDevice(dc, 3 + dx, 30 + dy, 4, 4, 0, 0, 0, 4, bits.data(), bmi, DIB_RGB_COLORS);
         StretchDIBits(dc, 22 * k + dx, 2 * k + dy, -8 * k, 6 * k, 0, 0, 4, 4, bits.data(), bmi, DIB_RGB_COLORS, NOTSRCCOPY);
         StretchBlt(dc, 1 * k + dx, 1 * k + dy, 3 * k, 2 * k, source.get(), 1, 1, 3, 2, SRCCOPY);
@@ -366,7 +335,7 @@ TEST(EnhMetaFileRecording, PlaysBackWhatWasDrawn) {
     };
     const RECT frame{0, 0, 3390, 6775};  // 128 x 256 pixels of 339 x 271 mm over 1280 x 1024
     HDC recording = CreateEnhMetaFileA(nullptr, nullptr, &frame, nullptr);
-    draw(recording, 1, 0, 0);
+    draw(recording, 1, 0, 0, true);
     HENHMETAFILE metafile = CloseEnhMetaFile(recording);
     struct Case {
         const char* name;

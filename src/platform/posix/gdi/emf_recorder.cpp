@@ -27,10 +27,10 @@
 // an EMR_BITBLT without a bitmap. StretchDIBits and SetDIBitsToDevice copy the caller's header
 // and colour table as given and the bits of the image (of the lines given).
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -149,7 +149,7 @@ std::vector<uint8_t> RegionData(const Region& region) {
 class EmfRecorder final : public MetaRecorder {
 public:
     EmfRecorder(const Reference& reference, std::optional<RECT> frame, std::u16string description,
-                std::map<HGDIOBJ, int> stock)
+                std::array<HGDIOBJ, kLastStockObject + 1> stock)
         : reference_(reference), frame_(frame), stock_(std::move(stock)), slots_(1, nullptr) {
         RecordWriter header(kEmrHeader);
         header.put(RECT{0, 0, -1, -1}).put(RECT{0, 0, 0, 0}).put(uint32_t{ENHMETA_SIGNATURE}).put(0x10000u);
@@ -214,16 +214,16 @@ public:
             SelectClipRgn(static_cast<const Region*>(&object));
             return;
         }
-        if (const auto stock = stock_.find(handle); stock != stock_.end()) {
-            Simple(kEmrSelectObject, {int32_t(kStockFlag | uint32_t(stock->second))});
+        if (const int stock = StockIndex(handle); stock >= 0) {
+            Simple(kEmrSelectObject, {int32_t(kStockFlag | uint32_t(stock))});
             return;
         }
         const uint32_t slot = SlotOf(handle, object);
         if (slot != 0) Simple(kEmrSelectObject, {int32_t(slot)});
     }
     void SelectPalette(HPALETTE handle, const Palette& palette) override {
-        if (const auto stock = stock_.find(handle); stock != stock_.end()) {
-            Simple(kEmrSelectPalette, {int32_t(kStockFlag | uint32_t(stock->second))});
+        if (const int stock = StockIndex(handle); stock >= 0) {
+            Simple(kEmrSelectPalette, {int32_t(kStockFlag | uint32_t(stock))});
             return;
         }
         const uint32_t slot = SlotOf(handle, palette);
@@ -357,6 +357,11 @@ public:
     }
 
 private:
+    // The stock index of a handle, -1 for an object of the caller's.
+    int StockIndex(HGDIOBJ handle) const {
+        const auto found = std::find(stock_.begin(), stock_.end(), handle);
+        return handle != nullptr && found != stock_.end() ? static_cast<int>(found - stock_.begin()) : -1;
+    }
     // A 32-bit sum as Windows' wraps.
     static LONG Wrap(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); }
     static LONG Clamp(int64_t v) { return static_cast<LONG>(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX)); }
@@ -558,7 +563,7 @@ private:
 
     Reference reference_;
     std::optional<RECT> frame_;
-    std::map<HGDIOBJ, int> stock_;
+    std::array<HGDIOBJ, kLastStockObject + 1> stock_;  // the stock objects by index
     std::vector<HGDIOBJ> slots_;  // slot 0 is the metafile's own
     const DcState* state_ = nullptr;
     std::vector<uint8_t> bytes_;
@@ -593,9 +598,8 @@ VXPLATFORMAPI HDC CreateEnhMetaFileA(HDC reference, LPCSTR fileName, const RECT*
             device = {{GetDeviceCaps(reference, HORZRES), GetDeviceCaps(reference, VERTRES)},
                       {GetDeviceCaps(reference, HORZSIZE), GetDeviceCaps(reference, VERTSIZE)}};
         }
-        std::map<HGDIOBJ, int> stock;
-        for (int i = 0; i <= kLastStockObject; ++i)
-            if (HGDIOBJ object = GetStockObject(i)) stock.emplace(object, i);
+        std::array<HGDIOBJ, kLastStockObject + 1> stock{};
+        for (int i = 0; i <= kLastStockObject; ++i) stock[size_t(i)] = GetStockObject(i);
         auto recorder = std::make_shared<EmfRecorder>(device, frame != nullptr ? std::optional<RECT>(*frame) : std::nullopt,
                                                       Description(description), std::move(stock));
         HDC dc = NewMetaDC(ObjectKind::EnhMetaDC, recorder);
