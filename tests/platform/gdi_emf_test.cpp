@@ -416,4 +416,34 @@ TEST(EnhMetaFileRecording, WritesShapesAndObjectsAsWindows) {
     DeleteEnhMetaFile(metafile);
 }
 
+
+// Text is recorded as EMR_EXTTEXTOUTW: the characters in UTF-16 and an advance for each, which
+// add up to the text's extent in the DC's font (fonts differ between systems, so only the
+// structure is compared).
+TEST(EnhMetaFileRecording, WritesTextWithItsAdvances) {
+    vx::OwnedObject<HFONT> font(CreateFontA(-16, 0, 0, 0, FW_NORMAL, 0, 0, 0, ANSI_CHARSET, 0, 0, 0, 0, "Arial"));
+    vx::MemoryDC measuring;
+    vx::ObjectSelection measured(measuring.get(), font.get());
+    SIZE extent{};
+    ASSERT_TRUE(GetTextExtentPoint32A(measuring.get(), "Hi\x80", 3, &extent));
+    HDC dc = CreateEnhMetaFileA(nullptr, nullptr, nullptr, nullptr);
+    SelectObject(dc, font.get());
+    TextOutA(dc, 5, 6, "Hi\x80", 3);
+    HENHMETAFILE metafile = CloseEnhMetaFile(dc);
+    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
+    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
+    DeleteEnhMetaFile(metafile);
+    const size_t at = 108 + 332 + 12;  // after the font's record and its selection
+    ASSERT_EQ(bytes.size(), at + 96 + 20);
+    EXPECT_EQ(bytes[108], 82);  // EMR_EXTCREATEFONTINDIRECTW
+    int32_t f[24];  // the text record's fields from its type on
+    std::memcpy(f, &bytes[at], sizeof f);
+    EXPECT_EQ(std::vector<int32_t>(f, f + 2), (std::vector<int32_t>{84, 96}));
+    EXPECT_EQ(std::vector<int32_t>(f + 9, f + 14), (std::vector<int32_t>{5, 6, 3, 76, 0}));  // at, count, string
+    const char16_t text[3] = {u'H', u'i', u'\u20AC'};
+    EXPECT_EQ(std::memcmp(&bytes[at + 76], text, 6), 0);
+    EXPECT_EQ(f[18], 84);  // the advances, after the string
+    EXPECT_EQ(f[21] + f[22] + f[23], extent.cx);
+}
+
 }  // namespace

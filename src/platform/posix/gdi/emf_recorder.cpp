@@ -37,6 +37,7 @@
 #include <vector>
 
 #include "formats/emf_records.hpp"
+#include "platform/posix/gdi/fonts.hpp"
 #include "platform/posix/gdi/metafile_recorder.hpp"
 
 namespace vx::posix::gdi {
@@ -231,6 +232,7 @@ public:
     }
     void ObjectDeleted(HGDIOBJ handle) override {
         const auto known = std::find(slots_.begin() + 1, slots_.end(), handle);
+        std::erase_if(fonts_, [&](const auto& f) { return f.first == handle; });
         if (handle == nullptr || known == slots_.end()) return;
         *known = nullptr;
         Simple(kEmrDeleteObject, {int32_t(known - slots_.begin())});
@@ -288,27 +290,41 @@ public:
     }
     void InvertRgn(const Region& region) override { RegionRecord(kEmrInvertRgn, region, nullptr, nullptr); }
 
-    // Text, as UTF-16 of the DC's bytes.
+    // Text, as UTF-16 of the DC's bytes (Windows-1252), each character's advance given: the
+    // caller's, or the advances of the DC's font in logical units. The bounds are the text's
+    // box placed by the DC's alignment.
     void TextOut(int x, int y, std::string_view text) override { ExtTextOut(x, y, 0, nullptr, text, {}); }
     void ExtTextOut(int x, int y, UINT options, const RECT* rect, std::string_view text, std::span<const INT> dx) override {
-        RecordWriter r(kEmrExtTextOutW);
-        const uint32_t count = static_cast<uint32_t>(text.size());
-        const uint32_t stringAt = 76, dxAt = dx.size() >= text.size() && count != 0 ? (stringAt + 2 * count + 3) / 4 * 4 : 0;
+        std::vector<INT> advances(dx.begin(), dx.end());
+        const auto font = CurrentFont();
+        const TextScale scale = state_ != nullptr ? ScaleOf(*state_) : TextScale{};
+        if (advances.size() < text.size()) {
+            advances.clear();
+            if (font != nullptr)
+                for (char c : text) advances.push_back(scale.toLogicalX(font->advance(static_cast<uint8_t>(c))));
+        }
+        const auto count = static_cast<uint32_t>(text.size());
+        const uint32_t stringAt = 76, dxAt = advances.empty() || count == 0 ? 0 : (stringAt + 2 * count + 3) / 4 * 4;
         const float exScale = static_cast<float>(reference_.millimetres.cx) / static_cast<float>(reference_.device.cx) * 100.0f;
         const float eyScale = static_cast<float>(reference_.millimetres.cy) / static_cast<float>(reference_.device.cy) * 100.0f;
         uint32_t scales[2];
         std::memcpy(&scales[0], &exScale, 4);
         std::memcpy(&scales[1], &eyScale, 4);
-        r.put(RECT{0, 0, -1, -1}).put(1u).put(scales[0]).put(scales[1]);
+        const RECT bounds = TextBounds(x, y, advances, font != nullptr ? scale.toLogicalY(font->metrics().ascent) : 0,
+                                       font != nullptr ? scale.toLogicalY(font->metrics().descent) : 0);
+        RecordWriter r(kEmrExtTextOutW);
+        r.put(bounds).put(1u).put(scales[0]).put(scales[1]);
         r.put(x).put(y).put(count).put(stringAt).put(uint32_t(options)).put(rect != nullptr ? *rect : RECT{0, 0, -1, -1});
         r.put(dxAt);
         for (char c : text) {
-            const auto unit = static_cast<uint8_t>(c);
-            r.put(&unit, 1).put("\0", 1);
+            const uint16_t unit = Unicode(static_cast<uint8_t>(c));
+            const uint8_t le[2] = {static_cast<uint8_t>(unit), static_cast<uint8_t>(unit >> 8)};
+            r.put(le, 2);
         }
         r.align();
         if (dxAt != 0)
-            for (uint32_t i = 0; i < count; ++i) r.put(dx[i]);
+            for (INT advance : advances) r.put(advance);
+        if (count != 0) Touch(bounds);
         Append(r);
     }
 
@@ -357,6 +373,31 @@ public:
     }
 
 private:
+    // The font the DC draws with: a stock font, or one selected on it; null when none is known.
+    std::shared_ptr<const RealizedFont> CurrentFont() const {
+        if (state_ == nullptr) return nullptr;
+        const HGDIOBJ handle = state_->font;
+        const int stock = StockIndex(handle);
+        const auto known = std::find_if(fonts_.begin(), fonts_.end(), [&](const auto& f) { return f.first == handle; });
+        if (stock < OEM_FIXED_FONT && known == fonts_.end()) return nullptr;
+        return RealizeFont(stock >= OEM_FIXED_FONT ? StockFont(stock) : known->second, ScaleOf(*state_).y);
+    }
+    RECT TextBounds(int x, int y, const std::vector<INT>& advances, int ascent, int descent) const {
+        int64_t width = 0;
+        for (INT a : advances) width += a;
+        const UINT align = state_ != nullptr ? state_->textAlign : 0;
+        const int64_t left = (align & TA_CENTER) == TA_CENTER ? x - width / 2 : (align & TA_RIGHT) ? x - width : x;
+        const int64_t top = (align & TA_BASELINE) == TA_BASELINE ? y - ascent : (align & TA_BOTTOM) ? y - ascent - descent : y;
+        return RECT{Wrap(left), Wrap(top), Wrap(left + width - 1), Wrap(top + ascent + descent - 1)};
+    }
+    // A byte of Windows-1252 as UTF-16.
+    static uint16_t Unicode(uint8_t byte) {
+        static constexpr uint16_t k80[32] = {0x20AC, 0x81, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+                                             0x2039, 0x0152, 0x8D, 0x017D, 0x8F, 0x90, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+                                             0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D, 0x017E, 0x0178};
+        return byte >= 0x80 && byte < 0xA0 ? k80[byte - 0x80] : byte;
+    }
+
     // The stock index of a handle, -1 for an object of the caller's.
     int StockIndex(HGDIOBJ handle) const {
         const auto found = std::find(stock_.begin(), stock_.end(), handle);
@@ -456,6 +497,7 @@ private:
             }
             case ObjectKind::Font: {
                 const LOGFONTA& f = static_cast<const Font&>(object).logical;
+                fonts_.emplace_back(handle, f);
                 r = RecordWriter(kEmrExtCreateFontIndirectW);
                 r.put(slot).put(f.lfHeight).put(f.lfWidth).put(f.lfEscapement).put(f.lfOrientation).put(f.lfWeight);
                 const uint8_t flags[8] = {f.lfItalic, f.lfUnderline, f.lfStrikeOut, f.lfCharSet,
@@ -564,6 +606,7 @@ private:
     Reference reference_;
     std::optional<RECT> frame_;
     std::array<HGDIOBJ, kLastStockObject + 1> stock_;  // the stock objects by index
+    std::vector<std::pair<HGDIOBJ, LOGFONTA>> fonts_;  // the fonts written, for their advances
     std::vector<HGDIOBJ> slots_;  // slot 0 is the metafile's own
     const DcState* state_ = nullptr;
     std::vector<uint8_t> bytes_;
