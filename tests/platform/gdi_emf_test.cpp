@@ -446,4 +446,39 @@ TEST(EnhMetaFileRecording, WritesTextWithItsAdvances) {
     EXPECT_EQ(f[21] + f[22] + f[23], extent.cx);
 }
 
+
+// A Windows metafile becomes an enhanced one as Windows makes it: a comment holding it whole,
+// the picture's mapping in pixels of the reference device, then its own records.
+TEST(EnhMetaFileRecording, TakesAWindowsMetafileAsWindows) {
+    HDC wmfDc = CreateMetaFileA(nullptr);
+    SetWindowExtEx(wmfDc, 100, 100, nullptr);
+    Rectangle(wmfDc, 10, 10, 50, 50);
+    HMETAFILE wmf = CloseMetaFile(wmfDc);
+    std::vector<uint8_t> wmfBytes(GetMetaFileBitsEx(wmf, 0, nullptr));
+    GetMetaFileBitsEx(wmf, UINT(wmfBytes.size()), wmfBytes.data());
+    DeleteMetaFile(wmf);
+    const METAFILEPICT picture{MM_ANISOTROPIC, 2000, 1000, nullptr};
+    HENHMETAFILE metafile = SetWinMetaFileBits(UINT(wmfBytes.size()), wmfBytes.data(), nullptr, &picture);
+    ASSERT_NE(metafile, nullptr);
+    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
+    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
+    DeleteEnhMetaFile(metafile);
+    EmfBuilder expected(kFrame);
+    // cbData, "GDIC", a Windows metafile, version 0x300, no checksum or flags, its size and bytes
+    std::vector<uint8_t> comment = {0, 0, 0, 0, 'G', 'D', 'I', 'C', 1, 0, 0, 0x80, 0, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    const uint32_t sizes[2] = {uint32_t(24 + wmfBytes.size()), uint32_t(wmfBytes.size())};
+    std::memcpy(&comment[0], &sizes[0], 4);
+    comment.resize(28);
+    std::memcpy(&comment[24], &sizes[1], 4);
+    comment.insert(comment.end(), wmfBytes.begin(), wmfBytes.end());
+    expected.raw(70, comment);
+    expected.add(17, {MM_ANISOTROPIC}).add(11, {76, 38}).add(9, {76, 38}).add(9, {100, 100}).add(43, {10, 10, 49, 49});
+    const std::vector<uint8_t> records = expected.bytes(false);
+    ASSERT_GE(bytes.size(), records.size());
+    EXPECT_EQ(std::vector<uint8_t>(bytes.begin() + 108, bytes.begin() + long(records.size())),
+              std::vector<uint8_t>(records.begin() + 108, records.end()));
+    const LONG frame[4] = {0, 0, 2000, 1000};
+    EXPECT_EQ(std::memcmp(&bytes[24], frame, sizeof frame), 0);
+}
+
 }  // namespace

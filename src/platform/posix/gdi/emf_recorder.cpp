@@ -1,6 +1,7 @@
 // emf_recorder.cpp - the enhanced metafile DC of the Linux subset: CreateEnhMetaFileA and
 // CloseEnhMetaFile, over EmfRecorder, the MetaRecorder that writes the records Windows writes
-// for the calls made on such a DC.
+// for the calls made on such a DC; and SetWinMetaFileBits, a Windows metafile played onto
+// such a DC.
 //
 // The bytes open with an EMR_HEADER of 108 bytes (then the description, in UTF-16, padded to
 // 4 bytes) and end with an EMR_EOF without palette entries. Each call appends its record as the
@@ -20,6 +21,11 @@
 // pattern (1 bit without colours for one drawn in the DC's text and background colours).
 // Rectangles, ellipses and the arc family are recorded with their box's right and bottom one
 // in (the inclusive box), again as Windows writes them.
+//
+// SetWinMetaFileBits writes what Windows writes: unless the picture is in MM_TEXT, a comment
+// holding the Windows metafile whole and MM_ANISOTROPIC; a viewport and window of the
+// picture's size in pixels of the reference device (the device's size without one); then the
+// Windows metafile's records as its player draws them. The frame is the picture's size.
 //
 // Blits. BitBlt and StretchBlt with a source record the whole source bitmap as a bottom-up DIB
 // (1, 4 and 8 bits with their full colour table, 24 bits plain, 16 and 32 bits with channel
@@ -165,6 +171,13 @@ public:
     }
 
     void Attach(const DcState* state) { state_ = state; }
+    // An EMR_GDICOMMENT holding a Windows metafile whole, as SetWinMetaFileBits opens with.
+    void WindowsMetafileComment(std::span<const uint8_t> wmf) {
+        RecordWriter r(kEmrGdiComment);
+        r.put(uint32_t(24 + wmf.size())).put(0x43494447u).put(0x80000001u).put(0x300u).put(0u).put(0u);
+        r.put(uint32_t(wmf.size())).put(wmf.data(), wmf.size());
+        Append(r);
+    }
     std::string fileName;  // where CloseEnhMetaFile writes the bytes; empty: memory only
 
     // The finished metafile: the header completed and an EMR_EOF appended.
@@ -626,6 +639,22 @@ std::u16string Description(LPCSTR description) {
     return text;
 }
 
+// The size of the reference device (null: the screen); false for a handle that is no DC.
+bool ReferenceOf(HDC reference, Reference& device) {
+    if (reference == nullptr) return true;
+    if (GetObjectType(reference) == 0) return false;
+    device = {{GetDeviceCaps(reference, HORZRES), GetDeviceCaps(reference, VERTRES)},
+              {GetDeviceCaps(reference, HORZSIZE), GetDeviceCaps(reference, VERTSIZE)}};
+    return true;
+}
+
+// a x b / c rounded to the nearest, halves away from zero; 0 when c is 0.
+LONG RoundedRatio(int64_t a, int64_t b, int64_t c) {
+    if (c == 0) return 0;
+    const int64_t product = a * b;
+    return static_cast<LONG>((product >= 0 ? product + c / 2 : product - c / 2) / c);
+}
+
 }  // namespace
 }  // namespace vx::posix::gdi
 
@@ -636,11 +665,7 @@ extern "C" {
 VXPLATFORMAPI HDC CreateEnhMetaFileA(HDC reference, LPCSTR fileName, const RECT* frame, LPCSTR description) {
     try {
         Reference device;
-        if (reference != nullptr) {
-            if (GetObjectType(reference) == 0) return nullptr;
-            device = {{GetDeviceCaps(reference, HORZRES), GetDeviceCaps(reference, VERTRES)},
-                      {GetDeviceCaps(reference, HORZSIZE), GetDeviceCaps(reference, VERTSIZE)}};
-        }
+        if (!ReferenceOf(reference, device)) return nullptr;
         std::array<HGDIOBJ, kLastStockObject + 1> stock{};
         for (int i = 0; i <= kLastStockObject; ++i) stock[size_t(i)] = GetStockObject(i);
         auto recorder = std::make_shared<EmfRecorder>(device, frame != nullptr ? std::optional<RECT>(*frame) : std::nullopt,
@@ -681,6 +706,36 @@ VXPLATFORMAPI HENHMETAFILE CloseEnhMetaFile(HDC dc) {
         if (!written) return nullptr;
     }
     return AddEnhMetaFile(std::move(bytes));
+}
+
+VXPLATFORMAPI HENHMETAFILE SetWinMetaFileBits(UINT size, const BYTE* bits, HDC reference, const METAFILEPICT* picture) {
+    Reference device;
+    if (bits == nullptr || !ReferenceOf(reference, device)) return nullptr;
+    HMETAFILE wmf = SetMetaFileBitsEx(size, bits);
+    if (wmf == nullptr) return nullptr;
+    const bool sized = picture != nullptr && picture->xExt > 0 && picture->yExt > 0;
+    const RECT frame{0, 0, sized ? picture->xExt : 0, sized ? picture->yExt : 0};
+    const SIZE extent = sized ? SIZE{RoundedRatio(picture->xExt, device.device.cx, device.millimetres.cx * 100),
+                                     RoundedRatio(picture->yExt, device.device.cy, device.millimetres.cy * 100)}
+                              : device.device;
+    HDC dc = CreateEnhMetaFileA(reference, nullptr, sized ? &frame : nullptr, nullptr);
+    if (dc == nullptr) {
+        DeleteMetaFile(wmf);
+        return nullptr;
+    }
+    if (picture == nullptr || picture->mm != MM_TEXT) {
+        {
+            auto objects = Objects();
+            if (DeviceContext* context = objects.find<DeviceContext>(dc))
+                static_cast<EmfRecorder*>(context->recorder.get())->WindowsMetafileComment({bits, size});
+        }
+        SetMapMode(dc, MM_ANISOTROPIC);
+    }
+    SetViewportExtEx(dc, extent.cx, extent.cy, nullptr);
+    SetWindowExtEx(dc, extent.cx, extent.cy, nullptr);
+    PlayMetaFile(dc, wmf);
+    DeleteMetaFile(wmf);
+    return CloseEnhMetaFile(dc);
 }
 
 }  // extern "C"
