@@ -42,6 +42,21 @@ EmfBuilder& StretchRecord(EmfBuilder& emf, int x, int y, int cx, int cy, DWORD r
                       10, DibHeader(), Bits4x4());
 }
 
+// Words as their bytes.
+template <size_t N>
+std::vector<uint8_t> Bytes(const uint32_t (&words)[N]) {
+    const auto* p = reinterpret_cast<const uint8_t*>(words);
+    return {p, p + sizeof words};
+}
+
+// A metafile's bytes; the metafile is deleted.
+std::vector<uint8_t> Taken(HENHMETAFILE metafile) {
+    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
+    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
+    DeleteEnhMetaFile(metafile);
+    return bytes;
+}
+
 // The bytes of a white 40 x 40 32-bit section after `draw` drew on it.
 template <typename Draw>
 std::vector<uint8_t> Drawn(Draw draw) {
@@ -260,30 +275,27 @@ TEST(EnhMetaFileRecording, WritesTheRecordsWindowsWrites) {
     EXPECT_EQ(GetObjectType(dc), 0u);
 
     const int32_t one = 0x3F800000, white = 0xFFFFFF;
-    std::vector<uint8_t> info32(40 + 12), bits32(16);
-    const BITMAPINFOHEADER h32{40, 2, 2, 1, 32, BI_BITFIELDS, 16, 0, 0, 0, 0};
-    const uint32_t masks[3] = {0xFF0000, 0xFF00, 0xFF};
-    std::memcpy(info32.data(), &h32, 40);
-    std::memcpy(info32.data() + 40, masks, 12);
-    const int bottomUp[4] = {2, 3, 0, 1};
-    for (int i = 0; i < 4; ++i) std::memcpy(&bits32[4 * size_t(i)], &pixels32[bottomUp[i]], 4);
+    const uint32_t info32[13] = {40, 2, 2, 32 << 16 | 1, BI_BITFIELDS, 16, 0, 0, 0, 0, 0xFF0000, 0xFF00, 0xFF};
+    const uint32_t bits32[4] = {pixels32[2], pixels32[3], pixels32[0], pixels32[1]};  // bottom up
     EmfBuilder expected(kFrame);
-    expected.bitmap(kStretchDIBits, {10, 20, 15, 23, 10, 20, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, int32_t(SRCCOPY), 6, 4}, 10, info24, bits24);
-    expected.bitmap(kSetDIBitsToDevice, {5, 6, 7, 7, 5, 6, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, 0, 2}, 10, info24, bits24);
+    const auto dib = [&](uint32_t type, std::initializer_list<int32_t> fields) { expected.bitmap(type, fields, 10, info24, bits24); };
+    dib(kStretchDIBits, {10, 20, 15, 23, 10, 20, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, int32_t(SRCCOPY), 6, 4});
+    dib(kSetDIBitsToDevice, {5, 6, 7, 7, 5, 6, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, 0, 2});
     expected.add(kBitBlt, {1, 2, 3, 5, 1, 2, 3, 4, int32_t(PATCOPY), 0, 0, one, 0, 0, one, 0, 0, 0, 0, 0, 0, 0, 0});
-    expected.bitmap(kBitBlt, {30, 40, 31, 41, 30, 40, 2, 2, int32_t(SRCCOPY), 0, 0, one, 0, 0, one, 0, 0, white, 0, 0, 0, 0, 0}, 19, info32, bits32);
-    expected.bitmap(kStretchBlt, {30, 40, 33, 44, 30, 40, 4, 5, int32_t(SRCINVERT), 1, 0, one, 0, 0, one, 0, 0, white, 0, 0, 0, 0, 0, 1, 2}, 19, info32, bits32);
+    expected.bitmap(kBitBlt, {30, 40, 31, 41, 30, 40, 2, 2, int32_t(SRCCOPY), 0, 0, one, 0, 0, one, 0, 0, white, 0, 0, 0, 0, 0},
+                    19, Bytes(info32), Bytes(bits32));
+    expected.bitmap(kStretchBlt, {30, 40, 33, 44, 30, 40, 4, 5, int32_t(SRCINVERT), 1, 0, one, 0, 0, one, 0, 0, white, 0, 0,
+                                  0, 0, 0, 1, 2}, 19, Bytes(info32), Bytes(bits32));
     expected.add(kBitBlt, {7, 7, 8, 8, 7, 7, 2, 2, int32_t(DSTINVERT), 0, 0, one, 0, 0, one, 0, 0, 0, 0, 0, 0, 0, 0});
     expected.add(33, {}).add(17, {MM_ANISOTROPIC}).add(10, {1, 2}).add(9, {10, 20}).add(12, {3, 4}).add(11, {30, 40});
-    expected.bitmap(kStretchDIBits, {11, 12, 12, 13, 11, 12, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, int32_t(SRCCOPY), 2, 2}, 10, info24, bits24);
+    dib(kStretchDIBits, {11, 12, 12, 13, 11, 12, 0, 0, 3, 2, 0, 0, 0, 0, DIB_RGB_COLORS, int32_t(SRCCOPY), 2, 2});
     expected.add(34, {-1}).add(38, {1, PS_DASH, 3, 0, int32_t(RGB(1, 2, 3))}).add(37, {1}).add(37, {int32_t(0x80000000u | BLACK_PEN)});
     expected.add(40, {1}).add(24, {int32_t(RGB(9, 9, 9))}).add(25, {int32_t(RGB(8, 8, 8))}).add(18, {TRANSPARENT});
     expected.add(20, {R2_XORPEN}).add(21, {COLORONCOLOR});
 
-    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
-    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
+    const std::vector<uint8_t> bytes = Taken(metafile);
     ENHMETAHEADER header{};
-    ASSERT_EQ(GetEnhMetaFileHeader(metafile, sizeof header, &header), sizeof header);
+    std::memcpy(&header, bytes.data(), sizeof header);
     ASSERT_EQ(header.nSize, 124u);  // the header, "Vx", "Pic" and two nulls in UTF-16, padded
     const std::vector<uint8_t> records = expected.records();
     EXPECT_EQ(std::vector<uint8_t>(bytes.begin() + header.nSize, bytes.end()), records);
@@ -380,7 +392,7 @@ TEST(EnhMetaFileRecording, WritesShapesAndObjectsAsWindows) {
     HBRUSH pattern = CreatePatternBrush(mono.get());
     SelectObject(dc, pattern);
     SelectObject(dc, GetStockObject(WHITE_BRUSH));
-    HENHMETAFILE metafile = CloseEnhMetaFile(dc);
+    std::vector<uint8_t> bytes = Taken(CloseEnhMetaFile(dc));
     for (HBRUSH b : {second, third, pattern}) DeleteObject(b);
 
     EmfBuilder expected(kFrame);
@@ -402,18 +414,13 @@ TEST(EnhMetaFileRecording, WritesShapesAndObjectsAsWindows) {
     expected.bitmap(93, {4, 2, 0, 0, 0, 0, 0}, 2, {m, m + sizeof(BITMAPINFOHEADER)}, bits).add(37, {4});
     expected.add(37, {int32_t(0x80000000u | WHITE_BRUSH)});
 
-    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
-    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
     // The four bytes before the brush's bitmap are padding, whatever Windows leaves in them.
     const std::vector<uint8_t> records = expected.records();
     ASSERT_EQ(bytes.size(), 108 + records.size());
     const size_t brushAt = bytes.size() - 20 - 12 - 12 - 108;  // then two selections and the EOF
     std::memset(&bytes[brushAt + 32], 0, 4);
     EXPECT_EQ(std::vector<uint8_t>(bytes.begin() + 108, bytes.end()), records);
-    ENHMETAHEADER header{};
-    GetEnhMetaFileHeader(metafile, sizeof header, &header);
-    EXPECT_EQ(header.nHandles, 5u);
-    DeleteEnhMetaFile(metafile);
+    EXPECT_EQ(bytes[56], 5);  // nHandles
 }
 
 
@@ -429,10 +436,7 @@ TEST(EnhMetaFileRecording, WritesTextWithItsAdvances) {
     HDC dc = CreateEnhMetaFileA(nullptr, nullptr, nullptr, nullptr);
     SelectObject(dc, font.get());
     TextOutA(dc, 5, 6, "Hi\x80", 3);
-    HENHMETAFILE metafile = CloseEnhMetaFile(dc);
-    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
-    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
-    DeleteEnhMetaFile(metafile);
+    const std::vector<uint8_t> bytes = Taken(CloseEnhMetaFile(dc));
     const size_t at = 108 + 332 + 12;  // after the font's record and its selection
     ASSERT_EQ(bytes.size(), at + 96 + 20);
     EXPECT_EQ(bytes[108], 82);  // EMR_EXTCREATEFONTINDIRECTW
@@ -458,18 +462,13 @@ TEST(EnhMetaFileRecording, TakesAWindowsMetafileAsWindows) {
     GetMetaFileBitsEx(wmf, UINT(wmfBytes.size()), wmfBytes.data());
     DeleteMetaFile(wmf);
     const METAFILEPICT picture{MM_ANISOTROPIC, 2000, 1000, nullptr};
-    HENHMETAFILE metafile = SetWinMetaFileBits(UINT(wmfBytes.size()), wmfBytes.data(), nullptr, &picture);
-    ASSERT_NE(metafile, nullptr);
-    std::vector<uint8_t> bytes(GetEnhMetaFileBits(metafile, 0, nullptr));
-    GetEnhMetaFileBits(metafile, UINT(bytes.size()), bytes.data());
-    DeleteEnhMetaFile(metafile);
+    const std::vector<uint8_t> bytes = Taken(SetWinMetaFileBits(UINT(wmfBytes.size()), wmfBytes.data(), nullptr, &picture));
+    ASSERT_GT(bytes.size(), 108u);
     EmfBuilder expected(kFrame);
     // cbData, "GDIC", a Windows metafile, version 0x300, no checksum or flags, its size and bytes
-    std::vector<uint8_t> comment = {0, 0, 0, 0, 'G', 'D', 'I', 'C', 1, 0, 0, 0x80, 0, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-    const uint32_t sizes[2] = {uint32_t(24 + wmfBytes.size()), uint32_t(wmfBytes.size())};
-    std::memcpy(&comment[0], &sizes[0], 4);
-    comment.resize(28);
-    std::memcpy(&comment[24], &sizes[1], 4);
+    const auto n = uint32_t(wmfBytes.size());
+    const uint32_t head[7] = {24 + n, 0x43494447, 0x80000001, 0x300, 0, 0, n};
+    std::vector<uint8_t> comment = Bytes(head);
     comment.insert(comment.end(), wmfBytes.begin(), wmfBytes.end());
     expected.raw(70, comment);
     expected.add(17, {MM_ANISOTROPIC}).add(11, {76, 38}).add(9, {76, 38}).add(9, {100, 100}).add(43, {10, 10, 49, 49});

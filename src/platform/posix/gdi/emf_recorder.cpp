@@ -127,9 +127,15 @@ void SurfaceDib(const Surface& s, std::vector<uint8_t>& info, std::vector<uint8_
         info.insert(info.end(), t, t + table.size() * sizeof(RGBQUAD));
     } else if (masked) {
         const bool own = (s.redMask | s.greenMask | s.blueMask) != 0;
-        const uint32_t masks[3] = {own ? s.redMask : s.bitsPerPixel == 16 ? 0x7C00u : 0xFF0000u,
-                                   own ? s.greenMask : s.bitsPerPixel == 16 ? 0x03E0u : 0x00FF00u,
-                                   own ? s.blueMask : s.bitsPerPixel == 16 ? 0x001Fu : 0x0000FFu};
+        const uint32_t masks[3] = {own                    ? s.redMask
+                                   : s.bitsPerPixel == 16 ? 0x7C00u
+                                                          : 0xFF0000u,
+                                   own                    ? s.greenMask
+                                   : s.bitsPerPixel == 16 ? 0x03E0u
+                                                          : 0x00FF00u,
+                                   own                    ? s.blueMask
+                                   : s.bitsPerPixel == 16 ? 0x001Fu
+                                                          : 0x0000FFu};
         const auto* m = reinterpret_cast<const uint8_t*>(masks);
         info.insert(info.end(), m, m + sizeof masks);
     }
@@ -184,11 +190,11 @@ public:
     std::vector<uint8_t> Finish() {
         Append(RecordWriter(kEmrEof).put(0u).put(16u).put(20u));
         const RECT bounds = bounds_.value_or(RECT{0, 0, -1, -1});
-        const RECT frame = frame_.value_or(RECT{Frame(bounds.left, 0), Frame(bounds.top, 1), Frame(bounds.right, 0),
-                                                Frame(bounds.bottom, 1)});
+        const RECT frame = frame_.value_or(
+            RECT{Frame(bounds.left, 0), Frame(bounds.top, 1), Frame(bounds.right, 0), Frame(bounds.bottom, 1)});
         uint8_t* h = bytes_.data();
         const LONG fields[8] = {bounds.left, bounds.top, bounds.right, bounds.bottom,
-                                frame.left, frame.top, frame.right, frame.bottom};
+                                frame.left,  frame.top,  frame.right,  frame.bottom};
         for (int i = 0; i < 8; ++i) WriteU32(h + 8 + 4 * i, static_cast<uint32_t>(fields[i]));
         WriteU32(h + 48, static_cast<uint32_t>(bytes_.size()));
         WriteU32(h + 52, records_);
@@ -269,7 +275,8 @@ public:
     void MoveTo(int x, int y) override { Simple(kEmrMoveToEx, {x, y}); }
     void LineTo(int x, int y) override {
         const POINT from = state_ != nullptr ? state_->position : POINT{0, 0};
-        Touch(RECT{std::min<LONG>(from.x, x), std::min<LONG>(from.y, y), std::max<LONG>(from.x, x), std::max<LONG>(from.y, y)});
+        Touch(RECT{std::min<LONG>(from.x, x), std::min<LONG>(from.y, y), std::max<LONG>(from.x, x),
+                   std::max<LONG>(from.y, y)});
         Simple(kEmrLineTo, {x, y});
     }
     void Polyline(std::span<const POINT> points) override { Poly(kEmrPolyline16, kEmrPolyline, points); }
@@ -284,9 +291,15 @@ public:
         Touch(box);
         Append(r);
     }
-    void Rectangle(int l, int t, int r, int b) override { Boxed(kEmrRectangle, {l, t, Wrap(int64_t{r} - 1), Wrap(int64_t{b} - 1)}, {}); }
-    void Ellipse(int l, int t, int r, int b) override { Boxed(kEmrEllipse, {l, t, Wrap(int64_t{r} - 1), Wrap(int64_t{b} - 1)}, {}); }
-    void RoundRect(int l, int t, int r, int b, int w, int h) override { Boxed(kEmrRoundRect, {l, t, Wrap(int64_t{r} - 1), Wrap(int64_t{b} - 1)}, {w, h}); }
+    void Rectangle(int l, int t, int r, int b) override {
+        Boxed(kEmrRectangle, {l, t, Wrap(int64_t{r} - 1), Wrap(int64_t{b} - 1)}, {});
+    }
+    void Ellipse(int l, int t, int r, int b) override {
+        Boxed(kEmrEllipse, {l, t, Wrap(int64_t{r} - 1), Wrap(int64_t{b} - 1)}, {});
+    }
+    void RoundRect(int l, int t, int r, int b, int w, int h) override {
+        Boxed(kEmrRoundRect, {l, t, Wrap(int64_t{r} - 1), Wrap(int64_t{b} - 1)}, {w, h});
+    }
     void ArcFamily(ArcKind kind, int l, int t, int r, int b, int sx, int sy, int ex, int ey) override {
         const uint32_t type = kind == ArcKind::Arc ? kEmrArc : kind == ArcKind::Pie ? kEmrPie : kEmrChord;
         Boxed(type, {l, t, Wrap(int64_t{r} - 1), Wrap(int64_t{b} - 1)}, {sx, sy, ex, ey});
@@ -295,7 +308,9 @@ public:
         Touch(RECT{x, y, x, y});
         Simple(kEmrSetPixelV, {x, y, int32_t(colour)});
     }
-    void FillRgn(const Region& region, HBRUSH, const Brush& brush) override { RegionRecord(kEmrFillRgn, region, &brush, nullptr); }
+    void FillRgn(const Region& region, HBRUSH, const Brush& brush) override {
+        RegionRecord(kEmrFillRgn, region, &brush, nullptr);
+    }
     void PaintRgn(const Region& region) override { RegionRecord(kEmrPaintRgn, region, nullptr, nullptr); }
     void FrameRgn(const Region& region, HBRUSH, const Brush& brush, int width, int height) override {
         const SIZE stroke{width, height};
@@ -307,7 +322,8 @@ public:
     // caller's, or the advances of the DC's font in logical units. The bounds are the text's
     // box placed by the DC's alignment.
     void TextOut(int x, int y, std::string_view text) override { ExtTextOut(x, y, 0, nullptr, text, {}); }
-    void ExtTextOut(int x, int y, UINT options, const RECT* rect, std::string_view text, std::span<const INT> dx) override {
+    void ExtTextOut(int x, int y, UINT options, const RECT* rect, std::string_view text,
+                    std::span<const INT> dx) override {
         std::vector<INT> advances(dx.begin(), dx.end());
         const auto font = CurrentFont();
         const TextScale scale = state_ != nullptr ? ScaleOf(*state_) : TextScale{};
@@ -318,8 +334,10 @@ public:
         }
         const auto count = static_cast<uint32_t>(text.size());
         const uint32_t stringAt = 76, dxAt = advances.empty() || count == 0 ? 0 : (stringAt + 2 * count + 3) / 4 * 4;
-        const float exScale = static_cast<float>(reference_.millimetres.cx) / static_cast<float>(reference_.device.cx) * 100.0f;
-        const float eyScale = static_cast<float>(reference_.millimetres.cy) / static_cast<float>(reference_.device.cy) * 100.0f;
+        const float exScale =
+            static_cast<float>(reference_.millimetres.cx) / static_cast<float>(reference_.device.cx) * 100.0f;
+        const float eyScale =
+            static_cast<float>(reference_.millimetres.cy) / static_cast<float>(reference_.device.cy) * 100.0f;
         uint32_t scales[2];
         std::memcpy(&scales[0], &exScale, 4);
         std::memcpy(&scales[1], &eyScale, 4);
@@ -327,7 +345,12 @@ public:
                                        font != nullptr ? scale.toLogicalY(font->metrics().descent) : 0);
         RecordWriter r(kEmrExtTextOutW);
         r.put(bounds).put(1u).put(scales[0]).put(scales[1]);
-        r.put(x).put(y).put(count).put(stringAt).put(uint32_t(options)).put(rect != nullptr ? *rect : RECT{0, 0, -1, -1});
+        r.put(x)
+            .put(y)
+            .put(count)
+            .put(stringAt)
+            .put(uint32_t(options))
+            .put(rect != nullptr ? *rect : RECT{0, 0, -1, -1});
         r.put(dxAt);
         for (char c : text) {
             const uint16_t unit = Unicode(static_cast<uint8_t>(c));
@@ -356,8 +379,8 @@ public:
         std::vector<uint8_t> info, bits;
         SurfaceDib(*source, info, bits);
         const uint32_t fixed = stretched ? 108 : 100;
-        RecordWriter r = BlitHeader(stretched ? kEmrStretchBlt : kEmrBitBlt, x, y, width, height, rop, sx, sy,
-                                    RGB(255, 255, 255));
+        RecordWriter r =
+            BlitHeader(stretched ? kEmrStretchBlt : kEmrBitBlt, x, y, width, height, rop, sx, sy, RGB(255, 255, 255));
         r.put(0u).put(fixed).put(uint32_t(info.size())).put(fixed + uint32_t(info.size())).put(uint32_t(bits.size()));
         if (stretched) r.put(sw).put(sh);
         r.put(info.data(), info.size()).put(bits.data(), bits.size());
@@ -369,10 +392,15 @@ public:
         const size_t lines = size_t(h.biHeight < 0 ? -int64_t{h.biHeight} : h.biHeight);
         Touch(RECT{x, y, Wrap(int64_t{x} + width - 1), Wrap(int64_t{y} + height - 1)});
         RecordWriter r(kEmrStretchDIBits);
-        r.put(RECT{x, y, Wrap(int64_t{x} + width - 1), Wrap(int64_t{y} + height - 1)}).put(x).put(y).put(sx).put(sy).put(sw).put(sh);
-        DibFields(r, 80, info, usage, bits, DibStride(h) * lines, [&](RecordWriter& w) {
-            w.put(uint32_t(usage)).put(uint32_t(rop)).put(width).put(height);
-        });
+        r.put(RECT{x, y, Wrap(int64_t{x} + width - 1), Wrap(int64_t{y} + height - 1)})
+            .put(x)
+            .put(y)
+            .put(sx)
+            .put(sy)
+            .put(sw)
+            .put(sh);
+        DibFields(r, 80, info, usage, bits, DibStride(h) * lines,
+                  [&](RecordWriter& w) { w.put(uint32_t(usage)).put(uint32_t(rop)).put(width).put(height); });
     }
     void SetDIBitsToDevice(int x, int y, DWORD width, DWORD height, int sx, int sy, UINT start, UINT lines,
                            const void* bits, const BITMAPINFO* info, UINT usage) override {
@@ -380,9 +408,8 @@ public:
         Touch(bounds);
         RecordWriter r(kEmrSetDIBitsToDevice);
         r.put(bounds).put(x).put(y).put(sx).put(sy).put(uint32_t(width)).put(uint32_t(height));
-        DibFields(r, 76, info, usage, bits, DibStride(info->bmiHeader) * lines, [&](RecordWriter& w) {
-            w.put(uint32_t(usage)).put(uint32_t(start)).put(uint32_t(lines));
-        });
+        DibFields(r, 76, info, usage, bits, DibStride(info->bmiHeader) * lines,
+                  [&](RecordWriter& w) { w.put(uint32_t(usage)).put(uint32_t(start)).put(uint32_t(lines)); });
     }
 
 private:
@@ -400,14 +427,17 @@ private:
         for (INT a : advances) width += a;
         const UINT align = state_ != nullptr ? state_->textAlign : 0;
         const int64_t left = (align & TA_CENTER) == TA_CENTER ? x - width / 2 : (align & TA_RIGHT) ? x - width : x;
-        const int64_t top = (align & TA_BASELINE) == TA_BASELINE ? y - ascent : (align & TA_BOTTOM) ? y - ascent - descent : y;
+        const int64_t top = (align & TA_BASELINE) == TA_BASELINE ? y - ascent
+                            : (align & TA_BOTTOM)                ? y - ascent - descent
+                                                                 : y;
         return RECT{Wrap(left), Wrap(top), Wrap(left + width - 1), Wrap(top + ascent + descent - 1)};
     }
     // A byte of Windows-1252 as UTF-16.
     static uint16_t Unicode(uint8_t byte) {
-        static constexpr uint16_t k80[32] = {0x20AC, 0x81, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-                                             0x2039, 0x0152, 0x8D, 0x017D, 0x8F, 0x90, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-                                             0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D, 0x017E, 0x0178};
+        static constexpr uint16_t k80[32] = {0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                             0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x8D,   0x017D, 0x8F,
+                                             0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                             0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
         return byte >= 0x80 && byte < 0xA0 ? k80[byte - 0x80] : byte;
     }
 
@@ -460,13 +490,16 @@ private:
         if (points.empty()) return RECT{0, 0, -1, -1};
         RECT box{points[0].x, points[0].y, points[0].x, points[0].y};
         for (const POINT& p : points)
-            box = {std::min(box.left, p.x), std::min(box.top, p.y), std::max(box.right, p.x), std::max(box.bottom, p.y)};
+            box = {std::min(box.left, p.x), std::min(box.top, p.y), std::max(box.right, p.x),
+                   std::max(box.bottom, p.y)};
         return box;
     }
     static void PutPoints(RecordWriter& r, std::span<const POINT> points, bool small) {
         for (const POINT& p : points) {
-            if (small) r.put((uint32_t(uint16_t(p.x))) | uint32_t(uint16_t(p.y)) << 16);
-            else r.put(p.x).put(p.y);
+            if (small)
+                r.put((uint32_t(uint16_t(p.x))) | uint32_t(uint16_t(p.y)) << 16);
+            else
+                r.put(p.x).put(p.y);
         }
     }
     void Poly(uint32_t small16, uint32_t full, std::span<const POINT> points) {
@@ -513,8 +546,8 @@ private:
                 fonts_.emplace_back(handle, f);
                 r = RecordWriter(kEmrExtCreateFontIndirectW);
                 r.put(slot).put(f.lfHeight).put(f.lfWidth).put(f.lfEscapement).put(f.lfOrientation).put(f.lfWeight);
-                const uint8_t flags[8] = {f.lfItalic, f.lfUnderline, f.lfStrikeOut, f.lfCharSet,
-                                          f.lfOutPrecision, f.lfClipPrecision, f.lfQuality, f.lfPitchAndFamily};
+                const uint8_t flags[8] = {f.lfItalic,       f.lfUnderline,     f.lfStrikeOut, f.lfCharSet,
+                                          f.lfOutPrecision, f.lfClipPrecision, f.lfQuality,   f.lfPitchAndFamily};
                 r.put(flags, sizeof flags);
                 for (int i = 0; i < LF_FACESIZE; ++i) {
                     const uint8_t unit[2] = {static_cast<uint8_t>(f.lfFaceName[i]), 0};
@@ -530,11 +563,12 @@ private:
                 r.put(palette.entries.data(), palette.entries.size() * sizeof(PALETTEENTRY));
                 break;
             }
-            default:
-                return 0;
+            default: return 0;
         }
-        if (free == slots_.end()) slots_.push_back(handle);
-        else *free = handle;
+        if (free == slots_.end())
+            slots_.push_back(handle);
+        else
+            *free = handle;
         Append(r);
         return slot;
     }
@@ -556,14 +590,22 @@ private:
             uint8_t* row = &bits[stride * size_t(height - 1 - y)];
             for (int x = 0; x < width; ++x) {
                 const COLORREF c = brush.pattern[size_t(y) * size_t(width) + size_t(x)];
-                if (mono) row[x / 8] |= static_cast<uint8_t>((c & 1) << (7 - x % 8));
-                else row[4 * x] = GetBValue(c), row[4 * x + 1] = GetGValue(c), row[4 * x + 2] = GetRValue(c);
+                if (mono)
+                    row[x / 8] |= static_cast<uint8_t>((c & 1) << (7 - x % 8));
+                else
+                    row[4 * x] = GetBValue(c), row[4 * x + 1] = GetGValue(c), row[4 * x + 2] = GetRValue(c);
             }
         }
-        const BITMAPINFOHEADER info{sizeof(BITMAPINFOHEADER), width, height, 1, WORD(mono ? 1 : 32), BI_RGB,
-                                    DWORD(bits.size()), 0, 0, 0, 0};
+        const BITMAPINFOHEADER info{
+            sizeof(BITMAPINFOHEADER), width, height, 1, WORD(mono ? 1 : 32), BI_RGB, DWORD(bits.size()), 0, 0, 0, 0};
         RecordWriter r(mono ? kEmrCreateMonoBrush : kEmrCreateDibPatternBrushPt);
-        r.put(slot).put(mono ? 2u : uint32_t{DIB_RGB_COLORS}).put(36u).put(40u).put(76u).put(uint32_t(bits.size())).put(0u);
+        r.put(slot)
+            .put(mono ? 2u : uint32_t{DIB_RGB_COLORS})
+            .put(36u)
+            .put(40u)
+            .put(76u)
+            .put(uint32_t(bits.size()))
+            .put(0u);
         r.put(&info, sizeof info).put(bits.data(), bits.size());
         return r;
     }
@@ -612,7 +654,8 @@ private:
         if (region.rects.empty()) return RECT{0, 0, -1, -1};
         RECT box = region.rects.front();
         for (const RECT& r : region.rects)
-            box = {std::min(box.left, r.left), std::min(box.top, r.top), std::max(box.right, r.right), std::max(box.bottom, r.bottom)};
+            box = {std::min(box.left, r.left), std::min(box.top, r.top), std::max(box.right, r.right),
+                   std::max(box.bottom, r.bottom)};
         return RECT{box.left, box.top, Wrap(int64_t{box.right} - 1), Wrap(int64_t{box.bottom} - 1)};
     }
 
@@ -620,7 +663,7 @@ private:
     std::optional<RECT> frame_;
     std::array<HGDIOBJ, kLastStockObject + 1> stock_;  // the stock objects by index
     std::vector<std::pair<HGDIOBJ, LOGFONTA>> fonts_;  // the fonts written, for their advances
-    std::vector<HGDIOBJ> slots_;  // slot 0 is the metafile's own
+    std::vector<HGDIOBJ> slots_;                       // slot 0 is the metafile's own
     const DcState* state_ = nullptr;
     std::vector<uint8_t> bytes_;
     uint32_t records_ = 0;
@@ -668,8 +711,9 @@ VXPLATFORMAPI HDC CreateEnhMetaFileA(HDC reference, LPCSTR fileName, const RECT*
         if (!ReferenceOf(reference, device)) return nullptr;
         std::array<HGDIOBJ, kLastStockObject + 1> stock{};
         for (int i = 0; i <= kLastStockObject; ++i) stock[size_t(i)] = GetStockObject(i);
-        auto recorder = std::make_shared<EmfRecorder>(device, frame != nullptr ? std::optional<RECT>(*frame) : std::nullopt,
-                                                      Description(description), std::move(stock));
+        auto recorder =
+            std::make_shared<EmfRecorder>(device, frame != nullptr ? std::optional<RECT>(*frame) : std::nullopt,
+                                          Description(description), std::move(stock));
         HDC dc = NewMetaDC(ObjectKind::EnhMetaDC, recorder);
         if (dc == nullptr) return nullptr;
         auto objects = Objects();
