@@ -27,6 +27,12 @@ public:
         for (int32_t f : fields) put(f);
         return end();
     }
+    // A record of `data` after its type and size.
+    EmfBuilder& raw(uint32_t type, const std::vector<uint8_t>& data) {
+        start(type);
+        bytes_.insert(bytes_.end(), data.begin(), data.end());
+        return end();
+    }
     // A bitmap record: `fields` (offsets of the bitmap at `offsetsAt` within them, as four
     // zero placeholders), then the BITMAPINFO and the bits.
     EmfBuilder& bitmap(uint32_t type, std::initializer_list<int32_t> fields, size_t offsetsAt,
@@ -50,6 +56,11 @@ public:
         copy.set(52, copy.records_);
         std::memcpy(&copy.bytes_[56], &handles, 2);
         return copy.bytes_;
+    }
+    // The records after the header, EOF included.
+    std::vector<uint8_t> records() const {
+        const std::vector<uint8_t> b = bytes();
+        return {b.begin() + 108, b.end()};
     }
     HENHMETAFILE make() const {
         const std::vector<uint8_t> b = bytes();

@@ -67,7 +67,8 @@ struct Mapping {
     Scaling scaling() const {
         const double sx = static_cast<double>(viewportExtent.cx) / windowExtent.cx;
         const double sy = static_cast<double>(viewportExtent.cy) / windowExtent.cy;
-        return {static_cast<float>(sx), static_cast<float>(sy), static_cast<float>(viewportOrigin.x - sx * windowOrigin.x),
+        return {static_cast<float>(sx), static_cast<float>(sy),
+                static_cast<float>(viewportOrigin.x - sx * windowOrigin.x),
                 static_cast<float>(viewportOrigin.y - sy * windowOrigin.y)};
     }
 };
@@ -128,8 +129,13 @@ private:
     }
     void Update() { total_ = mapping_.scaling().then(placement_); }
 
-    POINT Map(int x, int y) const {
-        return {Round(static_cast<double>(x) * total_.m11 + total_.dx), Round(static_cast<double>(y) * total_.m22 + total_.dy)};
+    POINT Map(int64_t x, int64_t y) const {
+        return {Round(static_cast<double>(x) * total_.m11 + total_.dx),
+                Round(static_cast<double>(y) * total_.m22 + total_.dy)};
+    }
+    // The extent from one mapped corner to the other, wrapping as Windows' 32-bit sums do.
+    static int Span(LONG from, LONG to) {
+        return static_cast<int32_t>(static_cast<uint32_t>(to) - static_cast<uint32_t>(from));
     }
     int ScaleX(int size) const { return Round(std::fabs(static_cast<double>(size) * total_.m11)); }
     int ScaleY(int size) const { return Round(std::fabs(static_cast<double>(size) * total_.m22)); }
@@ -148,7 +154,8 @@ private:
         int per = 0;  // logical units per 10 mm
         switch (mode) {
             case MM_TEXT: mapping_.windowExtent = mapping_.viewportExtent = {1, 1}; return;
-            case MM_LOMETRIC: case MM_ISOTROPIC: per = 100; break;
+            case MM_LOMETRIC:
+            case MM_ISOTROPIC: per = 100; break;
             case MM_HIMETRIC: per = 1000; break;
             case MM_LOENGLISH: per = 3937; break;   // 0.01 inch
             case MM_HIENGLISH: per = 39370; break;  // 0.001 inch
@@ -169,8 +176,10 @@ private:
             SIZE& v = mapping_.viewportExtent;
             const double xdim = std::fabs(static_cast<double>(v.cx) / mapping_.windowExtent.cx);
             const double ydim = std::fabs(static_cast<double>(v.cy) / mapping_.windowExtent.cy);
-            if (xdim > ydim) v.cx = std::max<LONG>(1, Round(std::fabs(v.cx * ydim / xdim))) * (v.cx < 0 ? -1 : 1);
-            else v.cy = std::max<LONG>(1, Round(std::fabs(v.cy * xdim / ydim))) * (v.cy < 0 ? -1 : 1);
+            if (xdim > ydim)
+                v.cx = std::max<LONG>(1, Round(std::fabs(v.cx * ydim / xdim))) * (v.cx < 0 ? -1 : 1);
+            else
+                v.cy = std::max<LONG>(1, Round(std::fabs(v.cy * xdim / ydim))) * (v.cy < 0 ? -1 : 1);
         }
     }
 
@@ -214,8 +223,10 @@ private:
         if (r.size() < 28 || !Fits(r, 28, count, small ? 4 : 8) || count > INT32_MAX) return;
         const std::vector<POINT> p = Points(r, 28, count, small);
         const int n = static_cast<int>(count);
-        if (type == kEmrPolygon || type == kEmrPolygon16) Polygon(dc_, p.data(), n);
-        else if (type == kEmrPolyline || type == kEmrPolyline16) Polyline(dc_, p.data(), n);
+        if (type == kEmrPolygon || type == kEmrPolygon16)
+            Polygon(dc_, p.data(), n);
+        else if (type == kEmrPolyline || type == kEmrPolyline16)
+            Polyline(dc_, p.data(), n);
         else
             for (const POINT& point : p) LineTo(dc_, point.x, point.y);
     }
@@ -265,7 +276,8 @@ private:
         }
         if (table > infoSize - headerSize) return false;
         const uint64_t stride = (uint64_t{static_cast<uint32_t>(width)} * bitCount + 31) / 32 * 4;
-        const uint64_t lines = rows < 0 ? static_cast<uint64_t>(height < 0 ? -int64_t{height} : height) : uint64_t(rows);
+        const uint64_t lines =
+            rows < 0 ? static_cast<uint64_t>(height < 0 ? -int64_t{height} : height) : uint64_t(rows);
         if (stride * lines > bitsSize) return false;
         dib.info.assign(info.begin(), info.end());
         dib.info.resize(std::max<size_t>(dib.info.size(), sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD)), 0);
@@ -279,9 +291,9 @@ private:
         if (r.size() < (stretch ? 108u : 100u)) return;
         const int x = ReadI32(r, 24), y = ReadI32(r, 28), cx = ReadI32(r, 32), cy = ReadI32(r, 36);
         const DWORD rop = ReadU32(r, 40);
-        const POINT a = Map(x, y), b = Map(x + cx, y + cy);
+        const POINT a = Map(x, y), b = Map(int64_t{x} + cx, int64_t{y} + cy);
         if (ReadU32(r, 88) == 0) {  // no bitmap: the raster operation reads no source
-            PatBlt(dc_, a.x, a.y, b.x - a.x, b.y - a.y, rop);
+            PatBlt(dc_, a.x, a.y, Span(a.x, b.x), Span(a.y, b.y), rop);
             return;
         }
         const UINT usage = ReadU32(r, 80);
@@ -295,8 +307,8 @@ private:
             HGDIOBJ previous = SelectObject(source, bitmap);
             SetBkColor(source, ReadU32(r, 76));
             const int sourceWidth = stretch ? ReadI32(r, 100) : cx, sourceHeight = stretch ? ReadI32(r, 104) : cy;
-            StretchBlt(dc_, a.x, a.y, b.x - a.x, b.y - a.y, source, ReadI32(r, 44), ReadI32(r, 48), sourceWidth,
-                       sourceHeight, rop);
+            StretchBlt(dc_, a.x, a.y, Span(a.x, b.x), Span(a.y, b.y), source, ReadI32(r, 44), ReadI32(r, 48),
+                       sourceWidth, sourceHeight, rop);
             SelectObject(source, previous);
         }
         if (source != nullptr) DeleteDC(source);
@@ -308,8 +320,8 @@ private:
         DibInRecord dib;
         if (!ReadDib(r, 48, -1, usage, dib)) return;
         const int x = ReadI32(r, 24), y = ReadI32(r, 28);
-        const POINT a = Map(x, y), b = Map(x + ReadI32(r, 72), y + ReadI32(r, 76));
-        StretchDIBits(dc_, a.x, a.y, b.x - a.x, b.y - a.y, ReadI32(r, 32), ReadI32(r, 36), ReadI32(r, 40),
+        const POINT a = Map(x, y), b = Map(int64_t{x} + ReadI32(r, 72), int64_t{y} + ReadI32(r, 76));
+        StretchDIBits(dc_, a.x, a.y, Span(a.x, b.x), Span(a.y, b.y), ReadI32(r, 32), ReadI32(r, 36), ReadI32(r, 40),
                       ReadI32(r, 44), dib.bits.data(), dib.bitmapInfo(), usage, ReadU32(r, 68));
     }
     void DibToDevice(std::span<const uint8_t> r) {
@@ -318,8 +330,8 @@ private:
         DibInRecord dib;
         if (!ReadDib(r, 48, lines, usage, dib)) return;
         const POINT a = Map(ReadI32(r, 24), ReadI32(r, 28));
-        SetDIBitsToDevice(dc_, a.x, a.y, ReadU32(r, 40), ReadU32(r, 44), ReadI32(r, 32), ReadI32(r, 36),
-                          ReadU32(r, 68), lines, dib.bits.data(), dib.bitmapInfo(), usage);
+        SetDIBitsToDevice(dc_, a.x, a.y, ReadU32(r, 40), ReadU32(r, 44), ReadI32(r, 32), ReadI32(r, 36), ReadU32(r, 68),
+                          lines, dib.bits.data(), dib.bitmapInfo(), usage);
     }
 
     // A region of RGNDATA at `offset`, `size` bytes long, in the reference device's pixels.
@@ -331,7 +343,8 @@ private:
         HRGN region = CreateRectRgn(0, 0, 0, 0);
         for (uint32_t i = 0; i < count && region != nullptr; ++i) {
             const size_t at = headerSize + 16 * size_t{i};
-            const RECT box = PlaceRect({ReadI32(data, at), ReadI32(data, at + 4), ReadI32(data, at + 8), ReadI32(data, at + 12)});
+            const RECT box =
+                PlaceRect({ReadI32(data, at), ReadI32(data, at + 4), ReadI32(data, at + 8), ReadI32(data, at + 12)});
             HRGN part = CreateRectRgn(box.left, box.top, box.right, box.bottom);
             if (part != nullptr) {
                 CombineRgn(region, region, part, RGN_OR);
@@ -349,8 +362,8 @@ private:
         if (count > INT32_MAX || !Fits(r, offString, count, wide ? 2 : 1)) return;
         std::string text(count, '\0');
         for (uint32_t i = 0; i < count; ++i) {
-            const uint32_t c = wide ? (r[offString + 2 * size_t{i}] | r[offString + 2 * size_t{i} + 1] << 8)
-                                    : r[offString + i];
+            const uint32_t c =
+                wide ? (r[offString + 2 * size_t{i}] | r[offString + 2 * size_t{i} + 1] << 8) : r[offString + i];
             text[i] = static_cast<char>(c < 256 ? c : '?');
         }
         std::vector<INT> dx;
@@ -393,7 +406,7 @@ private:
     void Font(std::span<const uint8_t> r) {
         if (r.size() < 12 + 92) return;
         LOGFONTA font{};
-        font.lfHeight = ReadI32(r, 12) < 0 ? -ScaleY(ReadI32(r, 12)) : ScaleY(ReadI32(r, 12));
+        font.lfHeight = Round(static_cast<double>(ReadI32(r, 12)) * std::fabs(total_.m22));
         font.lfWidth = ScaleX(ReadI32(r, 16));
         font.lfEscapement = ReadI32(r, 20);
         font.lfOrientation = ReadI32(r, 24);
@@ -415,14 +428,26 @@ private:
         const auto i32 = [&](size_t at) { return ReadI32(r, at); };
         const size_t size = r.size();
         switch (type) {
-            case kEmrSetMapMode: if (size >= 12) SetMode(i32(8)), Update(); break;
-            case kEmrSetWindowOrgEx: if (size >= 16) mapping_.windowOrigin = {i32(8), i32(12)}, Update(); break;
-            case kEmrSetViewportOrgEx: if (size >= 16) mapping_.viewportOrigin = {i32(8), i32(12)}, Update(); break;
-            case kEmrSetWindowExtEx: if (size >= 16) SetExtent(&Mapping::windowExtent, i32(8), i32(12)), Update(); break;
-            case kEmrSetViewportExtEx: if (size >= 16) SetExtent(&Mapping::viewportExtent, i32(8), i32(12)), Update(); break;
-            case kEmrScaleWindowExtEx: case kEmrScaleViewportExtEx: {
+            case kEmrSetMapMode:
+                if (size >= 12) SetMode(i32(8)), Update();
+                break;
+            case kEmrSetWindowOrgEx:
+                if (size >= 16) mapping_.windowOrigin = {i32(8), i32(12)}, Update();
+                break;
+            case kEmrSetViewportOrgEx:
+                if (size >= 16) mapping_.viewportOrigin = {i32(8), i32(12)}, Update();
+                break;
+            case kEmrSetWindowExtEx:
+                if (size >= 16) SetExtent(&Mapping::windowExtent, i32(8), i32(12)), Update();
+                break;
+            case kEmrSetViewportExtEx:
+                if (size >= 16) SetExtent(&Mapping::viewportExtent, i32(8), i32(12)), Update();
+                break;
+            case kEmrScaleWindowExtEx:
+            case kEmrScaleViewportExtEx: {
                 if (size < 24 || i32(12) == 0 || i32(20) == 0) break;
-                SIZE Mapping::*extent = type == kEmrScaleWindowExtEx ? &Mapping::windowExtent : &Mapping::viewportExtent;
+                SIZE Mapping::*extent =
+                    type == kEmrScaleWindowExtEx ? &Mapping::windowExtent : &Mapping::viewportExtent;
                 const SIZE now = mapping_.*extent;
                 SetExtent(extent, static_cast<int>(int64_t{now.cx} * i32(8) / i32(12)),
                           static_cast<int>(int64_t{now.cy} * i32(16) / i32(20)));
@@ -441,28 +466,63 @@ private:
                 Update();
                 break;
             }
-            case kEmrSetBkMode: if (size >= 12) SetBkMode(dc_, i32(8)); break;
-            case kEmrSetPolyFillMode: if (size >= 12) SetPolyFillMode(dc_, i32(8)); break;
-            case kEmrSetRop2: if (size >= 12) SetROP2(dc_, i32(8)); break;
-            case kEmrSetStretchBltMode: if (size >= 12) SetStretchBltMode(dc_, i32(8)); break;
-            case kEmrSetTextAlign: if (size >= 12) SetTextAlign(dc_, ReadU32(r, 8)); break;
-            case kEmrSetTextColor: if (size >= 12) SetTextColor(dc_, ReadU32(r, 8)); break;
-            case kEmrSetBkColor: if (size >= 12) SetBkColor(dc_, ReadU32(r, 8)); break;
-            case kEmrMoveToEx: if (size >= 16) { const POINT p = Map(i32(8), i32(12)); MoveToEx(dc_, p.x, p.y, nullptr); } break;
-            case kEmrLineTo: if (size >= 16) { const POINT p = Map(i32(8), i32(12)); LineTo(dc_, p.x, p.y); } break;
-            case kEmrSetPixelV: if (size >= 20) { const POINT p = Map(i32(8), i32(12)); SetPixel(dc_, p.x, p.y, ReadU32(r, 16)); } break;
-            case kEmrRectangle: case kEmrEllipse: case kEmrRoundRect: {
+            case kEmrSetBkMode:
+                if (size >= 12) SetBkMode(dc_, i32(8));
+                break;
+            case kEmrSetPolyFillMode:
+                if (size >= 12) SetPolyFillMode(dc_, i32(8));
+                break;
+            case kEmrSetRop2:
+                if (size >= 12) SetROP2(dc_, i32(8));
+                break;
+            case kEmrSetStretchBltMode:
+                if (size >= 12) SetStretchBltMode(dc_, i32(8));
+                break;
+            case kEmrSetTextAlign:
+                if (size >= 12) SetTextAlign(dc_, ReadU32(r, 8));
+                break;
+            case kEmrSetTextColor:
+                if (size >= 12) SetTextColor(dc_, ReadU32(r, 8));
+                break;
+            case kEmrSetBkColor:
+                if (size >= 12) SetBkColor(dc_, ReadU32(r, 8));
+                break;
+            case kEmrMoveToEx:
+                if (size >= 16) {
+                    const POINT p = Map(i32(8), i32(12));
+                    MoveToEx(dc_, p.x, p.y, nullptr);
+                }
+                break;
+            case kEmrLineTo:
+                if (size >= 16) {
+                    const POINT p = Map(i32(8), i32(12));
+                    LineTo(dc_, p.x, p.y);
+                }
+                break;
+            case kEmrSetPixelV:
+                if (size >= 20) {
+                    const POINT p = Map(i32(8), i32(12));
+                    SetPixel(dc_, p.x, p.y, ReadU32(r, 16));
+                }
+                break;
+            case kEmrRectangle:
+            case kEmrEllipse:
+            case kEmrRoundRect: {
                 if (size < (type == kEmrRoundRect ? 32u : 24u)) break;
-                // A rectangle's box is inclusive and drawn one larger; the others are drawn
-                // on their box as it is, as Windows plays them.
-                const int grow = type == kEmrRectangle ? 1 : 0;
-                const POINT a = Map(i32(8), i32(12)), b = Map(i32(16) + grow, i32(20) + grow);
-                if (type == kEmrRectangle) Rectangle(dc_, a.x, a.y, b.x, b.y);
-                else if (type == kEmrEllipse) Ellipse(dc_, a.x, a.y, b.x, b.y);
-                else RoundRect(dc_, a.x, a.y, b.x, b.y, ScaleX(i32(24)), ScaleY(i32(28)));
+                // A rectangle's box is inclusive: its mapped corners are both drawn. The
+                // other shapes are drawn on their box as it is, as Windows plays them.
+                const POINT a = Map(i32(8), i32(12)), b = Map(i32(16), i32(20));
+                if (type == kEmrRectangle)
+                    Rectangle(dc_, a.x, a.y, Span(-1, b.x), Span(-1, b.y));  // b + 1
+                else if (type == kEmrEllipse)
+                    Ellipse(dc_, a.x, a.y, b.x, b.y);
+                else
+                    RoundRect(dc_, a.x, a.y, b.x, b.y, ScaleX(i32(24)), ScaleY(i32(28)));
                 break;
             }
-            case kEmrArc: case kEmrChord: case kEmrPie: {
+            case kEmrArc:
+            case kEmrChord:
+            case kEmrPie: {
                 if (size < 40) break;
                 const POINT a = Map(i32(8), i32(12)), b = Map(i32(16), i32(20));
                 const POINT s = Map(i32(24), i32(28)), e = Map(i32(32), i32(36));
@@ -470,18 +530,29 @@ private:
                 draw(dc_, a.x, a.y, b.x, b.y, s.x, s.y, e.x, e.y);
                 break;
             }
-            case kEmrPolygon: case kEmrPolyline: case kEmrPolylineTo: Poly(type, r, false); break;
-            case kEmrPolygon16: case kEmrPolyline16: case kEmrPolylineTo16: Poly(type, r, true); break;
-            case kEmrPolyPolygon: case kEmrPolyPolyline: PolyPoly(type, r, false); break;
-            case kEmrPolyPolygon16: case kEmrPolyPolyline16: PolyPoly(type, r, true); break;
-            case kEmrSelectObject: if (size >= 12) if (HGDIOBJ o = Slot(ReadU32(r, 8))) SelectObject(dc_, o); break;
+            case kEmrPolygon:
+            case kEmrPolyline:
+            case kEmrPolylineTo: Poly(type, r, false); break;
+            case kEmrPolygon16:
+            case kEmrPolyline16:
+            case kEmrPolylineTo16: Poly(type, r, true); break;
+            case kEmrPolyPolygon:
+            case kEmrPolyPolyline: PolyPoly(type, r, false); break;
+            case kEmrPolyPolygon16:
+            case kEmrPolyPolyline16: PolyPoly(type, r, true); break;
+            case kEmrSelectObject:
+                if (size >= 12)
+                    if (HGDIOBJ o = Slot(ReadU32(r, 8))) SelectObject(dc_, o);
+                break;
             case kEmrDeleteObject:
                 if (size >= 12 && ReadU32(r, 8) < handles_.size() && handles_[ReadU32(r, 8)] != nullptr) {
                     DeleteObject(handles_[ReadU32(r, 8)]);
                     handles_[ReadU32(r, 8)] = nullptr;
                 }
                 break;
-            case kEmrCreatePen: if (size >= 28) Keep(ReadU32(r, 8), CreatePen(i32(12), ScaleX(i32(16)), ReadU32(r, 24))); break;
+            case kEmrCreatePen:
+                if (size >= 28) Keep(ReadU32(r, 8), CreatePen(i32(12), ScaleX(i32(16)), ReadU32(r, 24)));
+                break;
             case kEmrCreateBrushIndirect: {
                 if (size < 24) break;
                 const LOGBRUSH brush{ReadU32(r, 12), ReadU32(r, 16), ReadU32(r, 20)};
@@ -500,12 +571,15 @@ private:
                 break;
             }
             case kEmrSelectPalette:
-                if (size >= 12) if (auto* p = static_cast<HPALETTE>(Slot(ReadU32(r, 8)))) SelectPalette(dc_, p, FALSE);
+                if (size >= 12)
+                    if (auto* p = static_cast<HPALETTE>(Slot(ReadU32(r, 8)))) SelectPalette(dc_, p, FALSE);
                 break;
             case kEmrRealizePalette: RealizePalette(dc_); break;
             case kEmrExtCreateFontIndirectW: Font(r); break;
-            case kEmrExtTextOutA: case kEmrExtTextOutW: Text(r, type == kEmrExtTextOutW); break;
-            case kEmrIntersectClipRect: case kEmrExcludeClipRect: {
+            case kEmrExtTextOutA:
+            case kEmrExtTextOutW: Text(r, type == kEmrExtTextOutW); break;
+            case kEmrIntersectClipRect:
+            case kEmrExcludeClipRect: {
                 if (size < 24) break;
                 const POINT a = Map(i32(8), i32(12)), b = Map(i32(16), i32(20));
                 (type == kEmrIntersectClipRect ? IntersectClipRect : ExcludeClipRect)(dc_, a.x, a.y, b.x, b.y);
@@ -518,17 +592,24 @@ private:
                 if (region != nullptr) DeleteObject(region);
                 break;
             }
-            case kEmrFillRgn: case kEmrFrameRgn: case kEmrInvertRgn: case kEmrPaintRgn: {
+            case kEmrFillRgn:
+            case kEmrFrameRgn:
+            case kEmrInvertRgn:
+            case kEmrPaintRgn: {
                 const bool brushed = type == kEmrFillRgn || type == kEmrFrameRgn;
                 const size_t dataAt = type == kEmrFrameRgn ? 40 : brushed ? 32 : 28;
                 if (size < dataAt) break;
                 HRGN region = Region(r, dataAt, ReadU32(r, 24));
                 if (region == nullptr) break;
                 HBRUSH brush = brushed ? static_cast<HBRUSH>(Slot(ReadU32(r, 28))) : nullptr;
-                if (type == kEmrFillRgn) FillRgn(dc_, region, brush);
-                else if (type == kEmrFrameRgn) FrameRgn(dc_, region, brush, ScaleX(i32(32)), ScaleY(i32(36)));
-                else if (type == kEmrInvertRgn) InvertRgn(dc_, region);
-                else PaintRgn(dc_, region);
+                if (type == kEmrFillRgn)
+                    FillRgn(dc_, region, brush);
+                else if (type == kEmrFrameRgn)
+                    FrameRgn(dc_, region, brush, ScaleX(i32(32)), ScaleY(i32(36)));
+                else if (type == kEmrInvertRgn)
+                    InvertRgn(dc_, region);
+                else
+                    PaintRgn(dc_, region);
                 DeleteObject(region);
                 break;
             }
