@@ -12,14 +12,6 @@ using namespace vxtest;
 
 namespace {
 
-bool MetafilesPlay() {
-    const Bytes wmf = WindowsMetaFile();
-    HMETAFILE m = SetMetaFileBitsEx(UINT(wmf.size()), wmf.data());
-    if (m == nullptr) return false;
-    DeleteMetaFile(m);
-    return true;
-}
-
 int ScreenDpi(int index) {
     HDC screen = GetDC(nullptr);
     const int dpi = GetDeviceCaps(screen, index);
@@ -85,7 +77,7 @@ TEST(LoadClipboardFormat, MetafilePicturesAreSizedByTheirMappingMode) {
     TempDir dir;
     const struct { int mode, x, y; const char* size; } cases[] = {
         {MM_TEXT, 37, 21, "37 x 21"},
-        {MM_LOMETRIC, 254, 100, "95 x 37"},        // 254 x 96 x 0.0039... falls just short of 96
+        {MM_LOMETRIC, 100, 254, "37 x 96"},
         {MM_HIMETRIC, 2540, 1270, "96 x 48"},
         {MM_LOENGLISH, 100, 50, "96 x 48"},
         {MM_HIENGLISH, 1000, 333, "96 x 31"},

@@ -49,4 +49,21 @@ inline Bytes PixelsOf(HBITMAP bitmap) {
     return dib ? BlockBytes(dib.get()) : Bytes{};
 }
 
+// Whether this GDI makes and plays Windows metafiles (the Linux one is growing its player).
+inline bool MetafilesPlay() {
+    const Bytes wmf = WindowsMetaFile();
+    HMETAFILE m = SetMetaFileBitsEx(UINT(wmf.size()), wmf.data());
+    if (m != nullptr) DeleteMetaFile(m);
+    return m != nullptr;
+}
+
+// Whether this GDI plays enhanced metafiles: one recorded in memory comes back.
+inline bool EnhancedMetafilesPlay() {
+    HDC dc = CreateEnhMetaFileA(nullptr, nullptr, nullptr, nullptr);
+    if (dc == nullptr) return false;
+    HENHMETAFILE m = CloseEnhMetaFile(dc);
+    if (m != nullptr) DeleteEnhMetaFile(m);
+    return m != nullptr;
+}
+
 }  // namespace vxtest
