@@ -46,9 +46,13 @@ struct Picture {
         DeleteObject(bitmap);
         return pixels;
     }();
-    const uint8_t* bits() const { return static_cast<const uint8_t*>(GlobalLock(dib)) + 40; }
-    const BITMAPINFO* info() const { return static_cast<const BITMAPINFO*>(GlobalLock(dib)); }
-    ~Picture() { GlobalFree(dib); }
+    const uint8_t* locked = static_cast<const uint8_t*>(GlobalLock(dib));
+    const uint8_t* bits() const { return locked + 40; }
+    const BITMAPINFO* info() const { return reinterpret_cast<const BITMAPINFO*>(locked); }
+    ~Picture() {
+        GlobalUnlock(dib);
+        GlobalFree(dib);
+    }
     bool holds(benchmark::State& state, HBITMAP bitmap) const {
         const bool same = bitmap != nullptr && PixelsOf(bitmap) == expected;
         if (bitmap) DeleteObject(bitmap);
