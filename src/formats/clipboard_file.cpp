@@ -69,7 +69,7 @@ struct Entry {
     uint32_t offset = 0;
 };
 
-// Walks the directory for the first entry of `format` and leaves the file at its data.
+// Walks the directory for the first entry of `format`.
 Outcome<Entry> FindEntry(HFILE file, WORD format) {
     uint8_t word[2] = {};
     _lread(file, word, sizeof word);
@@ -80,14 +80,17 @@ Outcome<Entry> FindEntry(HFILE file, WORD format) {
     for (uint32_t i = 0; i < count; ++i) {
         uint8_t entry[kEntryBytes];
         if (!ReadExactly(file, entry, kEntryBytes)) break;
-        if (LoadU16(entry) != format) continue;
-        const Entry found{LoadU32(entry + 2), LoadU32(entry + 6)};
-        if (found.offset > static_cast<uint32_t>(INT32_MAX)) return Fail(IMGERR_IO);
-        if (_llseek(file, static_cast<LONG>(found.offset), FILE_BEGIN) != static_cast<LONG>(found.offset))
-            return Fail(IMGERR_IO);
-        return found;
+        if (LoadU16(entry) == format) return Entry{LoadU32(entry + 2), LoadU32(entry + 6)};
     }
     return Fail(IMGERR_CLIPFORMATNOTFOUND);
+}
+
+// Moves to the entry's data; an offset the file calls cannot reach is a short read.
+Outcome<void> SeekToData(HFILE file, const Entry& entry) {
+    if (entry.offset > static_cast<uint32_t>(INT32_MAX)) return Fail(IMGERR_IO);
+    const LONG offset = static_cast<LONG>(entry.offset);
+    if (_llseek(file, offset, FILE_BEGIN) != offset) return Fail(IMGERR_IO);
+    return {};
 }
 
 // Data the file cannot hold is a short read; checked before anything is allocated for it.
@@ -134,6 +137,9 @@ Outcome<HANDLE> Load(LPCSTR fileName, WORD format) {
     if (!file.valid()) return Fail(IMGERR_OPENFILE);
     const auto entry = FindEntry(file.get(), format);
     if (!entry) return entry.refusal();
+    if (format != kCfText && format != kCfBitmap && format != kCfMetafilePict && format != kCfDib)
+        return Fail(IMGERR_CLIPFORMATNOTFOUND);
+    if (auto seek = SeekToData(file.get(), *entry); !seek) return seek.refusal();
     switch (format) {
     case kCfText: {
         auto text = ReadBlock(file.get(), entry->length);
@@ -210,6 +216,7 @@ Outcome<ClipboardPicture> ReadClipboardPicture(LPCSTR fileName) {
     if (!file.valid()) return Fail(IMGERR_OPENFILE);
     const auto entry = FindEntry(file.get(), kCfMetafilePict);
     if (!entry) return entry.refusal();
+    if (auto seek = SeekToData(file.get(), *entry); !seek) return seek.refusal();
     return ReadPicture(file.get(), entry->length);
 }
 

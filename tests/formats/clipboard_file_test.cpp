@@ -30,7 +30,7 @@ TEST(LoadClipboardFormat, RefusalsCarryTheirCodeInTheOrderChecked) {
         {"empty directory", ClipboardFile({{8, dib}}, 0), 8, IMGERR_CLIPFORMATNOTFOUND},
         {"no entry of the format", ClipboardFile({{2, dib}, {1, Text("x")}}), 8, IMGERR_CLIPFORMATNOTFOUND},
         {"directory cut short", Cut(ClipboardFile({{8, dib}}, 40000), 4 + 89), 2, IMGERR_CLIPFORMATNOTFOUND},
-        {"found but not read", ClipboardFile({{4, dib}}), 4, IMGERR_CLIPFORMATNOTFOUND},
+        {"found but not read", ClipboardFile({{4, dib, -1, 0x80000000u}}), 4, IMGERR_CLIPFORMATNOTFOUND},
         {"data past the end", ClipboardFile({{8, dib, int64_t(dib.size()) + 1}}), 8, IMGERR_IO},
         {"offset past the end", ClipboardFile({{2, dib, -1, 1 << 20}}), 2, IMGERR_IO},
         {"offset beyond 2 GiB", ClipboardFile({{2, dib, -1, 0x80000000u}}), 2, IMGERR_IO},
