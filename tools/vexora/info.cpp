@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <map>
+#include <span>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -10,6 +12,7 @@
 #include <vector>
 
 #include "commands.hpp"
+#include "formats/emf_records.hpp"
 
 namespace vexora_tool {
 namespace {
@@ -126,20 +129,44 @@ bool DescribeClipboard(const std::string& path) {
     return true;
 }
 
-// The records of a Windows metafile from `start`: how many, and the functions among them that
-// are not drawing or state calls a metafile of pictures normally holds.
+// The records of a Windows metafile from `start`: how many, and how many of each function.
 void DescribeWindowsRecords(const std::vector<unsigned char>& b, size_t start) {
     size_t at = start + size_t{U16(b, start + 2)} * 2;
+    std::map<uint32_t, unsigned long> functions;
     unsigned long records = 0;
     bool ended = false;
     while (at + 6 <= b.size()) {
         const uint64_t bytes = uint64_t{U32(b, at)} * 2;
         ++records;
         if (U16(b, at + 4) == 0) { ended = true; break; }
+        ++functions[U16(b, at + 4)];
         if (bytes < 6) break;
         at += bytes;
     }
     std::printf("  records      %lu%s\n", records, ended ? ", ending with the end record" : ", without an end record");
+    std::string list;
+    char name[16];
+    for (const auto& [function, count] : functions) {
+        std::snprintf(name, sizeof name, "0x%04X", static_cast<unsigned>(function));
+        list += (list.empty() ? "" : ", ") + std::string(name) + " (" + std::to_string(count) + "x)";
+    }
+    std::printf("  functions    %s\n", list.empty() ? "none" : list.c_str());
+}
+
+// The records of an enhanced metafile as the player walks them, and those it skips.
+void DescribeEnhancedRecords(const std::vector<unsigned char>& b) {
+    vx::formats::EmfRecords walk(std::span<const uint8_t>(b.data(), b.size()));
+    std::map<uint32_t, unsigned long> unknown;
+    unsigned long records = 0;
+    for (vx::formats::EmfRecordView record; walk.next(record);) {
+        ++records;
+        if (!vx::formats::EmfRecordPlayed(record.type)) ++unknown[record.type];
+    }
+    std::printf("  records      %lu walked%s\n", records, walk.broken() ? ", then a record whose size lies" : "");
+    std::string skipped;
+    for (const auto& [type, count] : unknown)
+        skipped += (skipped.empty() ? "" : ", ") + std::to_string(type) + " (" + std::to_string(count) + "x)";
+    std::printf("  not played   %s\n", skipped.empty() ? "none" : ("record types " + skipped).c_str());
 }
 
 // A metafile: its kind, bounds, units and records.
@@ -152,6 +179,7 @@ bool DescribeMetafile(const std::string& path, int format) {
         std::printf("  bounds       (%ld, %ld) - (%ld, %ld) device pixels\n", I32(b, 8), I32(b, 12), I32(b, 16), I32(b, 20));
         std::printf("  frame        (%ld, %ld) - (%ld, %ld) hundredths of a millimetre\n", I32(b, 24), I32(b, 28), I32(b, 32), I32(b, 36));
         std::printf("  reference    %ld x %ld pixels, %ld x %ld mm\n", I32(b, 72), I32(b, 76), I32(b, 80), I32(b, 84));
+        DescribeEnhancedRecords(b);
         return true;
     }
     const bool placeable = U32(b, 0) == 0x9AC6CDD7;
