@@ -34,6 +34,7 @@
 // writer records device-independent bits and needs none.
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <vector>
 
 #include "vexora.h"
@@ -69,13 +70,11 @@ ScreenResolution ResolutionOf(HDC reference) {
     return {GetDeviceCaps(dc, LOGPIXELSX), GetDeviceCaps(dc, LOGPIXELSY)};
 }
 
-// a * b / c rounded to the nearest integer, in 64 bits; saturated to int.
+// a * b / c rounded to the nearest integer, for a, b >= 0 and c > 0 (sizes and resolutions),
+// in 64 bits and saturated to int, so that the size limit refuses what does not fit.
 int ScaledRounded(int64_t a, int64_t b, int64_t c) {
-    if (c == 0) return 0;
-    const int64_t product = a * b;
-    const int64_t q = (product >= 0) == (c > 0) ? (std::llabs(product) + std::llabs(c) / 2) / std::llabs(c)
-                                                : -((std::llabs(product) + std::llabs(c) / 2) / std::llabs(c));
-    return static_cast<int>(std::clamp<int64_t>(q, INT32_MIN, INT32_MAX));
+    if (c <= 0) return 0;
+    return static_cast<int>(std::min<int64_t>((a * b + c / 2) / c, INT32_MAX));
 }
 
 Outcome<void> CheckPictureSize(int width, int height) {
