@@ -1,6 +1,7 @@
 // wmf_records.hpp - the records of a Windows metafile: WmfFunction (the record function
-// numbers), the sizes of the header and of a record's head, shared by the recorder and
-// player of the Linux GDI and by the tool.
+// numbers) with WmfRecordName and WmfRecordPlayed (the records the Linux player draws),
+// WmfHeader and ReadWmfHeader, and WalkWmfRecords, the bounded walk over a metafile's records
+// that the player and the tool's `info` share. Platform-independent and header-only: it reads bytes only.
 //
 // A Windows metafile is an 18-byte header followed by records. Each record starts with its
 // size in 16-bit words (a 32-bit count, the head included) and its function number (16
@@ -10,7 +11,11 @@
 // A record of function 0 (META_EOF) ends the file.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <span>
 
 namespace vx::formats {
 
@@ -90,5 +95,171 @@ enum WmfFunction : uint16_t {
     META_SETDIBTODEV = 0x0D33,
     META_STRETCHDIB = 0x0F43,
 };
+
+struct WmfRecordKind {
+    uint16_t function;
+    const char* name;
+    bool played;
+};
+
+// Every record function, by number, with whether the Linux player draws it. The old bitmap
+// records (META_BITBLT, META_STRETCHBLT, META_CREATEPATTERNBRUSH) carry device-dependent
+// bitmaps of Windows 2; the palette animation, text spacing, flood fill, escape and layout
+// records have no call in the Linux subset.
+inline constexpr WmfRecordKind kWmfRecords[] = {
+    {META_EOF, "META_EOF", true},
+    {META_SAVEDC, "META_SAVEDC", true},
+    {META_REALIZEPALETTE, "META_REALIZEPALETTE", true},
+    {META_SETPALENTRIES, "META_SETPALENTRIES", false},
+    {META_CREATEPALETTE, "META_CREATEPALETTE", true},
+    {META_SETBKMODE, "META_SETBKMODE", true},
+    {META_SETMAPMODE, "META_SETMAPMODE", true},
+    {META_SETROP2, "META_SETROP2", true},
+    {META_SETRELABS, "META_SETRELABS", false},
+    {META_SETPOLYFILLMODE, "META_SETPOLYFILLMODE", true},
+    {META_SETSTRETCHBLTMODE, "META_SETSTRETCHBLTMODE", true},
+    {META_SETTEXTCHAREXTRA, "META_SETTEXTCHAREXTRA", false},
+    {META_RESTOREDC, "META_RESTOREDC", true},
+    {META_INVERTREGION, "META_INVERTREGION", true},
+    {META_PAINTREGION, "META_PAINTREGION", true},
+    {META_SELECTCLIPREGION, "META_SELECTCLIPREGION", true},
+    {META_SELECTOBJECT, "META_SELECTOBJECT", true},
+    {META_SETTEXTALIGN, "META_SETTEXTALIGN", true},
+    {META_RESIZEPALETTE, "META_RESIZEPALETTE", false},
+    {META_DIBCREATEPATTERNBRUSH, "META_DIBCREATEPATTERNBRUSH", true},
+    {META_SETLAYOUT, "META_SETLAYOUT", false},
+    {META_DELETEOBJECT, "META_DELETEOBJECT", true},
+    {META_CREATEPATTERNBRUSH, "META_CREATEPATTERNBRUSH", false},
+    {META_SETBKCOLOR, "META_SETBKCOLOR", true},
+    {META_SETTEXTCOLOR, "META_SETTEXTCOLOR", true},
+    {META_SETTEXTJUSTIFICATION, "META_SETTEXTJUSTIFICATION", false},
+    {META_SETWINDOWORG, "META_SETWINDOWORG", true},
+    {META_SETWINDOWEXT, "META_SETWINDOWEXT", true},
+    {META_SETVIEWPORTORG, "META_SETVIEWPORTORG", true},
+    {META_SETVIEWPORTEXT, "META_SETVIEWPORTEXT", true},
+    {META_OFFSETWINDOWORG, "META_OFFSETWINDOWORG", true},
+    {META_OFFSETVIEWPORTORG, "META_OFFSETVIEWPORTORG", true},
+    {META_LINETO, "META_LINETO", true},
+    {META_MOVETO, "META_MOVETO", true},
+    {META_OFFSETCLIPRGN, "META_OFFSETCLIPRGN", false},
+    {META_FILLREGION, "META_FILLREGION", true},
+    {META_SETMAPPERFLAGS, "META_SETMAPPERFLAGS", false},
+    {META_SELECTPALETTE, "META_SELECTPALETTE", true},
+    {META_CREATEPENINDIRECT, "META_CREATEPENINDIRECT", true},
+    {META_CREATEFONTINDIRECT, "META_CREATEFONTINDIRECT", true},
+    {META_CREATEBRUSHINDIRECT, "META_CREATEBRUSHINDIRECT", true},
+    {META_POLYGON, "META_POLYGON", true},
+    {META_POLYLINE, "META_POLYLINE", true},
+    {META_SCALEWINDOWEXT, "META_SCALEWINDOWEXT", true},
+    {META_SCALEVIEWPORTEXT, "META_SCALEVIEWPORTEXT", true},
+    {META_EXCLUDECLIPRECT, "META_EXCLUDECLIPRECT", true},
+    {META_INTERSECTCLIPRECT, "META_INTERSECTCLIPRECT", true},
+    {META_ELLIPSE, "META_ELLIPSE", true},
+    {META_FLOODFILL, "META_FLOODFILL", false},
+    {META_RECTANGLE, "META_RECTANGLE", true},
+    {META_SETPIXEL, "META_SETPIXEL", true},
+    {META_FRAMEREGION, "META_FRAMEREGION", true},
+    {META_ANIMATEPALETTE, "META_ANIMATEPALETTE", false},
+    {META_TEXTOUT, "META_TEXTOUT", true},
+    {META_POLYPOLYGON, "META_POLYPOLYGON", true},
+    {META_EXTFLOODFILL, "META_EXTFLOODFILL", false},
+    {META_ROUNDRECT, "META_ROUNDRECT", true},
+    {META_PATBLT, "META_PATBLT", true},
+    {META_ESCAPE, "META_ESCAPE", false},
+    {META_CREATEREGION, "META_CREATEREGION", true},
+    {META_ARC, "META_ARC", true},
+    {META_PIE, "META_PIE", true},
+    {META_CHORD, "META_CHORD", true},
+    {META_BITBLT, "META_BITBLT", false},
+    {META_DIBBITBLT, "META_DIBBITBLT", true},
+    {META_EXTTEXTOUT, "META_EXTTEXTOUT", true},
+    {META_STRETCHBLT, "META_STRETCHBLT", false},
+    {META_DIBSTRETCHBLT, "META_DIBSTRETCHBLT", true},
+    {META_SETDIBTODEV, "META_SETDIBTODEV", true},
+    {META_STRETCHDIB, "META_STRETCHDIB", true},
+};
+
+static_assert(std::is_sorted(std::begin(kWmfRecords), std::end(kWmfRecords),
+                             [](const WmfRecordKind& a, const WmfRecordKind& b) { return a.function < b.function; }));
+
+// The entry of a record function, or null.
+constexpr const WmfRecordKind* FindWmfRecord(uint16_t function) {
+    const auto found = std::lower_bound(std::begin(kWmfRecords), std::end(kWmfRecords), function,
+                                        [](const WmfRecordKind& n, uint16_t f) { return n.function < f; });
+    return found != std::end(kWmfRecords) && found->function == function ? found : nullptr;
+}
+
+// The name of a record function ("META_LINETO"), or null for a number that names none.
+constexpr const char* WmfRecordName(uint16_t function) {
+    const WmfRecordKind* kind = FindWmfRecord(function);
+    return kind != nullptr ? kind->name : nullptr;
+}
+
+// Whether the Linux player draws a record (others are skipped and counted).
+constexpr bool WmfRecordPlayed(uint16_t function) {
+    const WmfRecordKind* kind = FindWmfRecord(function);
+    return kind != nullptr && kind->played;
+}
+
+// A 16- or 32-bit little-endian value at `p`.
+inline uint16_t WmfWord(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
+inline uint32_t WmfLong(const uint8_t* p) { return WmfWord(p) | uint32_t{WmfWord(p + 2)} << 16; }
+
+// The 18-byte header.
+struct WmfHeader {
+    uint16_t type = 0;         // 1 in memory, 2 on disk
+    uint16_t headerWords = 0;  // 9
+    uint16_t version = 0;      // 0x300 (0x100 for the oldest files)
+    uint32_t sizeWords = 0;    // the whole file, in 16-bit words
+    uint16_t objects = 0;      // the slots of the object table the records use
+    uint32_t largestRecord = 0;
+};
+
+// The header of `file`; false when it holds fewer than 18 bytes.
+inline bool ReadWmfHeader(std::span<const uint8_t> file, WmfHeader& header) {
+    if (file.size() < kWmfHeaderBytes) return false;
+    const uint8_t* p = file.data();
+    header.type = WmfWord(p);
+    header.headerWords = WmfWord(p + 2);
+    header.version = WmfWord(p + 4);
+    header.sizeWords = WmfLong(p + 6);
+    header.objects = WmfWord(p + 10);
+    header.largestRecord = WmfLong(p + 12);
+    return true;
+}
+
+// One record: its function, where its head starts in the file, and the bytes of it the file
+// holds (head included; at least the 6 of the head).
+struct WmfRecord {
+    uint16_t function = 0;
+    uint32_t offset = 0;
+    uint32_t bytes = 0;
+};
+
+// How a walk ended: at META_EOF, at the end of the bytes without one, at a record whose size
+// is below the 3 words of its head (zero, or lying), or at a record that claims more bytes
+// than the file holds (it is visited with the bytes there are, then the walk stops).
+enum class WmfWalkEnd { Eof, Unterminated, BadSize, Cut };
+
+// Calls visit(record) for each record after the header, in order, up to (not including)
+// META_EOF. Never reads outside `file`. Playing them is up to `visit`, which must check that a
+// record holds the parameters it reads.
+template <typename Visit>
+WmfWalkEnd WalkWmfRecords(std::span<const uint8_t> file, Visit&& visit) {
+    size_t at = kWmfHeaderBytes;
+    while (at < file.size()) {
+        if (file.size() - at < kWmfRecordHeadBytes) return WmfWalkEnd::Cut;
+        const uint64_t claimed = uint64_t{WmfLong(file.data() + at)} * 2;
+        const uint16_t function = WmfWord(file.data() + at + 4);
+        if (claimed < kWmfRecordHeadBytes) return WmfWalkEnd::BadSize;
+        if (function == META_EOF) return WmfWalkEnd::Eof;
+        const size_t left = file.size() - at;
+        const bool cut = claimed > left;
+        visit(WmfRecord{function, static_cast<uint32_t>(at), static_cast<uint32_t>(cut ? left : claimed)});
+        if (cut) return WmfWalkEnd::Cut;
+        at += static_cast<size_t>(claimed);
+    }
+    return WmfWalkEnd::Unterminated;
+}
 
 }  // namespace vx::formats

@@ -1,9 +1,11 @@
-// Windows metafiles: what a metafile DC answers and records, run against the Linux subset and
-// against GDI under Wine, the expected values and bytes being what Wine answered and wrote.
+// Windows metafiles: what a metafile DC answers and records, what playing draws, and how bad
+// metafiles are refused or played, run against the Linux subset and against GDI under Wine,
+// the expected values and bytes being what Wine answered and wrote.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -73,6 +75,86 @@ TEST(GdiWmf, RecordsWhatWindowsRecords) {
          "0600 0000 2503 0100 0000 0000 0400 0000 2503 0000 0700 0000 1b04 0400 0300 0200 0100 0700 0000 "
          "1f04 c802 0300 0200 0100 0900 0000 1d06 2100 f000 0500 0400 0100 0000 0900 0000 1d06 2000 cc00 "
          "0200 0200 0000 0000 0300 0000 0000"},
+        {"pens and brushes",
+         [](HDC dc) {
+             HPEN dash = CreatePen(PS_DASH, 3, RGB(1, 2, 3)), none = CreatePen(PS_NULL, 0, PALETTEINDEX(5));
+             SelectObject(dc, dash), SelectObject(dc, none), SelectObject(dc, dash), DeleteObject(dash);
+             SelectObject(dc, none), DeleteObject(dash);  // now unselected: its slot is freed
+             HBRUSH solid = CreateSolidBrush(PALETTEINDEX(3));
+             SelectObject(dc, GetStockObject(NULL_BRUSH)), SelectObject(dc, solid), DeleteObject(solid);
+             const BYTE rows[4] = {0x40, 0, 0x80, 0};
+             vx::OwnedObject<HBITMAP> mono(CreateBitmap(2, 2, 1, 1, rows));
+             HBRUSH pattern = CreatePatternBrush(mono.get());
+             SelectObject(dc, pattern), SelectObject(dc, GetStockObject(WHITE_BRUSH)), DeleteObject(pattern);
+         },
+         "0100 0900 0003 7600 0000 0600 2100 0000 0000 0800 0000 fa02 0100 0300 0000 0102 0300 0400 0000 "
+         "2d01 0000 0800 0000 fa02 0500 0100 0000 0000 0000 0400 0000 2d01 0100 0400 0000 2d01 0000 0400 "
+         "0000 2d01 0100 0700 0000 fc02 0100 0000 0000 0000 0400 0000 2d01 0200 0700 0000 fc02 0000 0300 "
+         "0001 0000 0400 0000 2d01 0300 2100 0000 4201 0300 0000 2800 0000 0200 0000 0200 0000 0100 0100 "
+         "0000 0000 0800 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 ffff ff00 8000 0000 4000 "
+         "0000 0400 0000 2d01 0400 0700 0000 fc02 0000 ffff ff00 0000 0400 0000 2d01 0500 0400 0000 f001 "
+         "0400 0300 0000 0000"},
+        {"palettes and clipping",
+         [](HDC dc) {
+             struct { WORD version, count; PALETTEENTRY entries[2]; } logical{0x300, 2, {{1, 2, 3, 0}, {4, 5, 6, PC_RESERVED}}};
+             HPALETTE palette = CreatePalette(reinterpret_cast<LOGPALETTE*>(&logical));
+             SelectPalette(dc, palette, FALSE), RealizePalette(dc), SelectPalette(dc, palette, TRUE);
+             DeleteObject(palette);
+             HRGN region = CreateRectRgn(0, 0, 5, 5), other = CreateRectRgn(3, 3, 9, 8);
+             CombineRgn(region, region, other, RGN_OR);
+             SelectClipRgn(dc, region), SelectClipRgn(dc, nullptr), SelectClipRgn(dc, CreateRectRgn(0, 0, 0, 0));
+             DeleteObject(region), DeleteObject(other);
+         },
+         "0100 0900 0003 6700 0000 0300 2000 0000 0000 0900 0000 f700 0003 0200 0102 0300 0405 0601 0400 "
+         "0000 3402 0000 0300 0000 3500 0900 0000 f700 0003 0200 0102 0300 0405 0601 0400 0000 3402 0100 "
+         "2000 0000 ff06 0000 0600 f602 0000 3c00 0300 0200 0000 0000 0900 0800 0200 0000 0300 0000 0500 "
+         "0200 0200 0300 0500 0000 0900 0200 0200 0500 0800 0300 0900 0200 0400 0000 2d01 0200 0400 0000 "
+         "f001 0200 0e00 0000 ff06 0000 0600 f602 0000 1800 0000 0000 0000 0000 0000 0000 0400 0000 2d01 "
+         "0200 0400 0000 f001 0200 0300 0000 0000"},
+        {"blits",
+         [](HDC dc) {
+             const BYTE rows[4] = {0x80, 0, 0x40, 0};
+             vx::OwnedObject<HBITMAP> mono(CreateBitmap(2, 2, 1, 1, rows));
+             vx::MemoryDC source;
+             HGDIOBJ first = SelectObject(source.get(), mono.get());
+             BitBlt(dc, 1, 2, 2, 2, source.get(), 0, 0, SRCCOPY);
+             std::vector<RGBQUAD> table;
+             void* bits = nullptr;
+             vx::OwnedObject<HBITMAP> wide(vxtest::TopDownSection(3, 2, 24, table, &bits));
+             static_cast<uint8_t*>(bits)[0] = 0x11, static_cast<uint8_t*>(bits)[17] = 0x22;
+             SelectObject(source.get(), wide.get());
+             StretchBlt(dc, 0, 0, 6, -4, source.get(), 1, 1, 2, -1, SRCINVERT);
+             vx::OwnedObject<HBITMAP> device(CreateBitmap(2, 1, 1, 32, nullptr));
+             SelectObject(source.get(), device.get());
+             SetPixel(source.get(), 1, 0, RGB(1, 2, 3)), SetMapMode(source.get(), MM_ANISOTROPIC);
+             SetViewportExtEx(source.get(), 2, 2, nullptr);
+             BitBlt(dc, 0, 0, 3, 2, source.get(), 1, 1, DSTINVERT);
+             SelectObject(source.get(), first);
+         },
+         "0100 0900 0003 8900 0000 0000 2d00 0000 0000 2700 0000 4009 2000 cc00 0000 0000 0200 0200 0200 "
+         "0100 2800 0000 0200 0000 0200 0000 0100 0100 0000 0000 0800 0000 0000 0000 0000 0000 0000 0000 "
+         "0000 0000 0000 0000 ffff ff00 4000 0000 8000 0000 2d00 0000 410b 4600 6600 ffff 0200 0100 0100 "
+         "fcff 0600 0000 0000 2800 0000 0300 0000 0200 0000 0100 1800 0000 0000 1800 0000 0000 0000 0000 "
+         "0000 0000 0000 0000 0000 0000 0000 0022 0000 0000 0000 1100 0000 0000 0000 0000 0000 2900 0000 "
+         "4009 0900 5500 0100 0100 0200 0300 0000 0000 2800 0000 0200 0000 0100 0000 0100 2000 0300 0000 "
+         "0800 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 ff00 00ff 0000 ff00 0000 0000 0000 0302 "
+         "0100 0300 0000 0000"},
+        {"DIBs",
+         [](HDC dc) {
+             vxtest::Info info = vxtest::Header(3, 2, 4);
+             info.header.biClrUsed = 2, info.header.biSizeImage = 8;
+             info.table[0] = {1, 2, 3, 0}, info.table[1] = {4, 5, 6, 0};
+             const uint8_t bits[8] = {0x01, 0x10, 0xAB, 0xCD, 0x10, 0x01, 0xEF, 0x12};
+             StretchDIBits(dc, 0, 1, 6, 4, 0, 1, 3, 1, bits, info.get(), DIB_RGB_COLORS, SRCCOPY);
+             info.header.biHeight = -2;
+             // All the rows: Wine copies biSizeImage bytes, whatever the lines given.
+             SetDIBitsToDevice(dc, 2, 3, 3, 1, 0, 1, 0, 2, bits, info.get(), DIB_RGB_COLORS);
+         },
+         "0100 0900 0003 5e00 0000 0000 2a00 0000 0000 2a00 0000 430f 2000 cc00 0000 0100 0300 0100 0000 "
+         "0400 0600 0100 0000 2800 0000 0300 0000 0200 0000 0100 0400 0000 0000 0800 0000 0000 0000 0000 "
+         "0000 0200 0000 0000 0000 0102 0300 0405 0600 0110 abcd 1001 ef12 2800 0000 330d 0000 0200 0000 "
+         "0100 0000 0100 0300 0300 0200 2800 0000 0300 0000 feff ffff 0100 0400 0000 0000 0800 0000 0000 "
+         "0000 0000 0000 0200 0000 0000 0000 0102 0300 0405 0600 0110 abcd 1001 ef12 0300 0000 0000"},
     };
     for (const Case& c : cases) EXPECT_EQ(Recorded(c.calls), c.words) << c.name;
 }

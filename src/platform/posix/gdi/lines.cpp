@@ -1,6 +1,6 @@
 // lines.cpp - lines and rectangles of the Linux subset: LineTo, Polyline and Rectangle, drawn
 // with the DC's pen, brush and binary raster operation (SetROP2) on the raw pixel bits of the
-// DC's surface.
+// DC's surface; and DrawPolyline and TernaryOf (lines.hpp), which the shapes draw with too.
 //
 // Pixels. A line lights the pixels Windows' Bresenham lights, its last point left out, so that
 // joined lines light every joint once. The major axis is the one with the larger extent (y on

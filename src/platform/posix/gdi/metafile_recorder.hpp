@@ -100,7 +100,8 @@ public:
 
     // Transfers. `source` is the source DC's surface when the caller named a source DC with
     // pixels (a raster operation that does not read it may still come with one), null for
-    // PatBlt and when there is none; the source rectangle is in its device coordinates. The
+    // PatBlt and when there is none; the source rectangle is as the caller gave it (Windows
+    // records it so, whatever the source DC's mapping). The
     // DIB calls pass the caller's header (read and checked by the call), colour table and
     // bits, which the header is trusted to describe, as Windows trusts it.
     virtual void PatBlt(int /*x*/, int /*y*/, int /*width*/, int /*height*/, DWORD /*rop*/) {}

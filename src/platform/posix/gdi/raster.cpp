@@ -708,10 +708,8 @@ std::optional<BOOL> Recorded(const ObjectTable::Access& objects, const DeviceCon
         const DeviceContext* from = objects.find<DeviceContext>(sourceDc);
         const Surface surface = from != nullptr ? DcSurface(objects, *from) : Surface{};
         if (surface.bits == nullptr && !recorder->keepsState()) return FALSE;
-        const RECT area = from != nullptr ? ToDeviceRect(from->state, sourceX, sourceY, sourceWidth, sourceHeight)
-                                          : RECT{sourceX, sourceY, sourceX + sourceWidth, sourceY + sourceHeight};
-        recorder->StretchBlt(x, y, width, height, surface.bits != nullptr ? &surface : nullptr, area.left, area.top,
-                             area.right - area.left, area.bottom - area.top, rop, call == TransferCall::StretchBlt);
+        recorder->StretchBlt(x, y, width, height, surface.bits != nullptr ? &surface : nullptr, sourceX, sourceY,
+                             sourceWidth, sourceHeight, rop, call == TransferCall::StretchBlt);
     }
     if (!recorder->keepsState()) return TRUE;
     return std::nullopt;
