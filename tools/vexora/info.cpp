@@ -1,4 +1,5 @@
 // info.cpp - `vexora info FILE...`: what the library reads from each file's header.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 
 #include "commands.hpp"
 #include "formats/emf_records.hpp"
+#include "formats/wmf_records.hpp"
 
 namespace vexora_tool {
 namespace {
@@ -129,28 +131,30 @@ bool DescribeClipboard(const std::string& path) {
     return true;
 }
 
-// The records of a Windows metafile from `start`: how many, and how many of each function.
-void DescribeWindowsRecords(const std::vector<unsigned char>& b, size_t start) {
-    size_t at = start + size_t{U16(b, start + 2)} * 2;
-    std::map<uint32_t, unsigned long> functions;
+// The records of a Windows metafile (`bytes` from its 18-byte header on) as the player walks
+// them, by name, and those it does not play.
+void DescribeWindowsRecords(std::span<const uint8_t> bytes) {
+    std::map<uint16_t, unsigned long> functions;
     unsigned long records = 0;
-    bool ended = false;
-    while (at + 6 <= b.size()) {
-        const uint64_t bytes = uint64_t{U32(b, at)} * 2;
+    const auto end = vx::formats::WalkWmfRecords(bytes, [&](const vx::formats::WmfRecord& record) {
         ++records;
-        if (U16(b, at + 4) == 0) { ended = true; break; }
-        ++functions[U16(b, at + 4)];
-        if (bytes < 6) break;
-        at += bytes;
-    }
-    std::printf("  records      %lu%s\n", records, ended ? ", ending with the end record" : ", without an end record");
-    std::string list;
-    char name[16];
+        ++functions[record.function];
+    });
+    const char* ending = end == vx::formats::WmfWalkEnd::Eof            ? ", then the end record"
+                         : end == vx::formats::WmfWalkEnd::Unterminated ? ", without an end record"
+                         : end == vx::formats::WmfWalkEnd::BadSize      ? ", then a record whose size lies"
+                                                                        : ", the last cut by the end of the file";
+    std::printf("  records      %lu%s\n", records, ending);
+    std::string played, skipped;
     for (const auto& [function, count] : functions) {
-        std::snprintf(name, sizeof name, "0x%04X", static_cast<unsigned>(function));
-        list += (list.empty() ? "" : ", ") + std::string(name) + " (" + std::to_string(count) + "x)";
+        const char* name = vx::formats::WmfRecordName(function);
+        char number[16];
+        std::snprintf(number, sizeof number, "0x%04X", static_cast<unsigned>(function));
+        std::string& list = vx::formats::WmfRecordPlayed(function) ? played : skipped;
+        list += (list.empty() ? "" : ", ") + std::string(name ? name : number) + " (" + std::to_string(count) + "x)";
     }
-    std::printf("  functions    %s\n", list.empty() ? "none" : list.c_str());
+    std::printf("  played       %s\n", played.empty() ? "none" : played.c_str());
+    std::printf("  not played   %s\n", skipped.empty() ? "none" : skipped.c_str());
 }
 
 // The records of an enhanced metafile as the player walks them, and those it skips.
@@ -188,7 +192,7 @@ bool DescribeMetafile(const std::string& path, int format) {
                 U16(b, start + 4), static_cast<unsigned long>(U32(b, start + 6)));
     if (placeable)
         std::printf("  bounds       (%ld, %ld) - (%ld, %ld) at %u units per inch\n", I16(b, 6), I16(b, 8), I16(b, 10), I16(b, 12), U16(b, 14));
-    DescribeWindowsRecords(b, start);
+    DescribeWindowsRecords(std::span<const uint8_t>(b.data(), b.size()).subspan(std::min(start, b.size())));
     return true;
 }
 
