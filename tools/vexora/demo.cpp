@@ -141,6 +141,8 @@ const std::vector<Panel>& Panels() {
          Source::FaxPage2, {}},
         {"clipboard-24.bmp", "The 24-bit sample saved as a clipboard file and read back from its CF_DIB entry "
          "(convert sample-24.bmp sample-24.clp)", Source::Clipboard, {}},
+        {"metafile-8.bmp", "The 8-bit gray image recorded into a Windows metafile and played back on the display: "
+         "24 bits now (convert sample-8.bmp sample-8.wmf)", Source::Metafile, {}},
     };
     return panels;
 }
