@@ -99,7 +99,7 @@ bool FileHolds(HFILE file, uint64_t bytes) { return bytes <= BytesLeft(file); }
 // The entry's data in a new movable block of exactly its length.
 Outcome<OwnedBlock> ReadBlock(HFILE file, uint32_t length) {
     if (!FileHolds(file, length)) return Fail(IMGERR_IO);
-    OwnedBlock block = OwnedBlock::Allocate(length);
+    OwnedBlock block = OwnedBlock::Allocate(length, GMEM_MOVEABLE);  // every byte is read
     if (!block) return Fail(IMGERR_NOMEMORY);
     if (length == 0) return block;  // nothing to read (and an empty block may not lock)
     const BlockLock lock(block.get());
