@@ -65,25 +65,20 @@ namespace vxtest {
 
 // Whether polygons (each closed) cover pixel (x, y) as Windows fills them: the edges that span
 // row y (upper end included, lower end not) and cross it at or left of x, counted with their
-// directions; ALTERNATE takes an odd count, WINDING a non-zero sum. Exact for any 32-bit
-// coordinates.
+// directions; ALTERNATE takes an odd count, WINDING a non-zero sum. Exact for 32-bit points.
 inline bool PolygonCovers(const std::vector<POINT>& points, const std::vector<int>& counts, bool winding, int x,
                           int y) {
     int crossings = 0, sum = 0;
-    size_t first = 0;
-    for (const int count : counts) {
-        for (int i = 0; i < count; ++i) {
-            POINT a = points[first + i], b = points[first + (i + 1) % count];
+    for (size_t first = 0, n = 0; n < counts.size(); first += static_cast<size_t>(counts[n++]))
+        for (int i = 0; i < counts[n]; ++i) {
+            POINT a = points[first + i], b = points[first + (i + 1) % counts[n]];
             const int direction = a.y < b.y ? 1 : -1;
             if (a.y > b.y) std::swap(a, b);
-            if (y < a.y || y >= b.y) continue;
-            // Crossing at a.x + (y - a.y) dx / dy, compared with x without dividing.
-            const __int128 left = static_cast<__int128>(y - int64_t{a.y}) * (int64_t{b.x} - a.x);
-            const __int128 right = static_cast<__int128>(x - int64_t{a.x}) * (int64_t{b.y} - a.y);
-            if (left <= right) ++crossings, sum += direction;
+            // The crossing a.x + (y - a.y) dx / dy compared with x without dividing.
+            if (y >= a.y && y < b.y && static_cast<__int128>(y - int64_t{a.y}) * (int64_t{b.x} - a.x) <=
+                                           static_cast<__int128>(x - int64_t{a.x}) * (int64_t{b.y} - a.y))
+                ++crossings, sum += direction;
         }
-        first += static_cast<size_t>(count);
-    }
     return winding ? sum != 0 : crossings % 2 != 0;
 }
 

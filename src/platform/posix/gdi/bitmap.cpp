@@ -26,6 +26,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/objects.hpp"
 #include "platform/posix/gdi/pixel_formats.hpp"
 
@@ -358,6 +359,10 @@ VXPLATFORMAPI COLORREF SetPixel(HDC dc, int x, int y, COLORREF colour) {
     auto objects = Objects();
     const DeviceContext* context = objects.find<DeviceContext>(dc);
     if (context == nullptr) return CLR_INVALID;
+    if (MetaRecorder* recorder = RecorderOf(*context)) {
+        recorder->SetPixel(x, y, colour);
+        if (!recorder->keepsState()) return 1;  // TRUE, not a colour
+    }
     const Surface surface = DcSurface(objects, *context);
     if (surface.bits == nullptr) return CLR_INVALID;
     const uint32_t pixel = ColourPixel(surface, ResolveColour(objects, context->state, colour));

@@ -15,8 +15,10 @@
 // surface's bounds) cut to the surface, NULLREGION when nothing of it is visible, and maps the
 // corners back to logical coordinates without reordering them.
 #include <algorithm>
+#include <cstddef>
+#include <type_traits>
 
-#include "platform/posix/gdi/objects.hpp"
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/regions.hpp"
 
 namespace vx::posix::gdi {
@@ -33,10 +35,18 @@ Bands DeviceRectRegion(const DcState& state, int left, int top, int right, int b
 }
 
 // Runs `change` on the state of a DC with the table locked and the DC's surface at hand;
-// answers what it answers, ERROR for a handle that is not a DC.
-template <typename Change>
-int ChangeClip(HDC dc, Change change) {
+// answers what it answers, ERROR for a handle that is not a DC. A metafile DC's recorder is
+// handed the call first by `record(recorder, objects)` (null: a call no metafile holds); one
+// that keeps no state answers 1 at once.
+template <typename Record, typename Change>
+int ChangeClip(HDC dc, Record record, Change change) {
     return OnDC(dc, int{ERROR}, [&](auto& objects, DeviceContext& context) {
+        if constexpr (!std::is_null_pointer_v<Record>) {
+            if (MetaRecorder* recorder = RecorderOf(context)) {
+                record(*recorder, objects);
+                if (!recorder->keepsState()) return 1;
+            }
+        }
         return change(objects, context.state, DcSurface(objects, context));
     });
 }
@@ -72,6 +82,7 @@ std::vector<RECT> VisibleRects(const DcState& state, const Surface& surface) {
 using vx::posix::gdi::Bands;
 using vx::posix::gdi::DcState;
 using vx::posix::gdi::DeviceContext;
+using vx::posix::gdi::MetaRecorder;
 using vx::posix::gdi::Objects;
 using vx::posix::gdi::Region;
 using vx::posix::gdi::Surface;
@@ -80,7 +91,11 @@ extern "C" {
 
 VXPLATFORMAPI int SelectClipRgn(HDC dc, HRGN region) {
     using Access = vx::posix::gdi::ObjectTable::Access;
-    return vx::posix::gdi::ChangeClip(dc, [&](const Access& objects, DcState& state, const Surface& surface) {
+    const auto record = [&](MetaRecorder& recorder, const Access& objects) {
+        const Region* found = objects.find<Region>(region);
+        if (region == nullptr || found != nullptr) recorder.SelectClipRgn(found);
+    };
+    return vx::posix::gdi::ChangeClip(dc, record, [&](const Access& objects, DcState& state, const Surface& surface) {
         if (region == nullptr) return vx::posix::gdi::SelectClip(state, nullptr);
         // Windows gives the DC its default region before it copies, and keeps it on failure.
         vx::posix::gdi::MakeDefaultClip(state, surface);
@@ -90,7 +105,10 @@ VXPLATFORMAPI int SelectClipRgn(HDC dc, HRGN region) {
 
 VXPLATFORMAPI int IntersectClipRect(HDC dc, int left, int top, int right, int bottom) {
     using Access = vx::posix::gdi::ObjectTable::Access;
-    return vx::posix::gdi::ChangeClip(dc, [&](const Access&, DcState& state, const Surface&) {
+    const auto record = [&](MetaRecorder& recorder, const Access&) {
+        recorder.IntersectClipRect(left, top, right, bottom);
+    };
+    return vx::posix::gdi::ChangeClip(dc, record, [&](const Access&, DcState& state, const Surface&) {
         Bands rect = vx::posix::gdi::DeviceRectRegion(state, left, top, right, bottom);
         if (!state.clip) {
             state.clip = std::move(rect);
@@ -103,7 +121,10 @@ VXPLATFORMAPI int IntersectClipRect(HDC dc, int left, int top, int right, int bo
 
 VXPLATFORMAPI int ExcludeClipRect(HDC dc, int left, int top, int right, int bottom) {
     using Access = vx::posix::gdi::ObjectTable::Access;
-    return vx::posix::gdi::ChangeClip(dc, [&](const Access&, DcState& state, const Surface& surface) {
+    const auto record = [&](MetaRecorder& recorder, const Access&) {
+        recorder.ExcludeClipRect(left, top, right, bottom);
+    };
+    return vx::posix::gdi::ChangeClip(dc, record, [&](const Access&, DcState& state, const Surface& surface) {
         const Bands rect = vx::posix::gdi::DeviceRectRegion(state, left, top, right, bottom);
         vx::posix::gdi::MakeDefaultClip(state, surface);
         state.clip = vx::posix::gdi::CombineBands(*state.clip, rect, RGN_DIFF);
@@ -114,7 +135,7 @@ VXPLATFORMAPI int ExcludeClipRect(HDC dc, int left, int top, int right, int bott
 VXPLATFORMAPI int GetClipBox(HDC dc, LPRECT box) {
     if (box == nullptr) return ERROR;
     using Access = vx::posix::gdi::ObjectTable::Access;
-    return vx::posix::gdi::ChangeClip(dc, [&](const Access&, DcState& state, const Surface& surface) {
+    return vx::posix::gdi::ChangeClip(dc, nullptr, [&](const Access&, DcState& state, const Surface& surface) {
         const RECT bounds = vx::posix::gdi::SurfaceBounds(surface);
         int answer = SIMPLEREGION;
         RECT result = bounds;

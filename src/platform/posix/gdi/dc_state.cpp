@@ -12,13 +12,16 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/posix/gdi/objects.hpp"
+#include "platform/posix/gdi/metafile_recorder.hpp"
 
 using vx::posix::gdi::Bitmap;
 using vx::posix::gdi::Brush;
 using vx::posix::gdi::DcState;
 using vx::posix::gdi::DeviceContext;
+using vx::posix::gdi::MetaRecorder;
 using vx::posix::gdi::Objects;
+using vx::posix::gdi::RecorderOf;
+using vx::posix::gdi::StatelessRecorderOf;
 using vx::posix::gdi::Palette;
 using vx::posix::gdi::Pen;
 using vx::posix::gdi::Reselect;
@@ -30,6 +33,10 @@ VXPLATFORMAPI int SaveDC(HDC dc) {
         auto objects = Objects();
         DeviceContext* context = objects.find<DeviceContext>(dc);
         if (context == nullptr) return 0;
+        if (MetaRecorder* recorder = RecorderOf(*context)) {
+            recorder->SaveDC();
+            if (!recorder->keepsState()) return 1;
+        }
         context->saved.push_back(context->state);
         return static_cast<int>(context->saved.size());
     } catch (...) {
@@ -42,6 +49,10 @@ VXPLATFORMAPI BOOL RestoreDC(HDC dc, int level) {
         auto objects = Objects();
         DeviceContext* context = objects.find<DeviceContext>(dc);
         if (context == nullptr) return FALSE;
+        if (MetaRecorder* recorder = RecorderOf(*context)) {
+            recorder->RestoreDC(level);
+            if (!recorder->keepsState()) return TRUE;
+        }
         const int depth = static_cast<int>(context->saved.size());
         if (level == 0 || level > depth || level < -depth) return FALSE;
         if (level < 0) level = depth + level + 1;
@@ -70,19 +81,27 @@ VXPLATFORMAPI int SetROP2(HDC dc, int mode) {
     auto objects = Objects();
     DeviceContext* context = objects.find<DeviceContext>(dc);
     if (context == nullptr) return 0;
+    if (MetaRecorder* recorder = RecorderOf(*context)) {
+        recorder->SetROP2(mode);
+        if (!recorder->keepsState()) return 1;
+    }
     return std::exchange(context->state.rop2, mode);
 }
 
 VXPLATFORMAPI int GetROP2(HDC dc) {
     auto objects = Objects();
     const DeviceContext* context = objects.find<DeviceContext>(dc);
-    return context == nullptr ? 0 : context->state.rop2;
+    return context == nullptr || StatelessRecorderOf(*context) != nullptr ? 0 : context->state.rop2;
 }
 
 VXPLATFORMAPI BOOL MoveToEx(HDC dc, int x, int y, LPPOINT previous) {
     auto objects = Objects();
     DeviceContext* context = objects.find<DeviceContext>(dc);
     if (context == nullptr) return FALSE;
+    if (MetaRecorder* recorder = RecorderOf(*context)) {
+        recorder->MoveTo(x, y);
+        if (!recorder->keepsState()) return TRUE;
+    }
     if (previous != nullptr) *previous = context->state.position;
     context->state.position = POINT{x, y};
     return TRUE;

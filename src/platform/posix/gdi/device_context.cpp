@@ -9,11 +9,12 @@
 // 0 the second time. Deleting a cached DC (DeleteDC or DeleteObject) frees it for good. There
 // are no windows yet, so GetDC of any window but the screen answers NULL.
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "platform/posix/gdi/objects.hpp"
+#include "platform/posix/gdi/metafile_recorder.hpp"
 
 namespace vx::posix::gdi {
 namespace {
@@ -63,7 +64,13 @@ VXPLATFORMAPI BOOL DeleteDC(HDC dc) {
 VXPLATFORMAPI HPALETTE SelectPalette(HDC dc, HPALETTE palette, BOOL /*forceBackground*/) {
     auto objects = Objects();
     DeviceContext* context = objects.find<DeviceContext>(dc);
-    if (context == nullptr || objects.find<Palette>(palette) == nullptr) return nullptr;
+    const Palette* found = objects.find<Palette>(palette);
+    if (context == nullptr || found == nullptr) return nullptr;
+    if (vx::posix::gdi::MetaRecorder* recorder = vx::posix::gdi::RecorderOf(*context)) {
+        recorder->SelectPalette(palette, *found);
+        // A Windows metafile DC answers TRUE where the previous palette would be.
+        if (!recorder->keepsState()) return reinterpret_cast<HPALETTE>(intptr_t{1});
+    }
     return std::exchange(context->state.palette, palette);
 }
 

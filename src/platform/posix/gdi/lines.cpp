@@ -1,6 +1,6 @@
 // lines.cpp - lines and rectangles of the Linux subset: LineTo, Polyline and Rectangle, drawn
 // with the DC's pen, brush and binary raster operation (SetROP2) on the raw pixel bits of the
-// DC's surface.
+// DC's surface; and DrawPolyline and TernaryOf (lines.hpp), which the shapes draw with too.
 //
 // Pixels. A line lights the pixels Windows' Bresenham lights, its last point left out, so that
 // joined lines light every joint once. The major axis is the one with the larger extent (y on
@@ -35,9 +35,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include "platform/posix/gdi/lines.hpp"
+#include "platform/posix/gdi/metafile_recorder.hpp"
 
 namespace vx::posix::gdi {
 namespace {
@@ -245,67 +247,77 @@ uint8_t TernaryOf(int rop2) {
 
 using vx::posix::gdi::Canvas;
 using vx::posix::gdi::DeviceContext;
+using vx::posix::gdi::MetaRecorder;
 using vx::posix::gdi::ObjectTable;
 using vx::posix::gdi::Pen;
 
 extern "C" {
 
 VXPLATFORMAPI BOOL LineTo(HDC dc, int x, int y) {
-    return vx::posix::gdi::WithCanvas(dc, [&](const ObjectTable::Access& objects, const Canvas& canvas,
-                                              DeviceContext& context) {
-        const Pen* pen = objects.find<Pen>(context.state.pen);
-        if (canvas.surface.bits != nullptr && pen != nullptr && pen->style != PS_NULL) {
-            const POINT device[2] = {vx::posix::gdi::ToDevice(context.state, context.state.position),
-                                     vx::posix::gdi::ToDevice(context.state, POINT{x, y})};
-            vx::posix::gdi::DrawPolyline(canvas, *pen, device, 2, false);
-        }
-        context.state.position = POINT{x, y};
-    });
+    return vx::posix::gdi::WithCanvas(
+        dc, [&](MetaRecorder& recorder) { recorder.LineTo(x, y); },
+        [&](const ObjectTable::Access& objects, const Canvas& canvas, DeviceContext& context) {
+            const Pen* pen = objects.find<Pen>(context.state.pen);
+            if (canvas.surface.bits != nullptr && pen != nullptr && pen->style != PS_NULL) {
+                const POINT device[2] = {vx::posix::gdi::ToDevice(context.state, context.state.position),
+                                         vx::posix::gdi::ToDevice(context.state, POINT{x, y})};
+                vx::posix::gdi::DrawPolyline(canvas, *pen, device, 2, false);
+            }
+            context.state.position = POINT{x, y};
+            return TRUE;
+        });
 }
 
 VXPLATFORMAPI BOOL Polyline(HDC dc, const POINT* points, int count) {
-    if (points == nullptr || count < 2) return FALSE;
-    return vx::posix::gdi::WithCanvas(dc, [&](const ObjectTable::Access& objects, const Canvas& canvas,
-                                              const DeviceContext& context) {
-        const Pen* pen = objects.find<Pen>(context.state.pen);
-        if (canvas.surface.bits == nullptr || pen == nullptr || pen->style == PS_NULL) return;
-        std::vector<POINT> device(points, points + count);
-        for (POINT& point : device) point = vx::posix::gdi::ToDevice(context.state, point);
-        vx::posix::gdi::DrawPolyline(canvas, *pen, device.data(), device.size(), false);
-    });
+    // A metafile records whatever it is given; other DCs need two points.
+    std::span<const POINT> given;
+    if (points != nullptr && count > 0) given = std::span(points, static_cast<size_t>(count));
+    return vx::posix::gdi::WithCanvas(
+        dc, [&](MetaRecorder& recorder) { recorder.Polyline(given); },
+        [&](const ObjectTable::Access& objects, const Canvas& canvas, const DeviceContext& context) -> BOOL {
+            if (given.size() < 2) return FALSE;
+            const Pen* pen = objects.find<Pen>(context.state.pen);
+            if (canvas.surface.bits == nullptr || pen == nullptr || pen->style == PS_NULL) return TRUE;
+            std::vector<POINT> device(points, points + count);
+            for (POINT& point : device) point = vx::posix::gdi::ToDevice(context.state, point);
+            vx::posix::gdi::DrawPolyline(canvas, *pen, device.data(), device.size(), false);
+            return TRUE;
+        });
 }
 
 VXPLATFORMAPI BOOL Rectangle(HDC dc, int left, int top, int right, int bottom) {
-    return vx::posix::gdi::WithCanvas(dc, [&](const ObjectTable::Access& objects, const Canvas& canvas,
-                                              const DeviceContext& context) {
-        if (canvas.surface.bits == nullptr) return;
-        const POINT a = vx::posix::gdi::ToDevice(context.state, POINT{left, top});
-        const POINT b = vx::posix::gdi::ToDevice(context.state, POINT{right, bottom});
-        RECT rect{std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
-        if (rect.left == rect.right || rect.top == rect.bottom) return;
-        --rect.right;
-        --rect.bottom;
-        const Pen* pen = objects.find<Pen>(context.state.pen);
-        const bool outlined = pen != nullptr && pen->style != PS_NULL;
-        if (outlined) {
-            const POINT corners[4] = {
-                {rect.right, rect.top}, {rect.left, rect.top}, {rect.left, rect.bottom}, {rect.right, rect.bottom}};
-            vx::posix::gdi::DrawPolyline(canvas, *pen, corners, 4, true);
-        }
-        // The inside starts past the one-pixel outline (or where it would be, for PS_NULL only
-        // on the right and bottom, which Windows leaves unfilled). It is filled as PatBlt fills,
-        // through the same raster operation as the outline.
-        const int inset = outlined ? 1 : 0;
-        const RECT inside{rect.left + inset, rect.top + inset, rect.right, rect.bottom};
-        if (inside.left < inside.right && inside.top < inside.bottom) {
-            const vx::posix::gdi::BlitTarget target = vx::posix::gdi::TargetOf(objects, context);
-            const vx::posix::gdi::BlitPattern brush = vx::posix::gdi::RealizeBrush(objects, context, target);
-            vx::posix::gdi::BlitGeometry geometry;
-            geometry.dest = inside;
-            geometry.rop = vx::posix::gdi::TernaryOf(canvas.rop2);
-            vx::posix::gdi::RunBlit(target, nullptr, &brush, geometry);
-        }
-    });
+    return vx::posix::gdi::WithCanvas(
+        dc, [&](MetaRecorder& recorder) { recorder.Rectangle(left, top, right, bottom); },
+        [&](const ObjectTable::Access& objects, const Canvas& canvas, const DeviceContext& context) -> BOOL {
+            if (canvas.surface.bits == nullptr) return TRUE;
+            const POINT a = vx::posix::gdi::ToDevice(context.state, POINT{left, top});
+            const POINT b = vx::posix::gdi::ToDevice(context.state, POINT{right, bottom});
+            RECT rect{std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
+            if (rect.left == rect.right || rect.top == rect.bottom) return TRUE;
+            --rect.right;
+            --rect.bottom;
+            const Pen* pen = objects.find<Pen>(context.state.pen);
+            const bool outlined = pen != nullptr && pen->style != PS_NULL;
+            if (outlined) {
+                const POINT corners[4] = {
+                    {rect.right, rect.top}, {rect.left, rect.top}, {rect.left, rect.bottom}, {rect.right, rect.bottom}};
+                vx::posix::gdi::DrawPolyline(canvas, *pen, corners, 4, true);
+            }
+            // The inside starts past the one-pixel outline (or where it would be, for PS_NULL only
+            // on the right and bottom, which Windows leaves unfilled). It is filled as PatBlt fills,
+            // through the same raster operation as the outline.
+            const int inset = outlined ? 1 : 0;
+            const RECT inside{rect.left + inset, rect.top + inset, rect.right, rect.bottom};
+            if (inside.left < inside.right && inside.top < inside.bottom) {
+                const vx::posix::gdi::BlitTarget target = vx::posix::gdi::TargetOf(objects, context);
+                const vx::posix::gdi::BlitPattern brush = vx::posix::gdi::RealizeBrush(objects, context, target);
+                vx::posix::gdi::BlitGeometry geometry;
+                geometry.dest = inside;
+                geometry.rop = vx::posix::gdi::TernaryOf(canvas.rop2);
+                vx::posix::gdi::RunBlit(target, nullptr, &brush, geometry);
+            }
+            return TRUE;
+        });
 }
 
 }  // extern "C"

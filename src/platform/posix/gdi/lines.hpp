@@ -6,8 +6,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/raster.hpp"
 
 namespace vx::posix::gdi {
@@ -44,19 +46,45 @@ void DrawPolyline(const Canvas& canvas, const Pen& pen, const POINT* device, siz
 // `rop2` does to the pen and destination (bit 4 P + 2 S + D of the table, for any S).
 uint8_t TernaryOf(int rop2);
 
-// Runs `draw(canvas, context)` for a DC with the table locked; FALSE for a handle that is
-// not a DC. Nothing is drawn on a DC without pixels, and the call still succeeds.
+// Runs `draw(objects, canvas, context)` for a DC with the table locked and answers what it
+// answers (TRUE when it answers nothing); FALSE for a handle that is not a DC. Nothing is
+// drawn on a DC without pixels, and the call still succeeds.
 template <typename Draw>
 BOOL WithCanvas(HDC dc, Draw draw) {
-    return OnDC(dc, FALSE, [&](auto& objects, DeviceContext& context) {
+    return OnDC(dc, FALSE, [&](auto& objects, DeviceContext& context) -> BOOL {
         Canvas canvas;
         canvas.objects = &objects;
         canvas.state = &context.state;
         canvas.rop2 = context.state.rop2;
         canvas.surface = DcSurface(objects, context);
         if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context.state, canvas.surface);
-        draw(objects, canvas, context);
-        return TRUE;
+        if constexpr (std::is_void_v<decltype(draw(objects, canvas, context))>) {
+            draw(objects, canvas, context);
+            return TRUE;
+        } else {
+            return draw(objects, canvas, context);
+        }
+    });
+}
+
+// Runs `draw(objects, canvas, context)` for a DC with the table locked and answers what it
+// answers; FALSE for a handle that is not a DC. A metafile DC's recorder gets the call first
+// (`record`); one that keeps no state answers TRUE at once. Nothing is drawn on a DC without
+// pixels.
+template <typename Record, typename Draw>
+BOOL WithCanvas(HDC dc, Record record, Draw draw) {
+    return OnDC(dc, FALSE, [&](auto& objects, DeviceContext& context) -> BOOL {
+        if (MetaRecorder* recorder = RecorderOf(context)) {
+            record(*recorder);
+            if (!recorder->keepsState()) return TRUE;
+        }
+        Canvas canvas;
+        canvas.objects = &objects;
+        canvas.state = &context.state;
+        canvas.rop2 = context.state.rop2;
+        canvas.surface = DcSurface(objects, context);
+        if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context.state, canvas.surface);
+        return draw(objects, canvas, context);
     });
 }
 

@@ -1,7 +1,8 @@
 // mapping.cpp - mapping modes of the Linux subset: SetMapMode, GetMapMode, SetWindowOrgEx,
 // GetWindowOrgEx, SetWindowExtEx, GetWindowExtEx, SetViewportOrgEx, GetViewportOrgEx,
-// SetViewportExtEx, GetViewportExtEx, LPtoDP and DPtoLP; and the conversions the drawing code
-// uses: ToDevice, ToLogical and ToDeviceRect (objects.hpp).
+// SetViewportExtEx, GetViewportExtEx, OffsetWindowOrgEx, OffsetViewportOrgEx, ScaleWindowExtEx,
+// ScaleViewportExtEx, LPtoDP and DPtoLP; and the conversions the drawing code uses: ToDevice,
+// ToLogical and ToDeviceRect (objects.hpp).
 //
 // Windows keeps the mapping of a DC as a transformation matrix of single-precision floats,
 // made from the window and viewport origins and extents whenever one of them changes, and its
@@ -17,10 +18,18 @@
 // GetDeviceCaps before the table is locked. SetMapMode(MM_ISOTROPIC) starts from the
 // MM_LOMETRIC extents without adjusting them; each later extent change adjusts the viewport
 // extent so that a logical unit has the same physical size on both axes.
+//
+// The offsets add to an origin with 32-bit wrap-around. The scales multiply an extent by the
+// numerator in 32-bit wrapping arithmetic and divide by the denominator truncating, as Windows
+// does; an axis that comes out 0 becomes 1, and a zero numerator or denominator is refused
+// after the previous extents are reported. In a mode that fixes the extents they report them
+// and change nothing. (Windows faults dividing -2^31 by -1; here the extent stays -2^31.) On a
+// metafile DC the call is recorded, and only an enhanced metafile DC keeps the new state.
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/objects.hpp"
 
 namespace vx::posix::gdi {
@@ -109,13 +118,24 @@ void FixIsotropic(DcState& state, const Metrics& m) {
 
 bool Scalable(const DcState& state) { return state.mapMode == MM_ISOTROPIC || state.mapMode == MM_ANISOTROPIC; }
 
+// Hands a window or viewport call to a metafile DC's recorder; true when the call is done
+// (the recorder keeps no state: the call answers TRUE and leaves `previous` alone).
+bool Recorded(const DeviceContext& context, void (MetaRecorder::*record)(int, int), int x, int y) {
+    MetaRecorder* recorder = RecorderOf(context);
+    if (recorder == nullptr) return false;
+    (recorder->*record)(x, y);
+    return !recorder->keepsState();
+}
+
 // Sets one of the extents: refused (after the previous one is reported) in a mode that fixes
 // them or for a zero extent; `metrics` are the DC's, asked before the lock.
-BOOL SetExtent(HDC dc, SIZE DcState::*extent, int x, int y, LPSIZE previous) {
+BOOL SetExtent(HDC dc, SIZE DcState::*extent, void (MetaRecorder::*record)(int, int), int x, int y,
+              LPSIZE previous) {
     const Metrics metrics = DeviceMetrics(dc);
     auto objects = Objects();
     DeviceContext* context = objects.find<DeviceContext>(dc);
     if (context == nullptr) return FALSE;
+    if (Recorded(*context, record, x, y)) return TRUE;
     DcState& state = context->state;
     if (previous != nullptr) *previous = state.*extent;
     if (!Scalable(state)) return TRUE;
@@ -125,10 +145,63 @@ BOOL SetExtent(HDC dc, SIZE DcState::*extent, int x, int y, LPSIZE previous) {
     return TRUE;
 }
 
-BOOL SetOrigin(HDC dc, POINT DcState::*origin, int x, int y, LPPOINT previous) {
+BOOL SetOrigin(HDC dc, POINT DcState::*origin, void (MetaRecorder::*record)(int, int), int x, int y,
+              LPPOINT previous) {
     return OnDC(dc, FALSE, [&](auto&, DeviceContext& context) {
+        if (Recorded(context, record, x, y)) return TRUE;
         if (previous != nullptr) *previous = context.state.*origin;
         context.state.*origin = POINT{x, y};
+        return TRUE;
+    });
+}
+
+// What a metafile DC does with a mapping call: false when it is recorded and the DC keeps no
+// mapping state (a Windows metafile DC), so the call is done.
+template <typename Record>
+bool Recorded(DeviceContext& context, Record record) {
+    MetaRecorder* recorder = RecorderOf(context);
+    if (recorder == nullptr) return false;
+    record(*recorder);
+    return context.kind() == ObjectKind::MetaDC;
+}
+
+BOOL OffsetOrigin(HDC dc, POINT DcState::*origin, int x, int y, LPPOINT previous, bool window) {
+    return OnDC(dc, FALSE, [&](auto&, DeviceContext& context) {
+        if (Recorded(context, [&](MetaRecorder& r) { window ? r.OffsetWindowOrg(x, y) : r.OffsetViewportOrg(x, y); }))
+            return TRUE;
+        POINT& at = context.state.*origin;
+        if (previous != nullptr) *previous = at;
+        const auto add = [](LONG a, int b) {
+            return static_cast<LONG>(static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)));
+        };
+        at = POINT{add(at.x, x), add(at.y, y)};
+        return TRUE;
+    });
+}
+
+// extent * num / denom with the product wrapped to 32 bits and the quotient truncated.
+LONG ScaledExtent(LONG extent, int num, int denom) {
+    const int product = WrappingProduct(extent, num);
+    if (product == INT32_MIN && denom == -1) return INT32_MIN;
+    const int scaled = product / denom;
+    return scaled == 0 ? 1 : scaled;
+}
+
+BOOL ScaleExtent(HDC dc, SIZE DcState::*extent, int xNum, int xDenom, int yNum, int yDenom, LPSIZE previous,
+                 bool window) {
+    const Metrics metrics = DeviceMetrics(dc);
+    return OnDC(dc, FALSE, [&](auto&, DeviceContext& context) {
+        if (Recorded(context, [&](MetaRecorder& r) {
+                window ? r.ScaleWindowExt(xNum, xDenom, yNum, yDenom) : r.ScaleViewportExt(xNum, xDenom, yNum, yDenom);
+            }))
+            return TRUE;
+        DcState& state = context.state;
+        if (previous != nullptr) *previous = state.*extent;
+        if (!Scalable(state)) return TRUE;
+        if (xNum == 0 || xDenom == 0 || yNum == 0 || yDenom == 0) return FALSE;
+        SIZE& size = state.*extent;
+        size = SIZE{ScaledExtent(size.cx, xNum, xDenom), ScaledExtent(size.cy, yNum, yDenom)};
+        if (state.mapMode == MM_ISOTROPIC) FixIsotropic(state, metrics);
         return TRUE;
     });
 }
@@ -137,6 +210,7 @@ template <typename Value>
 BOOL GetSetting(HDC dc, Value DcState::*member, Value* out) {
     if (out == nullptr) return FALSE;
     return OnDC(dc, FALSE, [&](auto&, const DeviceContext& context) {
+        if (StatelessRecorderOf(context) != nullptr) return FALSE;
         *out = context.state.*member;
         return TRUE;
     });
@@ -168,16 +242,21 @@ RECT ToDeviceRect(const DcState& state, int x, int y, int width, int height) {
 
 using vx::posix::gdi::DcState;
 using vx::posix::gdi::DeviceContext;
+using vx::posix::gdi::MetaRecorder;
 using vx::posix::gdi::Objects;
 
 extern "C" {
 
 VXPLATFORMAPI int SetMapMode(HDC dc, int mode) {
-    if (mode < MM_TEXT || mode > MM_ANISOTROPIC) return 0;
     const auto m = vx::posix::gdi::DeviceMetrics(dc);
     auto objects = Objects();
     DeviceContext* context = objects.find<DeviceContext>(dc);
     if (context == nullptr) return 0;
+    if (MetaRecorder* recorder = vx::posix::gdi::RecorderOf(*context)) {
+        recorder->SetMapMode(mode);  // a Windows metafile records even a mode out of range
+        if (!recorder->keepsState()) return 1;
+    }
+    if (mode < MM_TEXT || mode > MM_ANISOTROPIC) return 0;
     DcState& state = context->state;
     const int previous = state.mapMode;
     if (mode == previous && vx::posix::gdi::Scalable(state)) return previous;
@@ -209,11 +288,11 @@ VXPLATFORMAPI int SetMapMode(HDC dc, int mode) {
 VXPLATFORMAPI int GetMapMode(HDC dc) {
     auto objects = Objects();
     const DeviceContext* context = objects.find<DeviceContext>(dc);
-    return context == nullptr ? 0 : context->state.mapMode;
+    return context == nullptr || vx::posix::gdi::StatelessRecorderOf(*context) != nullptr ? 0 : context->state.mapMode;
 }
 
 VXPLATFORMAPI BOOL SetWindowOrgEx(HDC dc, int x, int y, LPPOINT previous) {
-    return vx::posix::gdi::SetOrigin(dc, &DcState::windowOrigin, x, y, previous);
+    return vx::posix::gdi::SetOrigin(dc, &DcState::windowOrigin, &MetaRecorder::SetWindowOrg, x, y, previous);
 }
 
 VXPLATFORMAPI BOOL GetWindowOrgEx(HDC dc, LPPOINT origin) {
@@ -221,7 +300,7 @@ VXPLATFORMAPI BOOL GetWindowOrgEx(HDC dc, LPPOINT origin) {
 }
 
 VXPLATFORMAPI BOOL SetWindowExtEx(HDC dc, int x, int y, LPSIZE previous) {
-    return vx::posix::gdi::SetExtent(dc, &DcState::windowExtent, x, y, previous);
+    return vx::posix::gdi::SetExtent(dc, &DcState::windowExtent, &MetaRecorder::SetWindowExt, x, y, previous);
 }
 
 VXPLATFORMAPI BOOL GetWindowExtEx(HDC dc, LPSIZE extent) {
@@ -229,7 +308,7 @@ VXPLATFORMAPI BOOL GetWindowExtEx(HDC dc, LPSIZE extent) {
 }
 
 VXPLATFORMAPI BOOL SetViewportOrgEx(HDC dc, int x, int y, LPPOINT previous) {
-    return vx::posix::gdi::SetOrigin(dc, &DcState::viewportOrigin, x, y, previous);
+    return vx::posix::gdi::SetOrigin(dc, &DcState::viewportOrigin, &MetaRecorder::SetViewportOrg, x, y, previous);
 }
 
 VXPLATFORMAPI BOOL GetViewportOrgEx(HDC dc, LPPOINT origin) {
@@ -237,11 +316,27 @@ VXPLATFORMAPI BOOL GetViewportOrgEx(HDC dc, LPPOINT origin) {
 }
 
 VXPLATFORMAPI BOOL SetViewportExtEx(HDC dc, int x, int y, LPSIZE previous) {
-    return vx::posix::gdi::SetExtent(dc, &DcState::viewportExtent, x, y, previous);
+    return vx::posix::gdi::SetExtent(dc, &DcState::viewportExtent, &MetaRecorder::SetViewportExt, x, y, previous);
 }
 
 VXPLATFORMAPI BOOL GetViewportExtEx(HDC dc, LPSIZE extent) {
     return vx::posix::gdi::GetSetting(dc, &DcState::viewportExtent, extent);
+}
+
+VXPLATFORMAPI BOOL OffsetWindowOrgEx(HDC dc, int x, int y, LPPOINT previous) {
+    return vx::posix::gdi::OffsetOrigin(dc, &DcState::windowOrigin, x, y, previous, true);
+}
+
+VXPLATFORMAPI BOOL OffsetViewportOrgEx(HDC dc, int x, int y, LPPOINT previous) {
+    return vx::posix::gdi::OffsetOrigin(dc, &DcState::viewportOrigin, x, y, previous, false);
+}
+
+VXPLATFORMAPI BOOL ScaleWindowExtEx(HDC dc, int xNum, int xDenom, int yNum, int yDenom, LPSIZE previous) {
+    return vx::posix::gdi::ScaleExtent(dc, &DcState::windowExtent, xNum, xDenom, yNum, yDenom, previous, true);
+}
+
+VXPLATFORMAPI BOOL ScaleViewportExtEx(HDC dc, int xNum, int xDenom, int yNum, int yDenom, LPSIZE previous) {
+    return vx::posix::gdi::ScaleExtent(dc, &DcState::viewportExtent, xNum, xDenom, yNum, yDenom, previous, false);
 }
 
 VXPLATFORMAPI BOOL LPtoDP(HDC dc, LPPOINT points, int count) {

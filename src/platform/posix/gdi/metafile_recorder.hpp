@@ -9,12 +9,23 @@
 // where Windows keeps state for that kind of DC (an enhanced metafile DC answers GetMapMode,
 // for instance).
 //
+// A call reaches the recorder as soon as it has found the DC, before it checks its arguments
+// against the DC's state, because a Windows metafile DC records them unchecked (SetMapMode(99),
+// a zero window extent, RestoreDC of a level never saved); arguments a call refuses whatever
+// the DC (SetBkMode(7), a stale object) are refused first and never recorded. What the call
+// then answers depends on keepsState(): a recorder that keeps state (an enhanced metafile DC)
+// lets the call go on as on any DC without pixels, so it changes and answers the DcState, and
+// the recorder leaves out what the call then refuses; a recorder that does not (a Windows
+// metafile DC) stops the call there with Windows' answer for such a DC: 1 (TRUE) from nearly
+// every call, the DcState unchanged, and the getters fail.
+//
 // Each method runs with the object table locked (inside OnDC), so it may read the objects it
 // is given but must not call an exported GDI function. A method a recorder does not override
 // records nothing. Bytes go into the recorder's own buffer; Close... takes them out.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -28,6 +39,9 @@ enum class ArcKind { Arc, Pie, Chord };
 class MetaRecorder {
 public:
     virtual ~MetaRecorder() = default;
+
+    // Whether the DC keeps its state and answers as other DCs do (see above).
+    virtual bool keepsState() const { return true; }
 
     // State.
     virtual void SaveDC() {}
@@ -84,10 +98,12 @@ public:
     virtual void ExtTextOut(int /*x*/, int /*y*/, UINT /*options*/, const RECT* /*rect*/, std::string_view /*text*/,
                             std::span<const INT> /*dx*/) {}
 
-    // Transfers. A blit without a source (PatBlt, or a raster operation that does not use
-    // one) has `source` null; otherwise `source` is the source DC's surface and the source
-    // rectangle is in its device coordinates. The DIB calls pass the caller's header, colour
-    // table and bits, whose sizes the GDI call has checked.
+    // Transfers. `source` is the source DC's surface when the caller named a source DC with
+    // pixels (a raster operation that does not read it may still come with one), null for
+    // PatBlt and when there is none; the source rectangle is as the caller gave it (Windows
+    // records it so, whatever the source DC's mapping). The
+    // DIB calls pass the caller's header (read and checked by the call), colour table and
+    // bits, which the header is trusted to describe, as Windows trusts it.
     virtual void PatBlt(int /*x*/, int /*y*/, int /*width*/, int /*height*/, DWORD /*rop*/) {}
     virtual void StretchBlt(int /*x*/, int /*y*/, int /*width*/, int /*height*/, const Surface* /*source*/,
                             int /*sourceX*/, int /*sourceY*/, int /*sourceWidth*/, int /*sourceHeight*/,
@@ -102,5 +118,21 @@ public:
 
 // The recorder of a DC, or null when it is no metafile DC.
 inline MetaRecorder* RecorderOf(const DeviceContext& context) { return context.recorder.get(); }
+
+// The recorder of a DC that keeps no state (a Windows metafile DC), or null: the calls that
+// find one record and answer at once.
+inline MetaRecorder* StatelessRecorderOf(const DeviceContext& context) {
+    MetaRecorder* recorder = context.recorder.get();
+    return recorder != nullptr && !recorder->keepsState() ? recorder : nullptr;
+}
+
+// A new metafile DC of `kind` (MetaDC or EnhMetaDC) recording into `recorder`, with the
+// selections a new DC starts with; null when out of memory. Takes the table lock: call it
+// without one.
+HDC NewMetaDC(ObjectKind kind, std::shared_ptr<MetaRecorder> recorder);
+
+// Tells every live recorder that `handle` is being deleted (DeleteObject; the recorder
+// decides what that means to it). Call with the table locked.
+void TellRecordersDeleted(HGDIOBJ handle);
 
 }  // namespace vx::posix::gdi

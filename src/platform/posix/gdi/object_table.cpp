@@ -12,6 +12,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/objects.hpp"
 
 namespace vx::posix::gdi {
@@ -97,6 +98,7 @@ VXPLATFORMAPI BOOL DeleteObject(HGDIOBJ handle) {
     {
         auto objects = Objects();
         if (objects.isStock(handle)) return TRUE;
+        if (objects.find(handle) != nullptr) vx::posix::gdi::TellRecordersDeleted(handle);
         if (vx::posix::gdi::DeferDeletion(objects, handle)) return TRUE;
         if (auto* context = objects.find<vx::posix::gdi::DeviceContext>(handle))
             vx::posix::gdi::ReleaseSelections(objects, static_cast<HDC>(handle), context->state);

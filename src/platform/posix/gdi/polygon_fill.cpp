@@ -114,7 +114,8 @@ Bands PolygonArea(std::span<const POINT> points, std::span<const int> counts, bo
                     spans.push_back({ClampInt(crossings[i].x), row, ClampInt(crossings[i + 1].x), row + 1});
         }
         // Spans of one row come out sorted by their left ends; overlapping or touching ones merge.
-        if (!winding) std::sort(spans.begin(), spans.end(), [](const RECT& a, const RECT& b) { return a.left < b.left; });
+        if (!winding)
+            std::sort(spans.begin(), spans.end(), [](const RECT& a, const RECT& b) { return a.left < b.left; });
         const size_t rowStart = area.size();
         for (const RECT& span : spans) {
             if (span.left >= span.right) continue;
@@ -179,7 +180,10 @@ void FillArea(const BlitTarget& target, const BlitPattern& brush, uint8_t rop, c
 RowRange VisibleRows(const std::vector<RECT>& visible) {
     if (visible.empty()) return {};
     RowRange rows{INT_MAX, INT_MIN};
-    for (const RECT& r : visible) rows.top = std::min<int>(rows.top, r.top), rows.bottom = std::max<int>(rows.bottom, r.bottom);
+    for (const RECT& r : visible) {
+        rows.top = std::min<int>(rows.top, r.top);
+        rows.bottom = std::max<int>(rows.bottom, r.bottom);
+    }
     return rows;
 }
 

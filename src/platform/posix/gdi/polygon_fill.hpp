@@ -15,7 +15,7 @@
 namespace vx::posix::gdi {
 
 // The most points a polygon set or a curve's outline may have; larger ones are refused.
-inline constexpr int64_t kMaxShapePoints = int64_t{1} << 24;
+inline constexpr int64_t kMaxShapePoints = int64_t{1} << 22;
 
 // The pixels of polygons (`counts[i]` points each, each closed back to its first point) in
 // rows [top, bottom) only, as rectangles one row high, sorted, each row's merged: the rows

@@ -33,6 +33,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/pixel_formats.hpp"
 #include "platform/posix/gdi/raster.hpp"
 #include "platform/posix/gdi/rop.hpp"
@@ -690,15 +691,43 @@ using namespace vx::posix::gdi;
 
 namespace {
 
+enum class TransferCall { PatBlt, BitBlt, StretchBlt };
+
+// Hands a transfer to a metafile DC's recorder; the answer when the call ends there (a
+// recorder that keeps no state). A Windows metafile holds a blit only with the pixels of its
+// source, so BitBlt and StretchBlt fail there without a source that has pixels, whatever
+// the raster operation; PatBlt records any operation.
+std::optional<BOOL> Recorded(const ObjectTable::Access& objects, const DeviceContext& context, TransferCall call,
+                             int x, int y, int width, int height, HDC sourceDc, int sourceX, int sourceY,
+                             int sourceWidth, int sourceHeight, DWORD rop) {
+    MetaRecorder* recorder = RecorderOf(context);
+    if (recorder == nullptr) return std::nullopt;
+    if (call == TransferCall::PatBlt) {
+        recorder->PatBlt(x, y, width, height, rop);
+    } else {
+        const DeviceContext* from = objects.find<DeviceContext>(sourceDc);
+        const Surface surface = from != nullptr ? DcSurface(objects, *from) : Surface{};
+        if (surface.bits == nullptr && !recorder->keepsState()) return FALSE;
+        recorder->StretchBlt(x, y, width, height, surface.bits != nullptr ? &surface : nullptr, sourceX, sourceY,
+                             sourceWidth, sourceHeight, rop, call == TransferCall::StretchBlt);
+    }
+    if (!recorder->keepsState()) return TRUE;
+    return std::nullopt;
+}
+
 // The mode of the destination DC's stretch and its brush, gathered with the source.
-BOOL Transfer(HDC dest, int x, int y, int width, int height, HDC sourceDc, int sourceX, int sourceY, int sourceWidth,
-              int sourceHeight, DWORD rop) {
+BOOL Transfer(TransferCall call, HDC dest, int x, int y, int width, int height, HDC sourceDc, int sourceX,
+              int sourceY, int sourceWidth, int sourceHeight, DWORD rop) {
     try {
         const auto code = static_cast<uint8_t>(rop >> 16);
         const RopUses uses = RopInputs(code);
         auto objects = Objects();
         DeviceContext* context = objects.find<DeviceContext>(dest);
         if (context == nullptr) return FALSE;
+        if (const auto answer = Recorded(objects, *context, call, x, y, width, height, sourceDc, sourceX, sourceY,
+                                         sourceWidth, sourceHeight, rop))
+            return *answer;
+        if (call == TransferCall::PatBlt && uses.source) return FALSE;
         const DeviceContext* sourceContext = nullptr;
         if (uses.source) {
             sourceContext = objects.find<DeviceContext>(sourceDc);
@@ -730,17 +759,17 @@ extern "C" {
 
 VXPLATFORMAPI BOOL BitBlt(HDC dest, int x, int y, int width, int height, HDC source, int sourceX, int sourceY,
                           DWORD rop) {
-    return Transfer(dest, x, y, width, height, source, sourceX, sourceY, width, height, rop);
+    return Transfer(TransferCall::BitBlt, dest, x, y, width, height, source, sourceX, sourceY, width, height, rop);
 }
 
 VXPLATFORMAPI BOOL StretchBlt(HDC dest, int x, int y, int width, int height, HDC source, int sourceX, int sourceY,
                               int sourceWidth, int sourceHeight, DWORD rop) {
-    return Transfer(dest, x, y, width, height, source, sourceX, sourceY, sourceWidth, sourceHeight, rop);
+    return Transfer(TransferCall::StretchBlt, dest, x, y, width, height, source, sourceX, sourceY, sourceWidth,
+                    sourceHeight, rop);
 }
 
 VXPLATFORMAPI BOOL PatBlt(HDC dc, int x, int y, int width, int height, DWORD rop) {
-    if (RopInputs(static_cast<uint8_t>(rop >> 16)).source) return FALSE;
-    return Transfer(dc, x, y, width, height, nullptr, 0, 0, 0, 0, rop);
+    return Transfer(TransferCall::PatBlt, dc, x, y, width, height, nullptr, 0, 0, 0, 0, rop);
 }
 
 }  // extern "C"

@@ -17,11 +17,16 @@
 // to draw on), and 0 when the source rectangle is empty or lies wholly outside the image;
 // for a top-down DIB and any operation but SRCCOPY it answers the header's negative height.
 // The header is trusted for the size of the bits, as Windows trusts it.
+//
+// A metafile DC's recorder gets a call once its header has been read; a Windows metafile DC
+// then answers the source height (StretchDIBits) or the lines given (SetDIBitsToDevice),
+// whatever the rectangles.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/raster.hpp"
 #include "platform/posix/gdi/rop.hpp"
 
@@ -105,12 +110,17 @@ extern "C" {
 VXPLATFORMAPI int SetDIBitsToDevice(HDC dc, int x, int y, DWORD width, DWORD height, int sourceX, int sourceY,
                                     UINT start, UINT lines, const void* bits, const BITMAPINFO* info, UINT usage) {
     try {
-        if (bits == nullptr || lines == 0 || width == 0) return 0;
+        if (bits == nullptr) return 0;
         auto objects = Objects();
         DeviceContext* context = objects.find<DeviceContext>(dc);
         if (context == nullptr) return 0;
         DibSource dib;
         if (!ReadDib(objects, context->state, info, usage, dib)) return 0;
+        if (MetaRecorder* recorder = RecorderOf(*context)) {
+            recorder->SetDIBitsToDevice(x, y, width, height, sourceX, sourceY, start, lines, bits, info, usage);
+            if (!recorder->keepsState()) return static_cast<int>(lines);
+        }
+        if (lines == 0 || width == 0) return 0;
         const int64_t H = dib.height;
         if (start >= H) return 0;
         int64_t given = lines, answer;
@@ -155,13 +165,19 @@ VXPLATFORMAPI int StretchDIBits(HDC dc, int x, int y, int width, int height, int
                                 int sourceWidth, int sourceHeight, const void* bits, const BITMAPINFO* info,
                                 UINT usage, DWORD rop) {
     try {
-        if (bits == nullptr || sourceWidth == 0 || sourceHeight == 0) return 0;
+        if (bits == nullptr) return 0;
         const auto code = static_cast<uint8_t>(rop >> 16);
         auto objects = Objects();
         DeviceContext* context = objects.find<DeviceContext>(dc);
         if (context == nullptr) return 0;
         DibSource dib;
         if (!ReadDib(objects, context->state, info, usage, dib)) return 0;
+        if (MetaRecorder* recorder = RecorderOf(*context)) {
+            recorder->StretchDIBits(x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight, bits, info, usage,
+                                    rop);
+            if (!recorder->keepsState()) return sourceHeight;
+        }
+        if (sourceWidth == 0 || sourceHeight == 0) return 0;
         const int64_t H = dib.height;
         // The source rectangle in image rows from the top.
         const int64_t left = sourceX, right = int64_t{sourceX} + sourceWidth;

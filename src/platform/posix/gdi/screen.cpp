@@ -24,6 +24,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/objects.hpp"
 #include "platform/posix/gdi/pixel_formats.hpp"
 #include "platform/posix/gdi/screen.hpp"
@@ -123,6 +124,10 @@ VXPLATFORMAPI UINT RealizePalette(HDC dc) {
     {
         auto objects = Objects();
         const DeviceContext* context = objects.find<DeviceContext>(dc);
+        if (MetaRecorder* recorder = context != nullptr ? RecorderOf(*context) : nullptr) {
+            recorder->RealizePalette();
+            if (!recorder->keepsState()) return 1;
+        }
         const Palette* palette = context != nullptr ? objects.find<Palette>(context->state.palette) : nullptr;
         if (palette == nullptr || !PaletteScreen()) return 0;
         colours = palette->entries;

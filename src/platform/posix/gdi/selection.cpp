@@ -98,6 +98,15 @@ VXPLATFORMAPI HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
         DeviceContext* context = objects.find<DeviceContext>(dc);
         GdiObject* object = objects.find(handle);
         if (context == nullptr || object == nullptr) return nullptr;
+        // A metafile DC of either kind records every pen and brush selected (even one selected
+        // already) and keeps them, as SelectObject answers; a Windows metafile DC takes no
+        // region and no bitmap.
+        if (MetaRecorder* recorder = RecorderOf(*context)) {
+            const ObjectKind kind = object->kind();
+            const bool region = kind == ObjectKind::Region;
+            if (!recorder->keepsState() && (region || kind == ObjectKind::Bitmap)) return nullptr;
+            if (region || kind == ObjectKind::Pen || kind == ObjectKind::Brush) recorder->SelectObject(handle, *object);
+        }
         DcState& state = context->state;
         HGDIOBJ* slot = nullptr;
         switch (object->kind()) {
