@@ -41,6 +41,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <optional>
@@ -118,8 +119,15 @@ std::optional<FontFile> FindFile(const std::string& family, int weight, bool ita
     static auto* found = new std::map<std::string, std::optional<FontFile>>;
     const std::string key = family + '\n' + std::to_string(weight) + (italic ? "i" : "");
     if (const auto hit = found->find(key); hit != found->end()) return hit->second;
+    // Fontconfig's configuration lives until the process ends; FcFini then frees it (it is
+    // not reachable otherwise, and leak checkers would report it).
+    static const bool ready = [] {
+        if (FcInit() == FcFalse) return false;
+        std::atexit([] { FcFini(); });
+        return true;
+    }();
     std::optional<FontFile> file;
-    if (FcInit() != FcFalse) {
+    if (ready) {
         FcPattern* pattern = FcPatternCreate();
         if (pattern != nullptr) {
             FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
