@@ -143,6 +143,8 @@ const std::vector<Panel>& Panels() {
          "(convert sample-24.bmp sample-24.clp)", Source::Clipboard, {}},
         {"metafile-8.bmp", "The 8-bit gray image recorded into a Windows metafile and played back on the display: "
          "24 bits now (convert sample-8.bmp sample-8.wmf)", Source::Metafile, {}},
+        {"metafile-emf-24.bmp", "The 24-bit sample through an enhanced metafile (convert sample-24.bmp sample-24.emf)",
+         Source::EnhMetafile, {}},
     };
     return panels;
 }
