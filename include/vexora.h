@@ -1331,16 +1331,48 @@ VXAPI HDIB VXCALL LoadColorFaxPage(LPCSTR fileName, int page, int *status);
 /* File formats: text rendered into bitmaps                                  */
 /* ------------------------------------------------------------------------ */
 
-/* Reads a text file (converted from the OEM code page when ansi is FALSE)
-   and renders it black on white into a 1-bit device bitmap. NULL on failure
-   with IMGERR_OPENFILE, IMGERR_NOMEMORY or IMGERR_IO in the module code; a
-   rendering failure is reported as IMGERR_SUCCESS. */
+/*
+ * LoadASCIIFile reads a whole text file into a zero-filled block 10 bytes longer than the
+ * file, converts it from the OEM code page (437) to the ANSI one (Windows-1252) with
+ * OemToCharA when ansi is FALSE, and renders it with LoadASCIIIntoBitmap. The module code is
+ * set ahead of each step, so a failure leaves the code of the step that failed: NULL with
+ * IMGERR_OPENFILE (the file cannot be opened), IMGERR_NOMEMORY (no block for it: files of
+ * 4 GB and more are refused this way) or IMGERR_IO (a short read). After the rendering the
+ * code is IMGERR_SUCCESS whatever it gave, so a text that could not be rendered answers NULL
+ * with IMGERR_SUCCESS. The wait cursor shows meanwhile.
+ *
+ * LoadASCIIIntoBitmap renders the text in a movable block, black on white, into a new 1-bit
+ * device bitmap the caller deletes. The block's last byte (at GlobalSize - 1) is overwritten
+ * with 0, so the text ends there at the latest; its first zero byte ends it. The text is
+ * measured and drawn with the default font of a memory DC compatible with the active window
+ * (the screen's when none is active), through DrawTextA with DT_EXTERNALLEADING: lines break
+ * at CR, LF, CR LF and LF CR; a '&' underlines the character after it and "&&" shows one
+ * (DT_NOPREFIX is not given); tabs are not expanded. Every line is one font height (tmHeight
+ * plus tmExternalLeading) below the last, and the bitmap is as wide as the widest line.
+ *   - Fonts: on Windows the stock system font. On Linux the same layout is drawn with DejaVu
+ *     Sans Condensed Bold (the fonts-dejavu-extra package), whose metrics match the system
+ *     font's (16-pixel lines, ascent 13, descent 3, average width 7); the glyphs differ, so the
+ *     bitmaps have the same height and a similar width, not the same pixels.
+ *   - Long texts: a first pass estimates the extent counting carriage returns only; when it
+ *     comes within one line of 32767 pixels (2047 lines of the system font) the text is cut
+ *     there (a 0 is written into the block) and "Lines truncated" goes to the message sink
+ *     (caption "SORRY", MB_ICONEXCLAMATION); the bitmap holds the lines before the cut. A text
+ *     of line feeds alone is not cut by the estimate and is drawn whole.
+ *   - When no bitmap of the full height can be made, the height is halved until one can or it
+ *     is no longer above one line, and the text is squeezed vertically into it (an
+ *     MM_ANISOTROPIC mapping).
+ *   - A text that measures 0 wide or high (an empty text, or only line breaks) gets the
+ *     stock 1 x 1 bitmap that CreateBitmap answers for an empty size, as on Windows; deleting
+ *     it does nothing.
+ *   - DrawTextA shows at most the first 1024 characters of a line, as Windows' USER does, so
+ *     a line is at most 1024 characters wide in the bitmap, however long it is in the text.
+ *   - 100 MB of text: the estimate, the measuring and the drawing are one pass each, well under
+ *     a second on Linux. Bytes below 32 are drawn as the font's default glyph.
+ * NULL on failure with IMGERR_NOMEMORY (the block cannot be locked, is empty, or no bitmap can
+ * be made) or IMGERR_CREATEDC (no memory DC; on Linux also no font file at all). The module
+ * code is left alone on success.
+ */
 VXAPI HBITMAP VXCALL LoadASCIIFile(LPCSTR fileName, BOOL ansi);
-
-/* Renders the text in a movable block (its last byte is overwritten with 0)
-   into a 1-bit device bitmap, squeezing it vertically if a full-height
-   bitmap cannot be made. NULL on failure with IMGERR_NOMEMORY or
-   IMGERR_CREATEDC in the module code. */
 VXAPI HBITMAP VXCALL LoadASCIIIntoBitmap(HGLOBAL text);
 
 /* ------------------------------------------------------------------------ */

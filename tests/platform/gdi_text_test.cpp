@@ -132,12 +132,13 @@ TEST(GdiText, CreatedFontsAreObjectsLikeTheOthers) {
 }
 
 // DrawTextA's measuring: lines break at CR, LF, CR LF and LF CR, a break at the end opens no
-// line, '&' marks a character, tabs are characters unless expanded; the rectangle grows from
-// its own corner.
+// line, a line shows 1024 characters at most, '&' marks a character, tabs are characters
+// unless expanded; the rectangle grows from its own corner.
 TEST(GdiText, DrawTextMeasuresLinesAsUserBreaksThem) {
     vx::MemoryDC dc;
     const HDC h = dc.get();
     const LONG line = Metrics(h).tmHeight;
+    const std::string longLine = std::string(1500, 'x') + "\r\nAB";
     struct Case {
         const char* text;
         int count;
@@ -166,21 +167,38 @@ TEST(GdiText, DrawTextMeasuresLinesAsUserBreaksThem) {
         {"A\tB", -1, 0, 1, Extent(h, "A\tB")},
         {"A\tB", -1, DT_EXPANDTABS, 1, 8 * Metrics(h).tmAveCharWidth + Extent(h, "B")},
         {"A\rB\nC", -1, DT_SINGLELINE, 1, Extent(h, "A\rB\nC")},
+        {longLine.c_str(), -1, 0, 2, Extent(h, std::string(1024, 'x').c_str())},  // 1024 characters a line
     };
     for (const Case& c : cases) {
         RECT rect{10, 20, 11, 21};
         const int height = DrawTextA(h, c.text, c.count, &rect, DT_CALCRECT | DT_EXTERNALLEADING | c.extraFlags);
-        const std::string name = ::testing::PrintToString(std::string(c.text));
+        const std::string name = ::testing::PrintToString(std::string(c.text).substr(0, 20));
         EXPECT_EQ(height, c.lines * line) << name;
         EXPECT_EQ(rect.left, 10) << name;
         EXPECT_EQ(rect.top, 20) << name;
         EXPECT_EQ(rect.right, 10 + c.width) << name;
         EXPECT_EQ(rect.bottom, 20 + c.lines * line) << name;
     }
-    RECT rect{0, 0, 0, 0};
-    EXPECT_EQ(DrawTextA(h, "", -1, &rect, DT_CALCRECT), line);  // one line, the rectangle left alone
-    EXPECT_EQ(rect.right, 0);
-    EXPECT_EQ(rect.bottom, 0);
+    // A single line centred or at the bottom: the answer says where it ends (1 rather than 0).
+    struct Placed {
+        UINT flags;
+        RECT rect;
+        int answer;
+    };
+    for (const Placed& p : {Placed{DT_SINGLELINE | DT_VCENTER, {3, 5, 103, 65}, (60 - line) / 2 + line},
+                            Placed{DT_SINGLELINE | DT_VCENTER, {3, 5, 3, 5}, -line / 2 + line},
+                            Placed{DT_SINGLELINE | DT_BOTTOM, {3, 5, 103, 65}, 60},
+                            Placed{DT_SINGLELINE | DT_BOTTOM, {3, 5, 3, 5}, 1}}) {
+        RECT rect = p.rect;
+        EXPECT_EQ(DrawTextA(h, "one\rtwo", -1, &rect, DT_CALCRECT | p.flags), p.answer) << p.flags;
+        EXPECT_EQ(rect.bottom, 5 + (p.answer == 1 ? 0 : p.answer)) << p.flags;
+        rect = p.rect;
+        EXPECT_EQ(DrawTextA(h, "one", -1, &rect, p.flags), p.answer) << p.flags;
+    }
+    RECT rect{10, 20, 50, 60};
+    EXPECT_EQ(DrawTextA(h, "", -1, &rect, DT_CALCRECT), line);  // one line, yet an empty rectangle
+    EXPECT_EQ(rect.right, 10);
+    EXPECT_EQ(rect.bottom, 20);
     EXPECT_EQ(DrawTextA(h, "Hello", 0, &rect, DT_CALCRECT), 0);
 }
 

@@ -1,7 +1,8 @@
 // ink.hpp - where the black pixels of a 1-bit bitmap lie, for the text tests, which check the
 // structure of what fonts draw (where the ink is, how many lines) and never a glyph's pixels:
 // Ink (the box around the black pixels and their count), InkOf (of a whole monochrome bitmap
-// or a band of its rows) and Picture (the bitmap as rows of '#' and '.', for failure messages).
+// or a band of its rows), BitsOf (a bitmap's bytes as GetBitmapBits gives them) and Picture
+// (the bitmap as rows of '#' and '.', for failure messages).
 #pragma once
 
 #include <algorithm>
@@ -10,9 +11,15 @@
 #include <string>
 #include <vector>
 
-#include "gdi_support.hpp"
+#include "vexora.h"
 
 namespace vxtest {
+
+inline std::vector<uint8_t> BitsOf(HBITMAP bitmap) {
+    std::vector<uint8_t> bytes(static_cast<size_t>(std::max<LONG>(GetBitmapBits(bitmap, 0, nullptr), 0)));
+    if (!bytes.empty()) GetBitmapBits(bitmap, static_cast<LONG>(bytes.size()), bytes.data());
+    return bytes;
+}
 
 struct Ink {
     int left = INT_MAX, top = INT_MAX, right = INT_MIN, bottom = INT_MIN;  // right, bottom exclusive
@@ -28,7 +35,7 @@ struct MonoRows {
         width = info.bmWidth;
         height = info.bmHeight;
         stride = info.bmWidthBytes;
-        bytes = BitmapBytes(bitmap);
+        bytes = BitsOf(bitmap);
     }
     bool black(int x, int y) const {
         return ((bytes[static_cast<size_t>(y) * stride + x / 8] >> (7 - x % 8)) & 1) == 0;

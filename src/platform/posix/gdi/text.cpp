@@ -19,16 +19,18 @@
 // millions of characters long costs its measuring, not its drawing.
 //
 // DrawTextA lays lines out as Windows' USER does (as Wine shows it): a line ends at CR, LF,
-// CR LF or LF CR, a break at the very end of the text opens no further line, and an empty
-// text answers one line's height and leaves the rectangle alone. Without DT_NOPREFIX, '&'
+// CR LF or LF CR, a break at the very end of the text opens no further line, a line shows at
+// most its first 1024 characters, and an empty text answers one line's height while
+// DT_CALCRECT makes the rectangle empty at its top-left corner. Without DT_NOPREFIX, '&'
 // marks the next character, which is drawn underlined, "&&" shows one '&', a '&' before a
 // line break vanishes and one ending the text is shown. Tabs are glyphs like any other byte
 // unless DT_EXPANDTABS sets stops every eight average character widths. Lines are
 // tmHeight apart (plus tmExternalLeading with DT_EXTERNALLEADING); DT_CENTER and DT_RIGHT
 // place each line in the rectangle, DT_VCENTER and DT_BOTTOM a DT_SINGLELINE one; DT_WORDBREAK
-// is not done (lines are never wrapped). DT_CALCRECT only measures: right becomes left plus
-// the widest line, bottom top plus the height. The answer is the height of the text, limited
-// to 32 bits, as is the rectangle. Nothing holds the whole layout: measuring and drawing each
+// is not done (lines are never wrapped). The answer is how far below the rectangle's top the
+// text ends (its height, plus the offset DT_VCENTER or DT_BOTTOM gave it; 1 rather than 0),
+// limited to 32 bits. DT_CALCRECT only measures: right becomes left plus the widest line,
+// bottom top plus the answer. Nothing holds the whole layout: measuring and drawing each
 // walk the text once.
 //
 // A metafile DC hands TextOutA, ExtTextOutA and SetTextAlign to its recorder as they were
@@ -266,20 +268,26 @@ size_t LineEnd(std::string_view text, size_t begin, bool singleLine) {
     return end;
 }
 
+// The characters DrawTextA shows of a line; the rest of a longer line is left out (Windows'
+// USER works on lines through a buffer of this many characters, as Wine shows).
+constexpr size_t kLongestLine = 1024;
+
 struct LineRules {
     bool prefixes = true;
     bool expandTabs = false;
     int tabStop = 0;  // device pixels
 };
 
-// Walks the characters DrawTextA shows of one line: `visit(byte, offset, underlined)` with the
-// pen offset in device pixels, stopping when it answers false. Answers the line's width.
-// `endsText` says whether the line is the end of the whole text (a '&' there is shown).
+// Walks the characters DrawTextA shows of one line, at most kLongestLine of them:
+// `visit(byte, offset, underlined)` with the pen offset in device pixels, stopping when it
+// answers false. Answers the line's width. `endsText` says whether the line is the end of the
+// whole text (a '&' there is shown).
 template <typename Visit>
 int64_t WalkLine(const RealizedFont& font, std::string_view line, bool endsText, const LineRules& rules, Visit visit) {
     int64_t pen = 0;
     bool walking = true;
-    for (size_t i = 0; i < line.size(); ++i) {
+    size_t shown = 0;
+    for (size_t i = 0; i < line.size() && shown < kLongestLine; ++i, ++shown) {
         auto byte = static_cast<uint8_t>(line[i]);
         bool underlined = false;
         if (rules.prefixes && byte == '&') {
@@ -325,21 +333,29 @@ int DrawTextOn(const ObjectTable::Access& objects, DeviceContext& context, std::
     const TextScale scale = ScaleOf(state);
     const int64_t lineHeight =
         scale.toLogicalY(m.height) + ((format & DT_EXTERNALLEADING) != 0 ? scale.toLogicalY(m.externalLeading) : 0);
-    if (text.empty()) return static_cast<int>(lineHeight);
+    if (text.empty()) {
+        if ((format & DT_CALCRECT) != 0) rect.right = rect.left, rect.bottom = rect.top;
+        return static_cast<int>(lineHeight);
+    }
 
     const bool singleLine = (format & DT_SINGLELINE) != 0;
     const LineRules rules{(format & DT_NOPREFIX) == 0, (format & DT_EXPANDTABS) != 0, 8 * m.aveCharWidth};
     const TextLayout layout = Measure(*font, text, singleLine, rules);
     const int64_t height = layout.lines * lineHeight;
+    // A single line may sit lower in the rectangle; the answer is where the text ends below
+    // the rectangle's top (1 rather than 0).
+    int64_t offset = 0;
+    if (singleLine && (format & DT_VCENTER) != 0) offset = (int64_t{rect.bottom} - rect.top - height) / 2;
+    else if (singleLine && (format & DT_BOTTOM) != 0) offset = int64_t{rect.bottom} - rect.top - height;
+    const int64_t end = offset + height;
+    const int answer = end == 0 ? 1 : Clamp32(end);
     if ((format & DT_CALCRECT) != 0) {
         rect.right = Clamp32(int64_t{rect.left} + scale.toLogicalX(layout.widest));
-        rect.bottom = Clamp32(int64_t{rect.top} + height);
-        return static_cast<int>(std::min<int64_t>(height, INT_MAX));
+        rect.bottom = Clamp32(int64_t{rect.top} + end);
+        return answer;
     }
 
-    int64_t top = rect.top;
-    if (singleLine && (format & DT_VCENTER) != 0) top += (int64_t{rect.bottom} - rect.top - height) / 2;
-    else if (singleLine && (format & DT_BOTTOM) != 0) top = int64_t{rect.bottom} - height;
+    const int64_t top = int64_t{rect.top} + offset;
     const bool clipped = (format & DT_NOCLIP) == 0;
     MetaRecorder* recorder = RecorderOf(context);
     RECT clip = DeviceRect(state, rect);
@@ -372,7 +388,7 @@ int DrawTextOn(const ObjectTable::Access& objects, DeviceContext& context, std::
             return painter.glyph(byte, origin.x + offset, baseline);
         });
     }
-    return static_cast<int>(std::min<int64_t>(height, INT_MAX));
+    return answer;
 }
 
 }  // namespace
