@@ -40,6 +40,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <map>
 #include <optional>
@@ -206,8 +207,9 @@ std::shared_ptr<const RealizedFont> Open(const LOGFONTA& logical, double scaleY)
             advances[byte] = static_cast<int>((f->glyph->advance.x + 32) >> 6);
     }
     m.aveCharWidth = os2 != nullptr && os2->xAvgCharWidth > 0 ? Round(os2->xAvgCharWidth * scale) : advances['x'];
-    closer.face = nullptr;
-    return std::make_shared<RealizedFont>(std::move(face), m, advances, indices);
+    auto font = std::make_shared<RealizedFont>(std::move(face), m, advances, indices);
+    closer.face = nullptr;  // the font closes it now
+    return font;
 }
 
 struct Cached {
@@ -275,7 +277,8 @@ const Glyph& RealizedFont::glyph(uint8_t byte) const {
 
 std::shared_ptr<const RealizedFont> RealizeFont(const LOGFONTA& logical, double scaleY) {
     const int64_t size = std::llround(std::min(std::fabs(static_cast<double>(logical.lfHeight)) * scaleY, 1e9) * 64);
-    std::shared_ptr<const RealizedFont> evicted;  // let go after the lock: its face closes under it
+    // Fonts this call lets go of are let go after the lock: their faces close under it.
+    std::shared_ptr<const RealizedFont> evicted, font;
     std::lock_guard<std::mutex> lock(FontLock());
     static auto* cache = new std::vector<Cached>;
     for (auto entry = cache->begin(); entry != cache->end(); ++entry) {
@@ -284,7 +287,7 @@ std::shared_ptr<const RealizedFont> RealizeFont(const LOGFONTA& logical, double 
             return cache->front().font;
         }
     }
-    auto font = Open(logical, scaleY);
+    font = Open(logical, scaleY);
     if (font == nullptr) return nullptr;
     if (cache->size() >= kCachedFonts) {
         evicted = std::move(cache->back().font);

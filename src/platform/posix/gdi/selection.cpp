@@ -5,9 +5,8 @@
 // may sit in any number of them. A device bitmap is taken only when it is monochrome or has
 // the screen's depth, as Windows takes only bitmaps compatible with the DC; a DIB section of
 // any depth is taken. Brushes, pens and fonts go into any number of DCs; a count per handle
-// says how many hold each (a font selected into a metafile DC is also handed to its
-// recorder). A region is not held at all: the DC takes a copy as its clipping region
-// (SelectClip) and SelectObject answers the region's complexity.
+// says how many hold each. A region is not held at all: the DC takes a copy as its clipping
+// region (SelectClip) and SelectObject answers the region's complexity.
 //
 // DeleteObject of a held object answers TRUE but only marks it: the DCs holding it go on
 // drawing with it, another DC may still select it, and it leaves the table when the last DC
@@ -98,14 +97,15 @@ VXPLATFORMAPI HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
         DeviceContext* context = objects.find<DeviceContext>(dc);
         GdiObject* object = objects.find(handle);
         if (context == nullptr || object == nullptr) return nullptr;
-        // A metafile DC of either kind records every pen and brush selected (even one selected
-        // already) and keeps them, as SelectObject answers; a Windows metafile DC takes no
-        // region and no bitmap.
+        // A metafile DC of either kind records every pen, brush and font selected (even one
+        // selected already) and keeps them, as SelectObject answers; a Windows metafile DC takes
+        // no region and no bitmap.
         if (MetaRecorder* recorder = RecorderOf(*context)) {
             const ObjectKind kind = object->kind();
             const bool region = kind == ObjectKind::Region;
             if (!recorder->keepsState() && (region || kind == ObjectKind::Bitmap)) return nullptr;
-            if (region || kind == ObjectKind::Pen || kind == ObjectKind::Brush) recorder->SelectObject(handle, *object);
+            if (region || kind == ObjectKind::Pen || kind == ObjectKind::Brush || kind == ObjectKind::Font)
+                recorder->SelectObject(handle, *object);
         }
         DcState& state = context->state;
         HGDIOBJ* slot = nullptr;
@@ -122,10 +122,7 @@ VXPLATFORMAPI HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
             }
             case ObjectKind::Brush: slot = reinterpret_cast<HGDIOBJ*>(&state.brush); break;
             case ObjectKind::Pen: slot = reinterpret_cast<HGDIOBJ*>(&state.pen); break;
-            case ObjectKind::Font:
-                if (MetaRecorder* recorder = RecorderOf(*context)) recorder->SelectObject(handle, *object);
-                slot = reinterpret_cast<HGDIOBJ*>(&state.font);
-                break;
+            case ObjectKind::Font: slot = reinterpret_cast<HGDIOBJ*>(&state.font); break;
             case ObjectKind::Region: {
                 const int complexity = SelectClip(state, static_cast<const Region*>(object));
                 return reinterpret_cast<HGDIOBJ>(static_cast<intptr_t>(complexity));
