@@ -208,21 +208,24 @@ public:
     }
     void StretchDIBits(int x, int y, int width, int height, int sourceX, int sourceY, int sourceWidth,
                        int sourceHeight, const void* bits, const BITMAPINFO* info, UINT usage, DWORD rop) override {
+        const DibLayout layout = LayoutOf(info->bmiHeader, usage);
+        if (!Fits(layout, layout.height)) return;
         const size_t at = Begin(META_STRETCHDIB);
         Long(rop);
         Word(static_cast<int>(usage)), Word(sourceHeight), Word(sourceWidth), Word(sourceY), Word(sourceX);
         Word(height), Word(width), Word(y), Word(x);
-        const DibLayout layout = LayoutOf(info->bmiHeader, usage);
         CallerDib(*info, layout, usage, bits, layout.height);
         End(at);
     }
     void SetDIBitsToDevice(int x, int y, DWORD width, DWORD height, int sourceX, int sourceY, UINT start,
                            UINT lines, const void* bits, const BITMAPINFO* info, UINT usage) override {
+        const DibLayout layout = LayoutOf(info->bmiHeader, usage);
+        const uint64_t rows = std::min<uint64_t>(lines, layout.height);
+        if (!Fits(layout, rows)) return;
         const size_t at = Begin(META_SETDIBTODEV);
         Word(static_cast<int>(usage)), Word(static_cast<int>(lines)), Word(static_cast<int>(start));
         Word(sourceY), Word(sourceX), Word(static_cast<int>(height)), Word(static_cast<int>(width)), Word(y), Word(x);
-        const DibLayout layout = LayoutOf(info->bmiHeader, usage);
-        CallerDib(*info, layout, usage, bits, std::min<uint64_t>(lines, layout.height));
+        CallerDib(*info, layout, usage, bits, rows);
         End(at);
     }
 
@@ -339,6 +342,12 @@ private:
                             (info.bmiHeader.biCompression == BI_BITFIELDS ? 40 : info.bmiHeader.biSize);
         Bytes(table, layout.tableBytes);
         Bytes(bits, static_cast<size_t>(layout.stride * rows));
+    }
+
+    // Whether a DIB of `rows` rows fits a record, whose size is a 32-bit count of words, with
+    // room to spare; a header claiming more is not recorded.
+    static bool Fits(const DibLayout& layout, uint64_t rows) {
+        return layout.stride * rows <= 0x7FFFFFFF - 1024;
     }
 
     int SlotOf(HGDIOBJ handle) const {
