@@ -1058,7 +1058,8 @@ VXAPI int VXCALL GetImageFormat(LPCSTR fileName);
 
 /*
  * Loads image `page` of a file into a new DIB by its GetImageFormat code: BMP through
- * LoadDIBFromFile; clipboard files (LoadClipboardFormat, format 8) and metafiles through a
+ * LoadDIBFromFile; clipboard files (LoadClipboardFormat, format 8) and metafiles (codes 7 and
+ * 15, LoadMetaFileIntoBitmap) through a
  * device bitmap converted with ConvertBitmapToDIB in the current palette (both GDI objects are
  * deleted; a null bitmap gives NULL at once); fax sets through LoadColorFaxPage; TIFF, PCX,
  * DCX, GIF, TGA, CALS, JPEG and PNG through their format modules (VXTIFR.DLL LoadTiffIntoDIB
@@ -1077,9 +1078,6 @@ VXAPI int VXCALL GetImageFormat(LPCSTR fileName);
  * is 0 on every current platform. The call then gives NULL and leaves the module code and
  * *status alone.
  * Decided here: a null status pointer is passed to the modules as it is and receives no 9.
- * The metafile reader is not built yet: metafiles (codes 7 and 15) give NULL with
- * IMGERR_FILEFORMAT. Clipboard files give NULL until the clipboard reader and the
- * device-bitmap bridge are built.
  */
 VXAPI HDIB VXCALL LoadImageIntoDIB(LPCSTR fileName, int page, int *status);
 
@@ -1087,8 +1085,9 @@ VXAPI HDIB VXCALL LoadImageIntoDIB(LPCSTR fileName, int page, int *status);
  * Saves a DIB in format `format` and returns the writer's result (non-zero for success).
  * Codes outside 1-15 give 0 at once, without an error code; 9, 10, 11 and 14 (there is no
  * PNG writer) give 0 too. BMP goes to SaveDIB; metafiles (7, 15) and clipboard files (8) go
- * through ConvertDIBToBitmap (a null bitmap gives 0 at once) to the metafile writers, given
- * the DC of the active window, or to SaveClipboardFormat, and the bitmap is deleted. The
+ * through ConvertDIBToBitmap (a null bitmap gives 0 at once) to the metafile writers
+ * (SaveBitmapIntoMetaFile, SaveBitmapIntoEnhMetaFile), given the DC of the active window, or
+ * to SaveClipboardFormat, and the bitmap is deleted. The
  * others go to their format modules, loaded and reported as for LoadImageIntoDIB, with the
  * module's result returned as it is (0 for a missing module or entry point):
  * VXTIFW.DLL SaveDIBInTiffFormat (file, dib, param, 1), SAVEDIBINCALSFORMAT (file, dib,
@@ -1100,9 +1099,7 @@ VXAPI HDIB VXCALL LoadImageIntoDIB(LPCSTR fileName, int page, int *status);
  * (file, dib, &copy). `copy` is the library's own copy of param: a module may change it, and
  * MakeDCXFile's change is what SaveDIBInDCXFormat sees, but it never reaches the caller.
  * Each module call loads and frees its module, so a new DCX file loads VXPCXW.DLL twice.
- * Decided here: until the device-bitmap bridge is built, codes 7, 8 and 15 give 0 without a
- * code (ConvertDIBToBitmap gives no bitmap yet).
- */
+*/
 VXAPI int VXCALL SaveDIBInImageFormat(LPCSTR fileName, HDIB dib, int format,
                                       int option, int param);
 
@@ -1167,16 +1164,116 @@ VXAPI HDIB VXCALL ExpandCompressedDIB(HDIB dib);
 /* File formats: clipboard files                                             */
 /* ------------------------------------------------------------------------ */
 
-/* Reads the first entry of clipboard format `format` (16-bit: CF_TEXT,
-   CF_METAFILEPICT, CF_DIB give an HBITMAP; CF_BITMAP gives an HGLOBAL of the
-   raw bytes). NULL on failure with IMGERR_OPENFILE, IMGERR_FILEFORMAT,
-   IMGERR_CLIPFORMATNOTFOUND, IMGERR_IO or IMGERR_NOMEMORY in the module code. */
+/*
+ * A clipboard file: the signature 50000, a 16-bit entry count, that many 89-byte directory
+ * entries (16-bit clipboard format, 32-bit data length, 32-bit data offset from the start of
+ * the file, 79-byte name), and the entries' data.
+ *
+ * LoadClipboardFormat reads the first entry of clipboard format `format` and answers: for
+ * CF_DIB (8) a device bitmap made by ConvertDIBToBitmap; for CF_TEXT (1) the bitmap
+ * LoadASCIIIntoBitmap renders of the text; for CF_METAFILEPICT (3) the picture's metafile
+ * played by DrawMetaFileIntoBitmap(metafile, w, h, NULL), w x h from its mapping mode m and
+ * extents X, Y at the screen's LOGPIXELSX/Y (dx, dy), each product truncated: MM_TEXT X x Y;
+ * MM_LOMETRIC X*dx*0.003937007874015748; MM_HIMETRIC dx*0.0003937007874015748*X;
+ * MM_LOENGLISH dx*0.01*X; MM_HIENGLISH X*dx*0.001; MM_TWIPS X*20 (the resolution is not
+ * used); MM_ISOTROPIC -(X*dx) when X < 1, else as MM_HIMETRIC; MM_ANISOTROPIC 5*dx when X < 1,
+ * else as MM_ISOTROPIC (the heights alike from Y and dy, the branch decided by X alone); other
+ * modes 5*dx x 5*dy. For CF_BITMAP (2) it answers a new movable block holding the entry's raw
+ * bytes (the caller frees it with GlobalFree).
+ * Errors, in the order checked: the file cannot be opened -> IMGERR_OPENFILE; signature not
+ * 50000 -> IMGERR_FILEFORMAT; empty directory, no entry of the format, or an entry of another
+ * format than these four -> IMGERR_CLIPFORMATNOTFOUND; data not read whole -> IMGERR_IO; a
+ * block cannot be allocated -> IMGERR_NOMEMORY. A metafile that cannot be made of the picture's
+ * bits gives NULL with no code; the converters and renderers report their own codes.
+ * Decided here: a directory cut short by the end of the file ends the search (not found); an
+ * entry whose data would run past the end of the file, or whose offset is 2^31 or more, is a
+ * short read (IMGERR_IO) refused before anything is allocated; a picture entry shorter than its
+ * 16-byte header is a short read too; a picture too large for DrawMetaFileIntoBitmap's limit is
+ * refused by it.
+ */
 VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format);
 
-/* Writes a new clipboard file holding the bitmap as one CF_DIB entry.
-   Returns TRUE, or FALSE when the bitmap cannot be converted or the file
-   cannot be created (IMGERR_OPENFILE in the module code). */
+/*
+ * Writes a new clipboard file holding the bitmap as one CF_DIB entry: a 93-byte header
+ * (signature, count 1, format 8, length = 40 + PaletteSize + biSizeImage of the DIB that
+ * ConvertBitmapToDIB(bitmap, NULL) makes, offset 93, a zeroed name field), then the first
+ * `length` bytes of that DIB. Returns TRUE; FALSE when the bitmap cannot be converted (no
+ * code) or the file cannot be created (IMGERR_OPENFILE). Write results are not tested.
+ */
 VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap);
+
+/* ------------------------------------------------------------------------ */
+/* File formats: metafiles                                                   */
+/* ------------------------------------------------------------------------ */
+
+/*
+ * Pictures between metafiles and device bitmaps. Every function reports through the module
+ * code and leaves it alone on success. Bitmaps are made compatible with the reference DC (the
+ * screen's when NULL), filled white, and the picture is played over them. No picture may be
+ * larger than 2^28 pixels (a 1 GiB bitmap at 32 bits): larger ones are refused with
+ * IMGERR_NOMEMORY before anything is made; a width or height below 1 gives
+ * IMGERR_BITMAPPARAMS; a DC or bitmap that cannot be made, IMGERR_CREATEDC or
+ * IMGERR_CREATEBITMAP.
+ */
+
+/*
+ * Reads a metafile file and plays it into a new device bitmap of the screen. A placeable
+ * Windows metafile (key 0x9AC6CDD7, 22-byte header) is as large as its bounding box at its
+ * units per inch, taken to the screen's LOGPIXELSX/Y and truncated, and its box is the window
+ * the picture is fitted through. A plain Windows metafile is as large as the extent of its
+ * first SetWindowExt record (one unit a pixel), or 5 inches square at the screen's resolution
+ * without one. An enhanced metafile is as large as its frame (hundredths of a millimetre) at
+ * the screen's resolution, rounded, and is fitted to the bitmap by PlayEnhMetaFile.
+ * Errors: NULL name or a file that cannot be opened -> IMGERR_OPENFILE; a file that cannot be
+ * read whole -> IMGERR_IO; not a metafile, bits the graphics interface refuses, or a placeable
+ * header with zero units per inch -> IMGERR_FILEFORMAT; the size limits above.
+ */
+VXAPI HBITMAP VXCALL LoadMetaFileIntoBitmap(LPCSTR fileName);
+
+/*
+ * Plays a Windows metafile into a new width x height device bitmap compatible with `reference`
+ * (NULL: the screen, which is what the clipboard reader passes). The DC is in MM_ANISOTROPIC
+ * with window and viewport extents both width x height, so a metafile that sets its own window
+ * extent is fitted to the bitmap and one that does not is drawn one unit a pixel. A NULL
+ * metafile gives IMGERR_PARAMETER; the size limits above. The metafile stays the caller's.
+ */
+VXAPI HBITMAP VXCALL DrawMetaFileIntoBitmap(HMETAFILE metafile, int width, int height, HDC reference);
+
+/*
+ * Write a DIB (or a device bitmap, converted with ConvertBitmapToDIB(bitmap, NULL): 1-bit
+ * bitmaps stay 1-bit, others as the bridge gives them) into a new metafile file: a window origin
+ * of (0, 0), a window extent of the image's width x height (Windows metafiles only), then one
+ * StretchDIBits record of the whole DIB (header, colour table and rows as they are) at (0, 0)
+ * at its size. Enhanced metafiles are recorded against `reference` (NULL: the screen) with a
+ * frame of the image at that DC's LOGPIXELSX/Y, rounded to hundredths of a millimetre, so that
+ * LoadMetaFileIntoBitmap gives a picture of the same size back. Windows metafiles record
+ * device-independent bits and do not use the DC (it may be NULL). Return 1, or 0 with:
+ * NULL bitmap or DIB, a bitmap that cannot be converted, or a block that does not hold the
+ * rows its header promises (or has a width or height below 1) -> IMGERR_PARAMETER; a DIB that
+ * cannot be locked -> IMGERR_LOCKMEMORY; NULL file name -> IMGERR_OPENFILE; the metafile (or
+ * its file) cannot be made -> IMGERR_CREATEMETAFILE.
+ */
+VXAPI int VXCALL SaveBitmapIntoMetaFile(HDC reference, HBITMAP bitmap, LPCSTR fileName);
+VXAPI int VXCALL SaveBitmapIntoEnhMetaFile(HDC reference, HBITMAP bitmap, LPCSTR fileName);
+VXAPI int VXCALL SaveDIBIntoMetaFile(HDC reference, HDIB dib, LPCSTR fileName);
+VXAPI int VXCALL SaveDIBIntoEnhMetaFile(HDC reference, HDIB dib, LPCSTR fileName);
+
+/*
+ * Place the metafile picture (CF_METAFILEPICT) of a clipboard file into the rectangle `area`
+ * of an image (NULL: all of it), read with LoadClipboardFormat's checks and codes. The picture
+ * is drawn at the size the clipboard reader gives it and scaled to the rectangle, clipped to
+ * it; what lies outside stays as it was.
+ * PlaceMetaFileIntoBMPFromCLP draws into the caller's device bitmap (which must not be selected
+ * into a DC) and returns TRUE. PlaceMetaFileIntoDIBFromCLP leaves the DIB alone and returns a
+ * new DIB: the image through ConvertDIBToBitmap, the picture placed, and back through
+ * ConvertBitmapToDIB(bitmap, NULL) - so a 1-bit image stays 1-bit and other depths come back
+ * as the bridge gives them (24 bits on a true-colour screen).
+ * Errors: NULL or unusable bitmap or DIB, or an empty rectangle -> IMGERR_PARAMETER (a DIB the
+ * bridge cannot convert keeps the bridge's code or IMGERR_CREATEBITMAP); the clipboard codes;
+ * the size limits above, applied to the picture's size.
+ */
+VXAPI BOOL VXCALL PlaceMetaFileIntoBMPFromCLP(LPCSTR fileName, HBITMAP bitmap, const RECT *area);
+VXAPI HDIB VXCALL PlaceMetaFileIntoDIBFromCLP(LPCSTR fileName, HDIB dib, const RECT *area);
 
 /* ------------------------------------------------------------------------ */
 /* File formats: colour fax sets                                             */
@@ -1575,14 +1672,6 @@ VXAPI VXMESSAGESINK VXCALL VexoraSetMessageSink(VXMESSAGESINK sink, void *contex
 VXAPI HDIB VXCALL VexoraCropScaleDIB(HDIB dib, int x, int y, int width,
                                      int height, int outWidth, int outHeight);
 
-/*
- * Further exports whose argument lists are not fixed in this header yet:
- * metafile bridge LoadMetaFileIntoBitmap(fileName),
- * DrawMetaFileIntoBitmap(metafile, w, h, 0), SaveBitmapIntoMetaFile(dc,
- * bitmap, fileName), SaveBitmapIntoEnhMetaFile(dc, bitmap, fileName),
- * SaveDIBIntoMetaFile, SaveDIBIntoEnhMetaFile, PlaceMetaFileIntoBMPFromCLP,
- * PlaceMetaFileIntoDIBFromCLP.
- */
 
 
 #ifdef __cplusplus

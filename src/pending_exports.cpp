@@ -1,4 +1,4 @@
-// pending_exports.cpp - the exports of the clipboard files, text files, display, zoom,
+// pending_exports.cpp - the exports of the text files, display, zoom,
 // magnifier and printing families: stubs until their operations are built.
 //
 // Every function of the interface is exported from the first release on, so that an
@@ -11,8 +11,6 @@
 
 extern "C" {
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio) { return 0; }
-VXAPI HANDLE VXCALL LoadClipboardFormat(LPCSTR fileName, WORD format) { return 0; }
-VXAPI BOOL VXCALL SaveClipboardFormat(LPCSTR fileName, HBITMAP bitmap) { return 0; }
 VXAPI HBITMAP VXCALL LoadASCIIFile(LPCSTR fileName, BOOL ansi) { return 0; }
 VXAPI HBITMAP VXCALL LoadASCIIIntoBitmap(HGLOBAL text) { return 0; }
 VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette, const int *resolution, int *position, const int *zoom, DWORD flags, VXDISPLAYSTATE *state) { return 0; }

@@ -14,8 +14,9 @@
 // in the first 511 a CR followed by an LF. A file that cannot be opened is not an error here:
 // its buffer stays all zeros and matches nothing but the name test.
 //
-// Loading routes BMP to LoadDIBFromFile, clipboard files and metafiles through a device bitmap
-// (read, converted with the current palette, both GDI objects deleted), fax sets to
+// Loading routes BMP to LoadDIBFromFile, clipboard files (LoadClipboardFormat, CF_DIB) and
+// metafiles (LoadMetaFileIntoBitmap) through a device bitmap (read, converted with the current
+// palette, both GDI objects deleted), fax sets to
 // LoadColorFaxPage and everything else to its format module. Saving goes the other way. The
 // module calls that take the address of the caller's param get the address of a local copy:
 // a module may write into it, and a DCX save shares the one copy between MakeDCXFile and
@@ -28,7 +29,6 @@
 
 #include "dib_layout.hpp"
 #include "formats/format_modules.hpp"
-#include "formats/metafile_bridge.hpp"
 #include "guards.hpp"
 #include "outcome.hpp"
 #include "platform/platform.hpp"

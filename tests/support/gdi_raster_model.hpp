@@ -60,3 +60,34 @@ inline uint8_t RopModel(uint8_t code, uint8_t p, uint8_t s, uint8_t d) {
 }
 
 }  // namespace vxtest
+
+namespace vxtest {
+
+// Whether polygons (each closed) cover pixel (x, y) as Windows fills them: the edges that span
+// row y (upper end included, lower end not) and cross it at or left of x, counted with their
+// directions; ALTERNATE takes an odd count, WINDING a non-zero sum. Exact for 32-bit points.
+inline bool PolygonCovers(const std::vector<POINT>& points, const std::vector<int>& counts, bool winding, int x,
+                          int y) {
+    int crossings = 0, sum = 0;
+    for (size_t first = 0, n = 0; n < counts.size(); first += static_cast<size_t>(counts[n++]))
+        for (int i = 0; i < counts[n]; ++i) {
+            POINT a = points[first + i], b = points[first + (i + 1) % counts[n]];
+            const int direction = a.y < b.y ? 1 : -1;
+            if (a.y > b.y) std::swap(a, b);
+            // The crossing a.x + (y - a.y) dx / dy compared with x without dividing.
+            if (y >= a.y && y < b.y && static_cast<__int128>(y - int64_t{a.y}) * (int64_t{b.x} - a.x) <=
+                                           static_cast<__int128>(x - int64_t{a.x}) * (int64_t{b.y} - a.y))
+                ++crossings, sum += direction;
+        }
+    return winding ? sum != 0 : crossings % 2 != 0;
+}
+
+// FNV-1a of a canvas's pixel rows: a short name for a picture Windows drew.
+inline uint32_t PictureHash(const Dib& dib) {
+    uint32_t hash = 2166136261u;
+    for (int y = 0; y < dib.height(); ++y)
+        for (int i = 0; i < (dib.width() * dib.format().bits + 7) / 8; ++i) hash = (hash ^ dib.row(y)[i]) * 16777619u;
+    return hash;
+}
+
+}  // namespace vxtest

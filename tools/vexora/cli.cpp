@@ -1,5 +1,6 @@
 #include "cli.hpp"
 
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -59,11 +60,38 @@ std::string FullPath(const std::string& path) {
     return ec ? path : full.string();
 }
 
+std::string Extension(const std::string& path) {
+    std::string ext = fs::path(path).extension().string();
+    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return ext;
+}
+
+int WritingFormat(const std::string& path) {
+    const std::string ext = Extension(path);
+    if (ext == ".clp") return FMT_CLP;
+    if (ext == ".wmf") return FMT_WMF;
+    if (ext == ".emf") return FMT_EMF;
+    return FMT_BMP;
+}
+
+// A text file rendered by LoadASCIIFile: the load dispatch refuses text by design.
+Dib LoadTextFile(const std::string& givenPath, const std::string& path) {
+    SetImgError(IMGERR_SUCCESS);
+    HBITMAP bitmap = LoadASCIIFile(path.c_str(), TRUE);
+    if (bitmap == nullptr) throw OperationFailed("cannot load '" + givenPath + "' (plain text): " + LibraryErrorText());
+    Dib dib(ConvertBitmapToDIB(bitmap, nullptr));
+    DeleteObject(bitmap);
+    if (!dib) throw OperationFailed("cannot load '" + givenPath + "' (plain text): " + LibraryErrorText());
+    return dib;
+}
+
 Dib LoadImageFile(const std::string& givenPath, int page) {
     const std::string path = FullPath(givenPath);
     const int format = GetImageFormat(path.c_str());
     Dib dib;
-    if (format == FMT_BMP || format == FMT_UNKNOWN) {
+    if (format == FMT_TEXT || (format == FMT_UNKNOWN && Extension(givenPath) == ".txt")) {
+        dib = LoadTextFile(givenPath, path);
+    } else if (format == FMT_BMP || format == FMT_UNKNOWN) {
         // Bare packed DIBs have no signature; the bitmap loader knows them.
         dib = LoadBitmapFile(givenPath);
     } else {
@@ -112,7 +140,10 @@ void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& 
     if (SameFile(path, input)) throw UsageError("the output '" + path + "' is the input file; choose another name");
     const std::string temporary = TemporaryNameBeside(path);
     SetImgError(IMGERR_SUCCESS);
-    if (!SaveDIB(temporary.c_str(), dib.get())) {
+    const int format = WritingFormat(path);
+    const bool saved = format == FMT_BMP ? SaveDIB(temporary.c_str(), dib.get()) != 0
+                                         : SaveDIBInImageFormat(temporary.c_str(), dib.get(), format, 0, 0) != 0;
+    if (!saved) {
         const std::string reason = LibraryErrorText();
         std::error_code ec;
         fs::remove(temporary, ec);

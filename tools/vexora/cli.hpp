@@ -72,12 +72,16 @@ std::string FullPath(const std::string& path);
 std::string FormatName(int format);
 
 // Loads page `page` of any file the library recognises: bitmaps and bare packed DIBs through
-// the bitmap loader, colour fax sets and the module formats through the format dispatch.
-// Run-length compressed bitmaps come back expanded. Throws OperationFailed with the reason.
+// the bitmap loader; text files (detected, or named .txt) through LoadASCIIFile, since the load
+// dispatch refuses text by design; clipboard files, metafiles, colour fax sets and the module
+// formats through the format dispatch. Run-length compressed bitmaps come back expanded.
+// Throws OperationFailed with the reason.
 Dib LoadImageFile(const std::string& path, int page = 1);
 
-// Saves through the library into a temporary file beside `path` and renames it into place.
-// Refuses (UsageError) when `path` names the same file as `input`.
+// Saves through the library into a temporary file beside `path` and renames it into place: a
+// clipboard file, Windows metafile or enhanced metafile when the name ends in .clp, .wmf or
+// .emf (SaveDIBInImageFormat), a bitmap otherwise (SaveDIB). Refuses (UsageError) when `path`
+// names the same file as `input`.
 void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input = {});
 
 // Dots per inch from pixels per metre, rounded.

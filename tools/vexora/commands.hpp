@@ -27,7 +27,9 @@ inline constexpr const char* kInfoHelp =
     "\n"
     "Names each file's format as the library detects it. For bitmaps it describes the\n"
     "header: size, depth, colours, compression, resolution in dots per inch, header kind\n"
-    "and where the pixel data lies; a colour fax set is listed page by page.\n"
+    "and where the pixel data lies; a colour fax set is listed page by page; a clipboard\n"
+    "file entry by entry (format, length, offset, and the size of its DIB or picture); a\n"
+    "metafile by kind, bounds, units and records.\n"
     "Exit status 1 when any file cannot be read.\n";
 
 inline constexpr const char* kDemoHelp =
@@ -36,7 +38,9 @@ inline constexpr const char* kDemoHelp =
     "Synthesises a sample image (24-bit and 8-bit: gradients, colour bars, fine lines and\n"
     "small lettering), runs every operation of the library on it and writes each result as\n"
     "a BMP file into DIR (default: vexora-demo), with an index.html that shows them side by\n"
-    "side with captions. Every file written is read back and compared.\n";
+    "side with captions. It also renders a text file, and takes the samples through a\n"
+    "clipboard file, a Windows metafile and an enhanced metafile and back. Every file\n"
+    "written is read back and compared.\n";
 
 std::string ConvertHelp();
 

@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-enum class Source { Colour24, Gray8, Mono1, FaxPage1, FaxPage2 };
+enum class Source { Colour24, Gray8, Mono1, FaxPage1, FaxPage2, Text, Clipboard, Metafile, EnhMetafile };
 
 struct Step {
     const char* option;
@@ -139,6 +139,10 @@ const std::vector<Panel>& Panels() {
          Source::FaxPage1, {}},
         {"fax-page-2.bmp", "Page 2 of the set: the planes in another order (convert fax-set.ini --page 2)",
          Source::FaxPage2, {}},
+        {"clipboard-24.bmp", "The 24-bit sample saved as a clipboard file and read back from its CF_DIB entry "
+         "(convert sample-24.bmp sample-24.clp)", Source::Clipboard, {}},
+        {"metafile-8.bmp", "The 8-bit gray image recorded into a Windows metafile and played back on the display: "
+         "24 bits now (convert sample-8.bmp sample-8.wmf)", Source::Metafile, {}},
     };
     return panels;
 }
@@ -191,11 +195,32 @@ std::string InDirectory(std::string argument, const fs::path& dir) {
     return argument;
 }
 
+// A short text file with Windows line ends, as the text renderer reads them.
+fs::path WriteNotes(const fs::path& dir) {
+    const fs::path notes = dir / "notes.txt";
+    {
+        std::ofstream text(notes, std::ios::binary | std::ios::trunc);
+        text << "Vexora demo notes\r\n\r\nA text file rendered into a 1-bit bitmap,\r\n"
+                "one line of the font's height per line of text.\r\n";
+        if (!text) throw OperationFailed("cannot write '" + notes.string() + "'");
+    }
+    std::cout << "wrote " << notes.string() << "\n";
+    return notes;
+}
+
+// An image written in another format (by the name's ending) and read back.
+Dib ThroughFile(const Dib& image, const fs::path& file) {
+    SaveBitmapFile(image, file.string());
+    std::cout << "wrote " << file.string() << "\n";
+    return LoadImageFile(file.string());
+}
+
 struct Samples {
     Dib colour24 = MakeSample24();
     Dib gray8 = MakeSampleGray8(colour24);
     Dib mono1 = MakeSampleMono1(gray8);
     fs::path faxSet;
+    fs::path dir;
 
     Dib of(Source s) const {
         switch (s) {
@@ -204,6 +229,10 @@ struct Samples {
         case Source::Mono1: return Duplicate(mono1);
         case Source::FaxPage1: return LoadImageFile(faxSet.string(), 1);
         case Source::FaxPage2: return LoadImageFile(faxSet.string(), 2);
+        case Source::Text: return LoadImageFile(WriteNotes(dir).string());
+        case Source::Clipboard: return ThroughFile(colour24, dir / "sample-24.clp");
+        case Source::Metafile: return ThroughFile(gray8, dir / "sample-8.wmf");
+        case Source::EnhMetafile: return ThroughFile(colour24, dir / "sample-24.emf");
         }
         return {};
     }
@@ -286,6 +315,7 @@ int RunDemo(const std::vector<std::string>& args) {
     if (ec) throw OperationFailed("cannot create '" + dir + "': " + ec.message());
 
     Samples samples;
+    samples.dir = dir;
     samples.faxSet = WriteFaxSet(dir, samples.mono1);
     WritePasteSources(dir, samples.colour24);
     for (const auto& panel : Panels()) {

@@ -1,5 +1,11 @@
 // info.cpp - `vexora info FILE...`: what the library reads from each file's header.
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <map>
+#include <span>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -7,6 +13,8 @@
 #include <vector>
 
 #include "commands.hpp"
+#include "formats/emf_records.hpp"
+#include "formats/wmf_records.hpp"
 
 namespace vexora_tool {
 namespace {
@@ -71,6 +79,123 @@ bool DescribeFaxSet(const std::string& path) {
     return allRead;
 }
 
+std::vector<unsigned char> FileBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+uint32_t U16(const std::vector<unsigned char>& b, size_t at) {
+    return at + 2 <= b.size() ? uint32_t(b[at] | b[at + 1] << 8) : 0;
+}
+uint32_t U32(const std::vector<unsigned char>& b, size_t at) {
+    return at + 4 <= b.size() ? U16(b, at) | U16(b, at + 2) << 16 : 0;
+}
+long I32(const std::vector<unsigned char>& b, size_t at) { return static_cast<int32_t>(U32(b, at)); }
+long I16(const std::vector<unsigned char>& b, size_t at) { return static_cast<int16_t>(U16(b, at)); }
+
+const char* ClipboardFormatName(uint32_t format) {
+    switch (format) {
+    case 1: return "CF_TEXT";
+    case 2: return "CF_BITMAP";
+    case 3: return "CF_METAFILEPICT";
+    case 8: return "CF_DIB";
+    default: return nullptr;
+    }
+}
+
+// A clipboard file's directory, entry by entry, with what the entries the library reads hold.
+bool DescribeClipboard(const std::string& path) {
+    const auto b = FileBytes(path);
+    const uint32_t count = U16(b, 2);
+    std::printf("%s\n  format       clipboard file, %u entr%s\n", path.c_str(), count, count == 1 ? "y" : "ies");
+    for (uint32_t i = 0; i < count; ++i) {
+        const size_t at = 4 + size_t{89} * i;
+        if (at + 89 > b.size()) {
+            std::printf("  entry %-6u the directory ends with the file\n", i + 1);
+            return false;
+        }
+        const uint32_t format = U16(b, at), length = U32(b, at + 2), offset = U32(b, at + 6);
+        std::string name(reinterpret_cast<const char*>(b.data() + at + 10), 79);
+        name.resize(std::strlen(name.c_str()));
+        const char* known = ClipboardFormatName(format);
+        std::printf("  entry %-6u %s%s%s, %lu bytes at offset %lu", i + 1, known ? known : ("format " + std::to_string(format)).c_str(),
+                    name.empty() ? "" : " \"", name.empty() ? "" : (name + "\"").c_str(), static_cast<unsigned long>(length),
+                    static_cast<unsigned long>(offset));
+        if (uint64_t{offset} + length > b.size()) std::printf(" (past the end of the file)");
+        else if (format == 8 && length >= 40)
+            std::printf(": %ld x %ld pixels, %u bits per pixel", I32(b, offset + 4), std::labs(I32(b, offset + 8)), U16(b, offset + 14));
+        else if (format == 3 && length >= 16)
+            std::printf(": mapping mode %ld, extents %ld x %ld", I32(b, offset), I32(b, offset + 4), I32(b, offset + 8));
+        std::printf("\n");
+    }
+    return true;
+}
+
+// The records of a Windows metafile (`bytes` from its 18-byte header on) as the player walks
+// them, by name, and those it does not play.
+void DescribeWindowsRecords(std::span<const uint8_t> bytes) {
+    std::map<uint16_t, unsigned long> functions;
+    unsigned long records = 0;
+    const auto end = vx::formats::WalkWmfRecords(bytes, [&](const vx::formats::WmfRecord& record) {
+        ++records;
+        ++functions[record.function];
+    });
+    const char* ending = end == vx::formats::WmfWalkEnd::Eof            ? ", then the end record"
+                         : end == vx::formats::WmfWalkEnd::Unterminated ? ", without an end record"
+                         : end == vx::formats::WmfWalkEnd::BadSize      ? ", then a record whose size lies"
+                                                                        : ", the last cut by the end of the file";
+    std::printf("  records      %lu%s\n", records, ending);
+    std::string played, skipped;
+    for (const auto& [function, count] : functions) {
+        const char* name = vx::formats::WmfRecordName(function);
+        char number[16];
+        std::snprintf(number, sizeof number, "0x%04X", static_cast<unsigned>(function));
+        std::string& list = vx::formats::WmfRecordPlayed(function) ? played : skipped;
+        list += (list.empty() ? "" : ", ") + std::string(name ? name : number) + " (" + std::to_string(count) + "x)";
+    }
+    std::printf("  played       %s\n", played.empty() ? "none" : played.c_str());
+    std::printf("  not played   %s\n", skipped.empty() ? "none" : skipped.c_str());
+}
+
+// The records of an enhanced metafile as the player walks them, and those it skips.
+void DescribeEnhancedRecords(const std::vector<unsigned char>& b) {
+    vx::formats::EmfRecords walk(std::span<const uint8_t>(b.data(), b.size()));
+    std::map<uint32_t, unsigned long> unknown;
+    unsigned long records = 0;
+    for (vx::formats::EmfRecordView record; walk.next(record);) {
+        ++records;
+        if (!vx::formats::EmfRecordPlayed(record.type)) ++unknown[record.type];
+    }
+    std::printf("  records      %lu walked%s\n", records, walk.broken() ? ", then a record whose size lies" : "");
+    std::string skipped;
+    for (const auto& [type, count] : unknown)
+        skipped += (skipped.empty() ? "" : ", ") + std::to_string(type) + " (" + std::to_string(count) + "x)";
+    std::printf("  not played   %s\n", skipped.empty() ? "none" : ("record types " + skipped).c_str());
+}
+
+// A metafile: its kind, bounds, units and records.
+bool DescribeMetafile(const std::string& path, int format) {
+    const auto b = FileBytes(path);
+    std::printf("%s\n", path.c_str());
+    if (format == FMT_EMF) {
+        std::printf("  format       enhanced metafile, %lu records, %lu bytes\n", static_cast<unsigned long>(U32(b, 52)),
+                    static_cast<unsigned long>(U32(b, 48)));
+        std::printf("  bounds       (%ld, %ld) - (%ld, %ld) device pixels\n", I32(b, 8), I32(b, 12), I32(b, 16), I32(b, 20));
+        std::printf("  frame        (%ld, %ld) - (%ld, %ld) hundredths of a millimetre\n", I32(b, 24), I32(b, 28), I32(b, 32), I32(b, 36));
+        std::printf("  reference    %ld x %ld pixels, %ld x %ld mm\n", I32(b, 72), I32(b, 76), I32(b, 80), I32(b, 84));
+        DescribeEnhancedRecords(b);
+        return true;
+    }
+    const bool placeable = U32(b, 0) == 0x9AC6CDD7;
+    const size_t start = placeable ? 22 : 0;
+    std::printf("  format       Windows metafile%s, version 0x%03X, %lu words\n", placeable ? " with a placeable header" : "",
+                U16(b, start + 4), static_cast<unsigned long>(U32(b, start + 6)));
+    if (placeable)
+        std::printf("  bounds       (%ld, %ld) - (%ld, %ld) at %u units per inch\n", I16(b, 6), I16(b, 8), I16(b, 10), I16(b, 12), U16(b, 14));
+    DescribeWindowsRecords(std::span<const uint8_t>(b.data(), b.size()).subspan(std::min(start, b.size())));
+    return true;
+}
+
 // Prints one file; false when the library could not read it.
 bool Describe(const std::string& path) {
     SetImgError(IMGERR_SUCCESS);
@@ -84,6 +209,8 @@ bool Describe(const std::string& path) {
     if (format != FMT_BMP && format != FMT_UNKNOWN) {
         _lclose(file);
         if (format == FMT_COLORFAX) return DescribeFaxSet(path);
+        if (format == FMT_CLP) return DescribeClipboard(path);
+        if (format == FMT_WMF || format == FMT_EMF) return DescribeMetafile(path, format);
         const char* module = ReadingModule(format);
         std::printf("%s\n  format       %s%s%s\n", path.c_str(), FormatName(format).c_str(),
                     module ? ", read by the format module " : "", module ? module : "");

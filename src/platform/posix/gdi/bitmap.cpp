@@ -12,8 +12,8 @@
 //
 // GetObjectA answers each kind the way Windows does: a bitmap needs room for the whole BITMAP
 // (a DIB section fills a DIBSECTION when there is room for one), a pen for the whole LOGPEN,
-// while a brush and a palette copy as many bytes of their LOGBRUSH or entry count as there is
-// room for; regions and DCs answer 0.
+// while a brush, a font and a palette copy as many bytes of their LOGBRUSH, LOGFONTA or entry
+// count as there is room for; regions and DCs answer 0.
 //
 // GetBitmapBits and SetBitmapBits move a DIB section's rows as they are, top row first, each
 // cut to the 16-bit padded width of a device bitmap of its size.
@@ -297,6 +297,7 @@ VXPLATFORMAPI int GetObjectA(HGDIOBJ handle, int size, LPVOID out) {
             const LOGBRUSH logical{brush->style, brush->style == BS_SOLID ? brush->colour : 0, 0};
             return CopyPart(logical, size, out);
         }
+        case ObjectKind::Font: return CopyPart(static_cast<const Font*>(object)->logical, size, out);
         default: return 0;
     }
 }

@@ -6,7 +6,7 @@
 // RestoreDC(n) with n > 0 goes back to the state saved at depth n, with n < 0 to the one n
 // levels below the top (-1: the last saved), and drops it and every state saved after it; 0
 // and levels beyond the stack answer FALSE and change nothing. A selection the saved state can
-// no longer give back stays as it is, as in Windows: a brush, pen or palette deleted since,
+// no longer give back stays as it is, as in Windows: a brush, pen, font or palette deleted since,
 // and a bitmap deleted or selected into another DC since. The selections move through
 // Reselect, which keeps the counts that let an object deleted while selected live on.
 #include <cstdlib>
@@ -61,6 +61,7 @@ VXPLATFORMAPI BOOL RestoreDC(HDC dc, int level) {
         DcState& state = context->state;
         if (objects.find<Brush>(next.brush) == nullptr) next.brush = state.brush;
         if (objects.find<Pen>(next.pen) == nullptr) next.pen = state.pen;
+        if (objects.find<vx::posix::gdi::Font>(next.font) == nullptr) next.font = state.font;
         if (objects.find<Palette>(next.palette) == nullptr) next.palette = state.palette;
         const Bitmap* bitmap = objects.find<Bitmap>(next.bitmap);
         if (bitmap == nullptr || (bitmap->selectedInto != nullptr && bitmap->selectedInto != dc)) {

@@ -1,6 +1,6 @@
 // lines.cpp - lines and rectangles of the Linux subset: LineTo, Polyline and Rectangle, drawn
 // with the DC's pen, brush and binary raster operation (SetROP2) on the raw pixel bits of the
-// DC's surface.
+// DC's surface; and DrawPolyline and TernaryOf (lines.hpp), which the shapes draw with too.
 //
 // Pixels. A line lights the pixels Windows' Bresenham lights, its last point left out, so that
 // joined lines light every joint once. The major axis is the one with the larger extent (y on
@@ -38,8 +38,8 @@
 #include <span>
 #include <vector>
 
+#include "platform/posix/gdi/lines.hpp"
 #include "platform/posix/gdi/metafile_recorder.hpp"
-#include "platform/posix/gdi/raster.hpp"
 
 namespace vx::posix::gdi {
 namespace {
@@ -204,29 +204,7 @@ void DrawSegment(const Surface& surface, const std::vector<RECT>& visible, const
     }
 }
 
-// Everything one drawing call needs, gathered with the table locked.
-struct Canvas {
-    const ObjectTable::Access* objects = nullptr;
-    const DcState* state = nullptr;
-    Surface surface;
-    std::vector<RECT> visible;
-    int rop2 = R2_COPYPEN;
-
-    uint32_t Pixel(COLORREF colour) const { return ColourPixel(surface, ResolveColour(*objects, *state, colour)); }
-
-    // The pixel value a pen or brush colour takes: on a 1-bit surface, unless it is exactly one
-    // of the two entries, the one the background colour does not take.
-    uint32_t DrawingPixel(COLORREF colour) const {
-        if (surface.bitsPerPixel != 1 || surface.colours == nullptr || surface.colourCount < 2) return Pixel(colour);
-        const COLORREF resolved = ResolveColour(*objects, *state, colour);
-        for (uint32_t i = 0; i < 2; ++i) {
-            const RGBQUAD& entry = surface.colours[i];
-            if (RGB(entry.rgbRed, entry.rgbGreen, entry.rgbBlue) == resolved) return i;
-        }
-        const uint32_t background = Pixel(state->backgroundColour);
-        return colour == state->backgroundColour ? background : background ^ 1;
-    }
-};
+}  // namespace
 
 void DrawPolyline(const Canvas& canvas, const Pen& pen, const POINT* device, size_t count, bool close) {
     Stroke stroke;
@@ -265,28 +243,6 @@ uint8_t TernaryOf(int rop2) {
     return static_cast<uint8_t>(table);
 }
 
-// Runs `draw(objects, canvas, context)` for a DC with the table locked and answers what it
-// answers; FALSE for a handle that is not a DC. A metafile DC's recorder gets the call first
-// (`record`); one that keeps no state answers TRUE at once. Nothing is drawn on a DC without
-// pixels.
-template <typename Record, typename Draw>
-BOOL WithCanvas(HDC dc, Record record, Draw draw) {
-    return OnDC(dc, FALSE, [&](auto& objects, DeviceContext& context) -> BOOL {
-        if (MetaRecorder* recorder = RecorderOf(context)) {
-            record(*recorder);
-            if (!recorder->keepsState()) return TRUE;
-        }
-        Canvas canvas;
-        canvas.objects = &objects;
-        canvas.state = &context.state;
-        canvas.rop2 = context.state.rop2;
-        canvas.surface = DcSurface(objects, context);
-        if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context.state, canvas.surface);
-        return draw(objects, canvas, context);
-    });
-}
-
-}  // namespace
 }  // namespace vx::posix::gdi
 
 using vx::posix::gdi::Canvas;

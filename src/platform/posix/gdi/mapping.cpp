@@ -1,7 +1,8 @@
 // mapping.cpp - mapping modes of the Linux subset: SetMapMode, GetMapMode, SetWindowOrgEx,
 // GetWindowOrgEx, SetWindowExtEx, GetWindowExtEx, SetViewportOrgEx, GetViewportOrgEx,
-// SetViewportExtEx, GetViewportExtEx, LPtoDP and DPtoLP; and the conversions the drawing code
-// uses: ToDevice, ToLogical and ToDeviceRect (objects.hpp).
+// SetViewportExtEx, GetViewportExtEx, OffsetWindowOrgEx, OffsetViewportOrgEx, ScaleWindowExtEx,
+// ScaleViewportExtEx, LPtoDP and DPtoLP; and the conversions the drawing code uses: ToDevice,
+// ToLogical and ToDeviceRect (objects.hpp).
 //
 // Windows keeps the mapping of a DC as a transformation matrix of single-precision floats,
 // made from the window and viewport origins and extents whenever one of them changes, and its
@@ -17,11 +18,19 @@
 // GetDeviceCaps before the table is locked. SetMapMode(MM_ISOTROPIC) starts from the
 // MM_LOMETRIC extents without adjusting them; each later extent change adjusts the viewport
 // extent so that a logical unit has the same physical size on both axes.
+//
+// The offsets add to an origin with 32-bit wrap-around. The scales multiply an extent by the
+// numerator in 32-bit wrapping arithmetic and divide by the denominator truncating, as Windows
+// does; an axis that comes out 0 becomes 1, and a zero numerator or denominator is refused
+// after the previous extents are reported. In a mode that fixes the extents they report them
+// and change nothing. (Windows faults dividing -2^31 by -1; here the extent stays -2^31.) On a
+// metafile DC the call is recorded, and only an enhanced metafile DC keeps the new state.
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 
 #include "platform/posix/gdi/metafile_recorder.hpp"
+#include "platform/posix/gdi/objects.hpp"
 
 namespace vx::posix::gdi {
 namespace {
@@ -146,6 +155,57 @@ BOOL SetOrigin(HDC dc, POINT DcState::*origin, void (MetaRecorder::*record)(int,
     });
 }
 
+// What a metafile DC does with a mapping call: false when it is recorded and the DC keeps no
+// mapping state (a Windows metafile DC), so the call is done.
+template <typename Record>
+bool Recorded(DeviceContext& context, Record record) {
+    MetaRecorder* recorder = RecorderOf(context);
+    if (recorder == nullptr) return false;
+    record(*recorder);
+    return context.kind() == ObjectKind::MetaDC;
+}
+
+BOOL OffsetOrigin(HDC dc, POINT DcState::*origin, int x, int y, LPPOINT previous, bool window) {
+    return OnDC(dc, FALSE, [&](auto&, DeviceContext& context) {
+        if (Recorded(context, [&](MetaRecorder& r) { window ? r.OffsetWindowOrg(x, y) : r.OffsetViewportOrg(x, y); }))
+            return TRUE;
+        POINT& at = context.state.*origin;
+        if (previous != nullptr) *previous = at;
+        const auto add = [](LONG a, int b) {
+            return static_cast<LONG>(static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)));
+        };
+        at = POINT{add(at.x, x), add(at.y, y)};
+        return TRUE;
+    });
+}
+
+// extent * num / denom with the product wrapped to 32 bits and the quotient truncated.
+LONG ScaledExtent(LONG extent, int num, int denom) {
+    const int product = WrappingProduct(extent, num);
+    if (product == INT32_MIN && denom == -1) return INT32_MIN;
+    const int scaled = product / denom;
+    return scaled == 0 ? 1 : scaled;
+}
+
+BOOL ScaleExtent(HDC dc, SIZE DcState::*extent, int xNum, int xDenom, int yNum, int yDenom, LPSIZE previous,
+                 bool window) {
+    const Metrics metrics = DeviceMetrics(dc);
+    return OnDC(dc, FALSE, [&](auto&, DeviceContext& context) {
+        if (Recorded(context, [&](MetaRecorder& r) {
+                window ? r.ScaleWindowExt(xNum, xDenom, yNum, yDenom) : r.ScaleViewportExt(xNum, xDenom, yNum, yDenom);
+            }))
+            return TRUE;
+        DcState& state = context.state;
+        if (previous != nullptr) *previous = state.*extent;
+        if (!Scalable(state)) return TRUE;
+        if (xNum == 0 || xDenom == 0 || yNum == 0 || yDenom == 0) return FALSE;
+        SIZE& size = state.*extent;
+        size = SIZE{ScaledExtent(size.cx, xNum, xDenom), ScaledExtent(size.cy, yNum, yDenom)};
+        if (state.mapMode == MM_ISOTROPIC) FixIsotropic(state, metrics);
+        return TRUE;
+    });
+}
+
 template <typename Value>
 BOOL GetSetting(HDC dc, Value DcState::*member, Value* out) {
     if (out == nullptr) return FALSE;
@@ -261,6 +321,22 @@ VXPLATFORMAPI BOOL SetViewportExtEx(HDC dc, int x, int y, LPSIZE previous) {
 
 VXPLATFORMAPI BOOL GetViewportExtEx(HDC dc, LPSIZE extent) {
     return vx::posix::gdi::GetSetting(dc, &DcState::viewportExtent, extent);
+}
+
+VXPLATFORMAPI BOOL OffsetWindowOrgEx(HDC dc, int x, int y, LPPOINT previous) {
+    return vx::posix::gdi::OffsetOrigin(dc, &DcState::windowOrigin, x, y, previous, true);
+}
+
+VXPLATFORMAPI BOOL OffsetViewportOrgEx(HDC dc, int x, int y, LPPOINT previous) {
+    return vx::posix::gdi::OffsetOrigin(dc, &DcState::viewportOrigin, x, y, previous, false);
+}
+
+VXPLATFORMAPI BOOL ScaleWindowExtEx(HDC dc, int xNum, int xDenom, int yNum, int yDenom, LPSIZE previous) {
+    return vx::posix::gdi::ScaleExtent(dc, &DcState::windowExtent, xNum, xDenom, yNum, yDenom, previous, true);
+}
+
+VXPLATFORMAPI BOOL ScaleViewportExtEx(HDC dc, int xNum, int xDenom, int yNum, int yDenom, LPSIZE previous) {
+    return vx::posix::gdi::ScaleExtent(dc, &DcState::viewportExtent, xNum, xDenom, yNum, yDenom, previous, false);
 }
 
 VXPLATFORMAPI BOOL LPtoDP(HDC dc, LPPOINT points, int count) {

@@ -4,8 +4,9 @@
 // A bitmap goes into one memory DC at a time (selectedInto names it); the stock 1 x 1 bitmap
 // may sit in any number of them. A device bitmap is taken only when it is monochrome or has
 // the screen's depth, as Windows takes only bitmaps compatible with the DC; a DIB section of
-// any depth is taken. Brushes and pens go into any number of DCs; a count per handle says how
-// many hold each. A region is not held at all: the DC takes a copy as its clipping region
+// any depth is taken. Brushes, pens and fonts go into any number of DCs; a count per handle
+// says how many hold each (a font selected into a metafile DC is also handed to its
+// recorder). A region is not held at all: the DC takes a copy as its clipping region
 // (SelectClip) and SelectObject answers the region's complexity.
 //
 // DeleteObject of a held object answers TRUE but only marks it: the DCs holding it go on
@@ -17,6 +18,7 @@
 #include <utility>
 
 #include "platform/posix/gdi/metafile_recorder.hpp"
+#include "platform/posix/gdi/objects.hpp"
 
 namespace vx::posix::gdi {
 namespace {
@@ -73,11 +75,12 @@ void ReleaseSelections(ObjectTable::Access& objects, HDC /*dc*/, DcState& state)
     LetGo(objects, std::exchange(state.bitmap, nullptr));
     LetGo(objects, std::exchange(state.brush, nullptr));
     LetGo(objects, std::exchange(state.pen, nullptr));
+    LetGo(objects, std::exchange(state.font, nullptr));
 }
 
 void Reselect(ObjectTable::Access& objects, HDC dc, DcState& state, const DcState& next) {
     for (HGDIOBJ handle : {static_cast<HGDIOBJ>(next.bitmap), static_cast<HGDIOBJ>(next.brush),
-                           static_cast<HGDIOBJ>(next.pen)})
+                           static_cast<HGDIOBJ>(next.pen), static_cast<HGDIOBJ>(next.font)})
         Hold(objects, dc, handle);
     ReleaseSelections(objects, dc, state);
     state = next;
@@ -119,6 +122,10 @@ VXPLATFORMAPI HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
             }
             case ObjectKind::Brush: slot = reinterpret_cast<HGDIOBJ*>(&state.brush); break;
             case ObjectKind::Pen: slot = reinterpret_cast<HGDIOBJ*>(&state.pen); break;
+            case ObjectKind::Font:
+                if (MetaRecorder* recorder = RecorderOf(*context)) recorder->SelectObject(handle, *object);
+                slot = reinterpret_cast<HGDIOBJ*>(&state.font);
+                break;
             case ObjectKind::Region: {
                 const int complexity = SelectClip(state, static_cast<const Region*>(object));
                 return reinterpret_cast<HGDIOBJ>(static_cast<intptr_t>(complexity));
@@ -145,7 +152,8 @@ VXPLATFORMAPI HGDIOBJ GetCurrentObject(HDC dc, UINT type) {
         case OBJ_BRUSH: return context->state.brush;
         case OBJ_PAL: return context->state.palette;
         case OBJ_BITMAP: return context->state.bitmap;  // none for a screen DC
-        default: return nullptr;                        // there are no fonts
+        case OBJ_FONT: return context->state.font;
+        default: return nullptr;
     }
 }
 

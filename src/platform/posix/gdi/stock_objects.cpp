@@ -1,5 +1,5 @@
 // stock_objects.cpp - the stock objects of the Linux subset: StockObject (what GetStockObject
-// answers: the stock brushes, pens and the default palette), DefaultPalette, DefaultBitmap (the
+// answers: the stock brushes, pens, fonts and the default palette), DefaultPalette, DefaultBitmap (the
 // 1 x 1 monochrome bitmap a memory DC holds before anything else is selected), and
 // InitialState, the selections and settings a new DC starts with.
 //
@@ -8,6 +8,7 @@
 #include <array>
 #include <memory>
 
+#include "platform/posix/gdi/fonts.hpp"
 #include "platform/posix/gdi/objects.hpp"
 
 namespace vx::posix::gdi {
@@ -40,6 +41,17 @@ HGDIOBJ MakeStock(int which) {
         case WHITE_PEN: return MakePen(PS_SOLID, RGB(255, 255, 255));
         case BLACK_PEN: return MakePen(PS_SOLID, RGB(0, 0, 0));
         case NULL_PEN: return MakePen(PS_NULL, 0);
+        case OEM_FIXED_FONT:
+        case ANSI_FIXED_FONT:
+        case ANSI_VAR_FONT:
+        case SYSTEM_FONT:
+        case DEVICE_DEFAULT_FONT:
+        case SYSTEM_FIXED_FONT:
+        case DEFAULT_GUI_FONT: {
+            auto font = std::make_unique<Font>();
+            font->logical = StockFont(which);
+            return AddStock(std::move(font));
+        }
         case DEFAULT_PALETTE: {
             // The static colours: eight dark, the four "money" colours, eight bright.
             static constexpr PALETTEENTRY kColours[20] = {
@@ -60,12 +72,12 @@ HGDIOBJ MakeStock(int which) {
 
 HGDIOBJ StockObject(int which) {
     // Made under a function-local static's guard, so two threads' first calls make one object.
-    static std::array<HGDIOBJ, DEFAULT_PALETTE + 1> made = [] {
-        std::array<HGDIOBJ, DEFAULT_PALETTE + 1> objects{};
-        for (int i = 0; i <= DEFAULT_PALETTE; ++i) objects[i] = MakeStock(i);
+    static std::array<HGDIOBJ, DEFAULT_GUI_FONT + 1> made = [] {
+        std::array<HGDIOBJ, DEFAULT_GUI_FONT + 1> objects{};
+        for (int i = 0; i <= DEFAULT_GUI_FONT; ++i) objects[i] = MakeStock(i);
         return objects;
     }();
-    return which >= 0 && which <= DEFAULT_PALETTE ? made[which] : nullptr;
+    return which >= 0 && which <= DEFAULT_GUI_FONT ? made[which] : nullptr;
 }
 
 HPALETTE DefaultPalette() { return static_cast<HPALETTE>(StockObject(DEFAULT_PALETTE)); }
@@ -88,6 +100,7 @@ DcState InitialState(ObjectKind kind) {
     state.palette = DefaultPalette();
     state.brush = static_cast<HBRUSH>(StockObject(WHITE_BRUSH));
     state.pen = static_cast<HPEN>(StockObject(BLACK_PEN));
+    state.font = static_cast<HFONT>(StockObject(SYSTEM_FONT));
     if (kind == ObjectKind::MemoryDC) state.bitmap = DefaultBitmap();
     return state;
 }
