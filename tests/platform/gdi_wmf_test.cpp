@@ -156,6 +156,52 @@ TEST(GdiWmf, RecordsWhatWindowsRecords) {
          "0000 0200 0000 0000 0000 0102 0300 0405 0600 0110 abcd 1001 ef12 2800 0000 330d 0000 0200 0000 "
          "0100 0000 0100 0300 0300 0200 2800 0000 0300 0000 feff ffff 0100 0400 0000 0000 0800 0000 0000 "
          "0000 0000 0000 0200 0000 0000 0000 0102 0300 0405 0600 0110 abcd 1001 ef12 0300 0000 0000"},
+        {"shapes",
+         [](HDC dc) {
+             const POINT points[5] = {{0, 0}, {10, 0}, {10, 10}, {0, 10}, {5, 5}};
+             const INT counts[2] = {3, 2};
+             Polygon(dc, points, 5), PolyPolygon(dc, points, counts, 2), RoundRect(dc, 1, 2, 30, 40, 5, 6);
+             Ellipse(dc, 1, 2, 3, 4), Arc(dc, 1, 2, 3, 4, 5, 6, 7, 8), Pie(dc, 1, 2, 3, 4, 5, 6, 7, 8);
+             Chord(dc, 1, 2, 3, 4, 5, 6, 7, 8), SetPolyFillMode(dc, WINDING);
+             OffsetWindowOrgEx(dc, 3, 4, nullptr), OffsetViewportOrgEx(dc, -3, -4, nullptr);
+             ScaleWindowExtEx(dc, 1, 2, 3, 4, nullptr), ScaleViewportExtEx(dc, 5, 6, 7, 8, nullptr);
+             vx::OwnedObject<HRGN> region(CreateRectRgn(3, 3, 9, 8));
+             vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(RGB(1, 2, 3)));
+             FillRgn(dc, region.get(), brush.get()), FrameRgn(dc, region.get(), brush.get(), 2, 3);
+             PaintRgn(dc, region.get()), InvertRgn(dc, region.get());
+         },
+         "0100 0900 0003 ea00 0000 0600 1400 0000 0000 0e00 0000 2403 0500 0000 0000 0a00 0000 0a00 0a00 "
+         "0000 0a00 0500 0500 1100 0000 3805 0200 0300 0200 0000 0000 0a00 0000 0a00 0a00 0000 0a00 0500 "
+         "0500 0000 0900 0000 1c06 0600 0500 2800 1e00 0200 0100 0700 0000 1804 0400 0300 0200 0100 0b00 "
+         "0000 1708 0800 0700 0600 0500 0400 0300 0200 0100 0b00 0000 1a08 0800 0700 0600 0500 0400 0300 "
+         "0200 0100 0b00 0000 3008 0800 0700 0600 0500 0400 0300 0200 0100 0400 0000 0601 0200 0500 0000 "
+         "0f02 0400 0300 0500 0000 1102 fcff fdff 0700 0000 1004 0400 0300 0200 0100 0700 0000 1204 0800 "
+         "0700 0600 0500 1400 0000 ff06 0000 0600 f602 0000 2400 0100 0200 0300 0300 0900 0800 0200 0300 "
+         "0800 0300 0900 0200 0700 0000 fc02 0000 0102 0300 0000 0500 0000 2802 0100 0000 1400 0000 ff06 "
+         "0000 0600 f602 0000 2400 0100 0200 0300 0300 0900 0800 0200 0300 0800 0300 0900 0200 0700 0000 "
+         "fc02 0000 0102 0300 0000 0700 0000 2904 0300 0200 0300 0200 1400 0000 ff06 0000 0600 f602 0000 "
+         "2400 0100 0200 0300 0300 0900 0800 0200 0300 0800 0300 0900 0200 0400 0000 2b01 0400 1400 0000 "
+         "ff06 0000 0600 f602 0000 2400 0100 0200 0300 0300 0900 0800 0200 0300 0800 0300 0900 0200 0400 "
+         "0000 2a01 0500 0300 0000 0000"},
+        {"text",
+         [](HDC dc) {
+             LOGFONTA logical{};
+             logical.lfHeight = -12, logical.lfWeight = FW_BOLD, logical.lfItalic = 1;
+             std::snprintf(logical.lfFaceName, sizeof logical.lfFaceName, "Arial");
+             HFONT font = CreateFontIndirectA(&logical);
+             SelectObject(dc, font), SetTextAlign(dc, TA_BASELINE | TA_CENTER | TA_UPDATECP);
+             TextOutA(dc, 1, 2, "abc", 3);
+             const RECT rect{1, 2, 30, 40};
+             const INT dx[3] = {5, 6, 7};
+             ExtTextOutA(dc, 3, 4, ETO_CLIPPED | ETO_OPAQUE, &rect, "xyz", 3, dx);
+             ExtTextOutA(dc, 3, 4, 0, nullptr, "xy", 2, nullptr);
+             DeleteObject(font);
+         },
+         "0100 0900 0003 5200 0000 0100 1c00 0000 0000 1c00 0000 fb02 f4ff 0000 0000 0000 bc02 0100 0000 "
+         "0000 0000 4172 6961 6c00 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0400 "
+         "0000 2d01 0000 0500 0000 2e01 1f00 0000 0900 0000 320a 0200 0100 0300 0000 6162 6300 1000 0000 "
+         "320a 0400 0300 0300 0600 0100 0200 1e00 2800 7879 7a00 0500 0600 0700 0800 0000 320a 0400 0300 "
+         "0200 0000 7879 0300 0000 0000"},
     };
     for (const Case& c : cases) EXPECT_EQ(Recorded(c.calls), c.words) << c.name;
 }
@@ -244,6 +290,29 @@ TEST(GdiWmf, PlayingDrawsWhatTheCallDraws) {
     vx::OwnedObject<HBRUSH> pattern(CreatePatternBrush(patternBitmap.get()));
     vx::OwnedObject<HBRUSH> solid(CreateSolidBrush(RGB(10, 200, 30)));
     vx::OwnedObject<HPEN> pen(CreatePen(PS_DOT, 1, RGB(250, 0, 90)));
+    vx::OwnedObject<HRGN> region(CreateRectRgn(1, 1, 6, 4)), other(CreateRectRgn(4, 3, 10, 9));
+    CombineRgn(region.get(), region.get(), other.get(), RGN_XOR);
+    LOGFONTA logical{};
+    logical.lfHeight = -9, logical.lfWeight = FW_BOLD;
+    vx::OwnedObject<HFONT> font(CreateFontIndirectA(&logical));
+    const auto shapes = [&](HDC dc) {
+        const POINT points[6] = {{0, 0}, {11, 2}, {3, 9}, {8, 1}, {11, 9}, {6, 6}};
+        const INT counts[2] = {3, 3};
+        SelectObject(dc, pen.get()), SelectObject(dc, solid.get()), SetPolyFillMode(dc, WINDING);
+        Ellipse(dc, 0, 0, 7, 5), Polygon(dc, points, 4), PolyPolygon(dc, points, counts, 2);
+        RoundRect(dc, 2, 3, 12, 10, 4, 3), Arc(dc, 1, 1, 11, 9, 11, 0, 0, 5), Pie(dc, 0, 4, 6, 10, 6, 4, 0, 10);
+        Chord(dc, 5, 0, 12, 6, 12, 3, 5, 0);
+    };
+    const auto regions = [&](HDC dc) {
+        FillRgn(dc, region.get(), solid.get()), FrameRgn(dc, region.get(), pattern.get(), 2, 1);
+        OffsetViewportOrgEx(dc, 1, 1, nullptr), PaintRgn(dc, other.get()), InvertRgn(dc, region.get());
+    };
+    const auto text = [&](HDC dc) {
+        const RECT clip{1, 1, 9, 8};
+        const INT advances[3] = {3, 4, 5};
+        SelectObject(dc, font.get()), SetTextColor(dc, RGB(0, 0, 200)), SetBkMode(dc, TRANSPARENT);
+        TextOutA(dc, 0, 0, "Wm", 2), ExtTextOutA(dc, 1, 2, ETO_CLIPPED | ETO_OPAQUE, &clip, "abc", 3, advances);
+    };
     // Wine records a blit's source rectangle from the top of the bitmap and plays it from the
     // bottom, so a rectangle that is not centred on the bitmap's rows comes back from other
     // rows there; ours plays what was recorded.
@@ -276,6 +345,9 @@ TEST(GdiWmf, PlayingDrawsWhatTheCallDraws) {
              SaveDC(dc), IntersectClipRect(dc, 1, 1, 4, 4), SetPixel(dc, 2, 2, RGB(1, 2, 3));
              RestoreDC(dc, -1), SetPixel(dc, 6, 5, RGB(4, 5, 6));
          }},
+        {"shapes", shapes},
+        {"regions", regions},
+        {"text", text},
     };
     vxtest::Colours start;
     for (int i = 0; i < 12 * 10; ++i) start.push_back(vxtest::Mix(i, 7));

@@ -12,8 +12,8 @@
 // Objects. The metafile's object table has as many slots as its header says. A creation
 // record takes the lowest free slot, or is dropped when there is none; it takes the slot even
 // when the object cannot be made here (a hatched brush becomes a solid brush of its colour; a
-// font or pattern that cannot be made leaves the slot empty), so the slots the later records
-// name stay the ones the recorder meant. SELECTOBJECT, SELECTPALETTE, the region records and
+// font or pattern that cannot be made, or a record too short to hold its object, leaves the
+// slot empty), so the slots the later records name stay the ones the recorder meant. SELECTOBJECT, SELECTPALETTE, the region records and
 // DELETEOBJECT of an empty or missing slot do nothing.
 //
 // Like Windows, the player puts the DC's pen, brush, palette, font and clipping region back
@@ -187,11 +187,12 @@ public:
             case META_PAINTREGION: if (p.has(1)) PaintRgn(dc_, static_cast<HRGN>(Slot(p, 0))); break;
             case META_INVERTREGION: if (p.has(1)) InvertRgn(dc_, static_cast<HRGN>(Slot(p, 0))); break;
 
-            case META_CREATEPENINDIRECT:
-                if (p.has(5)) Add(CreatePen(p.s(0), p.s(1), p.l(3)));
-                break;
+            case META_CREATEPENINDIRECT: Add(p.has(5) ? CreatePen(p.s(0), p.s(1), p.l(3)) : nullptr); break;
             case META_CREATEBRUSHINDIRECT: {
-                if (!p.has(4)) break;
+                if (!p.has(4)) {
+                    Add(nullptr);
+                    break;
+                }
                 LOGBRUSH brush{p.u(0), p.l(1), static_cast<ULONG_PTR>(p.u(3))};
                 // Hatches are not part of the subset: their colour stands in for them.
                 constexpr UINT kHatched = 2;  // BS_HATCHED
@@ -300,7 +301,7 @@ private:
     }
 
     void PlayFont(const Params& p) {
-        if (!p.has(9)) return;
+        if (!p.has(9)) return Add(nullptr);
         LOGFONTA font{};
         font.lfHeight = p.s(0);
         font.lfWidth = p.s(1);
@@ -322,9 +323,8 @@ private:
     }
 
     void PlayPalette(const Params& p) {
-        if (!p.has(2)) return;
-        const size_t count = p.u(1);
-        if (!p.has(2 + 2 * count)) return;
+        const size_t count = p.has(2) ? p.u(1) : 0;
+        if (!p.has(2 + 2 * count)) return Add(nullptr);
         std::vector<uint8_t> memory(sizeof(LOGPALETTE) + count * sizeof(PALETTEENTRY));
         auto* palette = reinterpret_cast<LOGPALETTE*>(memory.data());
         palette->palVersion = 0x300;
@@ -333,13 +333,13 @@ private:
         Add(CreatePalette(palette));
     }
 
-    // META_CREATEREGION: a head of 10 words (the scan count at 5), then the scans: edge
-    // count, top, bottom, the left and right edges, the edge count again.
+    // META_CREATEREGION: a head of 11 words (the scan count at 5, the bounding box last),
+    // then the scans: edge count, top, bottom, the left and right edges, the edge count again.
     void PlayRegion(const Params& p) {
-        if (!p.has(10)) return;
+        if (!p.has(11)) return Add(nullptr);
         const size_t scans = p.u(5);
         HRGN region = CreateRectRgn(0, 0, 0, 0);
-        size_t at = 10;
+        size_t at = 11;
         for (size_t i = 0; i < scans && region != nullptr; ++i) {
             if (!p.has(at + 3)) break;
             const size_t edges = p.u(at);

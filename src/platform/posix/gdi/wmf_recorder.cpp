@@ -152,6 +152,7 @@ public:
         Word(static_cast<int>(counts.size()));
         for (INT count : counts) Word(count);
         for (const POINT& p : points) Word(p.x), Word(p.y);
+        Word(0);  // Windows ends this record with a spare word
         End(at);
     }
     void Rectangle(int left, int top, int right, int bottom) override {
