@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the seed corpora of the fuzz targets: small files that each sit on one edge of their
-format (run from anywhere; the files go to corpus/read_dib, corpus/expand_rle and
-corpus/dib_exports beside this script)."""
+format (run from anywhere; the files go to corpus/read_dib, corpus/expand_rle,
+corpus/dib_exports and corpus/wmf_play beside this script)."""
 import os
 import struct
 
@@ -9,6 +9,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 OUT = os.path.join(HERE, "corpus", "read_dib")
 RLE_OUT = os.path.join(HERE, "corpus", "expand_rle")
 EXPORTS_OUT = os.path.join(HERE, "corpus", "dib_exports")
+WMF_OUT = os.path.join(HERE, "corpus", "wmf_play")
 
 
 def info(width, height, bits, compression=0, size_image=0, clr_used=0, size=40, planes=1):
@@ -139,6 +140,76 @@ EXPORTS_CORPUS = {
 }
 
 
+def wmf(*records, objects=4, size=None):
+    """A Windows metafile: the header (its size in words counted, or `size`), then records."""
+    body = b"".join(records)
+    words = (18 + len(body)) // 2 if size is None else size
+    return struct.pack("<HHHIHIH", 1, 9, 0x300, words, objects, 64, 0) + body
+
+
+def rec(function, *words, size=None, tail=b""):
+    """A record of 16-bit parameter words (and raw bytes after them); `size` lies about it."""
+    data = struct.pack("<%dh" % len(words), *words) + tail
+    if len(data) % 2:
+        data += b"\0"
+    return struct.pack("<IH", (6 + len(data)) // 2 if size is None else size, function) + data
+
+
+def long_words(value):
+    return (value & 0xFFFF) - (0x10000 if value & 0x8000 else 0), (value >> 16) - (0x10000 if value & 0x80000000 else 0)
+
+
+EOF_RECORD = rec(0)
+RED_BRUSH = rec(0x2FC, 0, 0xFF, 0, 0) + rec(0x12D, 0)
+DIB_4BIT = info(3, 2, 4, size_image=8, clr_used=2) + bytes([200, 2, 3, 0, 4, 5, 250, 0]) + bytes([0x01, 0x10, 0xAB, 0xCD, 0x10, 0x01, 0xEF, 0x12])
+DIB_1BIT = info(2, 2, 1, size_image=8) + bytes([0, 0, 0, 0, 255, 255, 255, 0]) + bytes([0x40, 0, 0, 0, 0x80, 0, 0, 0])
+REGION = struct.pack("<hhIhhh4h", 0, 6, 0x2F6, 60, 3, 2, 0, 0, 9, 8) + struct.pack("<6h", 2, 0, 3, 0, 5, 2) + struct.pack("<6h", 2, 3, 5, 0, 9, 2) + struct.pack("<6h", 2, 5, 8, 3, 9, 2)
+FONT = struct.pack("<5h8B", -12, 0, 0, 0, 700, 1, 0, 0, 0, 0, 0, 0, 0) + b"Arial".ljust(32, b"\0")
+PALETTE = struct.pack("<HH", 0x300, 2) + bytes([1, 2, 3, 0, 4, 5, 6, 4])
+SRCCOPY = long_words(0x00CC0020)
+PATCOPY = long_words(0x00F00021)
+
+# Every record the player knows, in one file, as the recorder writes them.
+EVERY_RECORD = wmf(
+    rec(0x1E), rec(0x103, 8), rec(0x20C, 20, 10), rec(0x20E, 40, 30), rec(0x20B, -2, 1), rec(0x20D, 4, 3),
+    rec(0x20F, 1, 1), rec(0x211, -1, -1), rec(0x410, 1, 1, 1, 1), rec(0x412, 2, 1, 2, 1), rec(0x103, 1),
+    rec(0x209, 0x0201, 3), rec(0x201, 7, 0x100), rec(0x102, 1), rec(0x104, 7), rec(0x107, 3), rec(0x106, 2),
+    rec(0x12E, 24, 0), rec(0x2FA, 1, 3, 0, 0x0201, 3), rec(0x12D, 0), rec(0x2FC, 0, 0xFF, 0, 0), rec(0x12D, 1),
+    rec(0x2FB, tail=FONT), rec(0x12D, 2), rec(0xF7, tail=PALETTE), rec(0x234, 3), rec(0x35),
+    rec(0x6FF, tail=REGION), rec(0x12D, 4), rec(0x1F0, 4), rec(0x416, 20, 20, 0, 0), rec(0x415, 4, 4, 2, 2),
+    rec(0x214, 2, 1), rec(0x213, 4, 3), rec(0x325, 3, 0, 0, 5, -5, 9, 1), rec(0x324, 3, 0, 0, 10, 0, 10, 10),
+    rec(0x538, 2, 3, 2, 0, 0, 10, 0, 10, 10, 0, 10, 5, 5), rec(0x41B, 4, 3, 2, 1), rec(0x61C, 6, 5, 40, 30, 2, 1),
+    rec(0x418, 4, 3, 2, 1), rec(0x817, 8, 7, 6, 5, 4, 3, 2, 1), rec(0x81A, 8, 7, 6, 5, 4, 3, 2, 1),
+    rec(0x830, 8, 7, 6, 5, 4, 3, 2, 1), rec(0x41F, 0x02C8, 3, 2, 1), rec(0x61D, *PATCOPY, 5, 4, 1, 0),
+    rec(0x6FF, tail=REGION), rec(0x2FC, 2, 0x0201, 3, 4), rec(0x228, 6, 5), rec(0x429, 3, 2, 6, 5), rec(0x12B, 5),
+    rec(0x12A, 5), rec(0x12C, 5), rec(0x521, 3, tail=b"abc\0" + struct.pack("<2h", 2, 1)), rec(0xA32, 2, 1, 3, 0, tail=b"abc"),
+    rec(0xA32, 4, 3, 3, 6, 1, 2, 30, 40, tail=b"xyz\0" + struct.pack("<3h", 5, 6, 7)),
+    rec(0x142, 3, 0, tail=DIB_1BIT), rec(0x12D, 6),
+    rec(0xF43, *SRCCOPY, 0, 1, 3, 1, 0, 4, 6, 1, 0, tail=DIB_4BIT),
+    rec(0xD33, 0, 2, 0, 1, 0, 1, 3, 3, 2, tail=DIB_4BIT),
+    rec(0x940, *SRCCOPY, 0, 0, 2, 2, 2, 1, tail=DIB_1BIT),
+    rec(0xB41, *long_words(0x00660046), -1, 2, 1, 1, -4, 6, 0, 0, tail=DIB_4BIT),
+    rec(0x940, *long_words(0x00550009), 0, 0, 0, 2, 2, 0, 0), rec(0x127, -1), rec(0x1F0, 0), EOF_RECORD,
+    objects=8)
+
+WMF_CORPUS = {
+    "every_record": EVERY_RECORD,
+    "zero_size_record": wmf(RED_BRUSH, rec(0x61D, *PATCOPY, 4, 4, 0, 0), rec(0x61D, size=0), EOF_RECORD),
+    "past_the_end": wmf(RED_BRUSH, rec(0x61D, *PATCOPY, 4, 4, 0, 4, size=100)),
+    "table_overflow": wmf(rec(0x2FC, 0, 0xFF, 0, 0), rec(0x2FC, 0, 0, 0xFF, 0), rec(0x12D, 1), rec(0x1F0, 9),
+                          EOF_RECORD, objects=1),
+    "gigantic_dib": wmf(rec(0xF43, *SRCCOPY, 0, 1, 1, 0, 0, 0x7FFF, 0x7FFF, 0, 0,
+                            tail=info(0x7FFFFFFF, 0x7FFFFFFF, 32)), EOF_RECORD),
+    "dib_header_lies": wmf(rec(0x940, *SRCCOPY, 0, 0, 2, 2, 0, 0, tail=info(2, 2, 8, clr_used=0xFFFFFFFF)[:30]),
+                           rec(0x142, 3, 0, tail=info(64, 64, 24)), EOF_RECORD),
+    "counts_lie": wmf(rec(0x538, 0x7FFF, 3, 3), rec(0x325, 0x7FFF, 1, 1), rec(0xA32, 0, 0, 0x7FFF, 6, 1),
+                      rec(0x6FF, 0, 6, 0, 0, 60, 0x7FFF, 2, 0, 0, 9, 8), EOF_RECORD),
+    "huge_extents": wmf(rec(0x103, 8), rec(0x20C, 1, 1), rec(0x20E, 0x7FFF, 0x7FFF), RED_BRUSH,
+                        rec(0x61D, *PATCOPY, 0x7FFF, 0x7FFF, -0x8000, -0x8000), rec(0x213, 0x7FFF, -0x8000),
+                        rec(0xF43, *SRCCOPY, 0, 2, 3, 0, 0, 0x7FFF, 0x7FFF, 0, 0, tail=DIB_4BIT), EOF_RECORD),
+}
+
+
 def write(directory, corpus):
     os.makedirs(directory, exist_ok=True)
     for name, data in sorted(corpus.items()):
@@ -150,6 +221,7 @@ def main():
     write(OUT, CORPUS)
     write(RLE_OUT, RLE_CORPUS)
     write(EXPORTS_OUT, EXPORTS_CORPUS)
+    write(WMF_OUT, WMF_CORPUS)
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-// pending_exports.cpp - the exports of the text files, display, zoom,
+// pending_exports.cpp - the exports of the display, zoom,
 // magnifier and printing families: stubs until their operations are built.
 //
 // Every function of the interface is exported from the first release on, so that an

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <initializer_list>
 #include <string>
@@ -155,6 +156,52 @@ TEST(GdiWmf, RecordsWhatWindowsRecords) {
          "0000 0200 0000 0000 0000 0102 0300 0405 0600 0110 abcd 1001 ef12 2800 0000 330d 0000 0200 0000 "
          "0100 0000 0100 0300 0300 0200 2800 0000 0300 0000 feff ffff 0100 0400 0000 0000 0800 0000 0000 "
          "0000 0000 0000 0200 0000 0000 0000 0102 0300 0405 0600 0110 abcd 1001 ef12 0300 0000 0000"},
+        {"shapes",
+         [](HDC dc) {
+             const POINT points[5] = {{0, 0}, {10, 0}, {10, 10}, {0, 10}, {5, 5}};
+             const INT counts[2] = {3, 2};
+             Polygon(dc, points, 5), PolyPolygon(dc, points, counts, 2), RoundRect(dc, 1, 2, 30, 40, 5, 6);
+             Ellipse(dc, 1, 2, 3, 4), Arc(dc, 1, 2, 3, 4, 5, 6, 7, 8), Pie(dc, 1, 2, 3, 4, 5, 6, 7, 8);
+             Chord(dc, 1, 2, 3, 4, 5, 6, 7, 8), SetPolyFillMode(dc, WINDING);
+             OffsetWindowOrgEx(dc, 3, 4, nullptr), OffsetViewportOrgEx(dc, -3, -4, nullptr);
+             ScaleWindowExtEx(dc, 1, 2, 3, 4, nullptr), ScaleViewportExtEx(dc, 5, 6, 7, 8, nullptr);
+             vx::OwnedObject<HRGN> region(CreateRectRgn(3, 3, 9, 8));
+             vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(RGB(1, 2, 3)));
+             FillRgn(dc, region.get(), brush.get()), FrameRgn(dc, region.get(), brush.get(), 2, 3);
+             PaintRgn(dc, region.get()), InvertRgn(dc, region.get());
+         },
+         "0100 0900 0003 ea00 0000 0600 1400 0000 0000 0e00 0000 2403 0500 0000 0000 0a00 0000 0a00 0a00 "
+         "0000 0a00 0500 0500 1100 0000 3805 0200 0300 0200 0000 0000 0a00 0000 0a00 0a00 0000 0a00 0500 "
+         "0500 0000 0900 0000 1c06 0600 0500 2800 1e00 0200 0100 0700 0000 1804 0400 0300 0200 0100 0b00 "
+         "0000 1708 0800 0700 0600 0500 0400 0300 0200 0100 0b00 0000 1a08 0800 0700 0600 0500 0400 0300 "
+         "0200 0100 0b00 0000 3008 0800 0700 0600 0500 0400 0300 0200 0100 0400 0000 0601 0200 0500 0000 "
+         "0f02 0400 0300 0500 0000 1102 fcff fdff 0700 0000 1004 0400 0300 0200 0100 0700 0000 1204 0800 "
+         "0700 0600 0500 1400 0000 ff06 0000 0600 f602 0000 2400 0100 0200 0300 0300 0900 0800 0200 0300 "
+         "0800 0300 0900 0200 0700 0000 fc02 0000 0102 0300 0000 0500 0000 2802 0100 0000 1400 0000 ff06 "
+         "0000 0600 f602 0000 2400 0100 0200 0300 0300 0900 0800 0200 0300 0800 0300 0900 0200 0700 0000 "
+         "fc02 0000 0102 0300 0000 0700 0000 2904 0300 0200 0300 0200 1400 0000 ff06 0000 0600 f602 0000 "
+         "2400 0100 0200 0300 0300 0900 0800 0200 0300 0800 0300 0900 0200 0400 0000 2b01 0400 1400 0000 "
+         "ff06 0000 0600 f602 0000 2400 0100 0200 0300 0300 0900 0800 0200 0300 0800 0300 0900 0200 0400 "
+         "0000 2a01 0500 0300 0000 0000"},
+        {"text",
+         [](HDC dc) {
+             LOGFONTA logical{};
+             logical.lfHeight = -12, logical.lfWeight = FW_BOLD, logical.lfItalic = 1;
+             std::snprintf(logical.lfFaceName, sizeof logical.lfFaceName, "Arial");
+             HFONT font = CreateFontIndirectA(&logical);
+             SelectObject(dc, font), SetTextAlign(dc, TA_BASELINE | TA_CENTER | TA_UPDATECP);
+             TextOutA(dc, 1, 2, "abc", 3);
+             const RECT rect{1, 2, 30, 40};
+             const INT dx[3] = {5, 6, 7};
+             ExtTextOutA(dc, 3, 4, ETO_CLIPPED | ETO_OPAQUE, &rect, "xyz", 3, dx);
+             ExtTextOutA(dc, 3, 4, 0, nullptr, "xy", 2, nullptr);
+             DeleteObject(font);
+         },
+         "0100 0900 0003 5200 0000 0100 1c00 0000 0000 1c00 0000 fb02 f4ff 0000 0000 0000 bc02 0100 0000 "
+         "0000 0000 4172 6961 6c00 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0400 "
+         "0000 2d01 0000 0500 0000 2e01 1f00 0000 0900 0000 320a 0200 0100 0300 0000 6162 6300 1000 0000 "
+         "320a 0400 0300 0300 0600 0100 0200 1e00 2800 7879 7a00 0500 0600 0700 0800 0000 320a 0400 0300 "
+         "0200 0000 7879 0300 0000 0000"},
     };
     for (const Case& c : cases) EXPECT_EQ(Recorded(c.calls), c.words) << c.name;
 }
@@ -216,6 +263,259 @@ TEST(GdiWmf, MetafileDcAnswers) {
     EXPECT_EQ(CloseMetaFile(dc), nullptr);
     EXPECT_EQ(CloseMetaFile(source.get()), nullptr);
     EXPECT_TRUE(DeleteMetaFile(metafile));
+}
+
+}  // namespace
+
+namespace {
+
+// The same drawing recorded and played on one canvas, made directly on another: the pixels
+// must agree exactly.
+TEST(GdiWmf, PlayingDrawsWhatTheCallDraws) {
+    vxtest::Canvas mono(5, 4, 1), paletted(5, 4, 8, {{0, 0, 255, 0}, {0, 255, 0, 0}, {90, 0, 0, 0}}, true);
+    vxtest::Canvas wide(5, 4, 24), device(5, 4, 32);
+    for (const vxtest::Canvas* source : {&mono, &paletted, &wide, &device}) {
+        vxtest::Colours colours;
+        for (int i = 0; i < 20; ++i) colours.push_back(vxtest::Mix(i, source->format().bits));
+        if (source == &mono)
+            for (COLORREF& c : colours) c = (c & 1) != 0 ? RGB(255, 255, 255) : 0;
+        source->fill(colours);
+    }
+    vxtest::Info info = vxtest::Header(3, 2, 4);
+    info.header.biClrUsed = 2, info.header.biSizeImage = 8;
+    info.table[0] = {200, 2, 3, 0}, info.table[1] = {4, 5, 250, 0};
+    const uint8_t bits[8] = {0x01, 0x10, 0xAB, 0xCD, 0x10, 0x01, 0xEF, 0x12};
+    const BYTE rows[16] = {0xAA, 0, 0x55, 0, 0xCC, 0, 0x33, 0, 0xAA, 0, 0x55, 0, 0xF0, 0, 0x0F, 0};
+    vx::OwnedObject<HBITMAP> patternBitmap(CreateBitmap(8, 8, 1, 1, rows));
+    vx::OwnedObject<HBRUSH> pattern(CreatePatternBrush(patternBitmap.get()));
+    vx::OwnedObject<HBRUSH> solid(CreateSolidBrush(RGB(10, 200, 30)));
+    vx::OwnedObject<HPEN> pen(CreatePen(PS_DOT, 1, RGB(250, 0, 90)));
+    vx::OwnedObject<HRGN> region(CreateRectRgn(1, 1, 6, 4)), other(CreateRectRgn(4, 3, 10, 9));
+    CombineRgn(region.get(), region.get(), other.get(), RGN_XOR);
+    LOGFONTA logical{};
+    logical.lfHeight = -9, logical.lfWeight = FW_BOLD;
+    vx::OwnedObject<HFONT> font(CreateFontIndirectA(&logical));
+    const auto shapes = [&](HDC dc) {
+        const POINT points[6] = {{0, 0}, {11, 2}, {3, 9}, {8, 1}, {11, 9}, {6, 6}};
+        const INT counts[2] = {3, 3};
+        SelectObject(dc, pen.get()), SelectObject(dc, solid.get()), SetPolyFillMode(dc, WINDING);
+        Ellipse(dc, 0, 0, 7, 5), Polygon(dc, points, 4), PolyPolygon(dc, points, counts, 2);
+        RoundRect(dc, 2, 3, 12, 10, 4, 3), Arc(dc, 1, 1, 11, 9, 11, 0, 0, 5), Pie(dc, 0, 4, 6, 10, 6, 4, 0, 10);
+        Chord(dc, 5, 0, 12, 6, 12, 3, 5, 0);
+    };
+    const auto regions = [&](HDC dc) {
+        FillRgn(dc, region.get(), solid.get()), FrameRgn(dc, region.get(), pattern.get(), 2, 1);
+        OffsetViewportOrgEx(dc, 1, 1, nullptr), PaintRgn(dc, other.get()), InvertRgn(dc, region.get());
+    };
+    const auto text = [&](HDC dc) {
+        const RECT clip{1, 1, 9, 8};
+        const INT advances[3] = {3, 4, 5};
+        SelectObject(dc, font.get()), SetTextColor(dc, RGB(0, 0, 200)), SetBkMode(dc, TRANSPARENT);
+        TextOutA(dc, 0, 0, "Wm", 2), ExtTextOutA(dc, 1, 2, ETO_CLIPPED | ETO_OPAQUE, &clip, "abc", 3, advances);
+    };
+    // Wine records a blit's source rectangle from the top of the bitmap and plays it from the
+    // bottom, so a rectangle that is not centred on the bitmap's rows comes back from other
+    // rows there; ours plays what was recorded.
+    const char* const wineRows = "Wine plays a blit's source rows from the bottom of the bitmap";
+    const struct {
+        const char* name;
+        std::function<void(HDC)> draw;
+        const char* windowsSkip = nullptr;
+    } cases[] = {
+        {"BitBlt of a 1-bit device bitmap", [&](HDC dc) { BitBlt(dc, 2, 1, 4, 3, mono.dc(), 1, 1, SRCCOPY); },
+         "Wine's player reads a 1-bit bitmap's rows one row late"},
+        {"StretchBlt of an 8-bit section, growing",
+         [&](HDC dc) { StretchBlt(dc, 1, 2, 9, 7, paletted.dc(), 0, 1, 4, 2, SRCINVERT); }},
+        {"StretchBlt of an 8-bit section, from the top",
+         [&](HDC dc) { StretchBlt(dc, 1, 2, 9, 7, paletted.dc(), 0, 0, 4, 3, SRCINVERT); }, wineRows},
+        {"StretchBlt of a 24-bit section, shrinking, mirrored",
+         [&](HDC dc) { StretchBlt(dc, 10, 0, -6, 2, wide.dc(), 0, 0, 5, 4, SRCCOPY); }},
+        {"BitBlt of a 32-bit device bitmap", [&](HDC dc) { BitBlt(dc, 3, 3, 5, 4, device.dc(), 0, 0, SRCPAINT); }},
+        {"StretchDIBits",
+         [&](HDC dc) { StretchDIBits(dc, 1, 1, 7, 5, 0, 0, 3, 2, bits, info.get(), DIB_RGB_COLORS, SRCAND); }},
+        {"SetDIBitsToDevice", [&](HDC dc) { SetDIBitsToDevice(dc, 4, 2, 3, 2, 0, 0, 0, 2, bits, info.get(), DIB_RGB_COLORS); }},
+        {"pattern brush",
+         [&](HDC dc) { SelectObject(dc, pattern.get()), PatBlt(dc, 1, 1, 10, 6, PATINVERT); }},
+        {"state, pen and brush",
+         [&](HDC dc) {
+             SetMapMode(dc, MM_ANISOTROPIC), SetWindowExtEx(dc, 2, 2, nullptr), SetViewportExtEx(dc, 3, 3, nullptr);
+             SetViewportOrgEx(dc, 1, 0, nullptr), SetBkMode(dc, TRANSPARENT), SetROP2(dc, R2_XORPEN);
+             SelectObject(dc, pen.get()), SelectObject(dc, solid.get());
+             Rectangle(dc, 0, 0, 6, 5), MoveToEx(dc, 7, 0, nullptr), LineTo(dc, 0, 6);
+             SaveDC(dc), IntersectClipRect(dc, 1, 1, 4, 4), SetPixel(dc, 2, 2, RGB(1, 2, 3));
+             RestoreDC(dc, -1), SetPixel(dc, 6, 5, RGB(4, 5, 6));
+         }},
+        {"shapes", shapes},
+        {"regions", regions},
+        {"text", text},
+    };
+    vxtest::Colours start;
+    for (int i = 0; i < 12 * 10; ++i) start.push_back(vxtest::Mix(i, 7));
+    for (const auto& c : cases) {
+#ifdef _WIN32
+        if (c.windowsSkip != nullptr) {
+            std::printf("skipped on Windows: %s: %s\n", c.name, c.windowsSkip);
+            continue;
+        }
+#endif
+        vxtest::Canvas played(12, 10, 24), direct(12, 10, 24);
+        played.fill(start), direct.fill(start);
+        HDC recording = CreateMetaFileA(nullptr);
+        c.draw(recording);
+        HMETAFILE metafile = CloseMetaFile(recording);
+        EXPECT_TRUE(PlayMetaFile(played.dc(), metafile)) << c.name;
+        c.draw(direct.dc());
+        EXPECT_EQ(vxtest::Show(played.read(), 12), vxtest::Show(direct.read(), 12)) << c.name;
+        DeleteMetaFile(metafile);
+    }
+}
+
+// A metafile written word by word: the header (its size set by bytes()), then records.
+struct MetaBytes {
+    std::vector<uint8_t> data;
+    explicit MetaBytes(int objects) {
+        for (int v : {1, 9, 0x300, 0, 0, objects, 0, 0, 0}) word(v);
+    }
+    void word(int v) { data.push_back(static_cast<uint8_t>(v)), data.push_back(static_cast<uint8_t>(v >> 8)); }
+    MetaBytes& record(uint32_t words, int function, std::initializer_list<int> params) {
+        word(static_cast<int>(words & 0xFFFF)), word(static_cast<int>(words >> 16)), word(function);
+        for (int v : params) word(v);
+        return *this;
+    }
+    MetaBytes& record(int function, std::initializer_list<int> params) {
+        return record(3 + static_cast<uint32_t>(params.size()), function, params);
+    }
+    MetaBytes& red() { return record(0x2FC, {0, 0xFF, 0, 0}).record(0x12D, {0}); }  // a red brush, selected
+    MetaBytes& patBlt(int x) { return record(0x61D, {0x21, 0xF0, 4, 4, 0, x}); }   // PATCOPY of 4 x 4 at x, 0
+    MetaBytes& end() { return record(0, {}); }
+    std::vector<uint8_t> bytes() const {
+        std::vector<uint8_t> out = data;
+        const auto words = static_cast<uint32_t>(out.size() / 2);
+        for (int i = 0; i < 4; ++i) out[6 + static_cast<size_t>(i)] = static_cast<uint8_t>(words >> (8 * i));
+        return out;
+    }
+};
+
+// Metafiles that lie: the walk stops at a record below its head, plays a record past the end
+// with what there is, skips what it cannot play and goes on; the object table holds what its
+// header says. PlayMetaFile answers TRUE whatever the records held.
+TEST(GdiWmf, PlaysBadRecordsAsWindowsDoes) {
+    const COLORREF red = RGB(255, 0, 0), white = RGB(255, 255, 255);
+    MetaBytes huge(1);  // a 2^31 x 2^31 DIB in a record of 20 words
+    huge.red().record(0xF43, {0x20, 0xCC, 0, 1, 1, 0, 0, 1, 1, 0, 0, 40, 0, -1, 0x7FFF, -1, 0x7FFF, 1, 1});
+    const struct {
+        const char* name;
+        std::vector<uint8_t> bytes;
+        COLORREF left, right;  // the pixels at (0, 0) and (5, 0)
+        const char* windowsSkip = nullptr;
+    } cases[] = {
+        {"good", MetaBytes(1).red().patBlt(0).end().bytes(), red, white},
+        {"a record of no words", MetaBytes(1).red().patBlt(0).record(0, 0x61D, {}).patBlt(4).end().bytes(), red, white},
+        {"a record of two words", MetaBytes(1).red().patBlt(0).record(2, 0x61D, {}).patBlt(4).end().bytes(), red, white},
+        {"past the end", MetaBytes(1).red().patBlt(0).record(100, 0x61D, {0x21, 0xF0, 4, 4, 0, 4}).bytes(), red, red},
+        {"no end", MetaBytes(1).red().patBlt(0).patBlt(4).bytes(), red, red},
+        {"after the end", MetaBytes(1).red().patBlt(0).end().patBlt(4).bytes(), red, white},
+        {"unknown record", MetaBytes(1).red().patBlt(0).record(0x999, {1, 2}).patBlt(4).end().bytes(), red, red},
+        {"too short to play", MetaBytes(1).red().record(5, 0x61D, {0x21, 0xF0}).patBlt(4).end().bytes(), white, red},
+        {"no slots", MetaBytes(0).red().patBlt(0).end().bytes(), white, white},
+        {"table full", MetaBytes(1).red().record(0x2FC, {0, 0, 0xFF, 0}).record(0x12D, {1}).patBlt(4).end().bytes(),
+         white, red},
+        {"slot out of range", MetaBytes(2).record(0x2FC, {0, 0xFF, 0, 0}).record(0x12D, {5}).patBlt(0).end().bytes(),
+         white, white},
+        {"selected brush deleted",
+         MetaBytes(1).red().record(0x1F0, {0}).record(0x1F0, {7}).patBlt(0).end().bytes(), red, white},
+        {"gigantic DIB", huge.patBlt(4).end().bytes(), white, red, "Wine's player crashes on it"},
+    };
+    vxtest::Canvas canvas(8, 8, 32);
+    for (const auto& c : cases) {
+#ifdef _WIN32
+        if (c.windowsSkip != nullptr) {
+            std::printf("skipped on Windows: %s: %s\n", c.name, c.windowsSkip);
+            continue;
+        }
+#endif
+        canvas.fill(vxtest::Colours(64, white));
+        HMETAFILE metafile = SetMetaFileBitsEx(static_cast<UINT>(c.bytes.size()), c.bytes.data());
+        ASSERT_NE(metafile, nullptr) << c.name;
+        EXPECT_TRUE(PlayMetaFile(canvas.dc(), metafile)) << c.name;
+        EXPECT_EQ(GetPixel(canvas.dc(), 0, 0), c.left) << c.name;
+        EXPECT_EQ(GetPixel(canvas.dc(), 5, 0), c.right) << c.name;
+        DeleteMetaFile(metafile);
+    }
+    EXPECT_FALSE(PlayMetaFile(canvas.dc(), reinterpret_cast<HMETAFILE>(canvas.bitmap())));
+}
+
+// SetMetaFileBitsEx takes a memory metafile's header (type 1, 9 words, version 0x300) and sets
+// its size to the bytes given; GetMetaFileBitsEx copies what fits.
+TEST(GdiWmf, MetafileBytesAsWindowsTakesThem) {
+    const std::vector<uint8_t> good = MetaBytes(0).record(0x214, {2, 1}).end().bytes();
+    const struct {
+        const char* name;
+        size_t at;  // the word changed (-1: none)
+        int value;
+        UINT size;  // 0: all
+        long long words;  // the size the metafile then says, 0 when refused
+    } cases[] = {
+        {"good", SIZE_MAX, 0, 0, 17},    {"header only", SIZE_MAX, 0, 18, 9},   {"short", SIZE_MAX, 0, 17, 0},
+        {"odd", SIZE_MAX, 0, 27, 0},     {"less than it says", SIZE_MAX, 0, 20, 10},
+        {"type 2", 0, 2, 0, 0},         {"type 0", 0, 0, 0, 0},               {"header of 8 words", 1, 8, 0, 0},
+        {"version 0x100", 2, 0x100, 0, 0}, {"version 0x301", 2, 0x301, 0, 0}, {"size 0", 3, 0, 0, 17},
+        {"placeable", 0, 0xCDD7, 0, 0},
+    };
+    for (const auto& c : cases) {
+        std::vector<uint8_t> bytes = good;
+        if (c.at != SIZE_MAX) bytes[2 * c.at] = static_cast<uint8_t>(c.value), bytes[2 * c.at + 1] = static_cast<uint8_t>(c.value >> 8);
+        HMETAFILE metafile = SetMetaFileBitsEx(c.size != 0 ? c.size : static_cast<UINT>(bytes.size()), bytes.data());
+        long long words = 0;
+        if (metafile != nullptr) {
+            uint8_t header[8];
+            EXPECT_EQ(GetMetaFileBitsEx(metafile, sizeof header, header), sizeof header) << c.name;
+            words = header[6] | header[7] << 8;
+            DeleteMetaFile(metafile);
+        }
+        EXPECT_EQ(words, c.words) << c.name;
+    }
+}
+
+// Files: CreateMetaFileA makes its file at once and CloseMetaFile fills it; GetMetaFileA
+// reads it back and refuses a placeable or truncated file.
+TEST(GdiWmf, MetafileFiles) {
+    const std::filesystem::path dir = std::filesystem::temp_directory_path() / "vexora_wmf_test";
+    std::filesystem::create_directories(dir);
+    const std::string recorded = (dir / "recorded.wmf").string(), copied = (dir / "copied.wmf").string();
+    HDC dc = CreateMetaFileA(recorded.c_str());
+    ASSERT_NE(dc, nullptr);
+    EXPECT_TRUE(std::filesystem::exists(recorded));
+    Rectangle(dc, 1, 2, 3, 4);
+    HMETAFILE metafile = CloseMetaFile(dc);
+    ASSERT_NE(metafile, nullptr);
+    const std::string words = Words(metafile);
+    HMETAFILE read = GetMetaFileA(recorded.c_str());
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(Words(read), words);
+    HMETAFILE copy = CopyMetaFileA(read, copied.c_str());
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(Words(copy), words);
+    EXPECT_EQ(std::filesystem::file_size(copied), std::filesystem::file_size(recorded));
+    for (HMETAFILE m : {metafile, read, copy}) EXPECT_TRUE(DeleteMetaFile(m));
+    EXPECT_FALSE(DeleteMetaFile(read));
+
+    std::vector<uint8_t> bytes = MetaBytes(0).record(0x214, {2, 1}).end().bytes();
+    const auto write = [&](const char* name, const std::vector<uint8_t>& content) {
+        const std::string path = (dir / name).string();
+        if (std::FILE* file = std::fopen(path.c_str(), "wb")) {
+            std::fwrite(content.data(), 1, content.size(), file);
+            std::fclose(file);
+        }
+        return path;
+    };
+    std::vector<uint8_t> placeable = {0xD7, 0xCD, 0xC6, 0x9A};
+    placeable.resize(22), placeable.insert(placeable.end(), bytes.begin(), bytes.end());
+    EXPECT_EQ(GetMetaFileA(write("placeable.wmf", placeable).c_str()), nullptr);
+    EXPECT_EQ(GetMetaFileA(write("truncated.wmf", std::vector<uint8_t>(bytes.begin(), bytes.end() - 2)).c_str()), nullptr);
+    EXPECT_EQ(GetMetaFileA((dir / "missing.wmf").string().c_str()), nullptr);
+    EXPECT_EQ(CreateMetaFileA((dir / "no such directory" / "x.wmf").string().c_str()), nullptr);
+    std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -139,10 +139,13 @@ const std::vector<Panel>& Panels() {
          Source::FaxPage1, {}},
         {"fax-page-2.bmp", "Page 2 of the set: the planes in another order (convert fax-set.ini --page 2)",
          Source::FaxPage2, {}},
+        {"text-1.bmp", "A text file rendered black on white by the text renderer (convert notes.txt)", Source::Text, {}},
         {"clipboard-24.bmp", "The 24-bit sample saved as a clipboard file and read back from its CF_DIB entry "
          "(convert sample-24.bmp sample-24.clp)", Source::Clipboard, {}},
         {"metafile-8.bmp", "The 8-bit gray image recorded into a Windows metafile and played back on the display: "
          "24 bits now (convert sample-8.bmp sample-8.wmf)", Source::Metafile, {}},
+        {"metafile-emf-24.bmp", "The 24-bit sample through an enhanced metafile (convert sample-24.bmp sample-24.emf)",
+         Source::EnhMetafile, {}},
     };
     return panels;
 }

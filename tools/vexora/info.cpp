@@ -13,8 +13,7 @@
 #include <vector>
 
 #include "commands.hpp"
-#include "formats/emf_records.hpp"
-#include "formats/wmf_records.hpp"
+#include "metafile_records.hpp"
 
 namespace vexora_tool {
 namespace {
@@ -131,48 +130,6 @@ bool DescribeClipboard(const std::string& path) {
     return true;
 }
 
-// The records of a Windows metafile (`bytes` from its 18-byte header on) as the player walks
-// them, by name, and those it does not play.
-void DescribeWindowsRecords(std::span<const uint8_t> bytes) {
-    std::map<uint16_t, unsigned long> functions;
-    unsigned long records = 0;
-    const auto end = vx::formats::WalkWmfRecords(bytes, [&](const vx::formats::WmfRecord& record) {
-        ++records;
-        ++functions[record.function];
-    });
-    const char* ending = end == vx::formats::WmfWalkEnd::Eof            ? ", then the end record"
-                         : end == vx::formats::WmfWalkEnd::Unterminated ? ", without an end record"
-                         : end == vx::formats::WmfWalkEnd::BadSize      ? ", then a record whose size lies"
-                                                                        : ", the last cut by the end of the file";
-    std::printf("  records      %lu%s\n", records, ending);
-    std::string played, skipped;
-    for (const auto& [function, count] : functions) {
-        const char* name = vx::formats::WmfRecordName(function);
-        char number[16];
-        std::snprintf(number, sizeof number, "0x%04X", static_cast<unsigned>(function));
-        std::string& list = vx::formats::WmfRecordPlayed(function) ? played : skipped;
-        list += (list.empty() ? "" : ", ") + std::string(name ? name : number) + " (" + std::to_string(count) + "x)";
-    }
-    std::printf("  played       %s\n", played.empty() ? "none" : played.c_str());
-    std::printf("  not played   %s\n", skipped.empty() ? "none" : skipped.c_str());
-}
-
-// The records of an enhanced metafile as the player walks them, and those it skips.
-void DescribeEnhancedRecords(const std::vector<unsigned char>& b) {
-    vx::formats::EmfRecords walk(std::span<const uint8_t>(b.data(), b.size()));
-    std::map<uint32_t, unsigned long> unknown;
-    unsigned long records = 0;
-    for (vx::formats::EmfRecordView record; walk.next(record);) {
-        ++records;
-        if (!vx::formats::EmfRecordPlayed(record.type)) ++unknown[record.type];
-    }
-    std::printf("  records      %lu walked%s\n", records, walk.broken() ? ", then a record whose size lies" : "");
-    std::string skipped;
-    for (const auto& [type, count] : unknown)
-        skipped += (skipped.empty() ? "" : ", ") + std::to_string(type) + " (" + std::to_string(count) + "x)";
-    std::printf("  not played   %s\n", skipped.empty() ? "none" : ("record types " + skipped).c_str());
-}
-
 // A metafile: its kind, bounds, units and records.
 bool DescribeMetafile(const std::string& path, int format) {
     const auto b = FileBytes(path);
@@ -183,7 +140,7 @@ bool DescribeMetafile(const std::string& path, int format) {
         std::printf("  bounds       (%ld, %ld) - (%ld, %ld) device pixels\n", I32(b, 8), I32(b, 12), I32(b, 16), I32(b, 20));
         std::printf("  frame        (%ld, %ld) - (%ld, %ld) hundredths of a millimetre\n", I32(b, 24), I32(b, 28), I32(b, 32), I32(b, 36));
         std::printf("  reference    %ld x %ld pixels, %ld x %ld mm\n", I32(b, 72), I32(b, 76), I32(b, 80), I32(b, 84));
-        DescribeEnhancedRecords(b);
+        std::fputs(DescribeEnhancedRecords(b).c_str(), stdout);
         return true;
     }
     const bool placeable = U32(b, 0) == 0x9AC6CDD7;
@@ -192,7 +149,7 @@ bool DescribeMetafile(const std::string& path, int format) {
                 U16(b, start + 4), static_cast<unsigned long>(U32(b, start + 6)));
     if (placeable)
         std::printf("  bounds       (%ld, %ld) - (%ld, %ld) at %u units per inch\n", I16(b, 6), I16(b, 8), I16(b, 10), I16(b, 12), U16(b, 14));
-    DescribeWindowsRecords(std::span<const uint8_t>(b.data(), b.size()).subspan(std::min(start, b.size())));
+    std::fputs(DescribeWindowsRecords(std::vector<unsigned char>(b.begin() + std::min(start, b.size()), b.end())).c_str(), stdout);
     return true;
 }
 

@@ -6,7 +6,7 @@
 // is checked as Windows checks it: at least the 18 bytes of the header, the in-memory type 1
 // (a file may also say 2, the type of a file), a header of 9 words and version 0x300. The
 // other fields are kept as given, except the size in words, which SetMetaFileBitsEx sets to
-// the bytes it was given and GetMetaFileA takes from the file (refusing a file shorter than
+// the bytes it was given (an odd count is refused) and GetMetaFileA takes from the file (refusing a file shorter than
 // it says). The records are not looked at until the metafile is played. A placeable metafile
 // (the 22-byte header with the key 0x9AC6CDD7 in front) is not a metafile here, as in Windows.
 //
@@ -72,7 +72,7 @@ using namespace vx::posix::gdi;
 extern "C" {
 
 VXPLATFORMAPI HMETAFILE SetMetaFileBitsEx(UINT size, const BYTE* bits) {
-    if (bits == nullptr || !GoodHeader(bits, size, false)) return nullptr;
+    if (bits == nullptr || size % 2 != 0 || !GoodHeader(bits, size, false)) return nullptr;
     try {
         std::vector<uint8_t> bytes(bits, bits + size);
         const uint32_t words = size / 2;

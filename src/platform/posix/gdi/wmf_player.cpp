@@ -2,7 +2,7 @@
 // DC by calling the subset's GDI calls by their Win32 names, as Windows plays them.
 //
 // The records are walked with WalkWmfRecords (formats/wmf_records.hpp), which never reads
-// outside the metafile: the walk stops at META_EOF, at a record whose size is below its head
+// outside the metafile: the walk stops at WMF_EOF, at a record whose size is below its head
 // (zero included), and after a record that claims more than the file holds, which is played
 // with what there is. A record too short for the parameters it needs is skipped, and so is one
 // the player does not know (WmfRecordPlayed says which it draws); the walk goes on after them.
@@ -12,8 +12,8 @@
 // Objects. The metafile's object table has as many slots as its header says. A creation
 // record takes the lowest free slot, or is dropped when there is none; it takes the slot even
 // when the object cannot be made here (a hatched brush becomes a solid brush of its colour; a
-// font or pattern that cannot be made leaves the slot empty), so the slots the later records
-// name stay the ones the recorder meant. SELECTOBJECT, SELECTPALETTE, the region records and
+// font or pattern that cannot be made, or a record too short to hold its object, leaves the
+// slot empty), so the slots the later records name stay the ones the recorder meant. SELECTOBJECT, SELECTPALETTE, the region records and
 // DELETEOBJECT of an empty or missing slot do nothing.
 //
 // Like Windows, the player puts the DC's pen, brush, palette, font and clipping region back
@@ -107,91 +107,92 @@ public:
     void Play(const WmfRecord& record) {
         const Params p(file_, record);
         switch (record.function) {
-            case META_SAVEDC: SaveDC(dc_); break;
-            case META_REALIZEPALETTE: RealizePalette(dc_); break;
-            case META_SETBKMODE: if (p.has(1)) SetBkMode(dc_, p.s(0)); break;
-            case META_SETMAPMODE: if (p.has(1)) SetMapMode(dc_, p.s(0)); break;
-            case META_SETROP2: if (p.has(1)) SetROP2(dc_, p.s(0)); break;
-            case META_SETPOLYFILLMODE: if (p.has(1)) SetPolyFillMode(dc_, p.s(0)); break;
-            case META_SETSTRETCHBLTMODE: if (p.has(1)) SetStretchBltMode(dc_, p.s(0)); break;
-            case META_SETTEXTALIGN: if (p.has(1)) SetTextAlign(dc_, p.u(0)); break;
-            case META_RESTOREDC: if (p.has(1)) RestoreDC(dc_, p.s(0)); break;
-            case META_SETBKCOLOR: if (p.has(2)) SetBkColor(dc_, p.l(0)); break;
-            case META_SETTEXTCOLOR: if (p.has(2)) SetTextColor(dc_, p.l(0)); break;
-            case META_SETWINDOWORG: if (p.has(2)) SetWindowOrgEx(dc_, p.s(1), p.s(0), nullptr); break;
-            case META_SETWINDOWEXT: if (p.has(2)) SetWindowExtEx(dc_, p.s(1), p.s(0), nullptr); break;
-            case META_SETVIEWPORTORG: if (p.has(2)) SetViewportOrgEx(dc_, p.s(1), p.s(0), nullptr); break;
-            case META_SETVIEWPORTEXT: if (p.has(2)) SetViewportExtEx(dc_, p.s(1), p.s(0), nullptr); break;
-            case META_OFFSETWINDOWORG: if (p.has(2)) OffsetWindowOrgEx(dc_, p.s(1), p.s(0), nullptr); break;
-            case META_OFFSETVIEWPORTORG: if (p.has(2)) OffsetViewportOrgEx(dc_, p.s(1), p.s(0), nullptr); break;
-            case META_SCALEWINDOWEXT:
+            case WMF_SAVEDC: SaveDC(dc_); break;
+            case WMF_REALIZEPALETTE: RealizePalette(dc_); break;
+            case WMF_SETBKMODE: if (p.has(1)) SetBkMode(dc_, p.s(0)); break;
+            case WMF_SETMAPMODE: if (p.has(1)) SetMapMode(dc_, p.s(0)); break;
+            case WMF_SETROP2: if (p.has(1)) SetROP2(dc_, p.s(0)); break;
+            case WMF_SETPOLYFILLMODE: if (p.has(1)) SetPolyFillMode(dc_, p.s(0)); break;
+            case WMF_SETSTRETCHBLTMODE: if (p.has(1)) SetStretchBltMode(dc_, p.s(0)); break;
+            case WMF_SETTEXTALIGN: if (p.has(1)) SetTextAlign(dc_, p.u(0)); break;
+            case WMF_RESTOREDC: if (p.has(1)) RestoreDC(dc_, p.s(0)); break;
+            case WMF_SETBKCOLOR: if (p.has(2)) SetBkColor(dc_, p.l(0)); break;
+            case WMF_SETTEXTCOLOR: if (p.has(2)) SetTextColor(dc_, p.l(0)); break;
+            case WMF_SETWINDOWORG: if (p.has(2)) SetWindowOrgEx(dc_, p.s(1), p.s(0), nullptr); break;
+            case WMF_SETWINDOWEXT: if (p.has(2)) SetWindowExtEx(dc_, p.s(1), p.s(0), nullptr); break;
+            case WMF_SETVIEWPORTORG: if (p.has(2)) SetViewportOrgEx(dc_, p.s(1), p.s(0), nullptr); break;
+            case WMF_SETVIEWPORTEXT: if (p.has(2)) SetViewportExtEx(dc_, p.s(1), p.s(0), nullptr); break;
+            case WMF_OFFSETWINDOWORG: if (p.has(2)) OffsetWindowOrgEx(dc_, p.s(1), p.s(0), nullptr); break;
+            case WMF_OFFSETVIEWPORTORG: if (p.has(2)) OffsetViewportOrgEx(dc_, p.s(1), p.s(0), nullptr); break;
+            case WMF_SCALEWINDOWEXT:
                 if (p.has(4)) ScaleWindowExtEx(dc_, p.s(3), p.s(2), p.s(1), p.s(0), nullptr);
                 break;
-            case META_SCALEVIEWPORTEXT:
+            case WMF_SCALEVIEWPORTEXT:
                 if (p.has(4)) ScaleViewportExtEx(dc_, p.s(3), p.s(2), p.s(1), p.s(0), nullptr);
                 break;
-            case META_INTERSECTCLIPRECT: if (p.has(4)) IntersectClipRect(dc_, p.s(3), p.s(2), p.s(1), p.s(0)); break;
-            case META_EXCLUDECLIPRECT: if (p.has(4)) ExcludeClipRect(dc_, p.s(3), p.s(2), p.s(1), p.s(0)); break;
+            case WMF_INTERSECTCLIPRECT: if (p.has(4)) IntersectClipRect(dc_, p.s(3), p.s(2), p.s(1), p.s(0)); break;
+            case WMF_EXCLUDECLIPRECT: if (p.has(4)) ExcludeClipRect(dc_, p.s(3), p.s(2), p.s(1), p.s(0)); break;
 
-            case META_MOVETO: if (p.has(2)) MoveToEx(dc_, p.s(1), p.s(0), nullptr); break;
-            case META_LINETO: if (p.has(2)) LineTo(dc_, p.s(1), p.s(0)); break;
-            case META_POLYLINE:
-            case META_POLYGON: {
+            case WMF_MOVETO: if (p.has(2)) MoveToEx(dc_, p.s(1), p.s(0), nullptr); break;
+            case WMF_LINETO: if (p.has(2)) LineTo(dc_, p.s(1), p.s(0)); break;
+            case WMF_POLYLINE:
+            case WMF_POLYGON: {
                 if (!p.has(1) || !p.has(1 + 2 * size_t{p.u(0)})) break;
                 const std::vector<POINT> points = Points(p, 1, p.u(0));
                 const int count = static_cast<int>(points.size());
-                if (record.function == META_POLYLINE) Polyline(dc_, points.data(), count);
+                if (record.function == WMF_POLYLINE) Polyline(dc_, points.data(), count);
                 else Polygon(dc_, points.data(), count);
                 break;
             }
-            case META_POLYPOLYGON: PlayPolyPolygon(p); break;
-            case META_RECTANGLE: if (p.has(4)) Rectangle(dc_, p.s(3), p.s(2), p.s(1), p.s(0)); break;
-            case META_ROUNDRECT:
+            case WMF_POLYPOLYGON: PlayPolyPolygon(p); break;
+            case WMF_RECTANGLE: if (p.has(4)) Rectangle(dc_, p.s(3), p.s(2), p.s(1), p.s(0)); break;
+            case WMF_ROUNDRECT:
                 if (p.has(6)) RoundRect(dc_, p.s(5), p.s(4), p.s(3), p.s(2), p.s(1), p.s(0));
                 break;
-            case META_ELLIPSE: if (p.has(4)) Ellipse(dc_, p.s(3), p.s(2), p.s(1), p.s(0)); break;
-            case META_ARC:
-            case META_PIE:
-            case META_CHORD: {
+            case WMF_ELLIPSE: if (p.has(4)) Ellipse(dc_, p.s(3), p.s(2), p.s(1), p.s(0)); break;
+            case WMF_ARC:
+            case WMF_PIE:
+            case WMF_CHORD: {
                 if (!p.has(8)) break;
-                const auto call = record.function == META_ARC ? Arc : record.function == META_PIE ? Pie : Chord;
+                const auto call = record.function == WMF_ARC ? Arc : record.function == WMF_PIE ? Pie : Chord;
                 call(dc_, p.s(7), p.s(6), p.s(5), p.s(4), p.s(3), p.s(2), p.s(1), p.s(0));
                 break;
             }
-            case META_SETPIXEL: if (p.has(4)) SetPixel(dc_, p.s(3), p.s(2), p.l(0)); break;
-            case META_PATBLT: if (p.has(6)) PatBlt(dc_, p.s(5), p.s(4), p.s(3), p.s(2), p.l(0)); break;
-            case META_TEXTOUT: PlayTextOut(p); break;
-            case META_EXTTEXTOUT: PlayExtTextOut(p); break;
+            case WMF_SETPIXEL: if (p.has(4)) SetPixel(dc_, p.s(3), p.s(2), p.l(0)); break;
+            case WMF_PATBLT: if (p.has(6)) PatBlt(dc_, p.s(5), p.s(4), p.s(3), p.s(2), p.l(0)); break;
+            case WMF_TEXTOUT: PlayTextOut(p); break;
+            case WMF_EXTTEXTOUT: PlayExtTextOut(p); break;
 
-            case META_SELECTOBJECT: if (HGDIOBJ o = Slot(p, 0)) SelectObject(dc_, o); break;
-            case META_SELECTPALETTE:
+            case WMF_SELECTOBJECT: if (HGDIOBJ o = Slot(p, 0)) SelectObject(dc_, o); break;
+            case WMF_SELECTPALETTE:
                 if (HGDIOBJ o = Slot(p, 0)) SelectPalette(dc_, static_cast<HPALETTE>(o), FALSE);
                 break;
-            case META_SELECTCLIPREGION:
+            case WMF_SELECTCLIPREGION:
                 if (p.has(1)) SelectClipRgn(dc_, static_cast<HRGN>(Slot(p, 0)));
                 break;
-            case META_DELETEOBJECT:
+            case WMF_DELETEOBJECT:
                 if (p.has(1) && p.u(0) < table_.size()) {
                     if (table_[p.u(0)] != nullptr) DeleteObject(table_[p.u(0)]);
                     table_[p.u(0)] = nullptr;
                     taken_[p.u(0)] = false;
                 }
                 break;
-            case META_FILLREGION:
+            case WMF_FILLREGION:
                 if (p.has(2)) FillRgn(dc_, static_cast<HRGN>(Slot(p, 1)), static_cast<HBRUSH>(Slot(p, 0)));
                 break;
-            case META_FRAMEREGION:
+            case WMF_FRAMEREGION:
                 if (p.has(4))
                     FrameRgn(dc_, static_cast<HRGN>(Slot(p, 3)), static_cast<HBRUSH>(Slot(p, 2)), p.s(1), p.s(0));
                 break;
-            case META_PAINTREGION: if (p.has(1)) PaintRgn(dc_, static_cast<HRGN>(Slot(p, 0))); break;
-            case META_INVERTREGION: if (p.has(1)) InvertRgn(dc_, static_cast<HRGN>(Slot(p, 0))); break;
+            case WMF_PAINTREGION: if (p.has(1)) PaintRgn(dc_, static_cast<HRGN>(Slot(p, 0))); break;
+            case WMF_INVERTREGION: if (p.has(1)) InvertRgn(dc_, static_cast<HRGN>(Slot(p, 0))); break;
 
-            case META_CREATEPENINDIRECT:
-                if (p.has(5)) Add(CreatePen(p.s(0), p.s(1), p.l(3)));
-                break;
-            case META_CREATEBRUSHINDIRECT: {
-                if (!p.has(4)) break;
+            case WMF_CREATEPENINDIRECT: Add(p.has(5) ? CreatePen(p.s(0), p.s(1), p.l(3)) : nullptr); break;
+            case WMF_CREATEBRUSHINDIRECT: {
+                if (!p.has(4)) {
+                    Add(nullptr);
+                    break;
+                }
                 LOGBRUSH brush{p.u(0), p.l(1), static_cast<ULONG_PTR>(p.u(3))};
                 // Hatches are not part of the subset: their colour stands in for them.
                 constexpr UINT kHatched = 2;  // BS_HATCHED
@@ -199,14 +200,14 @@ public:
                 Add(brush.lbStyle == BS_SOLID || brush.lbStyle == BS_NULL ? CreateBrushIndirect(&brush) : nullptr);
                 break;
             }
-            case META_DIBCREATEPATTERNBRUSH: PlayPatternBrush(p); break;
-            case META_CREATEFONTINDIRECT: PlayFont(p); break;
-            case META_CREATEPALETTE: PlayPalette(p); break;
-            case META_CREATEREGION: PlayRegion(p); break;
+            case WMF_DIBCREATEPATTERNBRUSH: PlayPatternBrush(p); break;
+            case WMF_CREATEFONTINDIRECT: PlayFont(p); break;
+            case WMF_CREATEPALETTE: PlayPalette(p); break;
+            case WMF_CREATEREGION: PlayRegion(p); break;
 
-            case META_DIBBITBLT:
-            case META_DIBSTRETCHBLT: PlayDibBlit(p, record.function == META_DIBSTRETCHBLT); break;
-            case META_STRETCHDIB: {
+            case WMF_DIBBITBLT:
+            case WMF_DIBSTRETCHBLT: PlayDibBlit(p, record.function == WMF_DIBSTRETCHBLT); break;
+            case WMF_STRETCHDIB: {
                 if (!p.has(11)) break;
                 const auto dib = ReadDib(p.at(11), p.bytesFrom(11), p.u(2));
                 if (dib)
@@ -214,7 +215,7 @@ public:
                                   dib->get(), p.u(2), p.l(0));
                 break;
             }
-            case META_SETDIBTODEV: {
+            case WMF_SETDIBTODEV: {
                 if (!p.has(9)) break;
                 const auto dib = ReadDib(p.at(9), p.bytesFrom(9), p.u(0), p.u(1));
                 if (dib)
@@ -264,7 +265,7 @@ private:
         PolyPolygon(dc_, points.data(), counts.data(), static_cast<int>(polygons));
     }
 
-    // META_TEXTOUT: the length, the string (padded to a word), then y and x.
+    // WMF_TEXTOUT: the length, the string (padded to a word), then y and x.
     void PlayTextOut(const Params& p) {
         if (!p.has(1)) return;
         const size_t length = p.u(0), words = (length + 1) / 2;
@@ -273,7 +274,7 @@ private:
         TextOutA(dc_, p.s(1 + words + 1), p.s(1 + words), text, static_cast<int>(length));
     }
 
-    // META_EXTTEXTOUT: y, x, length, options, the rectangle when the options clip or fill,
+    // WMF_EXTTEXTOUT: y, x, length, options, the rectangle when the options clip or fill,
     // the string (padded to a word), then one advance per character when the record has room.
     void PlayExtTextOut(const Params& p) {
         if (!p.has(4)) return;
@@ -300,7 +301,7 @@ private:
     }
 
     void PlayFont(const Params& p) {
-        if (!p.has(9)) return;
+        if (!p.has(9)) return Add(nullptr);
         LOGFONTA font{};
         font.lfHeight = p.s(0);
         font.lfWidth = p.s(1);
@@ -322,9 +323,8 @@ private:
     }
 
     void PlayPalette(const Params& p) {
-        if (!p.has(2)) return;
-        const size_t count = p.u(1);
-        if (!p.has(2 + 2 * count)) return;
+        const size_t count = p.has(2) ? p.u(1) : 0;
+        if (!p.has(2 + 2 * count)) return Add(nullptr);
         std::vector<uint8_t> memory(sizeof(LOGPALETTE) + count * sizeof(PALETTEENTRY));
         auto* palette = reinterpret_cast<LOGPALETTE*>(memory.data());
         palette->palVersion = 0x300;
@@ -333,13 +333,13 @@ private:
         Add(CreatePalette(palette));
     }
 
-    // META_CREATEREGION: a head of 10 words (the scan count at 5), then the scans: edge
-    // count, top, bottom, the left and right edges, the edge count again.
+    // WMF_CREATEREGION: a head of 11 words (the scan count at 5, the bounding box last),
+    // then the scans: edge count, top, bottom, the left and right edges, the edge count again.
     void PlayRegion(const Params& p) {
-        if (!p.has(10)) return;
+        if (!p.has(11)) return Add(nullptr);
         const size_t scans = p.u(5);
         HRGN region = CreateRectRgn(0, 0, 0, 0);
-        size_t at = 10;
+        size_t at = 11;
         for (size_t i = 0; i < scans && region != nullptr; ++i) {
             if (!p.has(at + 3)) break;
             const size_t edges = p.u(at);
@@ -371,7 +371,7 @@ private:
         Add(brush);
     }
 
-    // META_DIBBITBLT / META_DIBSTRETCHBLT: without a bitmap (the record's size is the
+    // WMF_DIBBITBLT / WMF_DIBSTRETCHBLT: without a bitmap (the record's size is the
     // function's high byte plus the 3 words of the head) they are a PatBlt; with one, the
     // source rectangle is in the bitmap's rows from the top.
     void PlayDibBlit(const Params& p, bool stretched) {

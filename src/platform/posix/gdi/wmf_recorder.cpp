@@ -16,10 +16,10 @@
 // palette is written anew at every SelectPalette, and a region at every region call, their
 // slots never freed, except the region of SelectClipRgn, which is created, selected and
 // deleted at once; SelectClipRgn(NULL) records nothing. Pattern brushes are written as
-// META_DIBCREATEPATTERNBRUSH with their pattern as a DIB: 1 bit (black and white) for a
+// WMF_DIBCREATEPATTERNBRUSH with their pattern as a DIB: 1 bit (black and white) for a
 // pattern of a monochrome bitmap, 32 bits otherwise.
 //
-// Bitmaps. BitBlt and StretchBlt write META_DIBBITBLT / META_DIBSTRETCHBLT with the whole
+// Bitmaps. BitBlt and StretchBlt write WMF_DIBBITBLT / WMF_DIBSTRETCHBLT with the whole
 // source bitmap as a bottom-up DIB of its own depth: a 1-bit device bitmap with a black and
 // white table, 16 and 32 bits as BI_BITFIELDS with their channel masks, 24 bits as BI_RGB,
 // 1 to 8 bits with the full table of their depth (entries past the bitmap's own are zero).
@@ -78,28 +78,28 @@ public:
     bool keepsState() const override { return false; }
     const std::string& fileName() const { return fileName_; }
 
-    void SaveDC() override { Record(META_SAVEDC, {}); }
-    void RestoreDC(int saved) override { Record(META_RESTOREDC, {saved}); }
-    void SetMapMode(int mode) override { Record(META_SETMAPMODE, {mode}); }
-    void SetWindowOrg(int x, int y) override { Record(META_SETWINDOWORG, {y, x}); }
-    void SetWindowExt(int x, int y) override { Record(META_SETWINDOWEXT, {y, x}); }
-    void SetViewportOrg(int x, int y) override { Record(META_SETVIEWPORTORG, {y, x}); }
-    void SetViewportExt(int x, int y) override { Record(META_SETVIEWPORTEXT, {y, x}); }
-    void OffsetWindowOrg(int x, int y) override { Record(META_OFFSETWINDOWORG, {y, x}); }
-    void OffsetViewportOrg(int x, int y) override { Record(META_OFFSETVIEWPORTORG, {y, x}); }
+    void SaveDC() override { Record(WMF_SAVEDC, {}); }
+    void RestoreDC(int saved) override { Record(WMF_RESTOREDC, {saved}); }
+    void SetMapMode(int mode) override { Record(WMF_SETMAPMODE, {mode}); }
+    void SetWindowOrg(int x, int y) override { Record(WMF_SETWINDOWORG, {y, x}); }
+    void SetWindowExt(int x, int y) override { Record(WMF_SETWINDOWEXT, {y, x}); }
+    void SetViewportOrg(int x, int y) override { Record(WMF_SETVIEWPORTORG, {y, x}); }
+    void SetViewportExt(int x, int y) override { Record(WMF_SETVIEWPORTEXT, {y, x}); }
+    void OffsetWindowOrg(int x, int y) override { Record(WMF_OFFSETWINDOWORG, {y, x}); }
+    void OffsetViewportOrg(int x, int y) override { Record(WMF_OFFSETVIEWPORTORG, {y, x}); }
     void ScaleWindowExt(int xNum, int xDenom, int yNum, int yDenom) override {
-        Record(META_SCALEWINDOWEXT, {yDenom, yNum, xDenom, xNum});
+        Record(WMF_SCALEWINDOWEXT, {yDenom, yNum, xDenom, xNum});
     }
     void ScaleViewportExt(int xNum, int xDenom, int yNum, int yDenom) override {
-        Record(META_SCALEVIEWPORTEXT, {yDenom, yNum, xDenom, xNum});
+        Record(WMF_SCALEVIEWPORTEXT, {yDenom, yNum, xDenom, xNum});
     }
-    void SetTextColor(COLORREF colour) override { RecordLong(META_SETTEXTCOLOR, colour, {}); }
-    void SetBkColor(COLORREF colour) override { RecordLong(META_SETBKCOLOR, colour, {}); }
-    void SetBkMode(int mode) override { Record(META_SETBKMODE, {mode}); }
-    void SetROP2(int mode) override { Record(META_SETROP2, {mode}); }
-    void SetStretchBltMode(int mode) override { Record(META_SETSTRETCHBLTMODE, {mode}); }
-    void SetPolyFillMode(int mode) override { Record(META_SETPOLYFILLMODE, {mode}); }
-    void SetTextAlign(UINT align) override { RecordLong(META_SETTEXTALIGN, align, {}); }
+    void SetTextColor(COLORREF colour) override { RecordLong(WMF_SETTEXTCOLOR, colour, {}); }
+    void SetBkColor(COLORREF colour) override { RecordLong(WMF_SETBKCOLOR, colour, {}); }
+    void SetBkMode(int mode) override { Record(WMF_SETBKMODE, {mode}); }
+    void SetROP2(int mode) override { Record(WMF_SETROP2, {mode}); }
+    void SetStretchBltMode(int mode) override { Record(WMF_SETSTRETCHBLTMODE, {mode}); }
+    void SetPolyFillMode(int mode) override { Record(WMF_SETPOLYFILLMODE, {mode}); }
+    void SetTextAlign(UINT align) override { RecordLong(WMF_SETTEXTALIGN, align, {}); }
 
     void SelectObject(HGDIOBJ handle, const GdiObject& object) override {
         if (object.kind() == ObjectKind::Region) return;  // a Windows metafile DC takes none
@@ -109,7 +109,7 @@ public:
             if (slot < 0) return;
             slots_[static_cast<size_t>(slot)] = handle;
         }
-        Record(META_SELECTOBJECT, {slot});
+        Record(WMF_SELECTOBJECT, {slot});
         switch (object.kind()) {
             case ObjectKind::Pen: pen_ = handle; break;
             case ObjectKind::Brush: brush_ = handle; break;
@@ -117,73 +117,77 @@ public:
         }
     }
     void SelectPalette(HPALETTE, const Palette& palette) override {
-        const int slot = Create(palette);
-        slots_[static_cast<size_t>(slot)] = kKept;
-        Record(META_SELECTPALETTE, {slot});
+        const int slot = Keep(palette);
+        if (slot >= 0) Record(WMF_SELECTPALETTE, {slot});
     }
-    void RealizePalette() override { Record(META_REALIZEPALETTE, {}); }
+    void RealizePalette() override { Record(WMF_REALIZEPALETTE, {}); }
     void ObjectDeleted(HGDIOBJ handle) override {
         const int slot = SlotOf(handle);
         if (slot < 0 || handle == pen_ || handle == brush_ || handle == font_) return;
-        Record(META_DELETEOBJECT, {slot});
+        Record(WMF_DELETEOBJECT, {slot});
         slots_[static_cast<size_t>(slot)] = nullptr;
     }
 
     void SelectClipRgn(const Region* region) override {
-        if (region == nullptr) return;
-        const int slot = Create(*region);
-        Record(META_SELECTOBJECT, {slot});
-        Record(META_DELETEOBJECT, {slot});
+        const int slot = region != nullptr ? Create(*region) : -1;
+        if (slot < 0) return;
+        Record(WMF_SELECTOBJECT, {slot});
+        Record(WMF_DELETEOBJECT, {slot});
         slots_[static_cast<size_t>(slot)] = nullptr;
     }
     void IntersectClipRect(int left, int top, int right, int bottom) override {
-        Record(META_INTERSECTCLIPRECT, {bottom, right, top, left});
+        Record(WMF_INTERSECTCLIPRECT, {bottom, right, top, left});
     }
     void ExcludeClipRect(int left, int top, int right, int bottom) override {
-        Record(META_EXCLUDECLIPRECT, {bottom, right, top, left});
+        Record(WMF_EXCLUDECLIPRECT, {bottom, right, top, left});
     }
 
-    void MoveTo(int x, int y) override { Record(META_MOVETO, {y, x}); }
-    void LineTo(int x, int y) override { Record(META_LINETO, {y, x}); }
-    void Polyline(std::span<const POINT> points) override { RecordPoints(META_POLYLINE, points); }
-    void Polygon(std::span<const POINT> points) override { RecordPoints(META_POLYGON, points); }
+    void MoveTo(int x, int y) override { Record(WMF_MOVETO, {y, x}); }
+    void LineTo(int x, int y) override { Record(WMF_LINETO, {y, x}); }
+    void Polyline(std::span<const POINT> points) override { RecordPoints(WMF_POLYLINE, points); }
+    void Polygon(std::span<const POINT> points) override { RecordPoints(WMF_POLYGON, points); }
     void PolyPolygon(std::span<const POINT> points, std::span<const INT> counts) override {
-        const size_t at = Begin(META_POLYPOLYGON);
+        const size_t at = Begin(WMF_POLYPOLYGON);
         Word(static_cast<int>(counts.size()));
         for (INT count : counts) Word(count);
         for (const POINT& p : points) Word(p.x), Word(p.y);
+        Word(0);  // Windows ends this record with a spare word
         End(at);
     }
     void Rectangle(int left, int top, int right, int bottom) override {
-        Record(META_RECTANGLE, {bottom, right, top, left});
+        Record(WMF_RECTANGLE, {bottom, right, top, left});
     }
     void RoundRect(int left, int top, int right, int bottom, int width, int height) override {
-        Record(META_ROUNDRECT, {height, width, bottom, right, top, left});
+        Record(WMF_ROUNDRECT, {height, width, bottom, right, top, left});
     }
     void Ellipse(int left, int top, int right, int bottom) override {
-        Record(META_ELLIPSE, {bottom, right, top, left});
+        Record(WMF_ELLIPSE, {bottom, right, top, left});
     }
     void ArcFamily(ArcKind kind, int left, int top, int right, int bottom, int startX, int startY, int endX,
                    int endY) override {
-        const uint16_t function = kind == ArcKind::Arc ? META_ARC : kind == ArcKind::Pie ? META_PIE : META_CHORD;
+        const uint16_t function = kind == ArcKind::Arc ? WMF_ARC : kind == ArcKind::Pie ? WMF_PIE : WMF_CHORD;
         Record(function, {endY, endX, startY, startX, bottom, right, top, left});
     }
-    void SetPixel(int x, int y, COLORREF colour) override { RecordLong(META_SETPIXEL, colour, {y, x}); }
+    void SetPixel(int x, int y, COLORREF colour) override { RecordLong(WMF_SETPIXEL, colour, {y, x}); }
     void FillRgn(const Region& region, HBRUSH, const Brush& brush) override {
         const int regionSlot = Keep(region), brushSlot = Keep(brush);
-        if (regionSlot >= 0 && brushSlot >= 0) Record(META_FILLREGION, {brushSlot, regionSlot});
+        if (regionSlot >= 0 && brushSlot >= 0) Record(WMF_FILLREGION, {brushSlot, regionSlot});
     }
-    void PaintRgn(const Region& region) override { Record(META_PAINTREGION, {Keep(region)}); }
+    void PaintRgn(const Region& region) override {
+        if (const int slot = Keep(region); slot >= 0) Record(WMF_PAINTREGION, {slot});
+    }
     void FrameRgn(const Region& region, HBRUSH, const Brush& brush, int width, int height) override {
         const int regionSlot = Keep(region), brushSlot = Keep(brush);
-        if (regionSlot >= 0 && brushSlot >= 0) Record(META_FRAMEREGION, {height, width, brushSlot, regionSlot});
+        if (regionSlot >= 0 && brushSlot >= 0) Record(WMF_FRAMEREGION, {height, width, brushSlot, regionSlot});
     }
-    void InvertRgn(const Region& region) override { Record(META_INVERTREGION, {Keep(region)}); }
+    void InvertRgn(const Region& region) override {
+        if (const int slot = Keep(region); slot >= 0) Record(WMF_INVERTREGION, {slot});
+    }
 
     void TextOut(int x, int y, std::string_view text) override { ExtTextOut(x, y, 0, nullptr, text, {}); }
     void ExtTextOut(int x, int y, UINT options, const RECT* rect, std::string_view text,
                     std::span<const INT> dx) override {
-        const size_t at = Begin(META_EXTTEXTOUT);
+        const size_t at = Begin(WMF_EXTTEXTOUT);
         Word(y), Word(x), Word(static_cast<int>(text.size())), Word(static_cast<int>(options));
         if (rect != nullptr && (options & (ETO_CLIPPED | ETO_OPAQUE)) != 0)
             Word(rect->left), Word(rect->top), Word(rect->right), Word(rect->bottom);
@@ -194,12 +198,12 @@ public:
     }
 
     void PatBlt(int x, int y, int width, int height, DWORD rop) override {
-        RecordLong(META_PATBLT, rop, {height, width, y, x});
+        RecordLong(WMF_PATBLT, rop, {height, width, y, x});
     }
     void StretchBlt(int x, int y, int width, int height, const Surface* source, int sourceX, int sourceY,
                     int sourceWidth, int sourceHeight, DWORD rop, bool stretched) override {
         if (source == nullptr) return;
-        const size_t at = Begin(stretched ? META_DIBSTRETCHBLT : META_DIBBITBLT);
+        const size_t at = Begin(stretched ? WMF_DIBSTRETCHBLT : WMF_DIBBITBLT);
         Long(rop);
         if (stretched) Word(sourceHeight), Word(sourceWidth);
         Word(sourceY), Word(sourceX), Word(height), Word(width), Word(y), Word(x);
@@ -208,26 +212,29 @@ public:
     }
     void StretchDIBits(int x, int y, int width, int height, int sourceX, int sourceY, int sourceWidth,
                        int sourceHeight, const void* bits, const BITMAPINFO* info, UINT usage, DWORD rop) override {
-        const size_t at = Begin(META_STRETCHDIB);
+        const DibLayout layout = LayoutOf(info->bmiHeader, usage);
+        if (!Fits(layout, layout.height)) return;
+        const size_t at = Begin(WMF_STRETCHDIB);
         Long(rop);
         Word(static_cast<int>(usage)), Word(sourceHeight), Word(sourceWidth), Word(sourceY), Word(sourceX);
         Word(height), Word(width), Word(y), Word(x);
-        const DibLayout layout = LayoutOf(info->bmiHeader, usage);
         CallerDib(*info, layout, usage, bits, layout.height);
         End(at);
     }
     void SetDIBitsToDevice(int x, int y, DWORD width, DWORD height, int sourceX, int sourceY, UINT start,
                            UINT lines, const void* bits, const BITMAPINFO* info, UINT usage) override {
-        const size_t at = Begin(META_SETDIBTODEV);
+        const DibLayout layout = LayoutOf(info->bmiHeader, usage);
+        const uint64_t rows = std::min<uint64_t>(lines, layout.height);
+        if (!Fits(layout, rows)) return;
+        const size_t at = Begin(WMF_SETDIBTODEV);
         Word(static_cast<int>(usage)), Word(static_cast<int>(lines)), Word(static_cast<int>(start));
         Word(sourceY), Word(sourceX), Word(static_cast<int>(height)), Word(static_cast<int>(width)), Word(y), Word(x);
-        const DibLayout layout = LayoutOf(info->bmiHeader, usage);
-        CallerDib(*info, layout, usage, bits, std::min<uint64_t>(lines, layout.height));
+        CallerDib(*info, layout, usage, bits, rows);
         End(at);
     }
 
     std::vector<uint8_t> Finish() const {
-        constexpr uint8_t kEnd[kWmfRecordHeadBytes] = {3, 0, 0, 0, META_EOF & 0xFF, META_EOF >> 8};
+        constexpr uint8_t kEnd[kWmfRecordHeadBytes] = {3, 0, 0, 0, WMF_EOF & 0xFF, WMF_EOF >> 8};
         std::vector<uint8_t> file(kWmfHeaderBytes);
         const auto put16 = [&](size_t at, uint32_t v) {
             file[at] = static_cast<uint8_t>(v);
@@ -341,6 +348,12 @@ private:
         Bytes(bits, static_cast<size_t>(layout.stride * rows));
     }
 
+    // Whether a DIB of `rows` rows fits a record, whose size is a 32-bit count of words, with
+    // room to spare; a header claiming more is not recorded.
+    static bool Fits(const DibLayout& layout, uint64_t rows) {
+        return layout.stride * rows <= 0x7FFFFFFF - 1024;
+    }
+
     int SlotOf(HGDIOBJ handle) const {
         const auto found = std::find(slots_.begin(), slots_.end(), handle);
         return found == slots_.end() ? -1 : static_cast<int>(found - slots_.begin());
@@ -369,7 +382,7 @@ private:
                 const auto& pen = static_cast<const Pen&>(object);
                 // The stock NULL_PEN, which every PS_NULL pen is, is written as Windows keeps it.
                 const bool none = pen.style == PS_NULL;
-                RecordLong(META_CREATEPENINDIRECT, pen.style | (none ? 1u : static_cast<uint32_t>(pen.width)) << 16,
+                RecordLong(WMF_CREATEPENINDIRECT, pen.style | (none ? 1u : static_cast<uint32_t>(pen.width)) << 16,
                            {0, none ? 0 : static_cast<int>(pen.colour & 0xFFFF), none ? 0 : static_cast<int>(pen.colour >> 16)});
                 break;
             }
@@ -377,7 +390,7 @@ private:
             case ObjectKind::Font: WriteFont(static_cast<const Font&>(object).logical); break;
             case ObjectKind::Palette: {
                 const auto& entries = static_cast<const Palette&>(object).entries;
-                const size_t at = Begin(META_CREATEPALETTE);
+                const size_t at = Begin(WMF_CREATEPALETTE);
                 Word(0x300), Word(static_cast<int>(entries.size()));
                 Bytes(entries.data(), entries.size() * sizeof(PALETTEENTRY));
                 End(at);
@@ -392,10 +405,10 @@ private:
     void WriteBrush(const Brush& brush) {
         if (brush.style != BS_PATTERN) {
             const uint32_t colour = brush.style == BS_NULL ? 0 : brush.colour;
-            RecordLong(META_CREATEBRUSHINDIRECT, brush.style | (colour & 0xFFFF) << 16, {static_cast<int>(colour >> 16), 0});
+            RecordLong(WMF_CREATEBRUSHINDIRECT, brush.style | (colour & 0xFFFF) << 16, {static_cast<int>(colour >> 16), 0});
             return;
         }
-        const size_t at = Begin(META_DIBCREATEPATTERNBRUSH);
+        const size_t at = Begin(WMF_DIBCREATEPATTERNBRUSH);
         Word(BS_PATTERN), Word(DIB_RGB_COLORS);
         const int w = brush.patternWidth, h = brush.patternHeight;
         if (brush.patternMonochrome) {
@@ -421,7 +434,7 @@ private:
     }
 
     void WriteFont(const LOGFONTA& font) {
-        const size_t at = Begin(META_CREATEFONTINDIRECT);
+        const size_t at = Begin(WMF_CREATEFONTINDIRECT);
         Word(font.lfHeight), Word(font.lfWidth), Word(font.lfEscapement), Word(font.lfOrientation);
         Word(font.lfWeight);
         const uint8_t flags[8] = {font.lfItalic,       font.lfUnderline,     font.lfStrikeOut, font.lfCharSet,
@@ -452,7 +465,7 @@ private:
                 box.bottom = std::max(box.bottom, r.bottom);
             }
         }
-        const size_t at = Begin(META_CREATEREGION);
+        const size_t at = Begin(WMF_CREATEREGION);
         Word(0), Word(6), Long(0x2F6);  // nextInChain, object type, object count (as Windows writes)
         Word(static_cast<int>(24 + 8 * bands.size() + 4 * rects.size()));
         Word(static_cast<int>(bands.size())), Word(static_cast<int>(2 * widest));

@@ -15,7 +15,7 @@ namespace vx::posix::gdi {
 // closed (empty: kept in memory); its DC keeps no state.
 std::shared_ptr<MetaRecorder> NewWmfRecorder(std::string fileName);
 
-// The metafile a WMF recorder has made so far (header, records and the closing META_EOF) and
+// The metafile a WMF recorder has made so far (header, records and the closing WMF_EOF) and
 // the file it goes to. Throws std::bad_alloc.
 std::vector<uint8_t> FinishWmf(const MetaRecorder& recorder, std::string& fileName);
 
