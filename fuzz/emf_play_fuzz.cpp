@@ -3,10 +3,9 @@
 // a 32-bit DIB section, once onto its own frame scaled into the DC and once unscaled. Record
 // sizes, counts, object slots and the offsets of bitmaps inside records are all the input's,
 // so AddressSanitizer reports any read past a record or the metafile. The header and bits
-// calls are exercised on the same handle. Built against the static library; natively the
-// Linux GDI's player runs. Windows' own player trusts the offsets inside records and reads
-// past them (it faults on the corpus under Wine), so a Windows build checks the bytes calls
-// only.
+// calls are exercised on the same handle. Built against the static library, on Linux only:
+// Windows' own player trusts the offsets inside records and reads past them (it faults on this
+// corpus under Wine).
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -26,7 +25,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vexora_fuzz::Check(length == 0 || std::memcmp(copy.data(), data, length) == 0);
     ENHMETAHEADER header{};
     GetEnhMetaFileHeader(metafile, sizeof header, &header);
-#if !defined(_WIN32)
     BITMAPINFO info{};
     info.bmiHeader = {sizeof(BITMAPINFOHEADER), 32, -32, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
     void* pixels = nullptr;
@@ -39,7 +37,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     SelectObject(dc, previous);
     DeleteDC(dc);
     DeleteObject(section);
-#endif
     vexora_fuzz::Check(DeleteEnhMetaFile(metafile) == TRUE);
     return 0;
 }
