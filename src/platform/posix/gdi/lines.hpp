@@ -73,17 +73,11 @@ BOOL WithCanvas(HDC dc, Draw draw) {
 // pixels.
 template <typename Record, typename Draw>
 BOOL WithCanvas(HDC dc, Record record, Draw draw) {
-    return OnDC(dc, FALSE, [&](auto& objects, DeviceContext& context) -> BOOL {
+    return WithCanvas(dc, [&](auto& objects, const Canvas& canvas, DeviceContext& context) -> BOOL {
         if (MetaRecorder* recorder = RecorderOf(context)) {
             record(*recorder);
             if (!recorder->keepsState()) return TRUE;
         }
-        Canvas canvas;
-        canvas.objects = &objects;
-        canvas.state = &context.state;
-        canvas.rop2 = context.state.rop2;
-        canvas.surface = DcSurface(objects, context);
-        if (canvas.surface.bits != nullptr) canvas.visible = VisibleRects(context.state, canvas.surface);
         return draw(objects, canvas, context);
     });
 }
