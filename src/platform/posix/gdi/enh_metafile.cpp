@@ -94,14 +94,7 @@ VXPLATFORMAPI HENHMETAFILE SetEnhMetaFileBits(UINT size, const BYTE* bits) {
 }
 
 VXPLATFORMAPI UINT GetEnhMetaFileBits(HENHMETAFILE handle, UINT size, LPBYTE bits) {
-    auto objects = Objects();
-    const EnhMetaFile* metafile = objects.find<EnhMetaFile>(handle);
-    if (metafile == nullptr) return 0;
-    const auto length = static_cast<UINT>(metafile->bytes.size());
-    if (bits == nullptr) return length;
-    const UINT copied = std::min(size, length);
-    std::memcpy(bits, metafile->bytes.data(), copied);
-    return copied;
+    return CopyMetafileBytes<EnhMetaFile>(handle, size, bits);
 }
 
 VXPLATFORMAPI UINT GetEnhMetaFileHeader(HENHMETAFILE handle, UINT size, LPENHMETAHEADER header) {

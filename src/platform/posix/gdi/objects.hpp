@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -126,6 +127,21 @@ struct EnhMetaFile final : GdiObject {
     EnhMetaFile() : GdiObject(ObjectKind::EnhMetaFile) {}
     std::vector<uint8_t> bytes;
 };
+
+// GetMetaFileBitsEx and GetEnhMetaFileBits: copies at most `size` of a metafile's bytes to
+// `out` and answers how many; with `out` null, answers its length; 0 for a handle that is not
+// a live metafile of that kind.
+template <typename Kind>
+UINT CopyMetafileBytes(HGDIOBJ handle, UINT size, void* out) {
+    auto objects = Objects();
+    const Kind* metafile = objects.find<Kind>(handle);
+    if (metafile == nullptr) return 0;
+    const auto length = static_cast<UINT>(metafile->bytes.size());
+    if (out == nullptr) return length;
+    const UINT copied = size < length ? size : length;
+    std::memcpy(out, metafile->bytes.data(), copied);
+    return copied;
+}
 
 // Everything SaveDC keeps and RestoreDC puts back.
 struct DcState {

@@ -84,14 +84,7 @@ VXPLATFORMAPI HMETAFILE SetMetaFileBitsEx(UINT size, const BYTE* bits) {
 }
 
 VXPLATFORMAPI UINT GetMetaFileBitsEx(HMETAFILE metafile, UINT size, LPVOID bits) {
-    auto objects = Objects();
-    const MetaFile* found = objects.find<MetaFile>(metafile);
-    if (found == nullptr) return 0;
-    const auto total = static_cast<UINT>(found->bytes.size());
-    if (bits == nullptr) return total;
-    const UINT copied = std::min(size, total);
-    std::memcpy(bits, found->bytes.data(), copied);
-    return copied;
+    return CopyMetafileBytes<MetaFile>(metafile, size, bits);
 }
 
 VXPLATFORMAPI HMETAFILE GetMetaFileA(LPCSTR fileName) {
