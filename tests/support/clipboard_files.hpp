@@ -1,7 +1,7 @@
 // clipboard_files.hpp - builders for the clipboard-file and metafile tests: a clipboard file of
 // any directory (entries whose lengths and offsets may lie), the data of a metafile picture,
-// the smallest Windows metafile GDI accepts, a placeable header in front of one, and a device
-// bitmap's size and pixels read back as a 24-bit DIB.
+// the smallest Windows metafile GDI accepts, a placeable header in front of one, a device
+// bitmap's size and pixels read back as a 24-bit DIB, and the error code a call leaves.
 #pragma once
 
 #include <string>
@@ -49,21 +49,11 @@ inline Bytes PixelsOf(HBITMAP bitmap) {
     return dib ? BlockBytes(dib.get()) : Bytes{};
 }
 
-// Whether this GDI makes and plays Windows metafiles (the Linux one is growing its player).
-inline bool MetafilesPlay() {
-    const Bytes wmf = WindowsMetaFile();
-    HMETAFILE m = SetMetaFileBitsEx(UINT(wmf.size()), wmf.data());
-    if (m != nullptr) DeleteMetaFile(m);
-    return m != nullptr;
-}
-
-// Whether this GDI plays enhanced metafiles: one recorded in memory comes back.
-inline bool EnhancedMetafilesPlay() {
-    HDC dc = CreateEnhMetaFileA(nullptr, nullptr, nullptr, nullptr);
-    if (dc == nullptr) return false;
-    HENHMETAFILE m = CloseEnhMetaFile(dc);
-    if (m != nullptr) DeleteEnhMetaFile(m);
-    return m != nullptr;
+// The error code `call` leaves, the code cleared before it.
+inline int Code(auto&& call) {
+    SetImgError(IMGERR_SUCCESS);
+    call();
+    return ImgError();
 }
 
 }  // namespace vxtest
