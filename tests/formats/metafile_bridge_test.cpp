@@ -72,7 +72,7 @@ TEST(MetafileBridge, EachKindHasItsSize) {
         {"placeable, zero units", Placeable(0, 0, 100, 100, 0, empty), "none", IMGERR_FILEFORMAT},
         {"placeable, gigantic", Placeable(-32768, -32768, 32767, 32767, 1, empty), "none", IMGERR_NOMEMORY},
         {"placeable, empty box", Placeable(5, 5, 5, 9, 96, empty), "none", IMGERR_BITMAPPARAMS},
-        {"plain, window extent", WindowsMetaFile({WindowExt(40, -30)}), "40 x 30", IMGERR_SUCCESS},
+        {"plain, window extent", MetaBytes().record(0x20C, {-30, 40}).end().bytes(), "40 x 30", IMGERR_SUCCESS},  // y first
         {"plain, no window extent", empty, "480 x 480", IMGERR_SUCCESS},
         {"not a metafile", Text("neither kind of metafile, nor anything else"), "none", IMGERR_FILEFORMAT},
         {"header only", Cut(empty, 18), "480 x 480", IMGERR_SUCCESS},

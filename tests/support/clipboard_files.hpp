@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dib_builder.hpp"
+#include "metafile_bytes.hpp"
 
 namespace vxtest {
 
@@ -22,12 +23,8 @@ struct ClipEntry {
 // order. A zero signature is stored as 50000.
 Bytes ClipboardFile(const std::vector<ClipEntry>& entries, int count = -1, uint16_t signature = 50000);
 
-// A Windows metafile: the 18-byte header, the records given (each as its words after the size),
-// and the end record.
-Bytes WindowsMetaFile(const std::vector<std::vector<uint16_t>>& records = {});
-
-// SetWindowExt and SetWindowOrg records (parameters stored y first).
-inline std::vector<uint16_t> WindowExt(int16_t x, int16_t y) { return {0x020C, uint16_t(y), uint16_t(x)}; }
+// The smallest Windows metafile: its header and the end record.
+inline Bytes WindowsMetaFile() { return MetaBytes().end().bytes(); }
 
 // A CF_METAFILEPICT entry's data: mapping mode, extents, an ignored word, the metafile.
 Bytes MetafilePicture(int32_t mapMode, int32_t x, int32_t y, const Bytes& wmf = WindowsMetaFile());
