@@ -213,6 +213,8 @@ TEST(GdiWmf, MetafileDcAnswers) {
     ASSERT_NE(dc, nullptr);
     EXPECT_EQ(GetObjectType(dc), static_cast<DWORD>(OBJ_METADC));
     vx::MemoryDC source;
+    vx::OwnedObject<HRGN> region(CreateRectRgn(0, 0, 2, 2));
+    HMETAFILE metafile = nullptr;
     POINT point{77, 77};
     SIZE size{77, 77};
     struct { BITMAPINFOHEADER header; RGBQUAD colours[2]; } info{};
@@ -252,17 +254,13 @@ TEST(GdiWmf, MetafileDcAnswers) {
          SelectObject(dc, GetStockObject(WHITE_PEN)) == GetStockObject(BLACK_PEN) &&
              SelectObject(dc, GetStockObject(BLACK_PEN)) == GetStockObject(WHITE_PEN),
          true},
+        {"SelectObject region", SelectObject(dc, region.get()) == nullptr, true},
+        {"CloseMetaFile", GetObjectType(metafile = CloseMetaFile(dc)), OBJ_METAFILE},
+        {"the closed DC", GetObjectType(dc), 0},
+        {"CloseMetaFile again", CloseMetaFile(dc) == nullptr && CloseMetaFile(source.get()) == nullptr, true},
+        {"DeleteMetaFile", DeleteMetaFile(metafile), TRUE},
     };
     for (const auto& a : answers) EXPECT_EQ(a.answer, a.expected) << a.call;
-    vx::OwnedObject<HRGN> region(CreateRectRgn(0, 0, 2, 2));
-    EXPECT_EQ(SelectObject(dc, region.get()), nullptr);
-    HMETAFILE metafile = CloseMetaFile(dc);
-    ASSERT_NE(metafile, nullptr);
-    EXPECT_EQ(GetObjectType(metafile), static_cast<DWORD>(OBJ_METAFILE));
-    EXPECT_EQ(GetObjectType(dc), 0u);
-    EXPECT_EQ(CloseMetaFile(dc), nullptr);
-    EXPECT_EQ(CloseMetaFile(source.get()), nullptr);
-    EXPECT_TRUE(DeleteMetaFile(metafile));
 }
 
 }  // namespace
