@@ -52,11 +52,7 @@ std::string Repeat(const std::string& piece, int times) {
 // white with black ink in every line.
 TEST(TextFile, TextBecomesBlackInkOnWhiteOneLineHighPerLine) {
     const LONG line = LineHeight();
-    struct Case {
-        std::string text;
-        int lines;
-    };
-    const Case cases[] = {
+    const struct { std::string text; int lines; } cases[] = {
         {"Hello, world", 1},
         {"First line\r\nSecond", 2},
         {"one\ntwo\nthree\nfour", 4},  // line feeds break lines though the estimate ignores them
@@ -64,7 +60,7 @@ TEST(TextFile, TextBecomesBlackInkOnWhiteOneLineHighPerLine) {
         {Repeat("Line\r\n", 8), 8},
         {"x\tTab\x08" "back", 1},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         const Bitmap bitmap = Render(c.text);
         ASSERT_TRUE(bitmap) << c.text;
         const BITMAP info = InfoOf(bitmap.get());

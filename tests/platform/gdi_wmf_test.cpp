@@ -40,12 +40,7 @@ std::string Recorded(const std::function<void(HDC)>& calls) {
 }
 
 TEST(GdiWmf, RecordsWhatWindowsRecords) {
-    struct Case {
-        const char* name;
-        std::function<void(HDC)> calls;
-        const char* words;
-    };
-    const Case cases[] = {
+    const struct { const char* name; std::function<void(HDC)> calls; const char* words; } cases[] = {
         {"line", [](HDC dc) { MoveToEx(dc, 1, 2, nullptr), LineTo(dc, 3, 4); },
          "0100 0900 0003 1600 0000 0000 0500 0000 0000 0500 0000 1402 0200 0100 0500 0000 1302 0400 0300 "
          "0300 0000 0000"},
@@ -203,7 +198,7 @@ TEST(GdiWmf, RecordsWhatWindowsRecords) {
          "320a 0400 0300 0300 0600 0100 0200 1e00 2800 7879 7a00 0500 0600 0700 0800 0000 320a 0400 0300 "
          "0200 0000 7879 0300 0000 0000"},
     };
-    for (const Case& c : cases) EXPECT_EQ(Recorded(c.calls), c.words) << c.name;
+    for (const auto& c : cases) EXPECT_EQ(Recorded(c.calls), c.words) << c.name;
 }
 
 // A metafile DC keeps no state: its setters answer 1 (or what the call gave) and its getters
@@ -221,10 +216,7 @@ TEST(GdiWmf, MetafileDcAnswers) {
     info.header = {sizeof(BITMAPINFOHEADER), 2, 5, 1, 1, BI_RGB, 0, 0, 0, 0, 0};
     const uint8_t bits[20] = {};
     const auto* bitmap = reinterpret_cast<const BITMAPINFO*>(&info);
-    const struct {
-        const char* call;
-        long long answer, expected;
-    } answers[] = {
+    const struct { const char* call; long long answer, expected; } answers[] = {
         {"MoveToEx", MoveToEx(dc, 3, 4, &point), TRUE},
         {"MoveToEx previous", point.x, 77},
         {"SetWindowExtEx", SetWindowExtEx(dc, 2, 2, &size), TRUE},
@@ -315,11 +307,7 @@ TEST(GdiWmf, PlayingDrawsWhatTheCallDraws) {
     // bottom, so a rectangle that is not centred on the bitmap's rows comes back from other
     // rows there; ours plays what was recorded.
     const char* const wineRows = "Wine plays a blit's source rows from the bottom of the bitmap";
-    const struct {
-        const char* name;
-        std::function<void(HDC)> draw;
-        const char* windowsSkip = nullptr;
-    } cases[] = {
+    const struct { const char* name; std::function<void(HDC)> draw; const char* windowsSkip = nullptr; } cases[] = {
         {"BitBlt of a 1-bit device bitmap", [&](HDC dc) { BitBlt(dc, 2, 1, 4, 3, mono.dc(), 1, 1, SRCCOPY); },
          "Wine's player reads a 1-bit bitmap's rows one row late"},
         {"StretchBlt of an 8-bit section, growing",
