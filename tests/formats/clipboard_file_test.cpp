@@ -31,7 +31,10 @@ TEST(LoadClipboardFormat, RefusalsCarryTheirCodeInTheOrderChecked) {
     const auto refusal = [](const char* path, WORD format) {
         return Code([&] { EXPECT_EQ(LoadClipboardFormat(path, format), nullptr); });
     };
-    for (const auto& c : cases) EXPECT_EQ(refusal(dir.write("case.clp", c.file).c_str(), c.format), c.code) << c.name;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(refusal(dir.write("case.clp", c.file).c_str(), c.format), c.code);
+    }
     EXPECT_EQ(refusal(dir.path("missing.clp").c_str(), 8), IMGERR_OPENFILE);
     EXPECT_EQ(refusal(nullptr, 8), IMGERR_OPENFILE);
 }

@@ -235,8 +235,8 @@ TEST(GdiShapes, OffsetAndScaleTheMapping) {
     SetWindowOrgEx(dc, 5, -6, nullptr);
     const BOOL offset = OffsetWindowOrgEx(dc, INT_MAX, -3, &previous) && OffsetViewportOrgEx(dc, -4, INT_MIN, nullptr);
     GetWindowOrgEx(dc, &window), GetViewportOrgEx(dc, &viewport);
-    EXPECT_EQ((Extents{offset, previous.x, previous.y, window.x, window.y, viewport.x, viewport.y}),
-              (Extents{TRUE, 5, -6, INT_MIN + 4, -9, -4, INT_MIN}));
+    EXPECT_EQ((std::vector<long long>{offset, previous.x, previous.y, window.x, window.y, viewport.x, viewport.y}),
+              (std::vector<long long>{TRUE, 5, -6, INT_MIN + 4, -9, -4, INT_MIN}));
 }
 
 // What a metafile DC answers: a Windows-metafile DC records even what another DC refuses and
