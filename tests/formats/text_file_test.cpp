@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "clipboard_files.hpp"
 #include "formats_files.hpp"
 #include "gdi_guards.hpp"
 #include "ink.hpp"
@@ -51,11 +52,7 @@ std::string Repeat(const std::string& piece, int times) {
 // white with black ink in every line.
 TEST(TextFile, TextBecomesBlackInkOnWhiteOneLineHighPerLine) {
     const LONG line = LineHeight();
-    struct Case {
-        std::string text;
-        int lines;
-    };
-    const Case cases[] = {
+    const struct { std::string text; int lines; } cases[] = {
         {"Hello, world", 1},
         {"First line\r\nSecond", 2},
         {"one\ntwo\nthree\nfour", 4},  // line feeds break lines though the estimate ignores them
@@ -63,7 +60,7 @@ TEST(TextFile, TextBecomesBlackInkOnWhiteOneLineHighPerLine) {
         {Repeat("Line\r\n", 8), 8},
         {"x\tTab\x08" "back", 1},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         const Bitmap bitmap = Render(c.text);
         ASSERT_TRUE(bitmap) << c.text;
         const BITMAP info = InfoOf(bitmap.get());
@@ -98,23 +95,19 @@ TEST(TextFile, TheBlocksLastByteAndFirstZeroEndTheText) {
 TEST(TextFile, LongTextsAreCutAtTheEstimatesLimit) {
     const LONG line = LineHeight();
     vxtest::Messages messages;
-    const Bitmap fits = Render(Repeat("x\r\n", 2000));
-    ASSERT_TRUE(fits);
-    EXPECT_EQ(InfoOf(fits.get()).bmHeight, 2000 * line);
-    messages.expect({});
-
-    const Bitmap cut = Render(Repeat("x\r\n", 2100));
-    ASSERT_TRUE(cut);
-    const LONG height = InfoOf(cut.get()).bmHeight;
-    EXPECT_EQ(height % line, 0);
-    EXPECT_LT(height, 32767);
-    EXPECT_GE(height, 32767 - 2 * line);
-    messages.expect({"SORRY|Lines truncated|48"});
-
-    const Bitmap feeds = Render(Repeat("x\n", 2100));
-    ASSERT_TRUE(feeds);
-    EXPECT_EQ(InfoOf(feeds.get()).bmHeight, 2100 * line);
-    messages.expect({});
+    const struct { std::string text; LONG lines; std::vector<std::string> shown; } cases[] = {
+        {Repeat("x\r\n", 2000), 2000, {}},
+        {Repeat("x\r\n", 2100), 0, {"SORRY|Lines truncated|48"}},  // 0: cut just below 32767 pixels
+        {Repeat("x\n", 2100), 2100, {}},
+    };
+    for (const auto& c : cases) {
+        const Bitmap bitmap = Render(c.text);
+        ASSERT_TRUE(bitmap) << c.lines;
+        const LONG height = InfoOf(bitmap.get()).bmHeight;
+        if (c.lines != 0) EXPECT_EQ(height, c.lines * line);
+        else EXPECT_TRUE(height % line == 0 && height < 32767 && height >= 32767 - 2 * line) << height;
+        messages.expect(c.shown);
+    }
 }
 
 // LoadASCIIFile reports the step that failed; once the text is read the code is success, and
@@ -133,9 +126,7 @@ TEST(TextFile, LoadingAFileReportsEachStep) {
 
     // An empty file measures as an empty rectangle: the bitmap of an empty size.
     const Bitmap empty(LoadASCIIFile(dir.write("empty.txt", {}).c_str(), TRUE));
-    ASSERT_TRUE(empty);
-    EXPECT_EQ(InfoOf(empty.get()).bmWidth, 1);
-    EXPECT_EQ(InfoOf(empty.get()).bmHeight, 1);
+    EXPECT_EQ(vxtest::SizeOf(empty.get()), "1 x 1");
 
     const Bitmap oem(LoadASCIIFile(dir.write("oem.txt", vxtest::Text("a\xC4\xC4z")).c_str(), FALSE));
     const Bitmap ansi(LoadASCIIFile(dir.write("ansi.txt", vxtest::Text("a--z")).c_str(), TRUE));
@@ -163,12 +154,10 @@ TEST(TextFile, HostileTextsEndCleanly) {
     }
 
     const Bitmap wide = Render(std::string(200000, 'x'));  // shown up to DrawTextA's 1024 characters
-    ASSERT_TRUE(wide);
     vx::MemoryDC dc;
     SIZE shown{};
     GetTextExtentPoint32A(dc.get(), std::string(1024, 'x').c_str(), 1024, &shown);
-    EXPECT_EQ(InfoOf(wide.get()).bmHeight, line);
-    EXPECT_EQ(InfoOf(wide.get()).bmWidth, shown.cx);
+    EXPECT_EQ(vxtest::SizeOf(wide.get()), std::to_string(shown.cx) + " x " + std::to_string(line));
 
     vxtest::TempDir dir;
     vxtest::Messages messages;

@@ -6,11 +6,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "gdi_support.hpp"
+#include "metafile_bytes.hpp"
 
 namespace {
 
@@ -40,12 +40,7 @@ std::string Recorded(const std::function<void(HDC)>& calls) {
 }
 
 TEST(GdiWmf, RecordsWhatWindowsRecords) {
-    struct Case {
-        const char* name;
-        std::function<void(HDC)> calls;
-        const char* words;
-    };
-    const Case cases[] = {
+    const struct { const char* name; std::function<void(HDC)> calls; const char* words; } cases[] = {
         {"line", [](HDC dc) { MoveToEx(dc, 1, 2, nullptr), LineTo(dc, 3, 4); },
          "0100 0900 0003 1600 0000 0000 0500 0000 0000 0500 0000 1402 0200 0100 0500 0000 1302 0400 0300 "
          "0300 0000 0000"},
@@ -203,7 +198,7 @@ TEST(GdiWmf, RecordsWhatWindowsRecords) {
          "320a 0400 0300 0300 0600 0100 0200 1e00 2800 7879 7a00 0500 0600 0700 0800 0000 320a 0400 0300 "
          "0200 0000 7879 0300 0000 0000"},
     };
-    for (const Case& c : cases) EXPECT_EQ(Recorded(c.calls), c.words) << c.name;
+    for (const auto& c : cases) EXPECT_EQ(Recorded(c.calls), c.words) << c.name;
 }
 
 // A metafile DC keeps no state: its setters answer 1 (or what the call gave) and its getters
@@ -213,16 +208,15 @@ TEST(GdiWmf, MetafileDcAnswers) {
     ASSERT_NE(dc, nullptr);
     EXPECT_EQ(GetObjectType(dc), static_cast<DWORD>(OBJ_METADC));
     vx::MemoryDC source;
+    vx::OwnedObject<HRGN> region(CreateRectRgn(0, 0, 2, 2));
+    HMETAFILE metafile = nullptr;
     POINT point{77, 77};
     SIZE size{77, 77};
     struct { BITMAPINFOHEADER header; RGBQUAD colours[2]; } info{};
     info.header = {sizeof(BITMAPINFOHEADER), 2, 5, 1, 1, BI_RGB, 0, 0, 0, 0, 0};
     const uint8_t bits[20] = {};
     const auto* bitmap = reinterpret_cast<const BITMAPINFO*>(&info);
-    const struct {
-        const char* call;
-        long long answer, expected;
-    } answers[] = {
+    const struct { const char* call; long long answer, expected; } answers[] = {
         {"MoveToEx", MoveToEx(dc, 3, 4, &point), TRUE},
         {"MoveToEx previous", point.x, 77},
         {"SetWindowExtEx", SetWindowExtEx(dc, 2, 2, &size), TRUE},
@@ -252,17 +246,13 @@ TEST(GdiWmf, MetafileDcAnswers) {
          SelectObject(dc, GetStockObject(WHITE_PEN)) == GetStockObject(BLACK_PEN) &&
              SelectObject(dc, GetStockObject(BLACK_PEN)) == GetStockObject(WHITE_PEN),
          true},
+        {"SelectObject region", SelectObject(dc, region.get()) == nullptr, true},
+        {"CloseMetaFile", GetObjectType(metafile = CloseMetaFile(dc)), OBJ_METAFILE},
+        {"the closed DC", GetObjectType(dc), 0},
+        {"CloseMetaFile again", CloseMetaFile(dc) == nullptr && CloseMetaFile(source.get()) == nullptr, true},
+        {"DeleteMetaFile", DeleteMetaFile(metafile), TRUE},
     };
     for (const auto& a : answers) EXPECT_EQ(a.answer, a.expected) << a.call;
-    vx::OwnedObject<HRGN> region(CreateRectRgn(0, 0, 2, 2));
-    EXPECT_EQ(SelectObject(dc, region.get()), nullptr);
-    HMETAFILE metafile = CloseMetaFile(dc);
-    ASSERT_NE(metafile, nullptr);
-    EXPECT_EQ(GetObjectType(metafile), static_cast<DWORD>(OBJ_METAFILE));
-    EXPECT_EQ(GetObjectType(dc), 0u);
-    EXPECT_EQ(CloseMetaFile(dc), nullptr);
-    EXPECT_EQ(CloseMetaFile(source.get()), nullptr);
-    EXPECT_TRUE(DeleteMetaFile(metafile));
 }
 
 }  // namespace
@@ -317,11 +307,7 @@ TEST(GdiWmf, PlayingDrawsWhatTheCallDraws) {
     // bottom, so a rectangle that is not centred on the bitmap's rows comes back from other
     // rows there; ours plays what was recorded.
     const char* const wineRows = "Wine plays a blit's source rows from the bottom of the bitmap";
-    const struct {
-        const char* name;
-        std::function<void(HDC)> draw;
-        const char* windowsSkip = nullptr;
-    } cases[] = {
+    const struct { const char* name; std::function<void(HDC)> draw; const char* windowsSkip = nullptr; } cases[] = {
         {"BitBlt of a 1-bit device bitmap", [&](HDC dc) { BitBlt(dc, 2, 1, 4, 3, mono.dc(), 1, 1, SRCCOPY); },
          "Wine's player reads a 1-bit bitmap's rows one row late"},
         {"StretchBlt of an 8-bit section, growing",
@@ -370,31 +356,7 @@ TEST(GdiWmf, PlayingDrawsWhatTheCallDraws) {
     }
 }
 
-// A metafile written word by word: the header (its size set by bytes()), then records.
-struct MetaBytes {
-    std::vector<uint8_t> data;
-    explicit MetaBytes(int objects) {
-        for (int v : {1, 9, 0x300, 0, 0, objects, 0, 0, 0}) word(v);
-    }
-    void word(int v) { data.push_back(static_cast<uint8_t>(v)), data.push_back(static_cast<uint8_t>(v >> 8)); }
-    MetaBytes& record(uint32_t words, int function, std::initializer_list<int> params) {
-        word(static_cast<int>(words & 0xFFFF)), word(static_cast<int>(words >> 16)), word(function);
-        for (int v : params) word(v);
-        return *this;
-    }
-    MetaBytes& record(int function, std::initializer_list<int> params) {
-        return record(3 + static_cast<uint32_t>(params.size()), function, params);
-    }
-    MetaBytes& red() { return record(0x2FC, {0, 0xFF, 0, 0}).record(0x12D, {0}); }  // a red brush, selected
-    MetaBytes& patBlt(int x) { return record(0x61D, {0x21, 0xF0, 4, 4, 0, x}); }   // PATCOPY of 4 x 4 at x, 0
-    MetaBytes& end() { return record(0, {}); }
-    std::vector<uint8_t> bytes() const {
-        std::vector<uint8_t> out = data;
-        const auto words = static_cast<uint32_t>(out.size() / 2);
-        for (int i = 0; i < 4; ++i) out[6 + static_cast<size_t>(i)] = static_cast<uint8_t>(words >> (8 * i));
-        return out;
-    }
-};
+using vxtest::MetaBytes;
 
 // Metafiles that lie: the walk stops at a record below its head, plays a record past the end
 // with what there is, skips what it cannot play and goes on; the object table holds what its
@@ -482,7 +444,8 @@ TEST(GdiWmf, MetafileBytesAsWindowsTakesThem) {
 TEST(GdiWmf, MetafileFiles) {
     const std::filesystem::path dir = std::filesystem::temp_directory_path() / "vexora_wmf_test";
     std::filesystem::create_directories(dir);
-    const std::string recorded = (dir / "recorded.wmf").string(), copied = (dir / "copied.wmf").string();
+    const auto path = [&](const char* name) { return (dir / name).string(); };
+    const std::string recorded = path("recorded.wmf"), copied = path("copied.wmf");
     HDC dc = CreateMetaFileA(recorded.c_str());
     ASSERT_NE(dc, nullptr);
     EXPECT_TRUE(std::filesystem::exists(recorded));
@@ -500,21 +463,16 @@ TEST(GdiWmf, MetafileFiles) {
     for (HMETAFILE m : {metafile, read, copy}) EXPECT_TRUE(DeleteMetaFile(m));
     EXPECT_FALSE(DeleteMetaFile(read));
 
-    std::vector<uint8_t> bytes = MetaBytes(0).record(0x214, {2, 1}).end().bytes();
-    const auto write = [&](const char* name, const std::vector<uint8_t>& content) {
-        const std::string path = (dir / name).string();
-        if (std::FILE* file = std::fopen(path.c_str(), "wb")) {
-            std::fwrite(content.data(), 1, content.size(), file);
-            std::fclose(file);
-        }
-        return path;
-    };
+    const std::vector<uint8_t> bytes = MetaBytes(0).record(0x214, {2, 1}).end().bytes();
     std::vector<uint8_t> placeable = {0xD7, 0xCD, 0xC6, 0x9A};
     placeable.resize(22), placeable.insert(placeable.end(), bytes.begin(), bytes.end());
-    EXPECT_EQ(GetMetaFileA(write("placeable.wmf", placeable).c_str()), nullptr);
-    EXPECT_EQ(GetMetaFileA(write("truncated.wmf", std::vector<uint8_t>(bytes.begin(), bytes.end() - 2)).c_str()), nullptr);
-    EXPECT_EQ(GetMetaFileA((dir / "missing.wmf").string().c_str()), nullptr);
-    EXPECT_EQ(CreateMetaFileA((dir / "no such directory" / "x.wmf").string().c_str()), nullptr);
+    for (const auto& [name, content] : {std::pair{"placeable.wmf", placeable},
+                                        std::pair{"truncated.wmf", std::vector(bytes.begin(), bytes.end() - 2)}})
+        if (std::FILE* file = std::fopen(path(name).c_str(), "wb"))
+            std::fwrite(content.data(), 1, content.size(), file), std::fclose(file);
+    for (const char* name : {"placeable.wmf", "truncated.wmf", "missing.wmf"})
+        EXPECT_EQ(GetMetaFileA(path(name).c_str()), nullptr) << name;
+    EXPECT_EQ(CreateMetaFileA(path("no such directory/x.wmf").c_str()), nullptr);
     std::filesystem::remove_all(dir);
 }
 

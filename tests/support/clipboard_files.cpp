@@ -1,8 +1,6 @@
 // clipboard_files.cpp - the clipboard-file and metafile builders (see clipboard_files.hpp).
 #include "clipboard_files.hpp"
 
-#include <algorithm>
-
 namespace vxtest {
 
 Bytes ClipboardFile(const std::vector<ClipEntry>& entries, int count, uint16_t signature) {
@@ -17,27 +15,6 @@ Bytes ClipboardFile(const std::vector<ClipEntry>& entries, int count, uint16_t s
         PutU32(out, 4 + 89 * i + 6, uint32_t(e.offset < 0 ? out.size() : e.offset));
         for (const uint8_t b : e.data) out.push_back(b);
     }
-    return out;
-}
-
-Bytes WindowsMetaFile(const std::vector<std::vector<uint16_t>>& records) {
-    Bytes out(18, 0);
-    PutU16(out, 0, 1);
-    PutU16(out, 2, 9);
-    PutU16(out, 4, 0x300);
-    uint32_t maxRecord = 3;
-    for (const auto& r : records) {
-        const uint32_t words = uint32_t(2 + r.size());
-        maxRecord = std::max(maxRecord, words);
-        Bytes rec(words * 2, 0);
-        PutU32(rec, 0, words);
-        for (size_t i = 0; i < r.size(); ++i) PutU16(rec, 4 + 2 * i, r[i]);
-        for (const uint8_t b : rec) out.push_back(b);
-    }
-    out.resize(out.size() + 6, 0);
-    out[out.size() - 6] = 3;  // the end record: three words, function 0
-    PutU32(out, 6, uint32_t(out.size() / 2));
-    PutU32(out, 12, maxRecord);
     return out;
 }
 

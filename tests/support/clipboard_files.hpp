@@ -1,13 +1,14 @@
 // clipboard_files.hpp - builders for the clipboard-file and metafile tests: a clipboard file of
 // any directory (entries whose lengths and offsets may lie), the data of a metafile picture,
-// the smallest Windows metafile GDI accepts, a placeable header in front of one, and a device
-// bitmap's size and pixels read back as a 24-bit DIB.
+// the smallest Windows metafile GDI accepts, a placeable header in front of one, a device
+// bitmap's size and pixels read back as a 24-bit DIB, and the error code a call leaves.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include "dib_builder.hpp"
+#include "metafile_bytes.hpp"
 
 namespace vxtest {
 
@@ -22,12 +23,8 @@ struct ClipEntry {
 // order. A zero signature is stored as 50000.
 Bytes ClipboardFile(const std::vector<ClipEntry>& entries, int count = -1, uint16_t signature = 50000);
 
-// A Windows metafile: the 18-byte header, the records given (each as its words after the size),
-// and the end record.
-Bytes WindowsMetaFile(const std::vector<std::vector<uint16_t>>& records = {});
-
-// SetWindowExt and SetWindowOrg records (parameters stored y first).
-inline std::vector<uint16_t> WindowExt(int16_t x, int16_t y) { return {0x020C, uint16_t(y), uint16_t(x)}; }
+// The smallest Windows metafile: its header and the end record.
+inline Bytes WindowsMetaFile() { return MetaBytes().end().bytes(); }
 
 // A CF_METAFILEPICT entry's data: mapping mode, extents, an ignored word, the metafile.
 Bytes MetafilePicture(int32_t mapMode, int32_t x, int32_t y, const Bytes& wmf = WindowsMetaFile());
@@ -49,21 +46,11 @@ inline Bytes PixelsOf(HBITMAP bitmap) {
     return dib ? BlockBytes(dib.get()) : Bytes{};
 }
 
-// Whether this GDI makes and plays Windows metafiles (the Linux one is growing its player).
-inline bool MetafilesPlay() {
-    const Bytes wmf = WindowsMetaFile();
-    HMETAFILE m = SetMetaFileBitsEx(UINT(wmf.size()), wmf.data());
-    if (m != nullptr) DeleteMetaFile(m);
-    return m != nullptr;
-}
-
-// Whether this GDI plays enhanced metafiles: one recorded in memory comes back.
-inline bool EnhancedMetafilesPlay() {
-    HDC dc = CreateEnhMetaFileA(nullptr, nullptr, nullptr, nullptr);
-    if (dc == nullptr) return false;
-    HENHMETAFILE m = CloseEnhMetaFile(dc);
-    if (m != nullptr) DeleteEnhMetaFile(m);
-    return m != nullptr;
+// The error code `call` leaves, the code cleared before it.
+inline int Code(auto&& call) {
+    SetImgError(IMGERR_SUCCESS);
+    call();
+    return ImgError();
 }
 
 }  // namespace vxtest
