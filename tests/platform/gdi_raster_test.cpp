@@ -27,66 +27,51 @@ const char* const kMixed7x5 =
 uint8_t Noise(int i, int y, unsigned salt) { return static_cast<uint8_t>((i * 37u + y * 101u + salt) * 2654435761u >> 24); }
 
 // Every truth table on raw bits, source and pattern (a pattern brush) in the destination's
-// format, on 1-, 8- and 32-bit surfaces; pixels 1 to 11 of 13, so the bits around a 1-bit
-// run's edges must keep their values.
-TEST(GdiRaster, EveryRopOnRawBits) {
-    for (const int bpp : {1, 8, 32}) {
-        Dib dest(13, 2, bpp), source(13, 2, bpp), tile(13, 2, bpp);
-        const int bytes = (13 * bpp + 7) / 8;
-        const auto byteAt = [&](int i, int y, unsigned salt) { return bpp == 32 && i % 4 == 3 ? 0 : Noise(i, y, salt); };
-        for (int y = 0; y < 2; ++y)
-            for (int i = 0; i < bytes; ++i) source.row(y)[i] = byteAt(i, y, 1), tile.row(y)[i] = byteAt(i, y, 2);
-        vx::OwnedObject<HBRUSH> brush(CreatePatternBrush(tile.bitmap()));
-        SelectObject(dest.dc(), brush.get());
-        for (int code = 0; code < 256; ++code) {
-            std::vector<uint8_t> expected, got;
-            for (int y = 0; y < 2; ++y)
-                for (int i = 0; i < bytes; ++i) {
-                    const uint8_t before = dest.row(y)[i] = byteAt(i, y, 3);
-                    uint8_t mask = 0;
-                    for (int b = 0; b < 8; ++b)
-                        if (const int x = (i * 8 + 7 - b) / bpp; x >= 1 && x < 12) mask = static_cast<uint8_t>(mask | 1 << b);
-                    const uint8_t model =
-                        vxtest::RopModel(static_cast<uint8_t>(code), tile.row(y)[i], source.row(y)[i], before);
-                    expected.push_back(static_cast<uint8_t>((model & mask) | (before & ~mask)));
-                }
-            ASSERT_TRUE(BitBlt(dest.dc(), 1, 0, 11, 2, source.dc(), 1, 0, static_cast<DWORD>(code) << 16));
-            for (int y = 0; y < 2; ++y) got.insert(got.end(), dest.row(y), dest.row(y) + bytes);
-            ASSERT_EQ(got, expected) << bpp << " bits, rop " << code;
-        }
-    }
-}
-
-// Copies at different bit offsets of 1- and 4-bit rows and within one bitmap (scrolling each
-// way), against a pixel model.
-TEST(GdiRaster, OffsetsAndOverlaps) {
-    const auto pixel = [](const Dib& d, int x, int y, int bpp) { return vxtest::PixelAt(d.row(y), bpp, x); };
+// format, at different bit offsets of 1-, 4-, 8- and 32-bit rows and within one bitmap
+// (scrolling each way), against a pixel model: the pixels around a run keep their values, even
+// those sharing its bytes.
+TEST(GdiRaster, EveryRopAtOffsetsAndOverlaps) {
     struct Move { int destX, destY, sourceX, sourceY; bool same; };
-    const Move moves[] = {{1, 0, 6, 1, false}, {5, 1, 2, 0, false}, {3, 1, 1, 0, true}, {0, 0, 3, 1, true}};
-    for (const int bpp : {1, 4, 8})
-        for (const DWORD rop : {SRCCOPY, SRCINVERT, NOTSRCCOPY})
-            for (const Move& m : moves) {
-                Dib source(21, 3, bpp), dest(21, 3, bpp);
-                for (int y = 0; y < 3; ++y)
-                    for (int i = 0; i < dest.stride(); ++i)
-                        source.row(y)[i] = Noise(i, y, 5), dest.row(y)[i] = Noise(i, y, 9);
+    const Move moves[] = {{1, 0, 1, 0, false}, {1, 0, 6, 1, false}, {5, 1, 2, 0, false}, {3, 1, 1, 0, true}, {0, 0, 3, 1, true}};
+    for (const int bpp : {1, 4, 8, 32}) {
+        Dib source(21, 3, bpp), dest(21, 3, bpp), tile(13, 2, bpp);
+        const auto noise = [bpp](const Dib& d, unsigned salt) {
+            for (int i = 0; i < d.stride() * d.height(); ++i)
+                d.row(0)[i] = bpp == 32 && i % 4 == 3 ? 0 : Noise(i % d.stride(), i / d.stride(), salt);
+        };
+        const auto pixels = [bpp](const Dib& d) {
+            std::vector<uint32_t> values;
+            for (int i = 0; i < 63; ++i) values.push_back(vxtest::PixelAt(d.row(i / 21), bpp, i % 21));
+            return values;
+        };
+        noise(source, 1), noise(tile, 2);
+        const vx::OwnedObject<HBRUSH> brush(CreatePatternBrush(tile.bitmap()));
+        SelectObject(dest.dc(), brush.get());
+        for (const Move& m : moves)
+            for (int code = 0; code < 256; ++code) {
+                // With the pattern, only where source and destination line up: elsewhere Wine
+                // combines a pattern and a source in ways ours does not yet follow.
+                if (&m != moves && (code >> 4) != (code & 15)) continue;
+                noise(dest, 3);
                 const Dib& from = m.same ? dest : source;
-                std::vector<uint32_t> before, model, got;
-                for (int y = 0; y < 3; ++y)
-                    for (int x = 0; x < 21; ++x)
-                        before.push_back(pixel(from, x, y, bpp)), model.push_back(pixel(dest, x, y, bpp));
+                const std::vector<uint32_t> before = pixels(from);
+                std::vector<uint32_t> model = pixels(dest);
                 for (int y = m.destY; y < m.destY + 2 && y - m.destY + m.sourceY < 3; ++y)
-                    for (int x = m.destX; x < 21 && x - m.destX + m.sourceX < 21 && x < m.destX + 13; ++x) {
-                        const uint32_t s = before[(y - m.destY + m.sourceY) * 21 + x - m.destX + m.sourceX];
+                    for (int x = m.destX; x < m.destX + 13 && x - m.destX + m.sourceX < 21; ++x) {
+                        const uint32_t p = vxtest::PixelAt(tile.row(y % 2), bpp, x % 13),
+                                       s = before[(y - m.destY + m.sourceY) * 21 + x - m.destX + m.sourceX];
                         uint32_t& d = model[y * 21 + x];
-                        d = (rop == SRCCOPY ? s : rop == SRCINVERT ? s ^ d : ~s) & (bpp == 8 ? 0xFF : (1u << bpp) - 1);
+                        uint32_t out = 0;
+                        for (int b = 0; b < 32; b += 8)
+                            out |= uint32_t{vxtest::RopModel(static_cast<uint8_t>(code), static_cast<uint8_t>(p >> b),
+                                                             static_cast<uint8_t>(s >> b), static_cast<uint8_t>(d >> b))} << b;
+                        d = bpp == 32 ? out : out & ((1u << bpp) - 1);
                     }
-                EXPECT_TRUE(BitBlt(dest.dc(), m.destX, m.destY, 13, 2, from.dc(), m.sourceX, m.sourceY, rop));
-                for (int y = 0; y < 3; ++y)
-                    for (int x = 0; x < 21; ++x) got.push_back(pixel(dest, x, y, bpp));
-                EXPECT_EQ(got, model) << bpp << " bits, rop " << std::hex << rop << std::dec << ", to " << m.destX << ","
-                                      << m.destY << " from " << m.sourceX << "," << m.sourceY;
+                ASSERT_TRUE(BitBlt(dest.dc(), m.destX, m.destY, 13, 2, from.dc(), m.sourceX, m.sourceY, static_cast<DWORD>(code) << 16));
+                ASSERT_EQ(pixels(dest), model) << bpp << " bits, rop " << code << ", to " << m.destX << "," << m.destY
+                                               << " from " << m.sourceX << "," << m.sourceY;
             }
+    }
 }
 
 // Monochrome and colour meet through the DCs' colours: a 1-bit device bitmap reads as the
