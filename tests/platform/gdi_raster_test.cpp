@@ -106,32 +106,34 @@ TEST(GdiRaster, MonochromeAndColour) {
 // Which source pixel each destination pixel takes (COLORONCOLOR), shrinking and growing,
 // either side mirrored; rows keep the first pixel of a dropped group, columns the last, and
 // clipping keeps the same picks. BLACKONWHITE ANDs and WHITEONBLACK ORs the raw bits of a
-// dropped group instead.
+// dropped group instead. Of a source rectangle partly outside its bitmap only the destination
+// pixels whose source exists change; mirrored, the run drawn stays at the end it would take
+// unmirrored.
 TEST(GdiRaster, StretchPicks) {
-    Dib source(9, 1, 8), square(9, 9, 8), dest(5, 4, 8), mono(16, 1, 1, kBlackWhite), eight(6, 1, 8);
-    source.set("000102030405060708"), mono.set("5af0"), eight.set("310ff0881122");
-    struct Case { const Dib& source; int sourceX, sourceWidth, destWidth, mode; bool mirrorDest; const char* expected; };
-    const Case cases[] = {
-        {source, 0, 9, 1, 3, false, "07"}, {source, 0, 2, 1, 3, false, "00"}, {source, 0, 9, 2, 3, false, "0408"},
-        {source, 0, 9, 4, 3, false, "01040608"}, {source, 0, 9, 5, 3, false, "0103040608"},
-        {source, 0, 7, 5, 3, false, "0002030506"}, {source, 0, 8, 7, 3, false, "00010204050607"},
-        {source, 0, 2, 3, 3, false, "000001"}, {source, 0, 3, 4, 3, false, "00010102"},
-        {source, 0, 5, 8, 3, false, "0000010202030404"}, {source, 0, 7, 12, 3, false, "000001020203030404050606"},
-        {source, 8, -7, 3, 3, false, "070402"}, {source, 8, -7, 1, 3, false, "02"}, {source, 0, 7, 3, 3, true, "060401"},
-        {source, 0, 7, 1, 3, true, "06"}, {source, 8, -7, 10, 3, false, "08070706050504030302"},
-        {source, 0, 7, 10, 3, true, "06050504030302010100"}, {mono, 0, 16, 8, BLACKONWHITE, false, "0c"},
-        {mono, 0, 16, 8, WHITEONBLACK, false, "fc"}, {eight, 0, 6, 2, BLACKONWHITE, false, "0000"},
-        {eight, 0, 6, 2, WHITEONBLACK, false, "ffbb"}, {eight, 0, 6, 3, BLACKONWHITE, false, "018000"},
-        {eight, 0, 6, 5, BLACKONWHITE, false, "310f801122"},
-    };
-    for (const Case& c : cases) {
+    Dib source(9, 1, 8), six(6, 1, 8), square(9, 9, 8), dest(5, 4, 8), mono(16, 1, 1, kBlackWhite), eight(6, 1, 8);
+    source.set("000102030405060708"), six.set("101112131415"), mono.set("5af0"), eight.set("310ff0881122");
+    const int C = COLORONCOLOR, B = BLACKONWHITE, W = WHITEONBLACK;
+    const struct { const Dib& source; int x, w, sourceX, sourceWidth, mode; const char* expected; } cases[] = {
+        {source, 0, 1, 0, 9, C, "07"}, {source, 0, 1, 0, 2, C, "00"}, {source, 0, 2, 0, 9, C, "0408"},
+        {source, 0, 4, 0, 9, C, "01040608"}, {source, 0, 5, 0, 9, C, "0103040608"}, {source, 0, 5, 0, 7, C, "0002030506"},
+        {source, 0, 7, 0, 8, C, "00010204050607"}, {source, 0, 3, 0, 2, C, "000001"}, {source, 0, 4, 0, 3, C, "00010102"},
+        {source, 0, 8, 0, 5, C, "0000010202030404"}, {source, 0, 12, 0, 7, C, "000001020203030404050606"},
+        {source, 0, 3, 8, -7, C, "070402"}, {source, 0, 1, 8, -7, C, "02"}, {source, 2, -3, 0, 7, C, "060401"},
+        {source, 0, -1, 0, 7, C, "06"}, {source, 0, 10, 8, -7, C, "08070706050504030302"},
+        {source, 9, -10, 0, 7, C, "06050504030302010100"}, {mono, 0, 8, 0, 16, B, "0c"}, {mono, 0, 8, 0, 16, W, "fc"},
+        {eight, 0, 2, 0, 6, B, "0000"}, {eight, 0, 2, 0, 6, W, "ffbb"}, {eight, 0, 3, 0, 6, B, "018000"},
+        {eight, 0, 5, 0, 6, B, "310f801122"},
+        {six, 0, 4, 0, -4, C, "eeeeee10eeeeeeee"}, {six, 0, 4, 2, -4, C, "ee121110eeeeeeee"}, {six, 0, 8, 5, -8, C, "eeee151413121110"},
+        {six, 0, 4, 7, -4, C, "1514eeeeeeeeeeee"}, {six, 0, 8, 9, -8, C, "15141312eeeeeeee"}, {six, 2, -4, -1, 4, C, "121110eeeeeeeeee"},
+        {six, 9, -8, 0, 6, C, "eeee151414131211"}, {six, 0, 8, -2, 4, C, "eeeeeeee10101111"}, {six, 0, 3, -2, 6, C, "ee1113eeeeeeeeee"},
+        {six, 0, 8, 2, -4, C, "eeee121211111010"}, {six, 0, 3, 4, -6, C, "ee1311eeeeeeeeee"}};
+    for (const auto& c : cases) {
         const int bpp = &c.source == &mono ? 1 : 8;
-        Dib row(c.destWidth, 1, bpp, bpp == 1 ? kBlackWhite : std::vector<RGBQUAD>{});
+        Dib row(bpp == 1 ? 8 : static_cast<int>(std::strlen(c.expected)) / 2, 1, bpp, bpp == 1 ? kBlackWhite : std::vector<RGBQUAD>{});
         row.fill(0xee);
         SetStretchBltMode(row.dc(), c.mode);
-        const int x = c.mirrorDest ? c.destWidth - 1 : 0, w = c.mirrorDest ? -c.destWidth : c.destWidth;
-        EXPECT_TRUE(StretchBlt(row.dc(), x, 0, w, 1, c.source.dc(), c.sourceX, 0, c.sourceWidth, 1, SRCCOPY));
-        EXPECT_EQ(row.hex(), c.expected) << c.sourceX << " " << c.sourceWidth << " -> " << c.destWidth << " mode " << c.mode;
+        EXPECT_TRUE(StretchBlt(row.dc(), c.x, 0, c.w, 1, c.source.dc(), c.sourceX, 0, c.sourceWidth, 1, SRCCOPY));
+        EXPECT_EQ(row.hex(), c.expected) << c.x << " " << c.w << " from " << c.sourceX << " " << c.sourceWidth << " mode " << c.mode;
     }
     for (int i = 0; i < 81; ++i) square.row(i / 9)[i % 9] = static_cast<uint8_t>(i);
     SetStretchBltMode(dest.dc(), COLORONCOLOR);
@@ -147,29 +149,11 @@ TEST(GdiRaster, StretchPicks) {
         StretchBlt(dest.dc(), c.x, c.y, c.w, c.h, square.dc(), c.sourceX, c.sourceY, 9, 9, SRCCOPY);
         EXPECT_EQ(dest.hex(), c.expected) << &c - squares;
     }
-}
-
-// A source rectangle partly outside its bitmap: only destination pixels whose source exists
-// change. Mirrored, the run drawn stays at the end it would take unmirrored.
-TEST(GdiRaster, SourcePartlyOutside) {
-    Dib row(6, 1, 8), wide(8, 1, 8), source(4, 4, 8), dest(6, 6, 8);
-    row.set("101112131415");
-    struct Case { int x, w, sourceX, sourceWidth; const char* expected; } cases[] = {
-        {0, 4, 0, -4, "eeeeee10eeeeeeee"}, {0, 4, 2, -4, "ee121110eeeeeeee"}, {0, 8, 5, -8, "eeee151413121110"},
-        {0, 4, 7, -4, "1514eeeeeeeeeeee"}, {0, 8, 9, -8, "15141312eeeeeeee"}, {2, -4, -1, 4, "121110eeeeeeeeee"},
-        {9, -8, 0, 6, "eeee151414131211"}, {0, 8, -2, 4, "eeeeeeee10101111"}, {0, 3, -2, 6, "ee1113eeeeeeeeee"},
-        {0, 8, 2, -4, "eeee121211111010"}, {0, 3, 4, -6, "ee1311eeeeeeeeee"},
-    };
-    SetStretchBltMode(wide.dc(), COLORONCOLOR);
-    for (const Case& c : cases) {
-        wide.fill(0xee);
-        EXPECT_TRUE(StretchBlt(wide.dc(), c.x, 0, c.w, 1, row.dc(), c.sourceX, 0, c.sourceWidth, 1, SRCCOPY));
-        EXPECT_EQ(wide.hex(), c.expected) << c.x << " " << c.w << " from " << c.sourceX << " " << c.sourceWidth;
-    }
-    for (int i = 0; i < 16; ++i) source.row(i / 4)[i % 4] = static_cast<uint8_t>(0x10 + i);
-    dest.fill(0xee);
-    EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 4, 4, source.dc(), -1, -1, NOTSRCCOPY));
-    EXPECT_EQ(dest.hex(), "eeeeeeeeeeee/eeefeeedeeee/eeebeae9eeee/eee7e6e5eeee/eeeeeeeeeeee/eeeeeeeeeeee");
+    Dib four(4, 4, 8), sixBySix(6, 6, 8);
+    for (int i = 0; i < 16; ++i) four.row(i / 4)[i % 4] = static_cast<uint8_t>(0x10 + i);
+    sixBySix.fill(0xee);
+    EXPECT_TRUE(BitBlt(sixBySix.dc(), 0, 0, 4, 4, four.dc(), -1, -1, NOTSRCCOPY));
+    EXPECT_EQ(sixBySix.hex(), "eeeeeeeeeeee/eeefeeedeeee/eeebeae9eeee/eee7e6e5eeee/eeeeeeeeeeee/eeeeeeeeeeee");
 }
 
 // HALFTONE interpolates bilinearly at x * source / dest, each pass rounded, on the source in
