@@ -16,6 +16,8 @@
 
 namespace {
 
+using vxtest::SetMapping;
+
 std::string Text(const RECT& r) {
     return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," + std::to_string(r.bottom);
 }
@@ -34,15 +36,6 @@ std::string RegionText(HRGN region) {
     std::string text;
     for (const RECT& r : rects) text += Text(r) + " ";
     return text;
-}
-
-// MM_ANISOTROPIC with window origin and extent, viewport origin and extent.
-void SetMapping(HDC dc, const LONG (&m)[8]) {
-    SetMapMode(dc, MM_ANISOTROPIC);
-    SetWindowExtEx(dc, m[2], m[3], nullptr);
-    SetViewportExtEx(dc, m[6], m[7], nullptr);
-    SetWindowOrgEx(dc, m[0], m[1], nullptr);
-    SetViewportOrgEx(dc, m[4], m[5], nullptr);
 }
 
 constexpr LONG kMin = INT32_MIN;
@@ -216,6 +209,8 @@ TEST(GdiClipping, ClipCallsAnswerAsWindows) {
 }
 
 namespace {
+
+using vxtest::SetMapping;
 
 // A 1-bit canvas, all white, and its black pixels (outside any clipping region).
 struct White : vxtest::Canvas {

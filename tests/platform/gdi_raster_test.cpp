@@ -217,9 +217,8 @@ TEST(GdiRaster, FormatConversions) {
 TEST(GdiRaster, Brushes) {
     Dib four(8, 1, 8, kFour), mono(8, 1, 1, kBlackWhite), wide(10, 3, 32), monoWide(10, 3, 1, kBlackWhite);
     const auto fill = [](const Canvas& c, HBRUSH brush, DWORD rop = PATCOPY) {
-        const HGDIOBJ old = SelectObject(c.dc(), brush);
+        const vx::ObjectSelection selected(c.dc(), brush);
         EXPECT_TRUE(PatBlt(c.dc(), 0, 0, c.width(), c.height(), rop));
-        SelectObject(c.dc(), old);
     };
     const auto painted = [&](const Dib& d, HBRUSH brush, DWORD rop = PATCOPY) { return fill(d, brush, rop), d.hex(); };
     vx::OwnedObject<HBRUSH> gray(CreateSolidBrush(RGB(128, 128, 128))), reddish(CreateSolidBrush(RGB(200, 10, 10)));
@@ -230,11 +229,9 @@ TEST(GdiRaster, Brushes) {
 
     const Canvas device(16, 8, 1);
     const std::pair<COLORREF, const char*> dithers[] = {
-        {RGB(8, 8, 8), "0000000800000080"},     {RGB(96, 96, 96), "11aa44aa11aa44aa"},
-        {RGB(200, 200, 200), "55ff5dff55ffd5ff"}, {RGB(250, 250, 250), "7fffffffffffffff"},
-        {RGB(255, 0, 0), "00aa04aa00aa44aa"},     {RGB(0, 255, 0), "55ab55ee55ba55ee"},
-        {RGB(0, 0, 255), "0002008800220088"},     {RGB(100, 150, 200), "55aa55ae55aa55ee"},
-        {RGB(1, 2, 3), "0000000000000000"}};
+        {RGB(8, 8, 8), "0000000800000080"}, {RGB(96, 96, 96), "11aa44aa11aa44aa"}, {RGB(200, 200, 200), "55ff5dff55ffd5ff"},
+        {RGB(250, 250, 250), "7fffffffffffffff"}, {RGB(255, 0, 0), "00aa04aa00aa44aa"}, {RGB(0, 255, 0), "55ab55ee55ba55ee"},
+        {RGB(0, 0, 255), "0002008800220088"}, {RGB(100, 150, 200), "55aa55ae55aa55ee"}, {RGB(1, 2, 3), "0000000000000000"}};
     for (const auto& [colour, expected] : dithers) {
         vx::OwnedObject<HBRUSH> brush(CreateSolidBrush(colour));
         fill(device, brush.get());
@@ -296,8 +293,7 @@ TEST(GdiRaster, DibTransfers) {
         {8, 0, 8, 0, 0, 0, 8, 0, "eeeeeeee/eeeeeeee"},  {8, 4, 0, 0, 0, 0, 8, 0, "eeeeeeee/eeeeeeee"},
         {-8, 4, 4, 0, 0, 0, 8, 8, "4044484c/5054585c"}, {-8, 4, 8, 0, 0, 0, 20, 0, "eeeeeeee/eeeeeeee"},
         {-8, 4, 8, 0, 0, 7, 4, 4, "3034383c/eeeeeeee"}, {-8, 4, 0, 0, 0, 0, 8, 8, "eeeeeeee/eeeeeeee"},
-        {-8, 4, 8, 0, 0, 9, 4, 0, "eeeeeeee/eeeeeeee"},
-    };
+        {-8, 4, 8, 0, 0, 9, 4, 0, "eeeeeeee/eeeeeeee"}};
     // The answer and the first two rows a transfer from a DIB `height` rows high leaves.
     const auto transfer = [&](int height, const auto& call) {
         header->biHeight = height;
@@ -316,8 +312,7 @@ TEST(GdiRaster, DibTransfers) {
         {8, 4, 8, -2, -2, 4, 8, SRCCOPY, 8, "eeee5054/eeee4044"},  {8, 4, 8, 0, 0, 0, 8, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
         {-8, 4, 8, 0, 0, 4, 8, SRCCOPY, 8, "0004080c/1014181c"},   {8, 4, 8, 0, 0, -4, 8, SRCCOPY, 8, "eeeeee70/eeeeee60"},
         {8, -4, 8, 0, 0, 4, 8, SRCCOPY, 8, "70eeeeee/60eeeeee"},   {8, 4, 2, 0, 2, 4, -2, SRCCOPY, 8, "0004080c/1014181c"},
-        {8, 4, 2, 0, 0, 4, -2, SRCCOPY, 0, "eeeeeeee/eeeeeeee"},
-    };
+        {8, 4, 2, 0, 0, 4, -2, SRCCOPY, 0, "eeeeeeee/eeeeeeee"}};
     for (const Stretch& s : stretches)
         EXPECT_EQ(transfer(s.height, [&] { return StretchDIBits(dest.dc(), 0, 0, s.w, s.h, s.sx, s.sy, s.sw, s.sh, bits, bmi,
                                                                 DIB_RGB_COLORS, s.rop); }),
@@ -363,10 +358,8 @@ TEST(GdiRaster, CallsAndRefusals) {
     EXPECT_FALSE(BitBlt(nullptr, 0, 0, 4, 4, dib.dc(), 0, 0, SRCCOPY));
     EXPECT_FALSE(PatBlt(dib.dc(), 0, 0, 4, 4, SRCCOPY));
     EXPECT_TRUE(StretchBlt(dib.dc(), 0, 0, 4, 4, dib.dc(), 0, 0, 0, 4, SRCCOPY));
-    HDC screen = GetDC(nullptr);
-    EXPECT_TRUE(BitBlt(screen, 0, 0, 4, 4, dib.dc(), 0, 0, SRCCOPY));
-    EXPECT_TRUE(BitBlt(dib.dc(), 0, 0, 4, 4, screen, 0, 0, SRCCOPY));
-    ReleaseDC(nullptr, screen);
+    const vx::WindowDC screen(nullptr);
+    EXPECT_TRUE(BitBlt(screen.get(), 0, 0, 4, 4, dib.dc(), 0, 0, SRCCOPY) && BitBlt(dib.dc(), 0, 0, 4, 4, screen.get(), 0, 0, SRCCOPY));
     for (const int extent : {INT32_MAX, INT32_MIN, 1 << 30}) {
         EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, extent, extent, source.dc(), 0, 0, SRCCOPY));
         EXPECT_TRUE(StretchBlt(dest.dc(), INT32_MIN, 0, extent, 3, source.dc(), 0, 0, 2, extent, SRCCOPY));
@@ -374,10 +367,7 @@ TEST(GdiRaster, CallsAndRefusals) {
     }
     source.set("0102/0304");
     dest.fill(0xee);
-    SetMapMode(dest.dc(), MM_ANISOTROPIC);
-    SetWindowExtEx(dest.dc(), 1, 1, nullptr);
-    SetViewportExtEx(dest.dc(), 2, 2, nullptr);
-    SetViewportOrgEx(dest.dc(), 1, 1, nullptr);
+    vxtest::SetMapping(dest.dc(), {0, 0, 1, 1, 1, 1, 2, 2});
     SetStretchBltMode(dest.dc(), COLORONCOLOR);
     EXPECT_TRUE(BitBlt(dest.dc(), 0, 0, 2, 2, source.dc(), 0, 0, SRCCOPY));
     EXPECT_EQ(dest.hex(), "eeeeeeeeeeee/ee01010202ee/ee01010202ee/ee03030404ee/ee03030404ee/eeeeeeeeeeee");

@@ -2,7 +2,8 @@
 // selected into a memory DC of its own, filled from a list of colours and read back as colours
 // (GetPixel) or as its device bytes (GetBitmapBits); Show, a grid of colours for failure
 // messages; Info and Header, a BITMAPINFO with room for any table; TopDownSection, BitmapBytes,
-// Hex and PixelAt, the section, bytes and pixel values the other helpers share; Mix, a colour
+// Hex and PixelAt, the section, bytes and pixel values the other helpers share; SetMapping, an
+// anisotropic mapping in one call; Mix, a colour
 // a function of a position, for patterns without structure; and DibFormat with Pack, a plain per-pixel model of DIB rows (table look-ups, the
 // nearest entry, channels widened by repeating their high bits and narrowed by truncation)
 // that the converted bytes are checked against.
@@ -148,6 +149,15 @@ inline std::string Show(const Colours& colours, int width) {
         text += Hex(rgb, 3, 1) + ((i + 1) % static_cast<size_t>(width) == 0 ? '\n' : ' ');
     }
     return text;
+}
+
+// MM_ANISOTROPIC with window origin and extent, viewport origin and extent, in that order.
+inline void SetMapping(HDC dc, const LONG (&m)[8]) {
+    SetMapMode(dc, MM_ANISOTROPIC);
+    SetWindowExtEx(dc, m[2], m[3], nullptr);
+    SetViewportExtEx(dc, m[6], m[7], nullptr);
+    SetWindowOrgEx(dc, m[0], m[1], nullptr);
+    SetViewportOrgEx(dc, m[4], m[5], nullptr);
 }
 
 // The value of pixel x of a row of `bits`-bit pixels (little-endian from 16 bits up).
