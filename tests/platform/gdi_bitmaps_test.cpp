@@ -110,12 +110,10 @@ TEST(GdiBitmaps, SelectionsAndTheirLifetimes) {
         {first.get(), GetStockObject(DEFAULT_PALETTE), none}, {first.get(), reinterpret_cast<HGDIOBJ>(uintptr_t{0x12345}), none},
         {first.get(), brush, GetStockObject(WHITE_BRUSH)},    {first.get(), pen, GetStockObject(BLACK_PEN)}};
     for (const auto& c : selections) EXPECT_EQ(SelectObject(c.dc, c.object), c.answer) << &c - selections;
-    EXPECT_EQ(GetCurrentObject(reinterpret_cast<HDC>(mono.get()), OBJ_BITMAP), nullptr);
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_BRUSH), brush);
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PEN), pen);
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PAL), GetStockObject(DEFAULT_PALETTE));
-    SelectObject(first.get(), stock);
-    SelectObject(second.get(), stock);
+    for (auto [dc, kind, want] : {std::tuple{reinterpret_cast<HDC>(mono.get()), OBJ_BITMAP, none}, {first.get(), OBJ_BRUSH, brush},
+                                  {first.get(), OBJ_PEN, pen}, {first.get(), OBJ_PAL, GetStockObject(DEFAULT_PALETTE)}})
+        EXPECT_EQ(GetCurrentObject(dc, kind), want) << kind;
+    SelectObject(first.get(), stock), SelectObject(second.get(), stock);
 
     for (bool byDeletingTheDC : {false, true}) {
         SCOPED_TRACE(byDeletingTheDC ? "by DeleteDC" : "by SelectObject");

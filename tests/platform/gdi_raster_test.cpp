@@ -256,8 +256,7 @@ TEST(GdiRaster, Brushes) {
     for (int i = 0; i < 120; ++i) reinterpret_cast<DWORD*>(big.row(0))[i] = static_cast<DWORD>(i);
     vx::OwnedObject<HBRUSH> tile(CreatePatternBrush(big.bitmap()));
     fill(target, tile.get());
-    EXPECT_EQ(reinterpret_cast<DWORD*>(target.row(11))[13], 13u);
-    EXPECT_EQ(reinterpret_cast<DWORD*>(target.row(0))[12], 0u);
+    EXPECT_TRUE(reinterpret_cast<DWORD*>(target.row(11))[13] == 13u && reinterpret_cast<DWORD*>(target.row(0))[12] == 0u);
 
     Dib colour(2, 1, 32);
     const BYTE fives[2] = {0x5a, 0};
@@ -282,7 +281,7 @@ TEST(GdiRaster, DibTransfers) {
     Dib dest(4, 8, 8);
     vxtest::Info info = vxtest::Header(4, 8, 8);
     BITMAPINFOHEADER* const header = &info.header;
-    for (int i = 0; i < 256; ++i) info.table[i] = {static_cast<BYTE>(i), static_cast<BYTE>(i), static_cast<BYTE>(i), 0};
+    for (int i = 0; i < 256; ++i) info.table[i] = {BYTE(i), BYTE(i), BYTE(i), 0};
     uint8_t bits[32];
     for (int i = 0; i < 32; ++i) bits[i] = static_cast<uint8_t>(i * 4);
     const BITMAPINFO* const bmi = info.get();
@@ -296,8 +295,7 @@ TEST(GdiRaster, DibTransfers) {
         {-8, 4, 8, 0, 0, 9, 4, 0, "eeeeeeee/eeeeeeee"}};
     // The answer and the first two rows a transfer from a DIB `height` rows high leaves.
     const auto transfer = [&](int height, const auto& call) {
-        header->biHeight = height;
-        dest.fill(0xee);
+        header->biHeight = height, dest.fill(0xee);
         const int answer = call();
         return std::to_string(answer) + " " + dest.hex().substr(0, 17);
     };
