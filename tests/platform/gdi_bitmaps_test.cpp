@@ -159,8 +159,7 @@ TEST(GdiBitmaps, NearestColours) {
     EXPECT_EQ(GetPixel(nullptr, 0, 0), CLR_INVALID);
     PALETTEENTRY entries[4] = {};
     EXPECT_EQ(GetSystemPaletteEntries(screen.get(), 0, 4, entries), 0u);
-    const struct { WORD version, count; PALETTEENTRY entries[1]; } logical{0x300, 1, {{10, 20, 30, 0}}};
-    const vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+    const vx::OwnedObject<HPALETTE> palette(vxtest::MakePalette({{10, 20, 30, 0}}));
     const vx::PaletteSelection selected(colour.dc(), palette.get());
     EXPECT_EQ(RealizePalette(colour.dc()), 0u);
     EXPECT_EQ(SetPixel(colour.dc(), 0, 0, PALETTEINDEX(5)), RGB(10, 20, 30));
@@ -328,12 +327,13 @@ TEST(GdiBitmaps, DIBHeaderQueriesAndRefusals) {
     }
     // SetDIBits needs no DC; neither call takes 2 or 7 bits, RLE, 24-bit masks or empty sizes.
     std::vector<uint8_t> bits(1024);
+    const HDC d = dc.get();
+    constexpr UINT rgb = DIB_RGB_COLORS;
     const struct { HDC dc; int width, height, depth; DWORD compression, size; UINT usage; int get, set; } cases[] = {
-        {dc.get(), 5, 3, 32, BI_RGB, 108, DIB_RGB_COLORS, 3, 3}, {nullptr, 5, 3, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 3},
-        {dc.get(), 5, 3, 32, BI_RGB, 10, DIB_RGB_COLORS, 0, 0},  {dc.get(), 5, 3, 7, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-        {dc.get(), 5, 3, 2, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},   {dc.get(), 5, 3, 8, BI_RLE8, 40, DIB_RGB_COLORS, 0, 0},
-        {dc.get(), 5, 3, 24, BI_BITFIELDS, 40, DIB_RGB_COLORS, 0, 0}, {dc.get(), 5, 3, 32, BI_RGB, 40, 2, 0, 0},
-        {dc.get(), -5, 3, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0}, {dc.get(), 5, 0, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0}};
+        {d, 5, 3, 32, BI_RGB, 108, rgb, 3, 3}, {nullptr, 5, 3, 32, BI_RGB, 40, rgb, 0, 3}, {d, 5, 3, 32, BI_RGB, 10, rgb, 0, 0},
+        {d, 5, 3, 7, BI_RGB, 40, rgb, 0, 0}, {d, 5, 3, 2, BI_RGB, 40, rgb, 0, 0}, {d, 5, 3, 8, BI_RLE8, 40, rgb, 0, 0},
+        {d, 5, 3, 24, BI_BITFIELDS, 40, rgb, 0, 0}, {d, 5, 3, 32, BI_RGB, 40, 2, 0, 0}, {d, -5, 3, 32, BI_RGB, 40, rgb, 0, 0},
+        {d, 5, 0, 32, BI_RGB, 40, rgb, 0, 0}};
     for (const auto& c : cases) {
         Info get = Header(c.width, c.height, c.depth, c.compression), set = get;
         get.header.biSize = set.header.biSize = c.size;
@@ -430,9 +430,8 @@ TEST(GdiBitmaps, PaletteScreenNativeOnly) {
         EXPECT_EQ(SelectObject(dc.get(), colour.get()), nullptr);
         SelectObject(dc.get(), SelectObject(dc.get(), eight.get()));
 
-        const struct { WORD version, count; PALETTEENTRY entries[5]; } logical{
-            0x300, 5, {{0, 0, 0, 0}, {1, 2, 3, 0}, {4, 5, 6, 0}, {1, 2, 3, PC_NOCOLLAPSE}, {200, 0, 0, PC_EXPLICIT}}};
-        const vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+        const vx::OwnedObject<HPALETTE> palette(vxtest::MakePalette(
+            {{0, 0, 0, 0}, {1, 2, 3, 0}, {4, 5, 6, 0}, {1, 2, 3, PC_NOCOLLAPSE}, {200, 0, 0, PC_EXPLICIT}}));
         const vx::PaletteSelection selected(screen.get(), palette.get());
         EXPECT_EQ(RealizePalette(screen.get()), 3u);
         EXPECT_EQ(RealizePalette(screen.get()), 0u);

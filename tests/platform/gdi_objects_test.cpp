@@ -3,23 +3,13 @@
 // Linux and against GDI under Wine, so they pin down that both answer alike.
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <initializer_list>
-#include <vector>
 
-#include "gdi_guards.hpp"
+#include "gdi_support.hpp"
 
 namespace {
 
-HPALETTE MakePalette(std::initializer_list<PALETTEENTRY> colours) {
-    std::vector<uint8_t> storage(offsetof(LOGPALETTE, palPalEntry) + colours.size() * sizeof(PALETTEENTRY));
-    auto* logical = reinterpret_cast<LOGPALETTE*>(storage.data());
-    *logical = {0x300, static_cast<WORD>(colours.size()), {}};
-    std::memcpy(logical->palPalEntry, colours.begin(), colours.size() * sizeof(PALETTEENTRY));
-    return CreatePalette(logical);
-}
+using vxtest::MakePalette;
 
 HPALETTE MakeFour() { return MakePalette({{1, 2, 3, 0}, {4, 5, 6, 0}, {7, 8, 9, 0}, {10, 11, 12, 0}}); }
 HPALETTE Stock() { return static_cast<HPALETTE>(GetStockObject(DEFAULT_PALETTE)); }

@@ -322,9 +322,7 @@ TEST(GdiRaster, DibTransfers) {
     EXPECT_EQ(StretchDIBits(dest.dc(), 0, 0, 4, 8, 0, 0, 4, 8, bits, bmi, DIB_RGB_COLORS, SRCCOPY), 0);
 
     // Indices 3, 2, 1 and 7 (wrapping round) into a 4-entry palette of grays 0, 60, 120, 180.
-    const struct { WORD version, count; PALETTEENTRY entries[4]; } logical{
-        0x300, 4, {{0, 0, 0, 0}, {60, 60, 60, 0}, {120, 120, 120, 0}, {180, 180, 180, 0}}};
-    vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+    vx::OwnedObject<HPALETTE> palette(vxtest::MakePalette({{0, 0, 0, 0}, {60, 60, 60, 0}, {120, 120, 120, 0}, {180, 180, 180, 0}}));
     Dib four(4, 1, 32);
     SelectPalette(four.dc(), palette.get(), FALSE);  // the DC goes before the palette
     *header = {sizeof(BITMAPINFOHEADER), 4, 1, 1, 8, BI_RGB, 0, 0, 0, 4, 0};

@@ -3,7 +3,7 @@
 // (GetPixel) or as its device bytes (GetBitmapBits); Show, a grid of colours for failure
 // messages; Info and Header, a BITMAPINFO with room for any table; TopDownSection, BitmapBytes,
 // Hex and PixelAt, the section, bytes and pixel values the other helpers share; SetMapping, an
-// anisotropic mapping in one call; Mix, a colour
+// anisotropic mapping in one call; MakePalette, a logical palette from a list of entries; Mix, a colour
 // a function of a position, for patterns without structure; and DibFormat with Pack, a plain per-pixel model of DIB rows (table look-ups, the
 // nearest entry, channels widened by repeating their high bits and narrowed by truncation)
 // that the converted bytes are checked against.
@@ -17,10 +17,12 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <climits>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
@@ -149,6 +151,15 @@ inline std::string Show(const Colours& colours, int width) {
         text += Hex(rgb, 3, 1) + ((i + 1) % static_cast<size_t>(width) == 0 ? '\n' : ' ');
     }
     return text;
+}
+
+// A logical palette of the given entries.
+inline HPALETTE MakePalette(std::initializer_list<PALETTEENTRY> entries) {
+    std::vector<uint8_t> storage(offsetof(LOGPALETTE, palPalEntry) + entries.size() * sizeof(PALETTEENTRY));
+    auto* logical = reinterpret_cast<LOGPALETTE*>(storage.data());
+    *logical = {0x300, static_cast<WORD>(entries.size()), {}};
+    std::memcpy(logical->palPalEntry, entries.begin(), entries.size() * sizeof(PALETTEENTRY));
+    return CreatePalette(logical);
 }
 
 // MM_ANISOTROPIC with window origin and extent, viewport origin and extent, in that order.
