@@ -83,19 +83,13 @@ TEST(GdiBitmaps, GetObjectSizes) {
     const int bitmapSize = sizeof(BITMAP), penSize = sizeof(LOGPEN), brushSize = sizeof(LOGBRUSH);
     const struct { HGDIOBJ object; int size, want, asked; } cases[] = {
         {bitmap, bitmapSize + 8, bitmapSize, bitmapSize}, {bitmap, bitmapSize - 1, 0, bitmapSize},
-        {pen, penSize + 8, penSize, penSize},             {pen, penSize - 1, 0, penSize},
-        {brush, brushSize, brushSize, brushSize},         {brush, 4, 4, brushSize},
-        {palette, 8, 2, 2},                               {palette, 1, 1, 2},
-        {dc.get(), 100, 0, 0},                            {nullptr, 100, 0, 0},
-    };
+        {pen, penSize + 8, penSize, penSize}, {pen, penSize - 1, 0, penSize}, {brush, brushSize, brushSize, brushSize},
+        {brush, 4, 4, brushSize}, {palette, 8, 2, 2}, {palette, 1, 1, 2}, {dc.get(), 100, 0, 0}, {nullptr, 100, 0, 0}};
     for (const auto& c : cases) {
         uint8_t buffer[128] = {};
         EXPECT_EQ(GetObjectA(c.object, c.size, buffer), c.want) << c.object << ", " << c.size;
         EXPECT_EQ(GetObjectA(c.object, 0, nullptr), c.asked) << c.object;
     }
-    LOGBRUSH gray{};
-    GetObjectA(brush, sizeof gray, &gray);
-    EXPECT_EQ(gray.lbColor, RGB(128, 128, 128));
 }
 
 // A memory DC takes monochrome bitmaps and bitmaps of the screen's depth, one DC at a time
@@ -116,12 +110,10 @@ TEST(GdiBitmaps, SelectionsAndTheirLifetimes) {
         {first.get(), GetStockObject(DEFAULT_PALETTE), none}, {first.get(), reinterpret_cast<HGDIOBJ>(uintptr_t{0x12345}), none},
         {first.get(), brush, GetStockObject(WHITE_BRUSH)},    {first.get(), pen, GetStockObject(BLACK_PEN)}};
     for (const auto& c : selections) EXPECT_EQ(SelectObject(c.dc, c.object), c.answer) << &c - selections;
-    EXPECT_EQ(GetCurrentObject(reinterpret_cast<HDC>(mono.get()), OBJ_BITMAP), nullptr);
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_BRUSH), brush);
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PEN), pen);
-    EXPECT_EQ(GetCurrentObject(first.get(), OBJ_PAL), GetStockObject(DEFAULT_PALETTE));
-    SelectObject(first.get(), stock);
-    SelectObject(second.get(), stock);
+    for (auto [dc, kind, want] : {std::tuple{reinterpret_cast<HDC>(mono.get()), OBJ_BITMAP, none}, {first.get(), OBJ_BRUSH, brush},
+                                  {first.get(), OBJ_PEN, pen}, {first.get(), OBJ_PAL, GetStockObject(DEFAULT_PALETTE)}})
+        EXPECT_EQ(GetCurrentObject(dc, kind), want) << kind;
+    SelectObject(first.get(), stock), SelectObject(second.get(), stock);
 
     for (bool byDeletingTheDC : {false, true}) {
         SCOPED_TRACE(byDeletingTheDC ? "by DeleteDC" : "by SelectObject");
@@ -148,12 +140,10 @@ TEST(GdiBitmaps, NearestColours) {
     const struct { COLORREF asked, mono, colour, high; } cases[] = {
         {RGB(200, 100, 51), 0, RGB(200, 100, 51), RGB(206, 99, 49)},
         {RGB(128, 128, 128), RGB(255, 255, 255), RGB(128, 128, 128), RGB(132, 132, 132)},
-        {RGB(127, 127, 127), 0, RGB(127, 127, 127), RGB(123, 123, 123)},
-        {PALETTEINDEX(1), 0, RGB(128, 0, 0), RGB(132, 0, 0)},
+        {RGB(127, 127, 127), 0, RGB(127, 127, 127), RGB(123, 123, 123)}, {PALETTEINDEX(1), 0, RGB(128, 0, 0), RGB(132, 0, 0)},
         {PALETTEINDEX(7), RGB(255, 255, 255), RGB(192, 192, 192), RGB(198, 198, 198)},
         {PALETTERGB(9, 8, 7), 0, RGB(9, 8, 7), RGB(8, 8, 0)},
-        {0x03010203, 0, 0, 0},  // bit 24 makes it an index, out of range: entry 0
-    };
+        {0x03010203, 0, 0, 0}};  // bit 24 makes it an index, out of range: entry 0
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << std::hex << c.asked);
         for (auto [canvas, want] : {std::pair{&mono, c.mono}, {&colour, c.colour}, {&high, c.high}}) {
@@ -169,8 +159,7 @@ TEST(GdiBitmaps, NearestColours) {
     EXPECT_EQ(GetPixel(nullptr, 0, 0), CLR_INVALID);
     PALETTEENTRY entries[4] = {};
     EXPECT_EQ(GetSystemPaletteEntries(screen.get(), 0, 4, entries), 0u);
-    const struct { WORD version, count; PALETTEENTRY entries[1]; } logical{0x300, 1, {{10, 20, 30, 0}}};
-    const vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+    const vx::OwnedObject<HPALETTE> palette(vxtest::MakePalette({{10, 20, 30, 0}}));
     const vx::PaletteSelection selected(colour.dc(), palette.get());
     EXPECT_EQ(RealizePalette(colour.dc()), 0u);
     EXPECT_EQ(SetPixel(colour.dc(), 0, 0, PALETTEINDEX(5)), RGB(10, 20, 30));
@@ -187,13 +176,12 @@ TEST(GdiBitmaps, ScreenAndCompatibleBitmaps) {
             EXPECT_EQ(GetDeviceCaps(each, index) & mask, want) << index;
     const vx::OwnedObject<HBITMAP> fromScreen(CreateCompatibleBitmap(screen.get(), 4, 4)),
         fromNew(CreateCompatibleBitmap(dc.get(), 4, 4));
-    EXPECT_EQ(ObjectOf(fromScreen.get()).bmWidthBytes, 16);
-    EXPECT_EQ(ObjectOf(fromNew.get()).bmBitsPixel, 1);
-    const HGDIOBJ stock = SelectObject(dc.get(), fromScreen.get());
+    EXPECT_TRUE(ObjectOf(fromScreen.get()).bmWidthBytes == 16 && ObjectOf(fromNew.get()).bmBitsPixel == 1);
+    const HGDIOBJ stock = GetCurrentObject(dc.get(), OBJ_BITMAP);
+    EXPECT_EQ(CreateCompatibleBitmap(dc.get(), 0, 3), stock);
+    const vx::ObjectSelection selected(dc.get(), fromScreen.get());
     const vx::OwnedObject<HBITMAP> fromColour(CreateCompatibleBitmap(dc.get(), 3, 1));
     EXPECT_EQ(ObjectOf(fromColour.get()).bmBitsPixel, 32);
-    SelectObject(dc.get(), stock);
-    EXPECT_EQ(CreateCompatibleBitmap(dc.get(), 0, 3), stock);
     EXPECT_EQ(CreateCompatibleBitmap(nullptr, 3, 3), nullptr);
 }
 
@@ -213,8 +201,7 @@ TEST(GdiBitmaps, GetDIBitsEveryDepthPair) {
                     // Masks for another depth than the bitmap's are not Windows' to define: Wine
                     // hands out whatever its stack held.
                     if (compression == BI_BITFIELDS && (to != from || to < 16 || to == 24)) continue;
-                    SCOPED_TRACE(testing::Message() << from << " to " << to << (compression ? " bitfields" : "")
-                                                    << (bottomUp ? " bottom-up" : " top-down"));
+                    SCOPED_TRACE(testing::Message() << from << " to " << to << (compression ? " bitfields" : "") << bottomUp);
                     Info info = Header(width, bottomUp ? height : -height, to, compression);
                     vxtest::DibFormat format(to);
                     Bytes bits(static_cast<size_t>(format.stride(width) * height) + 4, 0xEE);
@@ -227,8 +214,8 @@ TEST(GdiBitmaps, GetDIBitsEveryDepthPair) {
                     Bytes want = vxtest::Pack(format, values, width, bottomUp);
                     want.insert(want.end(), 4, 0xEE);
                     EXPECT_EQ(bits, want);
-                    EXPECT_EQ(info.header.biSizeImage, static_cast<DWORD>(format.stride(width) * height));
-                    EXPECT_EQ(info.header.biClrUsed, 0u);
+                    EXPECT_TRUE(info.header.biSizeImage == static_cast<DWORD>(format.stride(width) * height) &&
+                                info.header.biClrUsed == 0);
                 }
     }
 }
@@ -239,10 +226,10 @@ TEST(GdiBitmaps, SetDIBitsEveryDepthPair) {
     const int width = 37, height = 2;
     uint32_t seed = 12345;
     auto next = [&seed] { return seed = seed * 1103515245u + 12345u, seed >> 8; };
-    struct Source { int bits; DWORD compression; uint32_t masks[3]; } sources[] = {
+    const struct { int bits; DWORD compression; uint32_t masks[3]; } sources[] = {
         {1, BI_RGB, {}},  {4, BI_RGB, {}}, {8, BI_RGB, {}}, {16, BI_RGB, {}}, {16, BI_BITFIELDS, {0xF800, 0x07E0, 0x1F}},
         {24, BI_RGB, {}}, {32, BI_RGB, {}}, {32, BI_BITFIELDS, {0xFF, 0xFF00, 0xFF0000}}};
-    for (const Source& s : sources) {
+    for (const auto& s : sources) {
         vxtest::DibFormat format(s.bits);
         std::memcpy(format.masks, s.masks, sizeof s.masks);
         Info info = Header(width, height, s.bits, s.compression);
@@ -263,8 +250,8 @@ TEST(GdiBitmaps, SetDIBitsEveryDepthPair) {
             vxtest::Colours want;
             for (uint32_t v : values) want.push_back(target.format().decode(target.format().encode(format.decode(v), s.bits > 8)));
             EXPECT_EQ(vxtest::Show(target.read(), width), vxtest::Show(want, width));
-            if (to == 32 && s.bits == 32 && s.compression == BI_RGB) {
-                EXPECT_EQ(target.bytes(), vxtest::Pack(format, values, width, false));  // as they are, fourth bytes too
+            if (to == 32 && s.bits == 32 && s.compression == BI_RGB) {  // as they are, fourth bytes too
+                EXPECT_EQ(target.bytes(), vxtest::Pack(format, values, width, false));
             }
         }
     }
@@ -283,15 +270,11 @@ TEST(GdiBitmaps, DIBScanLines) {
     // rows: for GetDIBits, the bitmap row (+1) each row of the caller's bits holds, 0 for
     // zeros; for SetDIBits, the row of the caller's bits (+1) each bitmap row took, 0 for none.
     const struct { int height; UINT start, lines; int got; std::vector<uint32_t> read; int set; std::vector<uint32_t> written; } cases[] = {
-        {7, 2, 3, 3, {5, 4, 3}, 3, {0, 0, 3, 2, 1, 0, 0}},
-        {7, 7, 2, 1, {}, 0, {0, 0, 0, 0, 0, 0, 0}},
-        {7, 0, 0, 1, {}, 0, {0, 0, 0, 0, 0, 0, 0}},
-        {2, 0, 9, 2, {2, 1}, 2, {2, 1, 0, 0, 0, 0, 0}},
+        {7, 2, 3, 3, {5, 4, 3}, 3, {0, 0, 3, 2, 1, 0, 0}}, {7, 7, 2, 1, {}, 0, {0, 0, 0, 0, 0, 0, 0}},
+        {7, 0, 0, 1, {}, 0, {0, 0, 0, 0, 0, 0, 0}}, {2, 0, 9, 2, {2, 1}, 2, {2, 1, 0, 0, 0, 0, 0}},
         {9, 0, 9, 7, {0, 0, 7, 6, 5, 4, 3, 2, 1}, 9, {9, 8, 7, 6, 5, 4, 3}},
         {-9, 1, 2, 1, {7, 0}, 2, {0, 0, 0, 0, 0, 0, 1}},
-        {-2, 1, 2, 1, {1}, 2, {2, 0, 0, 0, 0, 0, 0}},
-        {-7, 0, 7, 7, {1, 2, 3, 4, 5, 6, 7}, 7, {1, 2, 3, 4, 5, 6, 7}},
-    };
+        {-2, 1, 2, 1, {1}, 2, {2, 0, 0, 0, 0, 0, 0}}, {-7, 0, 7, 7, {1, 2, 3, 4, 5, 6, 7}, 7, {1, 2, 3, 4, 5, 6, 7}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "height " << c.height << ", lines " << c.start << " + " << c.lines);
         Info info = Header(2, c.height, 32);
@@ -333,8 +316,7 @@ TEST(GdiBitmaps, DIBHeaderQueriesAndRefusals) {
         Info info = Header(77, -9, depth);
         info.header.biClrUsed = 3;
         EXPECT_EQ(GetDIBits(dc.get(), colour.get(), 0, 3, nullptr, info.get(), DIB_RGB_COLORS), 1);
-        EXPECT_EQ(info.header.biSizeImage, static_cast<DWORD>((77 * depth + 31) / 32 * 4 * 9));
-        EXPECT_EQ(info.header.biClrUsed, 0u);
+        EXPECT_TRUE(info.header.biSizeImage == static_cast<DWORD>((77 * depth + 31) / 32 * 4 * 9) && info.header.biClrUsed == 0);
         for (int i = 0; i < 1 << depth; ++i) {
             PALETTEENTRY e{static_cast<BYTE>((i & 7) << 5), static_cast<BYTE>((i >> 3 & 7) << 5), static_cast<BYTE>((i >> 6) << 6), 0};
             if (depth == 4) e = statics[i < 7 ? i : i == 7 ? 12 : i == 8 ? 7 : i + 4];  // 128 gray before 192
@@ -345,16 +327,15 @@ TEST(GdiBitmaps, DIBHeaderQueriesAndRefusals) {
     }
     // SetDIBits needs no DC; neither call takes 2 or 7 bits, RLE, 24-bit masks or empty sizes.
     std::vector<uint8_t> bits(1024);
+    const HDC d = dc.get();
+    constexpr UINT rgb = DIB_RGB_COLORS;
     const struct { HDC dc; int width, height, depth; DWORD compression, size; UINT usage; int get, set; } cases[] = {
-        {dc.get(), 5, 3, 32, BI_RGB, 108, DIB_RGB_COLORS, 3, 3}, {nullptr, 5, 3, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 3},
-        {dc.get(), 5, 3, 32, BI_RGB, 10, DIB_RGB_COLORS, 0, 0},  {dc.get(), 5, 3, 7, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-        {dc.get(), 5, 3, 2, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},   {dc.get(), 5, 3, 8, BI_RLE8, 40, DIB_RGB_COLORS, 0, 0},
-        {dc.get(), 5, 3, 24, BI_BITFIELDS, 40, DIB_RGB_COLORS, 0, 0}, {dc.get(), 5, 3, 32, BI_RGB, 40, 2, 0, 0},
-        {dc.get(), -5, 3, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0}, {dc.get(), 5, 0, 32, BI_RGB, 40, DIB_RGB_COLORS, 0, 0},
-    };
+        {d, 5, 3, 32, BI_RGB, 108, rgb, 3, 3}, {nullptr, 5, 3, 32, BI_RGB, 40, rgb, 0, 3}, {d, 5, 3, 32, BI_RGB, 10, rgb, 0, 0},
+        {d, 5, 3, 7, BI_RGB, 40, rgb, 0, 0}, {d, 5, 3, 2, BI_RGB, 40, rgb, 0, 0}, {d, 5, 3, 8, BI_RLE8, 40, rgb, 0, 0},
+        {d, 5, 3, 24, BI_BITFIELDS, 40, rgb, 0, 0}, {d, 5, 3, 32, BI_RGB, 40, 2, 0, 0}, {d, -5, 3, 32, BI_RGB, 40, rgb, 0, 0},
+        {d, 5, 0, 32, BI_RGB, 40, rgb, 0, 0}};
     for (const auto& c : cases) {
-        const auto info = [&c] { return Header(c.width, c.height, c.depth, c.compression); };
-        Info get = info(), set = info();
+        Info get = Header(c.width, c.height, c.depth, c.compression), set = get;
         get.header.biSize = set.header.biSize = c.size;
         EXPECT_EQ(GetDIBits(c.dc, colour.get(), 0, 3, bits.data(), get.get(), c.usage), c.get) << c.depth << ", " << c.size;
         EXPECT_EQ(SetDIBits(c.dc, colour.get(), 0, 3, bits.data(), set.get(), c.usage), c.set) << c.depth << ", " << c.size;
@@ -369,9 +350,8 @@ TEST(GdiBitmaps, DIBHeaderQueriesAndRefusals) {
 TEST(GdiBitmaps, DIBSections) {
     const vx::MemoryDC dc;
     const struct { int depth; DWORD compression, used, wantUsed; uint32_t masks[3]; } cases[] = {
-        {1, BI_RGB, 0, 2, {}}, {8, BI_RGB, 3, 256, {}}, {16, BI_RGB, 0, 0, {0x7C00, 0x03E0, 0x001F}},
-        {16, BI_BITFIELDS, 0, 0, {0xF800, 0x07E0, 0x001F}}, {24, BI_RGB, 0, 0, {}},
-        {32, BI_BITFIELDS, 0, 0, {0xFF, 0xFF00, 0xFF0000}}};
+        {1, BI_RGB, 0, 2, {}}, {8, BI_RGB, 3, 256, {}}, {16, BI_RGB, 0, 0, {0x7C00, 0x03E0, 0x001F}}, {24, BI_RGB, 0, 0, {}},
+        {16, BI_BITFIELDS, 0, 0, {0xF800, 0x07E0, 0x001F}}, {32, BI_BITFIELDS, 0, 0, {0xFF, 0xFF00, 0xFF0000}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.depth << (c.compression ? " bitfields" : ""));
         Info info = Header(5, -3, c.depth, c.compression);
@@ -383,24 +363,19 @@ TEST(GdiBitmaps, DIBSections) {
         const int stride = (5 * c.depth + 31) / 32 * 4, widthBytes = (5 * c.depth + 15) / 16 * 2;
         DIBSECTION ds{};
         EXPECT_EQ(GetObjectA(section.get(), sizeof ds, &ds), static_cast<int>(sizeof ds));
-        EXPECT_EQ(ds.dsBm.bmBits, bits);
-        EXPECT_EQ(ds.dsBm.bmWidthBytes, stride);
+        EXPECT_TRUE(ds.dsBm.bmBits == bits && ds.dsBm.bmWidthBytes == stride && ds.dsBmih.biSizeImage == DWORD(3 * stride));
         EXPECT_EQ(ds.dsBmih.biHeight, 3);  // top-down, yet positive
-        EXPECT_EQ(ds.dsBmih.biSizeImage, static_cast<DWORD>(3 * stride));
         EXPECT_EQ(ds.dsBmih.biClrUsed, c.wantUsed);
         EXPECT_EQ(ds.dsBmih.biCompression, static_cast<DWORD>(c.masks[0] != 0 ? BI_BITFIELDS : BI_RGB));
         EXPECT_EQ(std::memcmp(ds.dsBitfields, c.masks, sizeof c.masks), 0);
 
         Bytes memory(static_cast<size_t>(3 * stride)), want;
-        for (size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<uint8_t>(17 * i + 3);
-        std::memcpy(bits, memory.data(), memory.size());
+        for (size_t i = 0; i < memory.size(); ++i) static_cast<uint8_t*>(bits)[i] = memory[i] = static_cast<uint8_t>(17 * i + 3);
         for (int y = 0; y < 3; ++y) want.insert(want.end(), memory.begin() + y * stride, memory.begin() + y * stride + widthBytes);
         EXPECT_EQ(vxtest::BitmapBytes(section.get()), want);
-        const HGDIOBJ stock = SelectObject(dc.get(), section.get());
+        const vx::ObjectSelection selected(dc.get(), section.get());
         const vx::OwnedObject<HBITMAP> like(CreateCompatibleBitmap(dc.get(), 2, 2));
-        EXPECT_EQ(GetObjectA(like.get(), sizeof ds, &ds), static_cast<int>(sizeof ds));
-        EXPECT_EQ(ds.dsBm.bmBitsPixel, c.depth);
-        SelectObject(dc.get(), stock);
+        EXPECT_TRUE(GetObjectA(like.get(), sizeof ds, &ds) == static_cast<int>(sizeof ds) && ds.dsBm.bmBitsPixel == c.depth);
     }
     void* bits = &bits;
     for (Info info : {Header(5, 3, 7), Header(0, 3, 8), Header(-5, 3, 8), Header(5, 0, 8), Header(5, 3, 8, BI_RLE8),
@@ -455,9 +430,8 @@ TEST(GdiBitmaps, PaletteScreenNativeOnly) {
         EXPECT_EQ(SelectObject(dc.get(), colour.get()), nullptr);
         SelectObject(dc.get(), SelectObject(dc.get(), eight.get()));
 
-        const struct { WORD version, count; PALETTEENTRY entries[5]; } logical{
-            0x300, 5, {{0, 0, 0, 0}, {1, 2, 3, 0}, {4, 5, 6, 0}, {1, 2, 3, PC_NOCOLLAPSE}, {200, 0, 0, PC_EXPLICIT}}};
-        const vx::OwnedObject<HPALETTE> palette(CreatePalette(reinterpret_cast<const LOGPALETTE*>(&logical)));
+        const vx::OwnedObject<HPALETTE> palette(vxtest::MakePalette(
+            {{0, 0, 0, 0}, {1, 2, 3, 0}, {4, 5, 6, 0}, {1, 2, 3, PC_NOCOLLAPSE}, {200, 0, 0, PC_EXPLICIT}}));
         const vx::PaletteSelection selected(screen.get(), palette.get());
         EXPECT_EQ(RealizePalette(screen.get()), 3u);
         EXPECT_EQ(RealizePalette(screen.get()), 0u);

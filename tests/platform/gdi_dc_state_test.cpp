@@ -16,9 +16,10 @@
 
 namespace {
 
+using vxtest::SetMapping;
+
 std::string Text(const RECT& r) {
-    return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
-           std::to_string(r.bottom);
+    return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," + std::to_string(r.bottom);
 }
 
 // A region's rectangles as "l,t,r,b " each, in the order the region keeps them.
@@ -37,15 +38,6 @@ std::string RegionText(HRGN region) {
     return text;
 }
 
-// MM_ANISOTROPIC with window origin and extent, viewport origin and extent.
-void SetMapping(HDC dc, const LONG (&m)[8]) {
-    SetMapMode(dc, MM_ANISOTROPIC);
-    SetWindowExtEx(dc, m[2], m[3], nullptr);
-    SetViewportExtEx(dc, m[6], m[7], nullptr);
-    SetWindowOrgEx(dc, m[0], m[1], nullptr);
-    SetViewportOrgEx(dc, m[4], m[5], nullptr);
-}
-
 constexpr LONG kMin = INT32_MIN;
 
 }  // namespace
@@ -58,9 +50,9 @@ TEST(GdiMapping, ModesAndExtents) {
     const int sx = GetDeviceCaps(d, HORZSIZE), sy = GetDeviceCaps(d, VERTSIZE);
     const int rx = GetDeviceCaps(d, HORZRES), ry = GetDeviceCaps(d, VERTRES);
     // Units per millimetre times 10 (metric) or per inch (English, rounded); the last mode keeps them.
-    const struct { int mode, units; bool inches; } modes[] = {
-        {MM_LOMETRIC, 10, false}, {MM_HIMETRIC, 100, false}, {MM_LOENGLISH, 1000, true}, {MM_HIENGLISH, 10000, true},
-        {MM_TWIPS, 14400, true},  {MM_ISOTROPIC, 10, false}, {MM_ANISOTROPIC, 10, false}};
+    const struct { int mode, units; bool inches; } modes[] = {{MM_LOMETRIC, 10, false}, {MM_HIMETRIC, 100, false},
+        {MM_LOENGLISH, 1000, true}, {MM_HIENGLISH, 10000, true}, {MM_TWIPS, 14400, true}, {MM_ISOTROPIC, 10, false},
+        {MM_ANISOTROPIC, 10, false}};
     int previous = MM_TEXT;
     for (const auto& c : modes) {
         EXPECT_EQ(SetMapMode(d, c.mode), std::exchange(previous, c.mode));
@@ -76,10 +68,9 @@ TEST(GdiMapping, ModesAndExtents) {
     EXPECT_TRUE(SetWindowExtEx(d, 5, 6, &before) && GetWindowExtEx(d, &now) && before.cx == 1 && now.cx == 1);
     SetMapMode(d, MM_ANISOTROPIC);
     EXPECT_FALSE(SetWindowExtEx(d, 0, 6, nullptr) || SetViewportExtEx(d, 4, 0, nullptr));
-    const struct { SIZE window, viewport, expected; } isotropic[] = {
+    const struct { SIZE window, viewport, expected; } isotropic[] = {  // the last rounded to 0: the least of its sign
         {{100, 50}, {300, 300}, {300, 150}}, {{100, 50}, {-300, 300}, {-300, 150}}, {{1000, 1000}, {3, 700}, {3, 3}},
-        {{-7, 3}, {5, -9}, {5, -2}}, {{1000000, 1}, {1, 1}, {1, 1}},  // rounded to 0: the least of its sign
-    };
+        {{-7, 3}, {5, -9}, {5, -2}}, {{1000000, 1}, {1, 1}, {1, 1}}};
     for (const auto& c : isotropic) {
         SetMapMode(d, MM_TEXT), SetMapMode(d, MM_ISOTROPIC);
         SetWindowExtEx(d, c.window.cx, c.window.cy, nullptr);
@@ -106,8 +97,7 @@ TEST(GdiMapping, PointsRoundAsWindowsDoes) {
         SetMapping(dc.get(), c.mapping);
         POINT both[2] = {c.point, c.point};
         ASSERT_TRUE(LPtoDP(dc.get(), &both[0], 1) && DPtoLP(dc.get(), &both[1], 1));
-        EXPECT_TRUE(both[0].x == c.device.x && both[0].y == c.device.y && both[1].x == c.logical.x &&
-                    both[1].y == c.logical.y)
+        EXPECT_TRUE(both[0].x == c.device.x && both[0].y == c.device.y && both[1].x == c.logical.x && both[1].y == c.logical.y)
             << both[0].x << "," << both[0].y << " " << both[1].x << "," << both[1].y;
     }
     POINT point{1, 2};
@@ -155,15 +145,12 @@ TEST(GdiDcState, SavedStatesComeBackByLevel) {
 // touching rows with the same spans merged. Rectangles are normalised; empty ones are empty.
 TEST(GdiRegions, CombinationsKeepWindowsBands) {
     const struct { RECT other; int mode, type; const char* rects; } cases[] = {
-        {{15, 15, 5, 5}, RGN_AND, SIMPLEREGION, "5,5,10,10 "},
+        {{15, 15, 5, 5}, RGN_AND, SIMPLEREGION, "5,5,10,10 "}, {{10, 0, 20, 10}, RGN_XOR, SIMPLEREGION, "0,0,20,10 "},
         {{5, 5, 15, 15}, RGN_OR, COMPLEXREGION, "0,0,10,5 0,5,15,10 5,10,15,15 "},
         {{5, 5, 15, 15}, RGN_XOR, COMPLEXREGION, "0,0,10,5 0,5,5,10 10,5,15,10 5,10,15,15 "},
-        {{5, 5, 15, 15}, RGN_DIFF, COMPLEXREGION, "0,0,10,5 0,5,5,10 "},
-        {{10, 0, 20, 10}, RGN_XOR, SIMPLEREGION, "0,0,20,10 "},
-        {{0, 10, 10, 20}, RGN_OR, SIMPLEREGION, "0,0,10,20 "},
+        {{5, 5, 15, 15}, RGN_DIFF, COMPLEXREGION, "0,0,10,5 0,5,5,10 "}, {{0, 10, 10, 20}, RGN_OR, SIMPLEREGION, "0,0,10,20 "},
         {{3, -5, 6, 20}, RGN_OR, COMPLEXREGION, "3,-5,6,0 0,0,10,10 3,10,6,20 "},
-        {{7, 7, 7, 20}, RGN_DIFF, SIMPLEREGION, "0,0,10,10 "},
-    };
+        {{7, 7, 7, 20}, RGN_DIFF, SIMPLEREGION, "0,0,10,10 "}};
     const vx::OwnedObject<HRGN> square(CreateRectRgn(0, 0, 10, 10)), result(CreateRectRgn(0, 0, 0, 0));
     for (const auto& c : cases) {
         const vx::OwnedObject<HRGN> other(CreateRectRgnIndirect(&c.other));
@@ -198,30 +185,21 @@ TEST(GdiClipping, ClipCallsAnswerAsWindows) {
     const vx::OwnedObject<HRGN> two(CreateRectRgn(0, 0, 3, 3)), distant(CreateRectRgn(100, 100, 103, 103));
     CombineRgn(two.get(), two.get(), distant.get(), RGN_OR);
     enum Call { None, Intersect, Exclude, Select, Map };
+    constexpr int S = SIMPLEREGION, C = COMPLEXREGION, N = NULLREGION;
     const struct { Call call; RECT rect; HRGN region; int answer, type; const char* box; } steps[] = {
-        {None, {}, nullptr, 0, SIMPLEREGION, "0,0,20,10"},
-        {Intersect, {5, -5, 30, 5}, nullptr, SIMPLEREGION, SIMPLEREGION, "5,0,20,5"},
-        {Exclude, {8, 0, 10, 2}, nullptr, COMPLEXREGION, COMPLEXREGION, "5,0,20,5"},
-        {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
-        {Intersect, {50, 50, 60, 60}, nullptr, SIMPLEREGION, NULLREGION, "50,50,20,10"},  // the cut as it is
-        {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
-        {Exclude, {-5, 3, 100, 4}, nullptr, COMPLEXREGION, COMPLEXREGION, "0,0,20,10"},
-        {Select, {}, two.get(), COMPLEXREGION, COMPLEXREGION, "0,0,20,10"},
-        {Select, {}, distant.get(), SIMPLEREGION, NULLREGION, "100,100,20,10"},
-        {Select, {}, nullptr, SIMPLEREGION, SIMPLEREGION, "0,0,20,10"},
-        {Map, {}, nullptr, 0, SIMPLEREGION, "0,20,40,0"},  // corners mapped back, not reordered
-        {Intersect, {2, 2, 10, 10}, nullptr, SIMPLEREGION, SIMPLEREGION, "2,10,10,2"},
-    };
+        // An empty cut keeps its corners as they are; mapped back, corners are not reordered.
+        {None, {}, nullptr, 0, S, "0,0,20,10"},              {Intersect, {5, -5, 30, 5}, nullptr, S, S, "5,0,20,5"},
+        {Exclude, {8, 0, 10, 2}, nullptr, C, C, "5,0,20,5"}, {Select, {}, nullptr, S, S, "0,0,20,10"},
+        {Intersect, {50, 50, 60, 60}, nullptr, S, N, "50,50,20,10"}, {Select, {}, nullptr, S, S, "0,0,20,10"},
+        {Exclude, {-5, 3, 100, 4}, nullptr, C, C, "0,0,20,10"}, {Select, {}, two.get(), C, C, "0,0,20,10"},
+        {Select, {}, distant.get(), S, N, "100,100,20,10"},  {Select, {}, nullptr, S, S, "0,0,20,10"},
+        {Map, {}, nullptr, 0, S, "0,20,40,0"},               {Intersect, {2, 2, 10, 10}, nullptr, S, S, "2,10,10,2"}};
     for (const auto& s : steps) {
         const RECT& r = s.rect;
-        int answer = 0;
-        switch (s.call) {
-            case None: break;
-            case Intersect: answer = IntersectClipRect(dc, r.left, r.top, r.right, r.bottom); break;
-            case Exclude: answer = ExcludeClipRect(dc, r.left, r.top, r.right, r.bottom); break;
-            case Select: answer = SelectClipRgn(dc, s.region); break;
-            case Map: SetMapping(dc, {0, 0, 2, 2, 0, 10, 1, -1}); break;
-        }
+        if (s.call == Map) SetMapping(dc, {0, 0, 2, 2, 0, 10, 1, -1});
+        const int answer = s.call == Intersect ? IntersectClipRect(dc, r.left, r.top, r.right, r.bottom)
+                           : s.call == Exclude ? ExcludeClipRect(dc, r.left, r.top, r.right, r.bottom)
+                           : s.call == Select  ? SelectClipRgn(dc, s.region) : 0;
         RECT box{};
         const int type = GetClipBox(dc, &box);
         EXPECT_TRUE(answer == s.answer && type == s.type && Text(box) == s.box) << s.call << " " << Text(r);
@@ -232,6 +210,8 @@ TEST(GdiClipping, ClipCallsAnswerAsWindows) {
 
 namespace {
 
+using vxtest::SetMapping;
+
 // A 1-bit canvas, all white, and its black pixels (outside any clipping region).
 struct White : vxtest::Canvas {
     White(int width, int height) : Canvas(width, height, 1) {
@@ -241,8 +221,7 @@ struct White : vxtest::Canvas {
     bool Black(int x, int y) const { return GetPixel(dc(), x, y) == RGB(0, 0, 0); }
     // Calls `each(x, y, black)` for every pixel, row by row.
     template <class Each> void Scan(Each each) const {
-        for (int y = 0; y < height(); ++y)
-            for (int x = 0; x < width(); ++x) each(x, y, Black(x, y));
+        for (int i = 0; i < width() * height(); ++i) each(i % width(), i / width(), Black(i % width(), i / width()));
     }
 };
 
@@ -269,11 +248,6 @@ void DrawStar(HDC dc) {
     SetROP2(dc, R2_COPYPEN);
 }
 
-// The value of pixel (x, y) from the bytes of a canvas 16 pixels wide.
-uint32_t PixelValue(const std::vector<uint8_t>& bytes, int bits, int x, int y) {
-    return vxtest::PixelAt(bytes.data() + y * 2 * bits, bits, x);
-}
-
 }  // namespace
 
 // The pixels a line lights from (8, 8), relative to it: every octant, the ties settled by the
@@ -284,8 +258,7 @@ TEST(GdiLines, LinesLightWindowsPixels) {
         {{5, -2}, "4,-2 2,-1 3,-1 0,0 1,0 "}, {{4, 2}, "0,0 1,0 2,1 3,1 "}, {{2, 4}, "0,0 0,1 1,2 1,3 "},
         {{-2, 4}, "0,0 -1,1 -1,2 -2,3 "}, {{-4, 2}, "-1,0 0,0 -3,1 -2,1 "}, {{-4, -2}, "-3,-2 -2,-1 -1,-1 0,0 "},
         {{-2, -4}, "-2,-3 -1,-2 -1,-1 0,0 "}, {{2, -4}, "1,-3 1,-2 0,-1 0,0 "}, {{4, -2}, "3,-2 1,-1 2,-1 0,0 "},
-        {{7, 1}, "0,0 1,0 2,0 3,0 4,1 5,1 6,1 "}, {{0, 0}, ""},
-    };
+        {{7, 1}, "0,0 1,0 2,0 3,0 4,1 5,1 6,1 "}, {{0, 0}, ""}};
     for (const auto& c : cases) {
         const White canvas(16, 16);
         DrawLines(canvas.dc(), {{{8, 8}, {8 + c.end.x, 8 + c.end.y}}});
@@ -319,8 +292,7 @@ TEST(GdiLines, ClippedLinesLightTheUnclippedPixels) {
 TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
     const struct { int bits; COLORREF pen; } cases[] = {
         {1, RGB(0, 0, 0)}, {1, RGB(255, 255, 255)}, {4, RGB(249, 6, 0)}, {8, RGB(0xA5, 0x5A, 0)},
-        {16, RGB(0x12, 0x34, 0x56)}, {24, RGB(0x12, 0x34, 0x56)}, {32, RGB(0x12, 0x34, 0x56)},
-    };
+        {16, RGB(0x12, 0x34, 0x56)}, {24, RGB(0x12, 0x34, 0x56)}, {32, RGB(0x12, 0x34, 0x56)}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.bits << " bits, pen " << std::hex << c.pen);
         std::vector<RGBQUAD> table;  // index i: red 255 - i, green i
@@ -337,14 +309,16 @@ TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
         }
         SelectObject(canvas.dc(), old);
         const std::vector<uint8_t> after = canvas.bytes();
-        const uint32_t p = PixelValue(after, c.bits, 0, 16);
+        // The value of pixel (x, y) from the bytes of a canvas 16 pixels wide.
+        const auto value = [&](const std::vector<uint8_t>& b, int x, int y) { return vxtest::PixelAt(&b[y * 2 * c.bits], c.bits, x); };
+        const uint32_t p = value(after, 0, 16);
         for (int rop = R2_BLACK; rop <= R2_WHITE; ++rop)
             for (int x = 0; x < 16; ++x) {
-                const uint32_t d = PixelValue(pattern, c.bits, x, rop - 1);
+                const uint32_t d = value(pattern, x, rop - 1);
                 uint32_t expected = 0;  // bit (2 P + D) of rop - 1 is the result's bit
                 for (int bit = 0; bit < c.bits; ++bit)
                     expected |= ((rop - 1u) >> (((p >> bit) & 1) * 2 + ((d >> bit) & 1)) & 1) << bit;
-                EXPECT_EQ(PixelValue(after, c.bits, x, rop - 1), expected) << "R2 " << rop << ", x " << x;
+                EXPECT_EQ(value(after, x, rop - 1), expected) << "R2 " << rop << ", x " << x;
             }
     }
 }
@@ -354,11 +328,9 @@ TEST(GdiLines, RasterOperationsWorkOnPixelBits) {
 TEST(GdiLines, RectanglesAndDashes) {
     const White canvas(24, 12);
     const struct { int pen, brush; RECT rect; } rectangles[] = {
-        {NULL_PEN, BLACK_BRUSH, {1, 1, 7, 6}},     {BLACK_PEN, NULL_BRUSH, {9, 1, 15, 6}},
-        {WHITE_PEN, BLACK_BRUSH, {17, 1, 23, 6}},  {WHITE_PEN, BLACK_BRUSH, {5, 8, 1, 11}},
-        {BLACK_PEN, BLACK_BRUSH, {9, 8, 9, 11}},   {BLACK_PEN, NULL_BRUSH, {12, 8, 13, 9}},
-        {BLACK_PEN, NULL_BRUSH, {15, 8, 17, 10}},
-    };
+        {NULL_PEN, BLACK_BRUSH, {1, 1, 7, 6}}, {BLACK_PEN, NULL_BRUSH, {9, 1, 15, 6}}, {WHITE_PEN, BLACK_BRUSH, {17, 1, 23, 6}},
+        {WHITE_PEN, BLACK_BRUSH, {5, 8, 1, 11}}, {BLACK_PEN, BLACK_BRUSH, {9, 8, 9, 11}}, {BLACK_PEN, NULL_BRUSH, {12, 8, 13, 9}},
+        {BLACK_PEN, NULL_BRUSH, {15, 8, 17, 10}}};
     for (const auto& r : rectangles) {
         SelectObject(canvas.dc(), GetStockObject(r.pen));
         SelectObject(canvas.dc(), GetStockObject(r.brush));

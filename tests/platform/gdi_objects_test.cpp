@@ -3,29 +3,15 @@
 // Linux and against GDI under Wine, so they pin down that both answer alike.
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <initializer_list>
-#include <vector>
 
-#include "gdi_guards.hpp"
+#include "gdi_support.hpp"
 
 namespace {
 
-HPALETTE MakePalette(std::initializer_list<PALETTEENTRY> colours) {
-    std::vector<uint8_t> storage(offsetof(LOGPALETTE, palPalEntry) + colours.size() * sizeof(PALETTEENTRY));
-    auto* logical = reinterpret_cast<LOGPALETTE*>(storage.data());
-    logical->palVersion = 0x300;
-    logical->palNumEntries = static_cast<WORD>(colours.size());
-    std::memcpy(logical->palPalEntry, colours.begin(), colours.size() * sizeof(PALETTEENTRY));
-    return CreatePalette(logical);
-}
+using vxtest::MakePalette;
 
 HPALETTE MakeFour() { return MakePalette({{1, 2, 3, 0}, {4, 5, 6, 0}, {7, 8, 9, 0}, {10, 11, 12, 0}}); }
-
-constexpr DWORD kPal = OBJ_PAL, kDC = OBJ_DC, kMemoryDC = OBJ_MEMDC;
-
 HPALETTE Stock() { return static_cast<HPALETTE>(GetStockObject(DEFAULT_PALETTE)); }
 
 }  // namespace
@@ -41,15 +27,9 @@ TEST(GdiObjects, KindsAreReportedAndForeignHandlesRefused) {
     DeleteDC(deletedDC);
     const vx::WindowDC screen(nullptr);
     const struct { const char* name; HGDIOBJ handle; DWORD type; UINT entries; } cases[] = {
-        {"palette", palette, OBJ_PAL, 4},
-        {"stock palette", Stock(), OBJ_PAL, 20},
-        {"memory DC", memory.get(), OBJ_MEMDC, 0},
-        {"screen DC", screen.get(), OBJ_DC, 0},
-        {"deleted palette", deleted, 0, 0},
-        {"deleted DC", deletedDC, 0, 0},
-        {"invented", reinterpret_cast<HGDIOBJ>(uintptr_t{0x12345}), 0, 0},
-        {"null", nullptr, 0, 0},
-    };
+        {"palette", palette, OBJ_PAL, 4}, {"stock palette", Stock(), OBJ_PAL, 20}, {"memory DC", memory.get(), OBJ_MEMDC, 0},
+        {"screen DC", screen.get(), OBJ_DC, 0}, {"deleted palette", deleted, 0, 0}, {"deleted DC", deletedDC, 0, 0},
+        {"invented", reinterpret_cast<HGDIOBJ>(uintptr_t{0x12345}), 0, 0}, {"null", nullptr, 0, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const auto asPalette = static_cast<HPALETTE>(c.handle);
@@ -66,17 +46,13 @@ TEST(GdiObjects, KindsAreReportedAndForeignHandlesRefused) {
             EXPECT_FALSE(DeleteDC(asDC));
             EXPECT_EQ(ReleaseDC(nullptr, asDC), 0);
             EXPECT_EQ(SelectPalette(asDC, palette, FALSE), nullptr);
-            if (c.handle != nullptr) {
-                EXPECT_EQ(CreateCompatibleDC(asDC), nullptr);
-            }
+            if (c.handle != nullptr) { EXPECT_EQ(CreateCompatibleDC(asDC), nullptr); }
         }
-        if (c.type == 0) {
-            EXPECT_FALSE(DeleteObject(c.handle));
-        }
+        if (c.type == 0) { EXPECT_FALSE(DeleteObject(c.handle)); }
     }
-    EXPECT_EQ(GetObjectType(reused.get()), kPal);
+    EXPECT_EQ(GetObjectType(reused.get()), OBJ_PAL);
     EXPECT_EQ(ReleaseDC(nullptr, memory.get()), 0);  // a memory DC is not lent: it stays
-    EXPECT_EQ(GetObjectType(memory.get()), kMemoryDC);
+    EXPECT_EQ(GetObjectType(memory.get()), OBJ_MEMDC);
     DeleteObject(palette);
 }
 
@@ -84,21 +60,18 @@ TEST(GdiObjects, KindsAreReportedAndForeignHandlesRefused) {
 TEST(GdiObjects, EachObjectEndsTheWayItsKindDoes) {
     using Make = HGDIOBJ (*)();
     using End = int (*)(HGDIOBJ);
-    const Make palette = [] { return static_cast<HGDIOBJ>(MakeFour()); };
-    const Make stock = [] { return static_cast<HGDIOBJ>(Stock()); };
-    const Make memoryDC = [] { return static_cast<HGDIOBJ>(CreateCompatibleDC(nullptr)); };
-    const Make screenDC = [] { return static_cast<HGDIOBJ>(GetDC(nullptr)); };
-    const End deleteObject = [](HGDIOBJ h) { return static_cast<int>(DeleteObject(h)); };
-    const End deleteDC = [](HGDIOBJ h) { return static_cast<int>(DeleteDC(static_cast<HDC>(h))); };
-    const End releaseDC = [](HGDIOBJ h) { return ReleaseDC(nullptr, static_cast<HDC>(h)); };
+    const Make palette = []() -> HGDIOBJ { return MakeFour(); }, stock = []() -> HGDIOBJ { return Stock(); },
+               memoryDC = []() -> HGDIOBJ { return CreateCompatibleDC(nullptr); },
+               screenDC = []() -> HGDIOBJ { return GetDC(nullptr); };
+    const End deleteObject = [](HGDIOBJ h) -> int { return DeleteObject(h); },
+              deleteDC = [](HGDIOBJ h) -> int { return DeleteDC(static_cast<HDC>(h)); },
+              releaseDC = [](HGDIOBJ h) { return ReleaseDC(nullptr, static_cast<HDC>(h)); };
     const struct { const char* name; Make make; End end; int first, second; DWORD typeAfter; } cases[] = {
         {"DeleteObject(palette)", palette, deleteObject, 1, 0, 0},
         {"DeleteObject(stock palette)", stock, deleteObject, 1, 1, OBJ_PAL},  // stock objects stay
-        {"DeleteDC(memory DC)", memoryDC, deleteDC, 1, 0, 0},
-        {"DeleteObject(memory DC)", memoryDC, deleteObject, 1, 0, 0},
+        {"DeleteDC(memory DC)", memoryDC, deleteDC, 1, 0, 0}, {"DeleteObject(memory DC)", memoryDC, deleteObject, 1, 0, 0},
         {"ReleaseDC(screen DC)", screenDC, releaseDC, 1, 0, OBJ_DC},  // back in the cache
-        {"DeleteDC(screen DC)", screenDC, deleteDC, 1, 0, 0},
-    };
+        {"DeleteDC(screen DC)", screenDC, deleteDC, 1, 0, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const HGDIOBJ handle = c.make();
@@ -114,9 +87,8 @@ TEST(GdiObjects, EachObjectEndsTheWayItsKindDoes) {
 TEST(GdiObjects, PaletteEntriesAreCutToTheEnd) {
     const vx::OwnedObject<HPALETTE> palette(MakeFour());
     const struct { UINT start, count; bool buffer; UINT result; } cases[] = {
-        {0, 0, false, 4}, {1, 0, true, 4}, {1, 8, false, 3}, {2, 8, true, 2},
-        {4, 1, true, 0},  {5, 1, true, 0}, {5, 1, false, 0xFFFFFFFFu},
-    };
+        {0, 0, false, 4}, {1, 0, true, 4}, {1, 8, false, 3}, {2, 8, true, 2}, {4, 1, true, 0}, {5, 1, true, 0},
+        {5, 1, false, 0xFFFFFFFFu}};
     for (const auto& c : cases) {
         PALETTEENTRY entries[8] = {};
         EXPECT_EQ(GetPaletteEntries(palette.get(), c.start, c.count, c.buffer ? entries : nullptr), c.result)
@@ -124,15 +96,12 @@ TEST(GdiObjects, PaletteEntriesAreCutToTheEnd) {
         const bool copied = c.buffer && c.count > 0 && c.result > 0;  // a zero count copies nothing
         EXPECT_EQ(entries[0].peRed, copied ? 1 + 3 * c.start : 0) << c.start << "+" << c.count;
     }
-    const PALETTEENTRY stock[20] = {
-        {0, 0, 0, 0},       {128, 0, 0, 0},     {0, 128, 0, 0},     {128, 128, 0, 0},
-        {0, 0, 128, 0},     {128, 0, 128, 0},   {0, 128, 128, 0},   {192, 192, 192, 0},
-        {192, 220, 192, 0}, {166, 202, 240, 0}, {255, 251, 240, 0}, {160, 160, 164, 0},
-        {128, 128, 128, 0}, {255, 0, 0, 0},     {0, 255, 0, 0},     {255, 255, 0, 0},
-        {0, 0, 255, 0},     {255, 0, 255, 0},   {0, 255, 255, 0},   {255, 255, 255, 0}};
+    const COLORREF stock[20] = {0x000000, 0x000080, 0x008000, 0x008080, 0x800000, 0x800080, 0x808000,
+                                0xC0C0C0, 0xC0DCC0, 0xF0CAA6, 0xF0FBFF, 0xA4A0A0, 0x808080, 0x0000FF,
+                                0x00FF00, 0x00FFFF, 0xFF0000, 0xFF00FF, 0xFFFF00, 0xFFFFFF};
     PALETTEENTRY entries[20];
     ASSERT_EQ(GetPaletteEntries(Stock(), 0, 20, entries), 20u);
-    EXPECT_EQ(std::memcmp(entries, stock, sizeof stock), 0);
+    for (int i = 0; i < 20; ++i) EXPECT_EQ(RGB(entries[i].peRed, entries[i].peGreen, entries[i].peBlue), stock[i]) << i;
 }
 
 TEST(GdiObjects, NearestIndexIsTheLeastSquaredDistanceLowestIndexFirst) {
@@ -140,11 +109,9 @@ TEST(GdiObjects, NearestIndexIsTheLeastSquaredDistanceLowestIndexFirst) {
                                                          {0, 5, 0, 0}, {5, 0, 0, 0}, {54, 50, 50, 0},
                                                          {52, 52, 52, 0}, {0, 0, 120, 0}}));
     const struct { COLORREF colour; UINT index; } cases[] = {
-        {RGB(0, 0, 0), 3},        // 3 and 4 tie: the lower index wins
-        {RGB(50, 50, 50), 6},     // 3 * 2 * 2 = 12 beats 4 * 4 = 16, though 6 > 4 summed
-        {RGB(0, 0, 118), 7},      // blue is the third byte of a COLORREF
-        {RGB(255, 255, 255), 0},
-    };
+        // 3 and 4 tie: the lower index wins; 3 * 2 * 2 = 12 beats 4 * 4 = 16, though 6 > 4 summed;
+        // blue is the third byte of a COLORREF.
+        {RGB(0, 0, 0), 3}, {RGB(50, 50, 50), 6}, {RGB(0, 0, 118), 7}, {RGB(255, 255, 255), 0}};
     for (const auto& c : cases) EXPECT_EQ(GetNearestPaletteIndex(palette.get(), c.colour), c.index) << c.colour;
 }
 
@@ -166,7 +133,7 @@ TEST(GdiGuards, SelectionsAreUndoneAndObjectsFreed) {
         EXPECT_EQ(SelectPalette(dc.get(), first, FALSE), first);  // inner put it back
         const vx::OwnedObject<HPALETTE> moved(std::move(second));
         EXPECT_FALSE(second);
-        EXPECT_EQ(GetObjectType(moved.get()), kPal);
+        EXPECT_EQ(GetObjectType(moved.get()), OBJ_PAL);
     }
     EXPECT_EQ(GetObjectType(first), 0u);
     const HPALETTE selected = MakeFour();
@@ -175,22 +142,18 @@ TEST(GdiGuards, SelectionsAreUndoneAndObjectsFreed) {
     EXPECT_EQ(GetObjectType(selected), 0u);
     EXPECT_EQ(SelectPalette(dc.get(), Stock(), FALSE), selected);
 
-    vx::OwnedObject<HPALETTE> released(MakeFour());
-    const HPALETTE out = released.release();
-    EXPECT_EQ(GetObjectType(out), kPal);
+    const HPALETTE out = vx::OwnedObject<HPALETTE>(MakeFour()).release();
+    EXPECT_EQ(GetObjectType(out), OBJ_PAL);
     DeleteObject(out);
 }
 
 TEST(GdiGuards, DeviceContextsEndWithTheirGuards) {
     HDC memory, screen;
     {
-        const vx::MemoryDC like;
-        const vx::MemoryDC dc(like.get());
+        const vx::MemoryDC like, dc(like.get());
         const vx::WindowDC window(nullptr);
-        memory = dc.get();
-        screen = window.get();
-        EXPECT_EQ(GetObjectType(memory), kMemoryDC);
-        EXPECT_EQ(GetObjectType(screen), kDC);
+        memory = dc.get(), screen = window.get();
+        EXPECT_EQ(GetObjectType(memory), OBJ_MEMDC);
     }
     EXPECT_EQ(GetObjectType(memory), 0u);
     EXPECT_EQ(ReleaseDC(nullptr, screen), 0);  // released already

@@ -2,7 +2,8 @@
 // selected into a memory DC of its own, filled from a list of colours and read back as colours
 // (GetPixel) or as its device bytes (GetBitmapBits); Show, a grid of colours for failure
 // messages; Info and Header, a BITMAPINFO with room for any table; TopDownSection, BitmapBytes,
-// Hex and PixelAt, the section, bytes and pixel values the other helpers share; Mix, a colour
+// Hex and PixelAt, the section, bytes and pixel values the other helpers share; SetMapping, an
+// anisotropic mapping in one call; MakePalette, a logical palette from a list of entries; Mix, a colour
 // a function of a position, for patterns without structure; and DibFormat with Pack, a plain per-pixel model of DIB rows (table look-ups, the
 // nearest entry, channels widened by repeating their high bits and narrowed by truncation)
 // that the converted bytes are checked against.
@@ -15,10 +16,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <climits>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,14 +52,8 @@ struct DibFormat {
         if (masks[0] | masks[1] | masks[2]) return masks[channel];
         return bits == 16 ? 0x7C00u >> (5 * channel) : 0xFF0000u >> (8 * channel);
     }
-    // Where channel i sits and how many bits it has.
-    std::pair<int, int> field(int i) const {
-        const uint32_t m = mask(i);
-        int shift = 0, length = 0;
-        while (m != 0 && ((m >> shift) & 1) == 0) ++shift;
-        while (m != 0 && shift + length < 32 && ((m >> (shift + length)) & 1) != 0) ++length;
-        return {shift, length};
-    }
+    // Where channel i sits and how many bits it has (masks are runs of ones).
+    std::pair<int, int> field(int i) const { return {std::countr_zero(mask(i)) % 32, std::popcount(mask(i))}; }
     COLORREF decode(uint32_t value) const {
         if (bits <= 8) return value < table.size() ? RGB(table[value].rgbRed, table[value].rgbGreen, table[value].rgbBlue) : 0;
         uint32_t c[3] = {0, 0, 0};
@@ -112,9 +110,7 @@ struct Info {
 };
 
 inline Info Header(int width, int height, int bits, DWORD compression = BI_RGB) {
-    Info info{};
-    info.header = {sizeof(BITMAPINFOHEADER), width, height, 1, static_cast<WORD>(bits), compression, 0, 0, 0, 0, 0};
-    return info;
+    return {{sizeof(BITMAPINFOHEADER), width, height, 1, static_cast<WORD>(bits), compression, 0, 0, 0, 0, 0}, {}};
 }
 
 // A top-down DIB section with `table`; an empty one becomes evenly spread grays (1 to 8 bits).
@@ -157,11 +153,29 @@ inline std::string Show(const Colours& colours, int width) {
     return text;
 }
 
+// A logical palette of the given entries.
+inline HPALETTE MakePalette(std::initializer_list<PALETTEENTRY> entries) {
+    std::vector<uint8_t> storage(offsetof(LOGPALETTE, palPalEntry) + entries.size() * sizeof(PALETTEENTRY));
+    auto* logical = reinterpret_cast<LOGPALETTE*>(storage.data());
+    *logical = {0x300, static_cast<WORD>(entries.size()), {}};
+    std::memcpy(logical->palPalEntry, entries.begin(), entries.size() * sizeof(PALETTEENTRY));
+    return CreatePalette(logical);
+}
+
+// MM_ANISOTROPIC with window origin and extent, viewport origin and extent, in that order.
+inline void SetMapping(HDC dc, const LONG (&m)[8]) {
+    SetMapMode(dc, MM_ANISOTROPIC);
+    SetWindowExtEx(dc, m[2], m[3], nullptr);
+    SetViewportExtEx(dc, m[6], m[7], nullptr);
+    SetWindowOrgEx(dc, m[0], m[1], nullptr);
+    SetViewportOrgEx(dc, m[4], m[5], nullptr);
+}
+
 // The value of pixel x of a row of `bits`-bit pixels (little-endian from 16 bits up).
 inline uint32_t PixelAt(const uint8_t* row, int bits, int x) {
     if (bits < 8) return (row[x * bits / 8] >> (8 - bits - x * bits % 8)) & ((1u << bits) - 1);
     uint32_t value = 0;
-    for (int i = bits / 8 - 1; i >= 0; --i) value = value << 8 | row[x * bits / 8 + i];
+    std::memcpy(&value, row + x * bits / 8, static_cast<size_t>(bits / 8));  // little-endian hosts only
     return value;
 }
 
@@ -178,9 +192,8 @@ public:
             bitmap_ = vx::OwnedObject<HBITMAP>(TopDownSection(width, height, bitsPerPixel, table, &pixels_));
             format_.table = table;
         }
-    EXPECT_NE(bitmap_.get(), nullptr) << width << " x " << height << " at " << bitsPerPixel << " bits";
-        previous_ = SelectObject(dc_.get(), bitmap_.get());
-        EXPECT_NE(previous_, nullptr);
+        EXPECT_NE(bitmap_.get(), nullptr) << width << " x " << height << " at " << bitsPerPixel << " bits";
+        EXPECT_NE(previous_ = SelectObject(dc_.get(), bitmap_.get()), nullptr);
     }
     ~Canvas() { SelectObject(dc_.get(), previous_); }
     Canvas(const Canvas&) = delete;
@@ -196,14 +209,12 @@ public:
 
     // Sets the pixels, rows top down (width x height colours).
     void fill(const Colours& colours) const {
-        for (int y = 0; y < height_; ++y)
-            for (int x = 0; x < width_; ++x) SetPixel(dc(), x, y, colours[static_cast<size_t>(y) * width_ + x]);
+        for (int i = 0; i < width_ * height_; ++i) SetPixel(dc(), i % width_, i / width_, colours[static_cast<size_t>(i)]);
     }
     // The pixels, rows top down.
     Colours read() const {
         Colours colours;
-        for (int y = 0; y < height_; ++y)
-            for (int x = 0; x < width_; ++x) colours.push_back(GetPixel(dc(), x, y));
+        for (int i = 0; i < width_ * height_; ++i) colours.push_back(GetPixel(dc(), i % width_, i / width_));
         return colours;
     }
     std::vector<uint8_t> bytes() const { return BitmapBytes(bitmap()); }
