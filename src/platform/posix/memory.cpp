@@ -25,6 +25,8 @@
 
 #include "vexora_win32.h"
 
+#include "platform/posix/pooled_bytes.hpp"
+
 namespace vx::posix {
 namespace {
 
@@ -125,6 +127,38 @@ StoragePool& Pool() {
     static StoragePool* pool = new StoragePool;  // never destroyed: blocks may outlive statics
     return *pool;
 }
+
+}  // namespace
+
+void PooledBytes::acquire(size_t size, bool zero) {
+    const Storage storage = Pool().acquire(size, zero);
+    if (storage.data == nullptr) throw std::bad_alloc();
+    release();
+    data_ = storage.data;
+    size_ = size;
+    capacity_ = storage.capacity;
+    mapped_ = storage.mapped;
+}
+
+void PooledBytes::release() {
+    Pool().release(Storage{data_, capacity_, mapped_});
+    data_ = nullptr;
+    size_ = capacity_ = 0;
+    mapped_ = false;
+}
+
+void PooledBytes::assign(size_t size, uint8_t zero) {
+    acquire(size, true);
+    if (zero != 0) std::memset(data_, zero, size);
+}
+
+void PooledBytes::assign(const uint8_t* first, const uint8_t* last) {
+    const auto size = static_cast<size_t>(last - first);
+    acquire(size, false);
+    if (size != 0) std::memcpy(data_, first, size);
+}
+
+namespace {
 
 // The set of live blocks. Handles are pointers; a caller may still pass a stale or invented
 // one. Every call looks its handle up here first, so a bad handle gets the Win32 failure result

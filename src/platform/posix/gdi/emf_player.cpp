@@ -637,15 +637,15 @@ extern "C" {
 
 VXPLATFORMAPI BOOL PlayEnhMetaFile(HDC dc, HENHMETAFILE metafile, const RECT* rect) {
     using namespace vx::posix::gdi;
-    std::vector<uint8_t> bytes;
+    std::shared_ptr<const std::vector<uint8_t>> bytes;
     try {
         {
             auto objects = Objects();
             const EnhMetaFile* source = objects.find<EnhMetaFile>(metafile);
             if (source == nullptr || objects.find<DeviceContext>(dc) == nullptr) return FALSE;
-            bytes = source->bytes;
+            bytes = source->bytes.share();
         }
-        Player(dc, bytes, rect).Play();
+        Player(dc, *bytes, rect).Play();
         return TRUE;
     } catch (...) {
         return FALSE;

@@ -14,9 +14,11 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "platform/posix/gdi/object_table.hpp"
+#include "platform/posix/pooled_bytes.hpp"
 
 namespace vx::posix::gdi {
 
@@ -64,7 +66,7 @@ struct Bitmap final : GdiObject {
     int height = 0;
     int bitsPerPixel = 1;
     int widthBytes = 0;                // bmWidthBytes: the 16-bit-padded row of a device bitmap
-    std::vector<uint8_t> pixels;       // device bitmap rows, top down; empty for a DIB section
+    PooledBytes pixels;                // device bitmap rows, top down; empty for a DIB section
     std::vector<RGBQUAD> colours;      // the colour table of a 1, 4 or 8-bit bitmap
     std::optional<BITMAPINFOHEADER> section;  // a DIB section's header, as created
     uint8_t* sectionBits = nullptr;    // a DIB section's rows, as the DIB lays them out
@@ -115,17 +117,42 @@ struct Font final : GdiObject {
     LOGFONTA logical{};
 };
 
+// The bytes of a metafile, which never change once it is made: a player takes a share of them
+// to play with the table unlocked, rather than a copy of what may be a whole picture.
+class MetafileBytes {
+public:
+    MetafileBytes& operator=(std::vector<uint8_t>&& bytes) {
+        shared_ = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
+        return *this;
+    }
+    const std::vector<uint8_t>& get() const { return shared_ ? *shared_ : Empty(); }
+    operator const std::vector<uint8_t>&() const { return get(); }
+    operator std::span<const uint8_t>() const { return get(); }
+    std::shared_ptr<const std::vector<uint8_t>> share() const {
+        return shared_ ? shared_ : std::make_shared<const std::vector<uint8_t>>();
+    }
+    size_t size() const { return get().size(); }
+    const uint8_t* data() const { return get().data(); }
+
+private:
+    static const std::vector<uint8_t>& Empty() {
+        static const std::vector<uint8_t> none;
+        return none;
+    }
+    std::shared_ptr<const std::vector<uint8_t>> shared_;
+};
+
 // The bytes of a Windows metafile (from its 18-byte header on) or of an enhanced metafile
 // (from its EMR_HEADER record on), as Get...Bits hands them out.
 struct MetaFile final : GdiObject {
     static bool Holds(ObjectKind kind) { return kind == ObjectKind::MetaFile; }
     MetaFile() : GdiObject(ObjectKind::MetaFile) {}
-    std::vector<uint8_t> bytes;
+    MetafileBytes bytes;
 };
 struct EnhMetaFile final : GdiObject {
     static bool Holds(ObjectKind kind) { return kind == ObjectKind::EnhMetaFile; }
     EnhMetaFile() : GdiObject(ObjectKind::EnhMetaFile) {}
-    std::vector<uint8_t> bytes;
+    MetafileBytes bytes;
 };
 
 // GetMetaFileBitsEx and GetEnhMetaFileBits: copies at most `size` of a metafile's bytes to

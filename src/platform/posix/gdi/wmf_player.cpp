@@ -435,13 +435,14 @@ extern "C" {
 VXPLATFORMAPI BOOL PlayMetaFile(HDC dc, HMETAFILE metafile) {
     using namespace vx::posix::gdi;
     try {
-        std::vector<uint8_t> file;
+        std::shared_ptr<const std::vector<uint8_t>> shared;
         {
             auto objects = Objects();
             const MetaFile* found = objects.find<MetaFile>(metafile);
             if (found == nullptr) return FALSE;
-            file = found->bytes;
+            shared = found->bytes.share();
         }
+        const std::vector<uint8_t>& file = *shared;
         vx::formats::WmfHeader header;
         if (!vx::formats::ReadWmfHeader(file, header)) return TRUE;
         const Selections saved = Save(dc);
