@@ -21,28 +21,12 @@
 namespace {
 
 using vexora_fuzz::Check;
-
-struct WorkDir {
-    WorkDir() {
-        path = std::filesystem::temp_directory_path() / ("vexora-clipfuzz-" + std::to_string(std::random_device{}()));
-        std::filesystem::create_directories(path);
-    }
-    ~WorkDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    std::filesystem::path path;
-};
-
+using vexora_fuzz::WorkDir;
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const WorkDir dir;
-    const std::string input = (dir.path / "in.clp").string();
-    {
-        std::ofstream file(input, std::ios::binary | std::ios::trunc);
-        if (size > 0) file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    }
+    const std::string input = dir.write("in.clp", data, size);
     for (const WORD format : {WORD{1}, WORD{3}, WORD{8}}) {
         if (HANDLE bitmap = LoadClipboardFormat(input.c_str(), format)) DeleteObject(bitmap);
     }

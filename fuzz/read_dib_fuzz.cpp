@@ -19,33 +19,16 @@
 namespace {
 
 using vexora_fuzz::Check;
+using vexora_fuzz::WorkDir;
 using vexora_fuzz::Contents;
 
 constexpr size_t kLargestChecked = size_t{64} << 20;
-
-// A private directory for the files of one run, removed at exit.
-struct WorkDir {
-    WorkDir() {
-        path = std::filesystem::temp_directory_path() / ("vexora-fuzz-" + std::to_string(std::random_device{}()));
-        std::filesystem::create_directories(path);
-    }
-    ~WorkDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    std::string file(const char* name) const { return (path / name).string(); }
-    std::filesystem::path path;
-};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const WorkDir dir;
-    const std::string input = dir.file("in.bmp"), output = dir.file("out.bmp");
-    {
-        std::ofstream file(input, std::ios::binary | std::ios::trunc);
-        if (size > 0) file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    }
+    const std::string input = dir.write("in.bmp", data, size), output = dir.file("out.bmp");
     HDIB dib = LoadDIBFromFile(input.c_str());
     if (dib == nullptr) return 0;
     // biSizeImage is trusted, so a few bytes can ask for a block of up to 4 GiB; it is mapped

@@ -338,12 +338,7 @@ TEST(GdiWmf, PlayingDrawsWhatTheCallDraws) {
     vxtest::Colours start;
     for (int i = 0; i < 12 * 10; ++i) start.push_back(vxtest::Mix(i, 7));
     for (const auto& c : cases) {
-#ifdef _WIN32
-        if (c.windowsSkip != nullptr) {
-            std::printf("skipped on Windows: %s: %s\n", c.name, c.windowsSkip);
-            continue;
-        }
-#endif
+        if (vxtest::SkippedOnWindows(c.name, c.windowsSkip)) continue;
         vxtest::Canvas played(12, 10, 24), direct(12, 10, 24);
         played.fill(start), direct.fill(start);
         HDC recording = CreateMetaFileA(nullptr);
@@ -390,12 +385,7 @@ TEST(GdiWmf, PlaysBadRecordsAsWindowsDoes) {
     };
     vxtest::Canvas canvas(8, 8, 32);
     for (const auto& c : cases) {
-#ifdef _WIN32
-        if (c.windowsSkip != nullptr) {
-            std::printf("skipped on Windows: %s: %s\n", c.name, c.windowsSkip);
-            continue;
-        }
-#endif
+        if (vxtest::SkippedOnWindows(c.name, c.windowsSkip)) continue;
         canvas.fill(vxtest::Colours(64, white));
         HMETAFILE metafile = SetMetaFileBitsEx(static_cast<UINT>(c.bytes.size()), c.bytes.data());
         ASSERT_NE(metafile, nullptr) << c.name;
