@@ -4,9 +4,13 @@
  *
  *   - MessageBoxA, which has no screen here and reports through the library's message sink
  *     (VexoraSetMessageSink in vexora.h);
- *   - GetDC and ReleaseDC for the screen (a null window): there are no other windows yet;
+ *   - windows without a windowing system (VexoraCreateWindow): a client area the library
+ *     keeps as pixels, with Windows' paint, invalidation, scroll-bar, capture and message
+ *     semantics for what the display calls use; a toolkit presents it through VXWINDOWHOST;
+ *   - GetDC and ReleaseDC for the screen (a null window) and for those windows;
  *   - GetActiveWindow (NULL: no window is active), DrawTextA over the GDI's fonts, and
- *     OemToCharA (code page 437 to Windows-1252).
+ *     OemToCharA (code page 437 to Windows-1252);
+ *   - the rectangle helpers (SetRect, IntersectRect, ...).
  *
  * On Windows this file only includes <windows.h>.
  */
@@ -34,8 +38,9 @@ VXPLATFORMAPI int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT styl
 /*
  * Device contexts of windows. GetDC(NULL) gives a context of the screen, the default palette
  * selected. ReleaseDC gives it back (1) to a cache, so the handle stays a DC and a later GetDC
- * may lend it out again; releasing a context that is not lent out answers 0. GetDC of any
- * other window answers NULL: there are no windows yet.
+ * may lend it out again; releasing a context that is not lent out answers 0. GetDC of a window
+ * gives a context whose surface is the window's client pixels, clipped to the client area;
+ * GetDC of a destroyed or unknown window answers NULL.
  */
 VXPLATFORMAPI HDC GetDC(HWND window);
 VXPLATFORMAPI int ReleaseDC(HWND window, HDC dc);
@@ -65,6 +70,238 @@ VXPLATFORMAPI int DrawTextA(HDC dc, LPCSTR text, int count, LPRECT rect, UINT fo
 
 /* Converts OEM (code page 437) text to ANSI (Windows-1252), in place when both are the same. */
 VXPLATFORMAPI BOOL OemToCharA(LPCSTR source, LPSTR destination);
+
+
+/* ------------------------------------------------------------------------------------------ */
+/* Windows without a windowing system                                                          */
+/* ------------------------------------------------------------------------------------------ */
+
+typedef LRESULT(CALLBACK *WNDPROC)(HWND, UINT, WPARAM, LPARAM);
+
+/*
+ * The callbacks through which a toolkit shows a library window. Every member may be NULL, and
+ * so may the whole table (a headless window, for tests and servers). The table is copied at
+ * creation.
+ *
+ *   windowProc  receives the window's messages: WM_PAINT (from UpdateWindow, at once), WM_SIZE
+ *               when the client area changes (a scroll bar shown or hidden, VexoraSetWindowPos),
+ *               WM_ERASEBKGND from BeginPaint, and whatever the host sends or posts. NULL means
+ *               DefWindowProcA.
+ *   background  the class background brush (GetClassLongPtrA(GCLP_HBRBACKGROUND)), used by
+ *               DefWindowProcA's WM_ERASEBKGND; NULL erases nothing.
+ *   context     handed back to every callback below.
+ *   present     the client pixels inside `changed` (client coordinates) have changed: show
+ *               them (VexoraWindowPixels).
+ *   scrollBars  a scroll bar's range, position or visibility changed: read them back with
+ *               GetScrollRange/GetScrollPos/VexoraScrollBarShown.
+ *   cursor      the cursor to show over the window changed (NULL: hidden).
+ *   clipCursor  the cursor is confined to a screen rectangle, or released (NULL).
+ *   waitMessage the library waits for input (WaitMessage with an empty queue): post at least
+ *               one message (PostMessageA) and answer TRUE, or answer FALSE when no input will
+ *               come; NULL answers FALSE.
+ *   beep        MessageBeep.
+ */
+typedef struct VXWINDOWHOST {
+    WNDPROC windowProc;
+    HBRUSH background;
+    void *context;
+    void (*present)(void *context, HWND window, const RECT *changed);
+    void (*scrollBars)(void *context, HWND window);
+    void (*cursor)(void *context, HWND window, HCURSOR cursor);
+    void (*clipCursor)(void *context, HWND window, const RECT *screen);
+    BOOL (*waitMessage)(void *context, HWND window);
+    void (*beep)(void *context, UINT type);
+} VXWINDOWHOST;
+
+/*
+ * Makes a window whose client area is clientWidth x clientHeight pixels (32-bit true colour,
+ * filled with the background brush, or white without one), no scroll bar shown, its client
+ * origin at screen (0, 0). The window procedure receives no WM_CREATE (it exists before the
+ * call returns). Answers NULL for a size below 1 or above 16384 on either side, or when memory
+ * runs out.
+ */
+VXPLATFORMAPI HWND VexoraCreateWindow(int clientWidth, int clientHeight, const VXWINDOWHOST *host);
+/* Sends WM_DESTROY, then frees the window and its pixels; its handle is stale afterwards. */
+VXPLATFORMAPI BOOL VexoraDestroyWindow(HWND window);
+/*
+ * Moves the window's frame so that its client origin, with no scroll bar shown, is at screen
+ * (x, y), and sizes the frame to width x height: the client area is that less the scroll
+ * bars shown. Sends WM_SIZE when the client size changes. FALSE for bad sizes.
+ */
+VXPLATFORMAPI BOOL VexoraSetWindowPos(HWND window, int x, int y, int width, int height);
+/*
+ * The client pixels, for a host to present or a test to read: top row first, 4 bytes a pixel
+ * (blue, green, red, unused), `stride` bytes a row. Valid until the next call into the library
+ * on this window. NULL for an unknown window.
+ */
+VXPLATFORMAPI const void *VexoraWindowPixels(HWND window, int *width, int *height, int *stride);
+/* Whether the window's SB_HORZ or SB_VERT bar is shown (it then takes client area). */
+VXPLATFORMAPI BOOL VexoraScrollBarShown(HWND window, int bar);
+
+#define WM_NULL 0x0000
+#define WM_CREATE 0x0001
+#define WM_DESTROY 0x0002
+#define WM_SIZE 0x0005
+#define WM_PAINT 0x000F
+#define WM_CLOSE 0x0010
+#define WM_ERASEBKGND 0x0014
+#define WM_KEYDOWN 0x0100
+#define WM_KEYUP 0x0101
+#define WM_CHAR 0x0102
+#define WM_TIMER 0x0113
+#define WM_HSCROLL 0x0114
+#define WM_VSCROLL 0x0115
+#define WM_MOUSEFIRST 0x0200
+#define WM_MOUSEMOVE 0x0200
+#define WM_LBUTTONDOWN 0x0201
+#define WM_LBUTTONUP 0x0202
+#define WM_LBUTTONDBLCLK 0x0203
+#define WM_RBUTTONDOWN 0x0204
+#define WM_RBUTTONUP 0x0205
+#define WM_RBUTTONDBLCLK 0x0206
+#define WM_MBUTTONDOWN 0x0207
+#define WM_MBUTTONUP 0x0208
+#define WM_MBUTTONDBLCLK 0x0209
+#define WM_MOUSEWHEEL 0x020A
+#define WM_MOUSELAST 0x020A
+#define WM_CAPTURECHANGED 0x0215
+#define WM_USER 0x0400
+
+#define SIZE_RESTORED 0
+#define MK_LBUTTON 0x0001
+#define MK_RBUTTON 0x0002
+
+#define LOWORD(l) ((WORD)(((DWORD_PTR)(l)) & 0xffff))
+#define HIWORD(l) ((WORD)((((DWORD_PTR)(l)) >> 16) & 0xffff))
+#define MAKELONG(a, b) ((LONG)(((WORD)(((DWORD_PTR)(a)) & 0xffff)) | ((DWORD)((WORD)(((DWORD_PTR)(b)) & 0xffff))) << 16))
+#define MAKELPARAM(l, h) ((LPARAM)(DWORD)MAKELONG(l, h))
+#define MAKEWPARAM(l, h) ((WPARAM)(DWORD)MAKELONG(l, h))
+#define GET_X_LPARAM(lp) ((int)(short)LOWORD(lp))
+#define GET_Y_LPARAM(lp) ((int)(short)HIWORD(lp))
+
+typedef struct tagMSG {
+    HWND hwnd;
+    UINT message;
+    WPARAM wParam;
+    LPARAM lParam;
+    DWORD time;
+    POINT pt;
+} MSG, *LPMSG;
+
+#define PM_NOREMOVE 0x0000
+#define PM_REMOVE 0x0001
+
+/*
+ * Messages. SendMessageA calls the window procedure at once; PostMessageA queues the message
+ * (one queue for the process: the library's windows belong to the thread that drives them);
+ * PeekMessageA takes the oldest queued message of the window (any window for NULL) whose
+ * number lies in [first, last] (any with 0, 0); WaitMessage returns at once when a message is
+ * queued, else asks the host to post one (VXWINDOWHOST.waitMessage) and answers FALSE when
+ * none will come. DispatchMessageA hands a message to its window's procedure. DefWindowProcA: WM_ERASEBKGND fills the update area with the background
+ * brush (answers 1 when it had one), WM_PAINT validates the window, anything else answers 0.
+ */
+VXPLATFORMAPI LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+VXPLATFORMAPI BOOL PostMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+VXPLATFORMAPI BOOL PeekMessageA(LPMSG message, HWND window, UINT first, UINT last, UINT remove);
+VXPLATFORMAPI BOOL WaitMessage(void);
+VXPLATFORMAPI LRESULT DispatchMessageA(const MSG *message);
+VXPLATFORMAPI LRESULT DefWindowProcA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+VXPLATFORMAPI BOOL IsWindow(HWND window);
+VXPLATFORMAPI BOOL GetClientRect(HWND window, LPRECT rect);
+VXPLATFORMAPI BOOL ClientToScreen(HWND window, LPPOINT point);
+VXPLATFORMAPI BOOL ScreenToClient(HWND window, LPPOINT point);
+
+#define GWLP_USERDATA (-21)
+#define GCL_HBRBACKGROUND (-10)
+#define GCLP_HBRBACKGROUND (-10)
+/* Only GWLP_USERDATA (a value kept for the application) and GCL(P)_HBRBACKGROUND are known. */
+VXPLATFORMAPI LONG_PTR GetWindowLongPtrA(HWND window, int index);
+VXPLATFORMAPI LONG_PTR SetWindowLongPtrA(HWND window, int index, LONG_PTR value);
+VXPLATFORMAPI DWORD GetClassLongA(HWND window, int index);
+VXPLATFORMAPI ULONG_PTR GetClassLongPtrA(HWND window, int index);
+
+/* Painting: the update region, and the context BeginPaint hands out clipped to it. */
+typedef struct tagPAINTSTRUCT {
+    HDC hdc;
+    BOOL fErase;
+    RECT rcPaint;
+    BOOL fRestore;
+    BOOL fIncUpdate;
+    BYTE rgbReserved[32];
+} PAINTSTRUCT, *LPPAINTSTRUCT;
+
+VXPLATFORMAPI HDC BeginPaint(HWND window, LPPAINTSTRUCT paint);
+VXPLATFORMAPI BOOL EndPaint(HWND window, const PAINTSTRUCT *paint);
+VXPLATFORMAPI BOOL InvalidateRect(HWND window, const RECT *rect, BOOL erase);
+VXPLATFORMAPI BOOL InvalidateRgn(HWND window, HRGN region, BOOL erase);
+VXPLATFORMAPI BOOL ValidateRect(HWND window, const RECT *rect);
+VXPLATFORMAPI BOOL ValidateRgn(HWND window, HRGN region);
+VXPLATFORMAPI BOOL UpdateWindow(HWND window);
+VXPLATFORMAPI BOOL GetUpdateRect(HWND window, LPRECT rect, BOOL erase);
+VXPLATFORMAPI BOOL ScrollDC(HDC dc, int dx, int dy, const RECT *scroll, const RECT *clip, HRGN update,
+                            LPRECT updateRect);
+
+/* Standard scroll bars. A bar is shown when its range is not empty, as Windows does. */
+#define SB_HORZ 0
+#define SB_VERT 1
+#define SB_CTL 2
+#define SB_BOTH 3
+#define SB_LINEUP 0
+#define SB_LINELEFT 0
+#define SB_LINEDOWN 1
+#define SB_LINERIGHT 1
+#define SB_PAGEUP 2
+#define SB_PAGELEFT 2
+#define SB_PAGEDOWN 3
+#define SB_PAGERIGHT 3
+#define SB_THUMBPOSITION 4
+#define SB_THUMBTRACK 5
+#define SB_TOP 6
+#define SB_LEFT 6
+#define SB_BOTTOM 7
+#define SB_RIGHT 7
+#define SB_ENDSCROLL 8
+VXPLATFORMAPI BOOL SetScrollRange(HWND window, int bar, int minimum, int maximum, BOOL redraw);
+VXPLATFORMAPI BOOL GetScrollRange(HWND window, int bar, LPINT minimum, LPINT maximum);
+VXPLATFORMAPI int SetScrollPos(HWND window, int bar, int position, BOOL redraw);
+VXPLATFORMAPI int GetScrollPos(HWND window, int bar);
+VXPLATFORMAPI BOOL ShowScrollBar(HWND window, int bar, BOOL show);
+
+#define SM_CXSCREEN 0
+#define SM_CYSCREEN 1
+#define SM_CXVSCROLL 2
+#define SM_CYHSCROLL 3
+VXPLATFORMAPI int GetSystemMetrics(int index);
+
+/* Mouse capture, cursor and beeps. */
+#define MAKEINTRESOURCEA(i) ((LPSTR)(ULONG_PTR)((WORD)(i)))
+#define IDC_ARROW MAKEINTRESOURCEA(32512)
+#define IDC_IBEAM MAKEINTRESOURCEA(32513)
+#define IDC_WAIT MAKEINTRESOURCEA(32514)
+#define IDC_CROSS MAKEINTRESOURCEA(32515)
+#define IDC_SIZEALL MAKEINTRESOURCEA(32646)
+#define IDC_HAND MAKEINTRESOURCEA(32649)
+VXPLATFORMAPI HWND SetCapture(HWND window);
+VXPLATFORMAPI BOOL ReleaseCapture(void);
+VXPLATFORMAPI HWND GetCapture(void);
+VXPLATFORMAPI HCURSOR LoadCursorA(HINSTANCE instance, LPCSTR name);
+VXPLATFORMAPI HCURSOR SetCursor(HCURSOR cursor);
+VXPLATFORMAPI HCURSOR GetCursor(void);
+VXPLATFORMAPI BOOL ClipCursor(const RECT *rect);
+VXPLATFORMAPI BOOL MessageBeep(UINT type);
+
+/* Rectangles. */
+VXPLATFORMAPI BOOL SetRect(LPRECT rect, int left, int top, int right, int bottom);
+VXPLATFORMAPI BOOL SetRectEmpty(LPRECT rect);
+VXPLATFORMAPI BOOL CopyRect(LPRECT destination, const RECT *source);
+VXPLATFORMAPI BOOL IsRectEmpty(const RECT *rect);
+VXPLATFORMAPI BOOL EqualRect(const RECT *a, const RECT *b);
+VXPLATFORMAPI BOOL PtInRect(const RECT *rect, POINT point);
+VXPLATFORMAPI BOOL OffsetRect(LPRECT rect, int dx, int dy);
+VXPLATFORMAPI BOOL InflateRect(LPRECT rect, int dx, int dy);
+VXPLATFORMAPI BOOL IntersectRect(LPRECT destination, const RECT *a, const RECT *b);
+VXPLATFORMAPI BOOL UnionRect(LPRECT destination, const RECT *a, const RECT *b);
 
 #ifdef __cplusplus
 }
