@@ -3,6 +3,8 @@
 // Each one does nothing, writes through none of its pointers and returns its failure value.
 #include "vexora.h"
 
+#include "display/display_state.hpp"
+
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
 extern "C" {
@@ -27,3 +29,8 @@ VXAPI DWORD VXCALL DisplayCPPSize(HWND hWnd, HDIB hDIB, VXVIEW *view, const int 
 VXAPI DWORD VXCALL DisplayCPPHScroll(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, int code, int thumb) { return 0; }
 VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, int code, int thumb) { return 0; }
 }  // extern "C"
+
+namespace vx::display {
+void MapDisplay(HDC, VXDISPLAYSTATE&, bool) {}
+void Recompute(HDC, VXDISPLAYSTATE&) {}
+}  // namespace vx::display
