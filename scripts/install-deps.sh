@@ -2,7 +2,8 @@
 # Installs the Debian packages the test lanes need, when they are missing, then checks that
 # every program a lane runs is really there.
 #   scripts/install-deps.sh native    compilers, CMake, GoogleTest, Google Benchmark, and FreeType,
-#                                     fontconfig and the DejaVu fonts the Linux GDI draws text with
+#                                     fontconfig and the DejaVu fonts the Linux GDI draws text with,
+#                                     SDL2 for `vexora view` and Xvfb for its test
 #   scripts/install-deps.sh windows   the MinGW-w64 cross compilers, Wine and a virtual display too
 #   scripts/install-deps.sh all       the same as windows
 # A package can be installed while its program is gone (removed by hand, a partial install):
@@ -12,7 +13,8 @@ set -euo pipefail
 # program:package pairs; a package that installs no program of its own is named alone.
 native=(cmake:cmake ninja:ninja-build g++:g++ cc:gcc ccache:ccache pkg-config:pkg-config
   python3:python3 googletest libgtest-dev libbenchmark-dev
-  libfreetype-dev libfontconfig-dev fc-match:fontconfig fonts-dejavu-core fonts-dejavu-extra)
+  libfreetype-dev libfontconfig-dev fc-match:fontconfig fonts-dejavu-core fonts-dejavu-extra
+  libsdl2-dev Xvfb:xvfb)
 # wine is the launcher CMake and the tests call; wine64 holds the 64-bit loader it starts,
 # outside PATH.
 windows=(i686-w64-mingw32-g++-posix:g++-mingw-w64-i686 x86_64-w64-mingw32-g++-posix:g++-mingw-w64-x86-64

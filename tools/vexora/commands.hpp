@@ -18,6 +18,7 @@ inline constexpr const char* kToolHelp =
     "  convert IN OUT [OP]   load IN, apply the operations OP in order, save OUT\n"
     "  demo [DIR]            write a sample image, every operation's result and an\n"
     "                        index.html showing them side by side (default DIR: vexora-demo)\n"
+    "  view FILE             show an image in a window: scroll, zoom, fit, magnifier\n"
     "\n"
     "Run 'vexora COMMAND --help' for a command's options.\n"
     "Exit status: 0 success, 1 an operation failed, 2 the command line is wrong.\n";
@@ -47,5 +48,6 @@ std::string ConvertHelp();
 int RunInfo(const std::vector<std::string>& args);
 int RunConvert(const std::vector<std::string>& args);
 int RunDemo(const std::vector<std::string>& args);
+int RunView(const std::vector<std::string>& args);
 
 }  // namespace vexora_tool

@@ -40,6 +40,7 @@ int main(int argc, char** argv) {
         if (command == "info") return RunInfo(args);
         if (command == "convert") return RunConvert(args);
         if (command == "demo") return RunDemo(args);
+        if (command == "view") return RunView(args);
         throw UsageError("unknown command '" + command + "'");
     } catch (const UsageError& e) {
         std::cerr << "vexora: " << e.what() << "\n"
