@@ -119,8 +119,8 @@ void Viewer::updateTitle() {
     if (host_.setTitle) host_.setTitle(title);
 }
 
-POINT Viewer::viewToImage(POINT client) const {
-    MappedContext dc(window_, const_cast<VXDISPLAYSTATE&>(state_));
+POINT Viewer::viewToImage(POINT client) {
+    MappedContext dc(window_, state_);
     if (dc.get() != nullptr) DPtoLP(dc.get(), &client, 1);
     return client;
 }

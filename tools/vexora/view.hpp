@@ -88,7 +88,7 @@ private:
     void stepZoom(int command);
     void finishBand(POINT end);
     void scrollToLogical(POINT topLeft);
-    POINT viewToImage(POINT client) const;
+    POINT viewToImage(POINT client);
     void startLens(POINT at);
     void moveLens(POINT at);
     void stopLens();
