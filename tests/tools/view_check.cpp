@@ -140,16 +140,23 @@ int main(int argc, char** argv) {
     }
     const std::string tool = argv[1], dir = argv[2];
     const std::string image = dir + "/pattern.bmp", script = dir + "/view.script";
+    if (!WritePattern(image)) return std::cerr << "cannot write " << image << "\n", 1;
+    // The image is larger than the window: both scroll bars take their strips.
+    const int bar = GetSystemMetrics(SM_CXVSCROLL), cw = kFrameWidth - bar, ch = kFrameHeight - bar;
     // Windows draws its own scroll bars, so there the page comes from the key; the Linux host
-    // draws them, so there it is a click in the trough.
+    // draws them, so there it is a click in the trough, and a drag of the horizontal thumb
+    // (in the middle while the view is centred) past the bar's end.
+    const std::string barY = std::to_string(ch + bar / 2);
     std::ofstream(script) << "shot " << dir << "/start.ppm\nkey right\nkey down\nshot " << dir << "/lines.ppm\n"
-                          << (kWindows ? "key pagedown" : "vbar -24") << "\nshot " << dir << "/page.ppm\nwheel -1\nshot " << dir << "/wheel.ppm\n"
+                          << (kWindows ? "key pagedown" : "vbar -24") << "\nshot " << dir << "/page.ppm\nwheel -1\nshot "
+                          << dir << "/wheel.ppm\n"
+                          << (kWindows ? "" : "press " + std::to_string(cw / 2) + " " + barY + "\nmove 1000 " + barY +
+                                                  "\nrelease 1000 " + barY + "\nshot " + dir + "/thumb.ppm\n")
                           << "key home\nchar +\nshot " << dir << "/zoom2.ppm\nkey i\nshot " << dir << "/inverted.ppm\nkey i\n"
                           << "press 100 100\nmove 150 130\nmove 180 160\nshot " << dir << "/band.ppm\nrelease 180 160\n"
                           << "shot " << dir << "/rectangle.ppm\nmove 200 150\nkeydown m\nshot " << dir << "/lens.ppm\n"
                           << "move 120 100\nshot " << dir << "/lens-moved.ppm\nkeyup m\nshot " << dir << "/lens-gone.ppm\n"
-                          << "key f\nshot " << dir << "/fit.ppm\nquit\n";
-    if (!WritePattern(image)) return std::cerr << "cannot write " << image << "\n", 1;
+                          << "key f\nshot " << dir << "/fit.ppm\nresize 760 960\nshot " << dir << "/fit-larger.ppm\nquit\n";
     const std::string size = std::to_string(kFrameWidth) + "x" + std::to_string(kFrameHeight);
 #ifdef _WIN32
     const auto status = _spawnl(_P_WAIT, tool.c_str(), tool.c_str(), "view", image.c_str(), "--size", size.c_str(),
@@ -159,12 +166,11 @@ int main(int argc, char** argv) {
     const int status = std::system(command.c_str());
 #endif
     if (!Expect(status == 0, "the viewer ran its script and exited 0")) return 1;
-    // The image is larger than the window: both scroll bars take their strips. The Linux host's
-    // screenshots hold the whole window, bars included; Windows' the client area.
-    const int bar = GetSystemMetrics(SM_CXVSCROLL), cw = kFrameWidth - bar, ch = kFrameHeight - bar;
-    auto shot = [&](const char* name, bool whole = !kWindows) {
+    // The Linux host's screenshots hold the whole window, bars included; Windows' the client
+    // area.
+    auto shot = [&](const char* name, bool whole = !kWindows, int w = kFrameWidth, int h = kFrameHeight) {
         std::optional<Shot> s = ReadShot(dir + "/" + name + ".ppm");
-        const int w = whole ? kFrameWidth : cw, h = whole ? kFrameHeight : ch;
+        if (!whole) w = cw, h = ch;
         if (!s || s->width != w || s->height != h) {
             std::cerr << "FAILED: no " << w << " x " << h << " screenshot " << name << "\n";
             std::exit(1);
@@ -188,6 +194,11 @@ int main(int argc, char** argv) {
     Expect(lines && page && page->x == lines->x && page->y == lines->y + ch / 2, "a trough click pages down");
     const auto wheel = ShowsImage(shot("wheel"), 0, 0, cw, ch, 1.0, false, 0);
     Expect(page && wheel && wheel->y == page->y + 24, "a wheel notch scrolls three lines");
+    if (!kWindows) {
+        const auto thumb = ShowsImage(shot("thumb"), 0, 0, cw, ch, 1.0, false, 0);
+        Expect(thumb && wheel && thumb->x == kImageWidth - cw && thumb->y == wheel->y,
+               "dragging the horizontal thumb past the end scrolls to the right edge");
+    }
 
     // Home goes to the top-left corner, then `+` doubles the scale keeping the middle.
     const Shot zoom2 = shot("zoom2");
@@ -234,13 +245,18 @@ int main(int argc, char** argv) {
     Expect(SameArea(shot("lens-moved"), rectangle, outside(120, 100)), "the moved lens restores its first place");
     Expect(SameArea(shot("lens-gone"), rectangle), "releasing m restores the window");
 
-    // Fit: the whole 700 x 900 image in the 400 x 300 frame (no scroll bars), centred.
-    const Shot fit = shot("fit", true);
-    const int fw = int(kImageWidth * (double(kFrameHeight) / kImageHeight)), left = (kFrameWidth - fw) / 2;
-    const auto topLeft = Decode(fit.at(left + 1, 0)), bottomRight = Decode(fit.at(left + fw - 2, kFrameHeight - 1));
-    Expect(fit.at(left - 2, 150) == kBackground && fit.at(left + fw + 1, 150) == kBackground && topLeft && bottomRight &&
-               topLeft->x <= 6 && topLeft->y <= 3 && bottomRight->x >= kImageWidth - 7 && bottomRight->y >= kImageHeight - 4,
-           "f fits the whole image, centred, without scroll bars");
+    // Fit: the whole image in the window without scroll bars, centred; and again, enlarged,
+    // when the window grows.
+    auto fits = [&](const char* name, int w, int h) {
+        const Shot fit = shot(name, true, w, h);
+        const double s = std::min(double(w) / kImageWidth, double(h) / kImageHeight);
+        const int fw = int(kImageWidth * s), fh = int(kImageHeight * s), left = (w - fw) / 2, top = (h - fh) / 2;
+        const auto first = Decode(fit.at(left + 1, top)), last = Decode(fit.at(left + fw - 2, top + fh - 1));
+        return (left < 2 || fit.at(left - 2, h / 2) == kBackground) && fit.at(left + fw + 1, h / 2) == kBackground &&
+               first && last && first->x <= 6 && first->y <= 3 && last->x >= kImageWidth - 7 && last->y >= kImageHeight - 4;
+    };
+    Expect(fits("fit", kFrameWidth, kFrameHeight), "f fits the whole image, centred, without scroll bars");
+    Expect(fits("fit-larger", 760, 960), "a larger window fits the image again, enlarged");
     std::cout << (g_failures == 0 ? "view checks passed\n" : "view checks failed\n");
     return g_failures == 0 ? 0 : 1;
 }

@@ -118,7 +118,7 @@ private:
 //   hbar P | vbar P                        a left click on the horizontal or vertical scroll
 //                                          bar, P pixels from its start (negative: from its
 //                                          end); the Linux host draws the bars itself
-//   resize W H                             the window's size
+//   resize W H                             the size of the client area with its scroll bars
 //   shot FILE                              the window's pixels as a binary PPM file
 //   quit
 struct ScriptStep {

@@ -85,7 +85,11 @@ void RunStep(HWND window, const ScriptStep& step) {
     } else if (v == "hbar" || v == "vbar") {
         throw UsageError("script: Windows draws its own scroll bars; '" + v + "' is for the Linux host");
     } else if (v == "resize") {
-        SetWindowPos(window, nullptr, 0, 0, step.x, step.y, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+        // The size of the client area with its scroll bars, as the Linux host's window.
+        RECT frame{0, 0, step.x, step.y};
+        AdjustWindowRectEx(&frame, kStyle, FALSE, 0);
+        SetWindowPos(window, nullptr, 0, 0, frame.right - frame.left, frame.bottom - frame.top,
+                     SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     } else if (v == "shot") {
         Shot(window, step.word);
     } else if (v == "quit") {
