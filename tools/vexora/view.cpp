@@ -211,7 +211,10 @@ bool Viewer::handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam, LRE
     const POINT at{static_cast<short>(LOWORD(lParam)), static_cast<short>(HIWORD(lParam))};
     switch (message) {
     case WM_SIZE:
+        // A new client size moves a fitted, stretched or centred image, and the handler only
+        // recomputes: the whole client is painted again.
         DisplayWmSize(window, wParam, lParam, &state_);
+        InvalidateRect(window, nullptr, FALSE);
         return true;
     case WM_ERASEBKGND:
         result = 1;  // the paint handler fills what the image leaves
