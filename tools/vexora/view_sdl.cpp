@@ -242,6 +242,10 @@ void SdlHost::mouseMotion(const SDL_MouseMotionEvent& motion) {
         thumbTo(thumbBar_ == SB_VERT ? motion.y : motion.x, SB_THUMBTRACK);
         return;
     }
+    // Over the drawn scroll bars the pointer is outside the client area, as over Windows' own.
+    RECT client{0, 0, 0, 0};
+    GetClientRect(window_, &client);
+    if (GetCapture() != window_ && !PtInRect(&client, POINT{motion.x, motion.y})) return;
     PostMessageA(window_, WM_MOUSEMOVE, buttonDown_ ? MK_LBUTTON : 0, MAKELPARAM(motion.x, motion.y));
 }
 
@@ -417,6 +421,8 @@ int SdlHost::run(int maxWidth, int maxHeight) {
     if (window_ == nullptr) throw OperationFailed("cannot make the library window (" + std::to_string(width) + " x " +
                                                   std::to_string(height) + ")");
     SetWindowLongPtrA(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    // The arrow, as a Windows class cursor would give: what the lens hides and then restores.
+    SetCursor(LoadCursorA(nullptr, IDC_ARROW));
     viewer_.setHost(ViewerHost{[this](const std::string& title) { SDL_SetWindowTitle(sdl_, title.c_str()); },
                                [this] { quit_ = true; }, [this] { quit_ = true; }});
     viewer_.attach(window_);
