@@ -29,8 +29,3 @@ VXAPI DWORD VXCALL DisplayCPPSize(HWND hWnd, HDIB hDIB, VXVIEW *view, const int 
 VXAPI DWORD VXCALL DisplayCPPHScroll(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, int code, int thumb) { return 0; }
 VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, int code, int thumb) { return 0; }
 }  // extern "C"
-
-namespace vx::display {
-void MapDisplay(HDC, VXDISPLAYSTATE&, bool) {}
-void Recompute(HDC, VXDISPLAYSTATE&) {}
-}  // namespace vx::display
