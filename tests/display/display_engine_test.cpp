@@ -4,8 +4,10 @@
 // against Windows under Wine.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
-#include <functional>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "display/display_state.hpp"
@@ -19,108 +21,56 @@ using namespace vxtest;
 
 constexpr uint32_t kGray = 0xC0C0C0;  // TestWindow::kBackground as 0x00RRGGBB
 
-VXDISPLAYSTATE Record(int imageWidth, int imageHeight, int clientWidth, int clientHeight, VXZOOMRATIO zoom,
-                      DWORD flags, int imageDpiX = 96, int imageDpiY = 96) {
+VXDISPLAYSTATE Record(int width, int height, int clientWidth, int clientHeight, VXZOOMRATIO zoom, DWORD flags,
+                      int imageDpiX = 96, int imageDpiY = 96) {
     VXDISPLAYSTATE s{};
-    s.zoom = zoom;
-    s.flags = flags;
-    s.imageWidth = imageWidth;
-    s.imageHeight = imageHeight;
+    s.zoom = zoom, s.flags = flags, s.imageWidth = width, s.imageHeight = height;
     s.client = {0, 0, clientWidth, clientHeight};
-    s.deviceDpiX = s.deviceDpiY = 96;
-    s.imageDpiX = imageDpiX;
-    s.imageDpiY = imageDpiY;
+    s.deviceDpiX = s.deviceDpiY = 96, s.imageDpiX = imageDpiX, s.imageDpiY = imageDpiY;
     return s;
 }
 
-// Recomputes, clamps and recomputes once more when the clamp moved, as a start does.
-void Settle(HDC dc, VXDISPLAYSTATE& s) {
-    vx::display::Recompute(dc, s);
-    if (vx::display::ClampScroll(s)) vx::display::Recompute(dc, s);
-}
+// Expected after a settle: window and viewport extents, centre, hMin, hMax, vMin, vMax,
+// scroll position and window origin.
+using Mapped = std::array<LONG, 14>;
 
-struct MappingCase {
-    const char* name;
-    VXDISPLAYSTATE record;
-    SIZE window, viewport;
-    POINT centre;
-    LONG hMin, hMax, vMin, vMax;
-    POINT scroll, windowOrg;
-};
+Mapped Read(HDC dc, const VXDISPLAYSTATE& s) {
+    SIZE w{}, v{};
+    GetWindowExtEx(dc, &w);
+    GetViewportExtEx(dc, &v);
+    return {w.cx, w.cy, v.cx, v.cy, s.centreX, s.centreY, s.hMin, s.hMax, s.vMin, s.vMax, s.scrollX, s.scrollY,
+            s.windowOrgX, s.windowOrgY};
+}
 
 TEST(DisplayMapping, RecordsMatchTheMappingGdiGives) {
     constexpr VXZOOMRATIO one{1, 1, 1, 1}, sixteen{16, 1, 16, 1};
-    const MappingCase cases[] = {
+    const std::pair<VXDISPLAYSTATE, Mapped> cases[] = {
         // Smaller and centred: negative centring, no scrolling, drawn one pixel off.
-        {"centred small", Record(100, 50, 300, 200, one, DISPLAY_CENTER), {1, 1}, {1, 1}, {-100, -75}, -1, -1, -1, -1,
-         {-1, -1}, {-101, -76}},
-        {"centred large", Record(500, 300, 300, 200, one, DISPLAY_CENTER), {1, 1}, {1, 1}, {100, 50}, -100, 100, -50, 50,
-         {0, 0}, {100, 50}},
-        {"zoom 16", Record(40, 30, 300, 200, sixteen, 0), {1, 1}, {16, 16}, {0, 0}, 0, 340, 0, 280, {0, 0}, {0, 0}},
+        {Record(100, 50, 300, 200, one, DISPLAY_CENTER), {1, 1, 1, 1, -100, -75, -1, -1, -1, -1, -1, -1, -101, -76}},
+        {Record(500, 300, 300, 200, one, DISPLAY_CENTER), {1, 1, 1, 1, 100, 50, -100, 100, -50, 50, 0, 0, 100, 50}},
+        {Record(40, 30, 300, 200, sixteen, 0), {1, 1, 16, 16, 0, 0, 0, 340, 0, 280, 0, 0, 0, 0}},
         // 300 : 96 halved three times, until the viewport is below 17.
-        {"true size reduced", Record(1000, 1000, 300, 200, one, DISPLAY_TRUESIZE, 300, 300), {37, 37}, {12, 12}, {0, 0},
-         0, 24, 0, 124, {0, 0}, {0, 0}},
+        {Record(1000, 1000, 300, 200, one, DISPLAY_TRUESIZE, 300, 300), {37, 37, 12, 12, 0, 0, 0, 24, 0, 124, 0, 0, 0, 0}},
         // Pixels twice as tall as wide (200 x 100 dpi) fit narrowed, then the other way flattened.
-        {"fit 200x100 dpi", Record(400, 300, 300, 300, one, DISPLAY_FIT, 200, 100), {400, 300}, {200, 300}, {0, 0}, -1,
-         -1, -1, -1, {0, 0}, {0, 0}},
-        {"fit 100x200 dpi", Record(400, 300, 300, 300, one, DISPLAY_FIT, 100, 200), {400, 300}, {300, 112}, {0, 0}, -1,
-         -1, -1, -1, {0, 0}, {0, 0}},
-        {"stretch", Record(50, 40, 300, 200, one, DISPLAY_STRETCH), {50, 40}, {300, 200}, {0, 0}, -1, -1, -1, -1,
-         {-1, -1}, {0, 0}},
+        {Record(400, 300, 300, 300, one, DISPLAY_FIT, 200, 100), {400, 300, 200, 300, 0, 0, -1, -1, -1, -1, 0, 0, 0, 0}},
+        {Record(400, 300, 300, 300, one, DISPLAY_FIT, 100, 200), {400, 300, 300, 112, 0, 0, -1, -1, -1, -1, 0, 0, 0, 0}},
+        {Record(50, 40, 300, 200, one, DISPLAY_STRETCH), {50, 40, 300, 200, 0, 0, -1, -1, -1, -1, -1, -1, 0, 0}},
         // Zero zoom terms: GDI refuses the scales, the image shows at 1:1.
-        {"zero zoom terms", Record(20, 10, 300, 200, {0, 0, 3, 0}, 0), {1, 1}, {1, 1}, {0, 0}, -1, -1, -1, -1,
-         {-1, -1}, {-1, -1}},
-        {"60000 wide", Record(60000, 1, 300, 200, one, 0), {1, 1}, {1, 1}, {0, 0}, 0, 59700, -1, -1, {0, -1}, {0, -1}},
-        {"1x1 zoom 16 centred", Record(1, 1, 300, 200, sixteen, DISPLAY_CENTER), {1, 1}, {16, 16}, {-142, -92}, -1,
-         -1, -1, -1, {-1, -1}, {-9, -6}},
+        {Record(20, 10, 300, 200, {0, 0, 3, 0}, 0), {1, 1, 1, 1, 0, 0, -1, -1, -1, -1, -1, -1, -1, -1}},
+        {Record(60000, 1, 300, 200, one, 0), {1, 1, 1, 1, 0, 0, 0, 59700, -1, -1, 0, -1, 0, -1}},
+        {Record(1, 1, 300, 200, sixteen, DISPLAY_CENTER), {1, 1, 16, 16, -142, -92, -1, -1, -1, -1, -1, -1, -9, -6}},
     };
     vx::MemoryDC dc;
-    for (const MappingCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        VXDISPLAYSTATE s = c.record;
-        Settle(dc.get(), s);
-        SIZE window{}, viewport{};
-        GetWindowExtEx(dc.get(), &window);
-        GetViewportExtEx(dc.get(), &viewport);
-        EXPECT_EQ(window.cx, c.window.cx);
-        EXPECT_EQ(window.cy, c.window.cy);
-        EXPECT_EQ(viewport.cx, c.viewport.cx);
-        EXPECT_EQ(viewport.cy, c.viewport.cy);
-        EXPECT_EQ(s.centreX, c.centre.x);
-        EXPECT_EQ(s.centreY, c.centre.y);
-        EXPECT_EQ(s.hMin, c.hMin);
-        EXPECT_EQ(s.hMax, c.hMax);
-        EXPECT_EQ(s.vMin, c.vMin);
-        EXPECT_EQ(s.vMax, c.vMax);
-        EXPECT_EQ(s.scrollX, c.scroll.x);
-        EXPECT_EQ(s.scrollY, c.scroll.y);
-        EXPECT_EQ(s.windowOrgX, c.windowOrg.x);
-        EXPECT_EQ(s.windowOrgY, c.windowOrg.y);
-        // The stored origins are what the DC converts.
-        POINT device{0, 0}, logical{0, 0};
-        LPtoDP(dc.get(), &device, 1);
-        DPtoLP(dc.get(), &logical, 1);
-        EXPECT_EQ(s.originDevice.x, device.x);
-        EXPECT_EQ(s.originLogical.y, logical.y);
+    for (const auto& [record, expected] : cases) {
+        VXDISPLAYSTATE s = record;
+        // As a start settles: recompute, clamp, and recompute again when the clamp moved.
+        vx::display::Recompute(dc.get(), s);
+        if (vx::display::ClampScroll(s)) vx::display::Recompute(dc.get(), s);
+        EXPECT_EQ(Read(dc.get(), s), expected) << s.imageWidth << " x " << s.imageHeight << " flags " << s.flags;
     }
 }
 
-TEST(DisplayMapping, SnapStepsWholeZoomedPixelsAndReachesTheEnds) {
-    // old, target, limits, step -> snapped (before the clamp)
-    struct Case { LONG old; int64_t target; LONG low, high, step, snapped; };
-    const Case cases[] = {
-        {0, 8, 0, 456, 16, 0},        // less than one zoomed pixel: stays
-        {0, 472, 0, 456, 16, 464},    // thumb on the end plus a step: past the end, clamped later
-        {0, 5000, 0, 456, 16, 464},   // at most one step beyond the end
-        {100, -5000, 0, 456, 16, -12},
-        {-1, 3, -1, -1, 1, 0},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(vx::display::SnapScroll(c.old, c.target, c.low, c.high, c.step), c.snapped) << c.old << " -> " << c.target;
-}
-
-uint32_t Inverted(uint32_t rgb) { return rgb ^ 0xFFFFFFu; }
-COLORREF AsColorref(uint32_t rgb) { return RGB(rgb >> 16, rgb >> 8 & 0xFF, rgb & 0xFF); }
+uint32_t AsRgb(COLORREF c) { return uint32_t(GetRValue(c)) << 16 | uint32_t(GetGValue(c)) << 8 | GetBValue(c); }
 
 TEST(DisplayDraw, DibAndBitmapLandAtTheMappedPositions) {
     const Bytes bytes = SeededDib(23, 17, 24, 5);
@@ -132,11 +82,8 @@ TEST(DisplayDraw, DibAndBitmapLandAtTheMappedPositions) {
             vx::MemoryDC canvas;
             vx::OwnedObject<HBITMAP> target(CreateBitmap(80, 40, 1, 32, nullptr));
             vx::ObjectSelection selected(canvas.get(), target.get());
-            vx::OwnedObject<HBRUSH> gray(CreateSolidBrush(AsColorref(kGray)));
-            {
-                vx::ObjectSelection brush(canvas.get(), gray.get());
-                PatBlt(canvas.get(), 0, 0, 80, 40, PATCOPY);
-            }
+            vx::ObjectSelection gray(canvas.get(), GetStockObject(LTGRAY_BRUSH));
+            PatBlt(canvas.get(), 0, 0, 80, 40, PATCOPY);
             VXDISPLAYSTATE s = Record(23, 17, 80, 40, {3, 1, 2, 1}, flags);
             s.bitsPerPixel = 24;
             s.dib = dib;
@@ -147,19 +94,8 @@ TEST(DisplayDraw, DibAndBitmapLandAtTheMappedPositions) {
             RestoreDC(canvas.get(), level);
             EXPECT_EQ(DisplayDIBImageDC(canvas.get(), &s), flags);
             EXPECT_EQ(s.scrollX, -1);
-            int wrong = 0;
-            for (int y = 0; y < 40; ++y)
-                for (int x = 0; x < 80; ++x) {
-                    const int ix = ZoomedSource(x, -s.originDevice.x, 3), iy = ZoomedSource(y, -s.originDevice.y, 2);
-                    uint32_t expected = kGray;
-                    if (ix >= 0 && iy >= 0 && ix < 23 && iy < 17) {
-                        expected = DibRgb(bytes, ix, iy);
-                        if (flags & DISPLAY_INVERT) expected = Inverted(expected);
-                    }
-                    if (GetPixel(canvas.get(), x, y) != AsColorref(expected) && wrong++ < 5)
-                        ADD_FAILURE() << "pixel " << x << ", " << y;
-                }
-            EXPECT_EQ(wrong, 0);
+            const auto read = [&](int x, int y) { return AsRgb(GetPixel(canvas.get(), x, y)); };
+            EXPECT_EQ(WrongPixels(read, 80, 40, s.originDevice, 3, 2, bytes, flags & DISPLAY_INVERT, kGray), 0);
         }
 }
 
@@ -198,28 +134,35 @@ struct DisplayWindow {
         }
     }};
     DisplayWindow() { DisplayWmCreate(window.get(), 0, 0, &s); }
+    ~DisplayWindow() { DisplayWmDestroy(window.get(), 0, 0, &s); }
 };
+#define DISPLAY_WINDOW(d) \
+    DisplayWindow d;      \
+    if (!d.window) GTEST_SKIP() << "no window layer"
+
+int WindowWrongPixels(const DisplayWindow& d, const Bytes& dib, int zoom, bool inverted) {
+    const RECT client = d.window.client();
+    const std::vector<uint32_t> pixels = d.window.pixels();
+    const auto read = [&](int x, int y) { return d.window.pixel(pixels, x, y); };
+    return WrongPixels(read, client.right, client.bottom, d.s.originDevice, zoom, zoom, dib, inverted, kGray);
+}
 
 TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
-    DisplayWindow d;
-    if (!d.window) GTEST_SKIP() << "no window layer";
-    struct Case { int zoom, width, height; LONG line; };
-    for (const Case c : {Case{1, 400, 20, 8}, Case{16, 40, 5, 16}}) {
+    DISPLAY_WINDOW(d);
+    // line: a line step; set: where DisplaySetScrollPos(123, 0) lands from the end.
+    struct Case { int zoom, width, height; LONG line, set; };
+    for (const Case c : {Case{1, 400, 20, 8, 123}, Case{16, 40, 5, 16, 136}}) {
         SCOPED_TRACE(c.zoom);
         const Bytes bytes = SeededDib(c.width, c.height, 24, 9);
         Block dib(BlockFrom(bytes));
         const int zoom[4] = {c.zoom, 1, c.zoom, 1};
         EXPECT_EQ(DisplayDIBStart(d.window.get(), dib.get(), nullptr, zoom, 0, &d.s), 0u);
         d.window.pump();
-        const RECT client = d.window.client();
-        EXPECT_EQ(d.s.client.right, client.right);
-        EXPECT_EQ(d.s.hMin, 0);
-        EXPECT_EQ(d.s.hMax, c.width * c.zoom - client.right);
-        EXPECT_EQ(d.s.vMin, -1);
+        const LONG clientWidth = d.window.client().right;
         int low = 0, high = 0;
         GetScrollRange(d.window.get(), SB_HORZ, &low, &high);
-        EXPECT_EQ(low, d.s.hMin);
-        EXPECT_EQ(high, d.s.hMax);
+        EXPECT_EQ((std::array<LONG, 6>{d.s.client.right, d.s.hMin, d.s.hMax, d.s.vMin, low, high}),
+                  (std::array<LONG, 6>{clientWidth, 0, c.width * c.zoom - clientWidth, -1, 0, d.s.hMax}));
 
         EXPECT_EQ(DisplayWmHorzScroll(d.window.get(), SB_LINERIGHT, 0, &d.s), 0);
         EXPECT_EQ(d.s.scrollX, c.line);
@@ -228,25 +171,32 @@ TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
         EXPECT_EQ(d.s.scrollX, d.s.hMax);
         EXPECT_EQ(GetScrollPos(d.window.get(), SB_HORZ), d.s.hMax);
         d.window.pump();
+        EXPECT_EQ(WindowWrongPixels(d, bytes, c.zoom, false), 0);
 
-        const std::vector<uint32_t> pixels = d.window.pixels();
-        int wrong = 0;
-        for (int y = 0; y < client.bottom; ++y)
-            for (int x = 0; x < client.right; ++x) {
-                const int ix = ZoomedSource(x, -d.s.originDevice.x, c.zoom);
-                const int iy = ZoomedSource(y, -d.s.originDevice.y, c.zoom);
-                const bool inside = ix >= 0 && iy >= 0 && ix < c.width && iy < c.height;
-                const uint32_t expected = inside ? DibRgb(bytes, ix, iy) : kGray;
-                if (d.window.pixel(pixels, x, y) != expected && wrong++ < 5) ADD_FAILURE() << "pixel " << x << ", " << y;
-            }
-        EXPECT_EQ(wrong, 0);
-        DisplayWmDestroy(d.window.get(), 0, 0, &d.s);
+        POINT to{123, 0};
+        EXPECT_EQ(DisplaySetScrollPos(d.window.get(), &d.s, &to), 0);
+        EXPECT_EQ(d.s.scrollX, c.set);
+        d.window.pump();
+        EXPECT_EQ(WindowWrongPixels(d, bytes, c.zoom, false), 0);
+    }
+}
+
+TEST(DisplayWindowCalls, CentredInvertedImagePaintsOverTheClassBackground) {
+    DISPLAY_WINDOW(d);
+    for (const auto& [width, height, zoom] : {std::tuple{1, 1, 16}, std::tuple{31, 17, 3}}) {
+        const Bytes bytes = SeededDib(width, height, 24, 2);
+        Block dib(BlockFrom(bytes));
+        const int ratio[4] = {zoom, 1, zoom, 1};
+        DisplayDIBStart(d.window.get(), dib.get(), nullptr, ratio, DISPLAY_CENTER | DISPLAY_INVERT, &d.s);
+        d.window.pump();
+        EXPECT_LT(d.s.centreX, 0);
+        EXPECT_EQ(d.s.scrollY, -1);
+        EXPECT_EQ(WindowWrongPixels(d, bytes, zoom, true), 0) << width << " x " << height;
     }
 }
 
 TEST(DisplayWindowCalls, DestroyDeletesOnlyWhatTheEngineMade) {
-    DisplayWindow d;
-    if (!d.window) GTEST_SKIP() << "no window layer";
+    DISPLAY_WINDOW(d);
     Block dib(BlockFrom(SeededDib(30, 20, 8, 3)));
     DisplayDIBStart(d.window.get(), dib.get(), nullptr, nullptr, DISPLAY_MAKEBITMAP, &d.s);
     const HPALETTE made = d.s.palette;
@@ -271,8 +221,7 @@ TEST(DisplayWindowCalls, DestroyDeletesOnlyWhatTheEngineMade) {
 }
 
 TEST(DisplayWindowCalls, SizeMessageDuringASizeMessageIsIgnored) {
-    DisplayWindow d;
-    if (!d.window) GTEST_SKIP() << "no window layer";
+    DISPLAY_WINDOW(d);
     Block dib(BlockFrom(SeededDib(400, 20, 24, 4)));
     DisplayDIBStart(d.window.get(), dib.get(), nullptr, nullptr, 0, &d.s);
     d.window.pump();
@@ -283,7 +232,6 @@ TEST(DisplayWindowCalls, SizeMessageDuringASizeMessageIsIgnored) {
     DisplayWmSize(d.window.get(), 0, 0, &d.s);
     EXPECT_GT(d.window.client().bottom, withBar.bottom);
     EXPECT_EQ(d.s.client.bottom, withBar.bottom);
-    DisplayWmDestroy(d.window.get(), 0, 0, &d.s);
 }
 
 }  // namespace
