@@ -58,8 +58,10 @@ private:
     int level_;
 };
 
-LONG ClientWidth(const VXDISPLAYSTATE& s) { return s.client.right - s.client.left; }
-LONG ClientHeight(const VXDISPLAYSTATE& s) { return s.client.bottom - s.client.top; }
+// Differences wrap as 32-bit values: a record is the caller's memory and may hold anything.
+LONG Difference(LONG a, LONG b) { return static_cast<LONG>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
+LONG ClientWidth(const VXDISPLAYSTATE& s) { return Difference(s.client.right, s.client.left); }
+LONG ClientHeight(const VXDISPLAYSTATE& s) { return Difference(s.client.bottom, s.client.top); }
 
 void DeleteOwned(VXDISPLAYSTATE& s, LONG bit) {
     if (!(s.owned & bit)) return;
@@ -112,7 +114,7 @@ VX_EXACT_DOUBLES LONG DpiFromPelsPerMetre(int32_t pels, LONG device) {
 }
 
 // The common part of both starts, from the filled record on: map, place the requested
-// position, settle the scroll position, report the origins, show the bars, repaint.
+// position, settle the scroll position and report the origins.
 void Settle(HDC dc, int* position, VXDISPLAYSTATE& s) {
     {
         SavedDC saved(dc);
@@ -121,8 +123,8 @@ void Settle(HDC dc, int* position, VXDISPLAYSTATE& s) {
             SetWindowOrgEx(dc, 0, 0, nullptr);
             POINT p{position[0], position[1]};
             LPtoDP(dc, &p, 1);
-            s.scrollX = static_cast<LONG>(static_cast<uint32_t>(p.x) - static_cast<uint32_t>(s.centreX));
-            s.scrollY = static_cast<LONG>(static_cast<uint32_t>(p.y) - static_cast<uint32_t>(s.centreY));
+            s.scrollX = Difference(p.x, s.centreX);
+            s.scrollY = Difference(p.y, s.centreY);
         }
         Recompute(dc, s);
         if (ClampScroll(s)) Recompute(dc, s);
@@ -166,7 +168,11 @@ RECT Intersection(const RECT& a, const RECT& b) {
     return r;
 }
 
-RECT Widened(const RECT& r) { return {r.left - 1, r.top - 1, r.right + 1, r.bottom + 1}; }
+// One unit wider on every side, kept within 32 bits (a mapping that overflowed answers INT_MIN).
+RECT Widened(const RECT& r) {
+    const auto widen = [](LONG v, int by) { return static_cast<LONG>(std::clamp<int64_t>(int64_t{v} + by, INT32_MIN, INT32_MAX)); };
+    return {widen(r.left, -1), widen(r.top, -1), widen(r.right, 1), widen(r.bottom, 1)};
+}
 
 // Draws the record's image into `dc` with the record's mapping: the part of it within `target`
 // (device units; none: the clip box, or the client rectangle when that is empty).
@@ -289,12 +295,25 @@ void ScrollMessage(HWND window, WPARAM wParam, VXDISPLAYSTATE& s, Axis axis) {
             ClampScroll(s);
         }
         if (position == old) return;
-        const auto moved = static_cast<LONG>(static_cast<uint32_t>(old) - static_cast<uint32_t>(position));
+        const LONG moved = Difference(old, position);
         ScrollDC(dc.get(), vertical ? 0 : moved, vertical ? moved : 0, &s.client, &s.client, nullptr, &uncovered);
     }
     UpdateScrollBar(window, s, vertical ? SB_VERT : SB_HORZ);
     InvalidateRect(window, &uncovered, FALSE);
     UpdateWindow(window);
+}
+
+// The part of the update rectangle a move by `delta` uncovered on one axis: the first
+// `delta` columns (rows) for a move right (down), the last ones for a move left (up).
+RECT UncoveredStrip(const RECT& update, LONG delta, bool horizontal) {
+    RECT strip = update;
+    LONG& low = horizontal ? strip.left : strip.top;
+    LONG& high = horizontal ? strip.right : strip.bottom;
+    if (delta > 0)
+        high = static_cast<LONG>(std::min<int64_t>(high, int64_t{low} + delta));
+    else
+        low = static_cast<LONG>(std::max<int64_t>(low, int64_t{high} + delta));
+    return strip;
 }
 
 // Repaints one uncovered strip at once and takes it out of what is left to repaint.
@@ -481,30 +500,16 @@ VXAPI int VXCALL DisplaySetScrollPos(HWND hWnd, VXDISPLAYSTATE* state, LPPOINT p
             s.scrollY = SnapScroll(old.y, point->y, s.vMin, s.vMax, steps.cy);
             ClampScroll(s);
         }
-        dx = static_cast<LONG>(static_cast<uint32_t>(old.x) - static_cast<uint32_t>(s.scrollX));
-        dy = static_cast<LONG>(static_cast<uint32_t>(old.y) - static_cast<uint32_t>(s.scrollY));
+        dx = Difference(old.x, s.scrollX);
+        dy = Difference(old.y, s.scrollY);
         if (dx == 0 && dy == 0) return 0;
         ScrollDC(dc.get(), dx, dy, &s.client, &s.client, rest.get(), &update);
     }
     // What the scroll uncovered is repainted strip by strip, each axis's strip at once, then
     // whatever else the update region holds.
     ValidateRgn(hWnd, rest.get());
-    if (dx != 0) {
-        RECT strip = update;
-        if (dx > 0)
-            strip.right = std::min(update.right, update.left + dx);
-        else
-            strip.left = std::max(update.left, update.right + dx);
-        RepaintStrip(hWnd, strip, rest.get());
-    }
-    if (dy != 0) {
-        RECT strip = update;
-        if (dy > 0)
-            strip.bottom = std::min(update.bottom, update.top + dy);
-        else
-            strip.top = std::max(update.top, update.bottom + dy);
-        RepaintStrip(hWnd, strip, rest.get());
-    }
+    if (dx != 0) RepaintStrip(hWnd, UncoveredStrip(update, dx, true), rest.get());
+    if (dy != 0) RepaintStrip(hWnd, UncoveredStrip(update, dy, false), rest.get());
     InvalidateRgn(hWnd, rest.get(), FALSE);
     UpdateWindow(hWnd);
     UpdateScrollBars(hWnd, s);

@@ -35,8 +35,10 @@
 namespace vx::display {
 namespace {
 
-LONG ClientWidth(const VXDISPLAYSTATE& s) { return s.client.right - s.client.left; }
-LONG ClientHeight(const VXDISPLAYSTATE& s) { return s.client.bottom - s.client.top; }
+// Differences wrap as 32-bit values: a record is the caller's memory and may hold anything.
+LONG Difference(LONG a, LONG b) { return static_cast<LONG>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
+LONG ClientWidth(const VXDISPLAYSTATE& s) { return Difference(s.client.right, s.client.left); }
+LONG ClientHeight(const VXDISPLAYSTATE& s) { return Difference(s.client.bottom, s.client.top); }
 
 // A clean anisotropic mapping: MM_TEXT in between resets both extents to 1 (setting
 // MM_ANISOTROPIC again while in it would keep the old extents).
