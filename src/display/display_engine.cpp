@@ -324,7 +324,11 @@ void RepaintStrip(HWND window, const RECT& strip, HRGN rest) {
     if (stripRegion) CombineRgn(rest, rest, stripRegion.get(), RGN_DIFF);
 }
 
-bool IsDC(HDC dc) { return dc != nullptr && GetMapMode(dc) != 0; }
+// A device context of any kind: window, memory, printer or metafile.
+bool IsDC(HDC dc) {
+    const DWORD type = dc != nullptr ? GetObjectType(dc) : 0;
+    return type == OBJ_DC || type == OBJ_MEMDC || type == OBJ_METADC || type == OBJ_ENHMETADC;
+}
 
 }  // namespace
 }  // namespace vx::display

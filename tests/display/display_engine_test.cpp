@@ -122,6 +122,9 @@ TEST(DisplayCalls, BadInputHasItsDefinedAnswer) {
     EXPECT_EQ(SetLowMemStretch(0), 5);
 }
 
+// The window tests need real windows: Windows' (under Wine), and natively the library's own
+// window layer, which is not part of this tree yet.
+#ifdef _WIN32
 // A test window whose messages go to the display handlers of one record.
 struct DisplayWindow {
     VXDISPLAYSTATE s{};
@@ -138,7 +141,7 @@ struct DisplayWindow {
 };
 #define DISPLAY_WINDOW(d) \
     DisplayWindow d;      \
-    if (!d.window) GTEST_SKIP() << "no window layer"
+    ASSERT_TRUE(d.window)
 
 int WindowWrongPixels(const DisplayWindow& d, const Bytes& dib, int zoom, bool inverted) {
     const RECT client = d.window.client();
@@ -233,5 +236,7 @@ TEST(DisplayWindowCalls, SizeMessageDuringASizeMessageIsIgnored) {
     EXPECT_GT(d.window.client().bottom, withBar.bottom);
     EXPECT_EQ(d.s.client.bottom, withBar.bottom);
 }
+
+#endif  // _WIN32
 
 }  // namespace
