@@ -170,7 +170,9 @@ RECT Intersection(const RECT& a, const RECT& b) {
 
 // One unit wider on every side, kept within 32 bits (a mapping that overflowed answers INT_MIN).
 RECT Widened(const RECT& r) {
-    const auto widen = [](LONG v, int by) { return static_cast<LONG>(std::clamp<int64_t>(int64_t{v} + by, INT32_MIN, INT32_MAX)); };
+    const auto widen = [](LONG v, int by) {
+        return static_cast<LONG>(std::clamp<int64_t>(int64_t{v} + by, INT32_MIN, INT32_MAX));
+    };
     return {widen(r.left, -1), widen(r.top, -1), widen(r.right, 1), widen(r.bottom, 1)};
 }
 
@@ -342,8 +344,8 @@ VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette, c
                                 const int* zoom, DWORD flags, VXDISPLAYSTATE* state) {
     if (state == nullptr || hWnd == nullptr || !IsWindow(hWnd)) return 0;
     BITMAP description{};
-    if (hBitmap == nullptr || GetObjectA(hBitmap, sizeof description, &description) != static_cast<int>(sizeof description))
-        return 0;
+    const int described = hBitmap != nullptr ? GetObjectA(hBitmap, sizeof description, &description) : 0;
+    if (described != static_cast<int>(sizeof description)) return 0;
     VXDISPLAYSTATE& s = *state;
     PrepareStart(hWnd, flags, s);
     {

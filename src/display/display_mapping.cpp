@@ -35,8 +35,9 @@
 namespace vx::display {
 namespace {
 
-// Differences wrap as 32-bit values: a record is the caller's memory and may hold anything.
+// Sums and differences wrap as 32-bit values: a record is the caller's memory and may hold anything.
 LONG Difference(LONG a, LONG b) { return static_cast<LONG>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
+LONG Sum(LONG a, LONG b) { return static_cast<LONG>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
 LONG ClientWidth(const VXDISPLAYSTATE& s) { return Difference(s.client.right, s.client.left); }
 LONG ClientHeight(const VXDISPLAYSTATE& s) { return Difference(s.client.bottom, s.client.top); }
 
@@ -147,8 +148,7 @@ void MapDisplay(HDC dc, VXDISPLAYSTATE& s, bool reset) {
         }
     }
 
-    const POINT windowOrigin = ToLogical(dc, static_cast<LONG>(static_cast<uint32_t>(s.centreX) + static_cast<uint32_t>(s.scrollX)),
-                                         static_cast<LONG>(static_cast<uint32_t>(s.centreY) + static_cast<uint32_t>(s.scrollY)));
+    const POINT windowOrigin = ToLogical(dc, Sum(s.centreX, s.scrollX), Sum(s.centreY, s.scrollY));
     SetWindowOrgEx(dc, windowOrigin.x, windowOrigin.y, nullptr);
     if (reset) {
         s.windowOrgX = windowOrigin.x;

@@ -74,8 +74,8 @@ uint32_t AsRgb(COLORREF c) { return uint32_t(GetRValue(c)) << 16 | uint32_t(GetG
 
 TEST(DisplayDraw, DibAndBitmapLandAtTheMappedPositions) {
     const Bytes bytes = SeededDib(23, 17, 24, 5);
-    const HDIB dib = BlockFrom(bytes);
-    Block keep(dib);
+    Block block(BlockFrom(bytes));
+    const HDIB dib = block.get();
     for (const bool throughBitmap : {false, true})
         for (const DWORD flags : {0u, DISPLAY_INVERT}) {
             SCOPED_TRACE(testing::Message() << (throughBitmap ? "bitmap" : "dib") << " flags " << flags);
@@ -85,10 +85,8 @@ TEST(DisplayDraw, DibAndBitmapLandAtTheMappedPositions) {
             vx::ObjectSelection gray(canvas.get(), GetStockObject(LTGRAY_BRUSH));
             PatBlt(canvas.get(), 0, 0, 80, 40, PATCOPY);
             VXDISPLAYSTATE s = Record(23, 17, 80, 40, {3, 1, 2, 1}, flags);
-            s.bitsPerPixel = 24;
-            s.dib = dib;
             vx::OwnedObject<HBITMAP> bitmap(throughBitmap ? ConvertDIBToBitmap(dib) : nullptr);
-            s.bitmap = bitmap.get();
+            s.bitsPerPixel = 24, s.dib = dib, s.bitmap = bitmap.get();
             const int level = SaveDC(canvas.get());
             vx::display::Recompute(canvas.get(), s);  // the limits the clamp uses
             RestoreDC(canvas.get(), level);
@@ -117,9 +115,7 @@ TEST(DisplayCalls, BadInputHasItsDefinedAnswer) {
     EXPECT_EQ(MapDisplayDC(dc.get(), nullptr), 0u);
     EXPECT_EQ(MapDisplayDC(nullptr, &s), 0u);
     EXPECT_EQ(s.flags, 0u);  // nothing above wrote the record
-    EXPECT_EQ(SetLowMemStretch(5), 0);
-    EXPECT_EQ(GetLowMemStretch(), 5);
-    EXPECT_EQ(SetLowMemStretch(0), 5);
+    EXPECT_EQ((std::array{SetLowMemStretch(5), GetLowMemStretch(), SetLowMemStretch(0)}), (std::array{0, 5, 5}));
 }
 
 // The window tests need real windows: Windows' (under Wine), and natively the library's own
@@ -139,9 +135,7 @@ struct DisplayWindow {
     DisplayWindow() { DisplayWmCreate(window.get(), 0, 0, &s); }
     ~DisplayWindow() { DisplayWmDestroy(window.get(), 0, 0, &s); }
 };
-#define DISPLAY_WINDOW(d) \
-    DisplayWindow d;      \
-    ASSERT_TRUE(d.window)
+#define DISPLAY_WINDOW(d) DisplayWindow d; ASSERT_TRUE(d.window)
 
 int WindowWrongPixels(const DisplayWindow& d, const Bytes& dib, int zoom, bool inverted) {
     const RECT client = d.window.client();
@@ -168,11 +162,9 @@ TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
                   (std::array<LONG, 6>{clientWidth, 0, c.width * c.zoom - clientWidth, -1, 0, d.s.hMax}));
 
         EXPECT_EQ(DisplayWmHorzScroll(d.window.get(), SB_LINERIGHT, 0, &d.s), 0);
-        EXPECT_EQ(d.s.scrollX, c.line);
-        EXPECT_EQ(GetScrollPos(d.window.get(), SB_HORZ), c.line);
+        EXPECT_EQ((std::array<LONG, 2>{d.s.scrollX, GetScrollPos(d.window.get(), SB_HORZ)}), (std::array{c.line, c.line}));
         DisplayWmHorzScroll(d.window.get(), static_cast<WPARAM>(SB_THUMBPOSITION | d.s.hMax << 16), 0, &d.s);
-        EXPECT_EQ(d.s.scrollX, d.s.hMax);
-        EXPECT_EQ(GetScrollPos(d.window.get(), SB_HORZ), d.s.hMax);
+        EXPECT_EQ((std::array<LONG, 2>{d.s.scrollX, GetScrollPos(d.window.get(), SB_HORZ)}), (std::array{d.s.hMax, d.s.hMax}));
         d.window.pump();
         EXPECT_EQ(WindowWrongPixels(d, bytes, c.zoom, false), 0);
 
@@ -207,8 +199,7 @@ TEST(DisplayWindowCalls, DestroyDeletesOnlyWhatTheEngineMade) {
     EXPECT_EQ(d.s.owned, DISPLAY_OWNS_BITMAP | DISPLAY_OWNS_PALETTE);
     EXPECT_EQ(d.s.flags & DISPLAY_MAKEBITMAP, 0u);
     DisplayWmDestroy(d.window.get(), 0, 0, &d.s);
-    EXPECT_EQ(GetObjectType(made), 0u);
-    EXPECT_EQ(GetObjectType(madeBitmap), 0u);
+    EXPECT_EQ(GetObjectType(made) | GetObjectType(madeBitmap), 0u);
     EXPECT_EQ(d.s.palette, nullptr);
 
     vx::OwnedObject<HPALETTE> callers(CreateDIBPalette(dib.get()));

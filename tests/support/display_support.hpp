@@ -1,7 +1,7 @@
 // display_support.hpp - helpers the display tests share: DibRgb, the colour of one pixel of a
 // 24-bit bottom-up DIB as 0x00RRGGBB (TestWindow::pixels' form), and WrongPixels, which counts
-// (and reports the first few of) the pixels of a surface that do not show that DIB drawn at
-// a device origin with integer zoom factors, `background` around it.
+// and reports the pixels read(x, y) gives that do not show that DIB drawn at a device origin
+// with integer zoom factors (inverted: NOT source), `background` elsewhere.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,14 +19,12 @@ inline uint32_t DibRgb(const Bytes& dib, int x, int y) {
     return uint32_t(dib.at(at + 2)) << 16 | uint32_t(dib.at(at + 1)) << 8 | dib.at(at);
 }
 
-// read(x, y) gives a surface pixel as 0x00RRGGBB; `inverted` expects NOT source.
 inline int WrongPixels(const std::function<uint32_t(int, int)>& read, int width, int height, POINT origin, int zoomX,
                        int zoomY, const Bytes& dib, bool inverted, uint32_t background) {
     const int dibWidth = static_cast<int>(GetU32(dib, 4)), dibHeight = static_cast<int>(GetU32(dib, 8));
     int wrong = 0;
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
-            // Floor division: the pixels left of or above the origin are outside the image.
             const int ix = x >= origin.x ? (x - origin.x) / zoomX : -1, iy = y >= origin.y ? (y - origin.y) / zoomY : -1;
             uint32_t expected = background;
             if (ix >= 0 && iy >= 0 && ix < dibWidth && iy < dibHeight)
