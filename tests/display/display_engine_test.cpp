@@ -118,9 +118,6 @@ TEST(DisplayCalls, BadInputHasItsDefinedAnswer) {
     EXPECT_EQ((std::array{SetLowMemStretch(5), GetLowMemStretch(), SetLowMemStretch(0)}), (std::array{0, 5, 5}));
 }
 
-// The window tests need real windows: Windows' (under Wine), and natively the library's own
-// window layer, which is not part of this tree yet.
-#ifdef _WIN32
 // A test window whose messages go to the display handlers of one record.
 struct DisplayWindow {
     VXDISPLAYSTATE s{};
@@ -228,6 +225,5 @@ TEST(DisplayWindowCalls, SizeMessageDuringASizeMessageIsIgnored) {
     EXPECT_EQ(d.s.client.bottom, withBar.bottom);
 }
 
-#endif  // _WIN32
 
 }  // namespace
