@@ -97,7 +97,22 @@ void Viewer::restart(const POINT* topLeft, const VXZOOMRATIO& zoom, DWORD flags)
     }
     const int ratio[4] = {zoom.xMul, zoom.xDiv, zoom.yMul, zoom.yDiv};
     DisplayDIBStart(window_, image_.get(), topLeft != nullptr ? position : nullptr, ratio, flags, &state_);
+    syncClient();
     updateTitle();
+}
+
+// Showing a scroll bar shrinks the client area and sends WM_SIZE; when that happens inside the
+// size handler (the other bar appearing as the first one is set), the handler ignores it, on
+// Windows as here, and the record keeps the client size it started with. So after every
+// change the record is brought to the real client size (twice at most: the second pass can
+// only confirm the bars the first one set).
+void Viewer::syncClient() {
+    for (int pass = 0; pass < 2; ++pass) {
+        const RECT client = clientRect();
+        if (EqualRect(&client, &state_.client)) break;
+        DisplayWmSize(window_, SIZE_RESTORED, MAKELPARAM(client.right, client.bottom), &state_);
+    }
+    InvalidateRect(window_, nullptr, FALSE);
 }
 
 void Viewer::updateTitle() {
@@ -154,6 +169,7 @@ void Viewer::finishBand(POINT end) {
     // bring the named point to the top-left and repaint everything at the new scale.
     const RECT client = clientRect();
     DisplayWmSize(window_, SIZE_RESTORED, MAKELPARAM(client.right, client.bottom), &state_);
+    syncClient();
     scrollToLogical(POINT{band_.newScrollX, band_.newScrollY});
     InvalidateRect(window_, nullptr, TRUE);
     UpdateWindow(window_);
@@ -214,7 +230,7 @@ bool Viewer::handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam, LRE
         // A new client size moves a fitted, stretched or centred image, and the handler only
         // recomputes: the whole client is painted again.
         DisplayWmSize(window, wParam, lParam, &state_);
-        InvalidateRect(window, nullptr, FALSE);
+        syncClient();
         return true;
     case WM_ERASEBKGND:
         result = 1;  // the paint handler fills what the image leaves

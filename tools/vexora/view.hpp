@@ -94,6 +94,7 @@ private:
     void stopLens();
     void scroll(UINT message, int code, int times = 1);
     void updateTitle();
+    void syncClient();
     RECT clientRect() const;
 
     Dib image_;
