@@ -7,24 +7,20 @@
 
 namespace {
 
-using vx::display::CppInput;
-using vx::display::LayOutCppView;
 using namespace vxtest;
 
-struct CppCase {
-    const char* name;
-    int clientW, clientH, imageW, imageH, dpi;
-    std::vector<int> zoom;  // empty: none
-    DWORD flags;
-    VXVIEW view;
-    DWORD flagsOut;
-    RECT source, destination;
-    int rangeX, rangeY, positionX, positionY;
-    LONG viewX, viewY;  // after the layout (views that scroll)
-};
-
 TEST(CppViewLayout, Cases) {
-    const CppCase cases[] = {
+    struct Case {
+        const char* name;
+        int clientW, clientH, imageW, imageH, dpi;
+        std::vector<int> zoom;
+        DWORD flags;
+        VXVIEW view;
+        DWORD flagsOut;
+        RECT source, destination;
+        int rangeX, rangeY, positionX, positionY;
+        LONG viewX, viewY;
+    } cases[] = {
         {"a thumb at 50 of a 100-dpi image is half an inch in", 40, 40, 100, 100, 100, {}, 0, {-1, -1, 50, 50}, 0,
          {50, 50, 90, 90}, {0, 0, 40, 40}, 60, 60, 50, 50, 50, 50},
         {"true size scales 100 dpi to 96", 40, 40, 100, 100, 100, {}, DISPLAY_TRUESIZE, {-1, -1, 50, 50},
@@ -43,91 +39,65 @@ TEST(CppViewLayout, Cases) {
          {0, 0, 30, 20}, {35, 40, 65, 60}, 0, 0, 0, 0, 0, 0},
         {"the far end at zoom 2 is drawn flush with the edge", 75, 10, 100, 5, 96, {2, 1, 2, 1}, 0, {90, 0, 0, 0}, 0,
          {62, 0, 100, 5}, {-1, 0, 75, 10}, 65, 0, 65, 0, 63, 0},
-        {"a window of zero size draws nothing", 0, 0, 10, 10, 96, {}, 0, {3, 3, 0, 0}, 0, {3, 3, 3, 3},
+        {"a window of zero size keeps the position", 0, 0, 10, 10, 96, {}, 0, {3, 3, 0, 0}, 0, {3, 3, 3, 3},
          {0, 0, 0, 0}, 10, 10, 3, 3, 3, 3},
         {"a 1 x 1 image at zoom 3", 100, 100, 1, 1, 96, {3, 1, 3, 1}, 0, {0, 0, 0, 0}, 0, {0, 0, 1, 1},
          {0, 0, 3, 3}, 0, 0, 0, 0, 0, 0},
         {"a 60000-pixel row scrolled past its end", 100, 1, 60000, 1, 96, {}, 0, {59990, 0, 0, 0}, 0,
          {59900, 0, 60000, 1}, {0, 0, 100, 1}, 62396, 0, 62396, 0, 59900, 0},
-        {"a negative move stops at the start", 50, 50, 100, 100, 96, {}, 0, {0, 2, -500, -7}, 0, {0, 0, 50, 50},
-         {0, 0, 50, 50}, 52, 52, 0, 0, 0, 0},
-        {"zero zoom terms mean 1:1", 50, 50, 100, 100, 96, {0, 0, 2, 0}, 0, {0, 0, 0, 0}, 0, {0, 0, 50, 50},
-         {0, 0, 50, 50}, 52, 52, 0, 0, 0, 0},
+        {"a negative move stops at the start; zero zoom terms are 1:1", 50, 50, 100, 100, 96, {0, 0, 2, 0}, 0,
+         {0, 2, -500, -7}, 0, {0, 0, 50, 50}, {0, 0, 50, 50}, 52, 52, 0, 0, 0, 0},
     };
-    for (const CppCase& c : cases) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        CppInput in;
-        in.clientWidth = c.clientW;
-        in.clientHeight = c.clientH;
-        in.imageWidth = c.imageW;
-        in.imageHeight = c.imageH;
-        in.imageDpiX = in.imageDpiY = c.dpi;
-        in.zoom = c.zoom.empty() ? nullptr : c.zoom.data();
-        in.flags = c.flags;
+        vx::display::CppInput in{c.clientW, c.clientH, c.imageW, c.imageH, c.dpi, c.dpi, 96, 96,
+                                 c.zoom.empty() ? nullptr : c.zoom.data(), c.flags};
         VXVIEW view = c.view;
-        const auto out = LayOutCppView(in, view);
+        const auto out = vx::display::LayOutCppView(in, view);
         EXPECT_EQ(out.flags, c.flagsOut);
-        EXPECT_TRUE(SameRect(out.source, c.source)) << out.source.left << "," << out.source.top << ","
-                                                        << out.source.right << "," << out.source.bottom;
-        EXPECT_TRUE(SameRect(out.destination, c.destination))
-            << out.destination.left << "," << out.destination.top << "," << out.destination.right << ","
-            << out.destination.bottom;
-        EXPECT_EQ(out.rangeX, c.rangeX);
-        EXPECT_EQ(out.rangeY, c.rangeY);
-        EXPECT_EQ(out.positionX, c.positionX);
-        EXPECT_EQ(out.positionY, c.positionY);
-        EXPECT_EQ(view.x, c.viewX);
-        EXPECT_EQ(view.y, c.viewY);
-        if (out.scrolls) { EXPECT_EQ(view.dx | view.dy, 0); }
+        EXPECT_TRUE(SameRect(out.source, c.source));
+        EXPECT_TRUE(SameRect(out.destination, c.destination));
+        EXPECT_EQ((std::vector<int>{out.rangeX, out.rangeY, out.positionX, out.positionY, view.x, view.y}),
+                  (std::vector<int>{c.rangeX, c.rangeY, c.positionX, c.positionY, c.viewX, c.viewY}));
     }
 }
 
-// A window painted by DisplayCPPImage with a view and zoom the test changes in between.
+// A window painted by DisplayCPPImage with the view, zoom and DIB the test sets.
 struct CppWindow {
     PaintWindow window{220, 160};
     Block dib = PatternDib(300, 250);
     VXVIEW view{0, 0, 0, 0};
-    std::vector<int> zoom{1, 1, 1, 1};
-    DWORD flags = 0;
+    int zoom[4] = {1, 1, 1, 1};
 
-    RECT client() { return window.window().client(); }
-    // Lays the view out for the current client size, twice so that scroll bars that came or
-    // went are accounted for.
+    // Lays out for the current client, twice, so that scroll bars that came or went count.
     void size() {
-        for (int i = 0; i < 2; ++i) {
-            const RECT c = client();
-            DisplayCPPSize(window.get(), dib.get(), &view, zoom.data(), flags, MAKELPARAM(c.right, c.bottom));
-        }
+        for (int i = 0; i < 2; ++i)
+            DisplayCPPSize(window.get(), dib.get(), &view, zoom, 0, MAKELPARAM(window.client().right, window.client().bottom));
+    }
+    void scroll(bool horizontal, int code, int thumb = 0) {
+        (horizontal ? DisplayCPPHScroll : DisplayCPPVScroll)(window.get(), dib.get(), &view, zoom, 0, code, thumb);
     }
     std::vector<uint32_t> paint() {
-        return window.show([this](HWND w) { DisplayCPPImage(w, dib.get(), &view, zoom.data(), flags); });
+        return window.show([this](HWND w) { DisplayCPPImage(w, dib.get(), &view, zoom, 0); });
     }
 };
 
 TEST(CppView, PaintsTheDibFromTheThumbPositionAtZoom2) {
     CppWindow t;
     if (!t.window) GTEST_SKIP() << "no window layer on this platform yet";
-    t.zoom = {2, 1, 2, 1};
+    t.zoom[0] = t.zoom[2] = 2;
     t.size();
-    // Thumb 50 = half an inch of a 96-dpi image = 48 image pixels.
-    DisplayCPPHScroll(t.window.get(), t.dib.get(), &t.view, t.zoom.data(), 0, SB_THUMBPOSITION, 50);
-    // 30 lines down and 10 up: a line moves one image pixel either way, although it is one
-    // device pixel and the zoom is 2.
-    for (int i = 0; i < 40; ++i)
-        DisplayCPPVScroll(t.window.get(), t.dib.get(), &t.view, t.zoom.data(), 0, i < 30 ? SB_LINEDOWN : SB_LINEUP, 0);
+    t.scroll(true, SB_THUMBPOSITION, 50);  // half an inch of a 96-dpi image: 48 pixels
+    // 30 lines down and 10 up: each moves one image pixel, although a line is one device pixel.
+    for (int i = 0; i < 40; ++i) t.scroll(false, i < 30 ? SB_LINEDOWN : SB_LINEUP);
     EXPECT_EQ(t.view.x, 48);
     EXPECT_EQ(t.view.y, 20);
-    const RECT c = t.client();
     int low = -1, high = -1;
     GetScrollRange(t.window.get(), SB_HORZ, &low, &high);
-    EXPECT_EQ(low, 0);
-    EXPECT_EQ(high, static_cast<int>((600 - c.right) / 2.0 * 100 / 96 + 0.5));
+    EXPECT_EQ(high, static_cast<int>((600 - t.window.client().right) / 2.0 * 100 / 96 + 0.5));
     EXPECT_EQ(GetScrollPos(t.window.get(), SB_HORZ), 50);
     EXPECT_EQ(GetScrollPos(t.window.get(), SB_VERT), 21);  // 20 pixels at 96 dpi, rounded
-    const auto pixels = t.paint();
-    EXPECT_EQ(MismatchedPixels(t.window.window(), pixels, c.right, c.bottom, [](int x) { return 48 + x / 2; },
-                               [](int y) { return 20 + y / 2; }),
-              0);
+    EXPECT_EQ(t.window.mismatches(t.paint(), [](int x) { return 48 + x / 2; }, [](int y) { return 20 + y / 2; }), 0);
 }
 
 TEST(CppView, ScrollCodesMoveTheView) {
@@ -135,17 +105,13 @@ TEST(CppView, ScrollCodesMoveTheView) {
     if (!t.window) GTEST_SKIP() << "no window layer on this platform yet";
     t.dib = PatternDib(1000, 250);
     t.size();
-    const int width = t.client().right;
-    struct Step {
-        int code, thumb;
-        int x;  // expected view.x, -1: the last column in view
-    } steps[] = {{SB_LINEDOWN, 0, 1},           {SB_PAGEDOWN, 0, 1 + width / 2}, {SB_LINEUP, 0, width / 2},
-                 {SB_THUMBTRACK, 25, 24},       {SB_BOTTOM, 0, -1},              {SB_ENDSCROLL, 0, -1},
-                 {SB_PAGEUP, 0, 1000 - width - width / 2}, {SB_TOP, 0, 0}};
-    for (const Step& s : steps) {
-        SCOPED_TRACE(s.code);
-        DisplayCPPHScroll(t.window.get(), t.dib.get(), &t.view, t.zoom.data(), 0, s.code, s.thumb);
-        EXPECT_EQ(t.view.x, s.x >= 0 ? s.x : 1000 - width);
+    const int width = t.window.client().right, end = 1000 - width;
+    const int steps[][3] = {{SB_LINEDOWN, 0, 1},  {SB_PAGEDOWN, 0, 1 + width / 2}, {SB_LINEUP, 0, width / 2},
+                            {SB_THUMBTRACK, 25, 24}, {SB_BOTTOM, 0, end},        {SB_ENDSCROLL, 0, end},
+                            {SB_PAGEUP, 0, end - width / 2}, {SB_TOP, 0, 0}};
+    for (const auto& s : steps) {
+        t.scroll(true, s[0], s[1]);
+        EXPECT_EQ(t.view.x, s[2]) << "code " << s[0];
     }
 }
 
@@ -154,41 +120,36 @@ TEST(CppView, LowMemoryPathDrawsTheCropScaleOneShortEachWay) {
     if (!t.window) GTEST_SKIP() << "no window layer on this platform yet";
     const int previous = SetLowMemStretch(1);
     if (GetLowMemStretch() != 1) GTEST_SKIP() << "the low-memory switch is not settable yet";
-    t.zoom = {3, 1, 3, 1};
+    t.zoom[0] = t.zoom[2] = 3;
     t.view = {10, 5, 0, 0};
     t.size();
     const auto pixels = t.paint();
     SetLowMemStretch(previous);
-    const RECT c = t.client();
-    // The destination is the client rounded up to whole source pixels: ceil(width / 3) of them,
-    // resampled to 3 x that less one, sampled at (2 i w + n) / 2n.
+    // The destination is the client rounded up to whole source pixels, w = ceil(width / 3),
+    // resampled to n = 3w - 1 columns sampled at (2 i w + n) / 2n, and likewise down.
+    const RECT c = t.window.client();
     const int w = (c.right + 2) / 3, h = (c.bottom + 2) / 3, n = 3 * w - 1, m = 3 * h - 1;
-    EXPECT_EQ(MismatchedPixels(t.window.window(), pixels, c.right, c.bottom,
-                               [&](int x) { return 10 + (2 * x * w + n) / (2 * n); },
-                               [&](int y) { return 5 + (2 * y * h + m) / (2 * m); }),
+    EXPECT_EQ(t.window.mismatches(pixels, [&](int x) { return 10 + (2 * x * w + n) / (2 * n); },
+                                  [&](int y) { return 5 + (2 * y * h + m) / (2 * m); }),
               0);
 }
 
 TEST(CppView, BadInputHasDefinedResults) {
     CppWindow t;
-    int zoom[4] = {1, 1, 1, 1};
-    VXVIEW view{0, 0, 0, 0};
-    EXPECT_EQ(DisplayCPPImage(nullptr, t.dib.get(), &view, zoom, 0x80), 0u);
-    EXPECT_EQ(DisplayCPPSize(nullptr, t.dib.get(), &view, zoom, 0x80, 0), 0u);
-    EXPECT_EQ(DisplayCPPHScroll(nullptr, t.dib.get(), &view, zoom, 0x80, SB_LINEDOWN, 0), 0u);
+    VXVIEW view{4, 4, 9, 9};
+    EXPECT_EQ(DisplayCPPImage(nullptr, t.dib.get(), &view, t.zoom, 0x80), 0u);
+    EXPECT_EQ(DisplayCPPHScroll(nullptr, t.dib.get(), &view, t.zoom, 0x80, SB_LINEDOWN, 0), 0u);
     if (!t.window) GTEST_SKIP() << "no window layer on this platform yet";
-    HWND w = t.window.get();
-    // A DIB that cannot be read: the flags as given, the view untouched.
-    view = {4, 4, 9, 9};
-    EXPECT_EQ(DisplayCPPHScroll(w, nullptr, &view, zoom, 0x80, SB_LINEDOWN, 0), 0x80u);
-    EXPECT_EQ(view.dx, 9);
     Block shortDib(GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 60));
-    EXPECT_EQ(DisplayCPPSize(w, shortDib.get(), &view, zoom, 0x80, MAKELPARAM(10, 10)), 0x80u);
+    for (HDIB bad : {HDIB{}, shortDib.get()}) {  // the flags as given, the view untouched
+        EXPECT_EQ(DisplayCPPHScroll(t.window.get(), bad, &view, t.zoom, 0x80, SB_LINEDOWN, 0), 0x80u);
+        EXPECT_EQ(DisplayCPPSize(t.window.get(), bad, &view, t.zoom, 0x80, MAKELPARAM(10, 10)), 0x80u);
+        EXPECT_EQ(view.dx, 9);
+    }
     // No view and no zoom: the image from its top left, 1:1.
-    const auto pixels = t.window.show([&](HWND h) { DisplayCPPImage(h, t.dib.get(), nullptr, nullptr, 0); });
-    EXPECT_EQ(MismatchedPixels(t.window.window(), pixels, 50, 50, [](int x) { return x; }, [](int y) { return y; }), 0);
-    // A zero client size in the size message lays out without drawing anything.
-    EXPECT_EQ(DisplayCPPSize(w, t.dib.get(), &view, zoom, DISPLAY_FIT, 0), DISPLAY_FIT);
+    const auto pixels = t.window.show([&](HWND w) { DisplayCPPImage(w, t.dib.get(), nullptr, nullptr, 0); });
+    EXPECT_EQ(t.window.mismatches(pixels, [](int x) { return x; }, [](int y) { return y; }), 0);
+    EXPECT_EQ(DisplayCPPSize(t.window.get(), t.dib.get(), &view, nullptr, DISPLAY_FIT, 0), DISPLAY_FIT);
 }
 
 }  // namespace

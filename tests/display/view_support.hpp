@@ -1,12 +1,11 @@
-// view_support.hpp - what the tests of the stateless painters and of the scrolling view share:
-// a 24-bit DIB of a given size and resolution whose pixel (x, y) (y from the top) is Pattern(x, y);
-// a window whose WM_PAINT runs the painter under test; and the check that a rectangle of the
-// client shows the DIB through a given column and row mapping.
+// view_support.hpp - shared by the tests of the stateless painters and the scrolling view: a
+// 24-bit DIB whose pixel (x, y) (y from the top) is Pattern(x, y), a window whose WM_PAINT runs
+// the painter under test, and a count of the client pixels that do not show the DIB through a
+// given column and row mapping.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -17,48 +16,36 @@
 
 namespace vxtest {
 
-// A colour that varies with (x, y) with no simple structure.
-inline COLORREF Pattern(int x, int y) {
-    const uint32_t h = (static_cast<uint32_t>(x) * 73856093u) ^ (static_cast<uint32_t>(y) * 19349663u);
-    return RGB(h >> 3, h >> 11, h >> 19);
+// 0x00RRGGBB varying with (x, y) with no simple structure.
+inline uint32_t Pattern(int x, int y) {
+    return ((static_cast<uint32_t>(x) * 73856093u) ^ (static_cast<uint32_t>(y) * 19349663u)) >> 3 & 0xFFFFFFu;
 }
 
-inline bool SameRect(const RECT& a, const RECT& b) {
-    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
+inline ::testing::AssertionResult SameRect(const RECT& a, const RECT& b) {
+    if (a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << a.left << "," << a.top << "," << a.right << "," << a.bottom;
 }
 
-// Pels per metre of a resolution in dots per inch, as the header stores it.
-inline int32_t PelsPerMetre(int dpi) { return static_cast<int32_t>(dpi / 0.0254 + 0.5); }
-
-inline Block PatternDib(int width, int height, int dpiX = 96, int dpiY = 96) {
+inline Block PatternDib(int width, int height, int dpi = 96) {
     DibShape shape;
     shape.width = width;
     shape.height = height;
     shape.bitCount = 24;
     Bytes bytes = PackedDib(shape);
-    PutU32(bytes, 24, static_cast<uint32_t>(PelsPerMetre(dpiX)));
-    PutU32(bytes, 28, static_cast<uint32_t>(PelsPerMetre(dpiY)));
-    const uint32_t stride = Stride(width, 24);
+    PutU32(bytes, 24, static_cast<uint32_t>(dpi / 0.0254 + 0.5));
+    PutU32(bytes, 28, static_cast<uint32_t>(dpi / 0.0254 + 0.5));
     for (int y = 0; y < height; ++y) {
-        uint8_t* row = bytes.data() + 40 + static_cast<size_t>(height - 1 - y) * stride;
+        uint8_t* row = bytes.data() + 40 + static_cast<size_t>(height - 1 - y) * Stride(width, 24);
         for (int x = 0; x < width; ++x) {
-            const COLORREF c = Pattern(x, y);
-            row[3 * x] = GetBValue(c);
-            row[3 * x + 1] = GetGValue(c);
-            row[3 * x + 2] = GetRValue(c);
+            const uint32_t bgr = Pattern(x, y);  // little-endian: blue, green, red
+            std::memcpy(row + 3 * x, &bgr, 3);
         }
     }
     return Block(BlockFrom(bytes));
 }
 
-// 0x00RRGGBB of Pattern(x, y), as TestWindow::pixels answers it.
-inline uint32_t Expected(int x, int y) {
-    const COLORREF c = Pattern(x, y);
-    return uint32_t{GetRValue(c)} << 16 | uint32_t{GetGValue(c)} << 8 | GetBValue(c);
-}
-
-// A test window whose paints run `paint`; it reports (and the test skips) when the platform
-// has no windows to give.
+// A test window whose paints run the function show() was last given.
 class PaintWindow {
 public:
     PaintWindow(int width, int height) : window_(width, height) {
@@ -70,7 +57,8 @@ public:
     }
     explicit operator bool() const { return static_cast<bool>(window_); }
     HWND get() const { return window_.get(); }
-    TestWindow& window() { return window_; }
+    RECT client() const { return window_.client(); }
+    uint32_t pixel(const std::vector<uint32_t>& pixels, int x, int y) const { return window_.pixel(pixels, x, y); }
     // Repaints the whole client area through `paint` and answers its pixels.
     std::vector<uint32_t> show(std::function<void(HWND)> paint) {
         paint_ = std::move(paint);
@@ -80,26 +68,27 @@ public:
         return window_.pixels();
     }
 
+    // The client pixels that differ from Pattern(column(x), row(y)); the first one is reported.
+    // A negative column or row leaves the pixel out.
+    template <typename Column, typename Row>
+    int mismatches(const std::vector<uint32_t>& pixels, Column column, Row row) const {
+        const RECT c = client();
+        int wrong = 0;
+        for (int y = 0; y < c.bottom; ++y) {
+            for (int x = 0; x < c.right; ++x) {
+                if (column(x) < 0 || row(y) < 0) continue;
+                const uint32_t want = Pattern(column(x), row(y)), got = pixel(pixels, x, y);
+                if (got != want && wrong++ == 0)
+                    ADD_FAILURE() << "client (" << x << ", " << y << ") shows " << std::hex << got << ", not "
+                                  << want << std::dec << " of image (" << column(x) << ", " << row(y) << ")";
+            }
+        }
+        return wrong;
+    }
+
 private:
     TestWindow window_;
     std::function<void(HWND)> paint_;
 };
-
-// Counts the client pixels in [0, width) x [0, height) that differ from Expected(column(x), row(y)),
-// and names the first in the test's failure message.
-template <typename Column, typename Row>
-int MismatchedPixels(const TestWindow& window, const std::vector<uint32_t>& pixels, int width, int height,
-                     Column column, Row row) {
-    int wrong = 0;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const uint32_t want = Expected(column(x), row(y)), got = window.pixel(pixels, x, y);
-            if (got != want && wrong++ == 0)
-                ADD_FAILURE() << "client (" << x << ", " << y << ") shows " << std::hex << got << ", image ("
-                              << std::dec << column(x) << ", " << row(y) << ") is " << std::hex << want;
-        }
-    }
-    return wrong;
-}
 
 }  // namespace vxtest
