@@ -306,8 +306,9 @@ void DrawDib(HDC dc, const DibFacts& dib, const RECT& source, const RECT& destin
             }
         }
     }
-    // StretchDIBits counts source rows from the bottom of a bottom-up DIB.
-    const int sourceY = dib.topDown ? source.top : dib.height - source.bottom;
+    // StretchDIBits counts source rows from the bottom of the picture, for top-down DIBs too
+    // (Windows does, and Wine with it).
+    const int sourceY = dib.height - source.bottom;
     StretchDIBits(dc, destination.left, destination.top, width, height, source.left, sourceY, sourceW, sourceH,
                   dib.bits, dib.info, DIB_RGB_COLORS, rop);
 }

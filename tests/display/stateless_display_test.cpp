@@ -200,6 +200,12 @@ TEST(StatelessPainters, BadInputHasDefinedResults) {
         EXPECT_EQ(window.pixel(pixels, 0, 0), want);
     }
     EXPECT_EQ(far1.dx | far1.dy | far2.dx | far2.dy, 0);
+    // A top-down DIB scrolled down: StretchDIBits counts its source rows from the bottom too.
+    Block topDown = PatternDib(300, 250, 96, true);
+    VXVIEW down{0, 100, 0, 0};
+    const auto pixels = window.show([&](HWND w) { DisplayDIBImage(w, topDown.get(), &down, nullptr, 0); });
+    const int firstRow = (100 * (250 - window.client().bottom) + 125) / 250;
+    EXPECT_EQ(window.mismatches(pixels, [](int x) { return x; }, [&](int y) { return firstRow + y; }), 0);
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ inline ::testing::AssertionResult SameRect(const RECT& a, const RECT& b) {
     return ::testing::AssertionFailure() << a.left << "," << a.top << "," << a.right << "," << a.bottom;
 }
 
-inline Block PatternDib(int width, int height, int dpi = 96) {
+// topDown: stored with a negative height, top row first.
+inline Block PatternDib(int width, int height, int dpi = 96, bool topDown = false) {
     DibShape shape;
     shape.width = width;
     shape.height = height;
@@ -35,8 +36,9 @@ inline Block PatternDib(int width, int height, int dpi = 96) {
     Bytes bytes = PackedDib(shape);
     PutU32(bytes, 24, static_cast<uint32_t>(dpi / 0.0254 + 0.5));
     PutU32(bytes, 28, static_cast<uint32_t>(dpi / 0.0254 + 0.5));
+    if (topDown) PutU32(bytes, 8, static_cast<uint32_t>(-height));
     for (int y = 0; y < height; ++y) {
-        uint8_t* row = bytes.data() + 40 + static_cast<size_t>(height - 1 - y) * Stride(width, 24);
+        uint8_t* row = bytes.data() + 40 + static_cast<size_t>(topDown ? y : height - 1 - y) * Stride(width, 24);
         for (int x = 0; x < width; ++x) {
             const uint32_t bgr = Pattern(x, y);  // little-endian: blue, green, red
             std::memcpy(row + 3 * x, &bgr, 3);
