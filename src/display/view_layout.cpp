@@ -65,7 +65,6 @@ Span ScrolledSpan(double offset, int clientLength, double scale, int imageLength
     const auto pixelsUpTo = [scale](double edge) { return std::ceil(edge / scale - 1e-9); };
     const int end =
         std::max(span.position + 1, static_cast<int>(std::min<double>(pixelsUpTo(offset + clientLength), imageLength)));
-    span.sourceStart = span.position;
     span.sourceLength = end - span.sourceStart;
     span.destinationLength = std::max(1, Round(span.sourceLength * scale));
     // A rounded-up position can leave the far end short of the client's edge by part of a
