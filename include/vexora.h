@@ -1488,17 +1488,69 @@ VXAPI int VXCALL GetLowMemStretch(void);
    its previous value. */
 VXAPI int VXCALL SetLowMemStretch(int value);
 
-/* Stateless WM_PAINT handler for a device bitmap, in hundredths of an inch:
-   mode DISPLAY_FIT shrinks to fit, DISPLAY_INVERT inverts. view carries the
-   scroll position in and out; resolution {x, y} dpi or NULL; zoom {xMul,
-   xDiv, yMul, yDiv} or NULL. Returns EndPaint's result. */
+/*
+ * Stateless WM_PAINT handler for a device bitmap, measured in hundredths of an inch; the whole
+ * paint (BeginPaint to EndPaint) is done here. Returns EndPaint's result; FALSE when hWnd is
+ * NULL (nothing is done) or BeginPaint gives no context.
+ *   resolution {x, y} dpi of the bitmap, or NULL; a NULL or 0 entry means the device's.
+ *   zoom {xMul, xDiv, yMul, yDiv}, or NULL; a pair with a term of 0 or less counts as 1:1.
+ *   mode DISPLAY_FIT: the whole bitmap, shrunk (never enlarged) to fit the client, aspect and
+ *        resolution kept, at the top left; scroll bars are left alone. DISPLAY_INVERT: drawn
+ *        with NOTSRCCOPY.
+ * Image size in units = pixels / (dpi / 100), rounded; the client's = pixels / (device dpi /
+ * 100); the visible extent = client units x xDiv / xMul, rounded.
+ * Outside fit mode `view` carries the position: x, y in bitmap pixels, dx, dy a pending move in
+ * device pixels. The position in units is x / (dpi / 100) + dx x (xDiv / xMul) / (device dpi /
+ * 100), rounded once and clamped to 0..(image units - visible units); that is the scroll bar's
+ * position, its range 0..that maximum (0..0 when the whole image shows). The source starts at
+ * the position's pixel (units x dpi / 100, rounded, moved back so a full window of pixels fits
+ * when rounding would pass the last column) and spans the visible units in pixels; it is
+ * stretched over the client area, or, when the bitmap ends before the client does, drawn at
+ * its zoomed size from the top left. x and y come back as the source's first pixel, dx and dy
+ * as 0. A NULL view is a view at the top left whose updates are dropped.
+ * The rest of the paint rectangle is filled with the class background brush. A bitmap that
+ * GetObjectA cannot describe (NULL, deleted) paints only the background; a client of zero size
+ * draws nothing. MM_TEXT, COLORONCOLOR, the palette (if any) selected as a background palette
+ * into both contexts and realised.
+ */
 VXAPI BOOL VXCALL DisplayImage(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette,
                                VXVIEW *view, const int *resolution,
                                const int *zoom, DWORD mode);
 
-/* Stateless WM_PAINT handler for a DIB (resolution from its header, palette
-   made and deleted here); uses the low-memory stretch path when it is on.
-   Returns EndPaint's result. */
+/*
+ * Stateless WM_PAINT handler for a DIB, as DisplayImage with these differences. Returns
+ * EndPaint's result; FALSE when hWnd is NULL or BeginPaint gives no context.
+ *   - Resolution from the header: pels per metre x 0.025400052 (not rounded), the device's
+ *     when 0 or negative. The palette is made from the colour table and deleted at the end.
+ *   - Scale per axis = device dpi / image dpi x xMul / xDiv (a pair with a term of 0 or less is
+ *     1:1). When a scaled side would reach 32767 pixels or more both scales are 1.
+ *   - Fit (DISPLAY_FIT): both scroll bars are hidden and the image, at its physical size, is
+ *     scaled by the one factor that makes it meet the client's width or height (it may
+ *     enlarge), at the top left.
+ *   - Otherwise an axis shows its scroll bar only when its scaled size S is larger than the
+ *     client C (ShowScrollBar, then the client is read again). The position P = x x scale + dx
+ *     (device pixels), clamped to 0..S, is the bar's position on a range of 0..S; the view is
+ *     scrolled floor(P x (S - C) / S + 0.5) device pixels in, so the end of the bar shows the
+ *     image's far edge. x comes back as P / scale, rounded; dx as 0.
+ *   - Scrolled picture: whole source pixels at the exact scale. The first is offset / scale
+ *     rounded; the last is the one the client's far edge falls in, partial ones included,
+ *     never past the image; the destination is that span scaled and may reach up to one
+ *     scaled pixel past the client's right or bottom edge (the window clips it). Where the
+ *     rounding would leave the image's last pixel short of the client's far edge, the picture
+ *     is drawn flush with that edge instead. No strip of the client stays unpainted and the
+ *     picture is never squeezed at the edges.
+ *   - With the low-memory stretch switch on (SetLowMemStretch) and a bottom-up 1-, 4-, 8- or
+ *     24-bit DIB, the visible source rectangle is resampled to the destination size by
+ *     VexoraCropScaleDIB's nearest neighbour and drawn 1:1. At a scale of 1 this is the same
+ *     picture as StretchDIBits; scaled, the crop-and-scale samples column round(i / scale)
+ *     where GDI samples floor((i + 1/2) / scale), so a share of the columns and rows differ.
+ *     When the resampled block would be empty or hold more than 2^24 pixels, or cannot be
+ *     made, StretchDIBits scales instead.
+ *   - Accepted DIBs: a 40-byte-or-larger header, uncompressed, 1, 4, 8, 16, 24 or 32 bits,
+ *     width and height at least 1 (top-down rows are drawn by StretchDIBits), the block holding
+ *     its header, colour table and every row. Any other block (NULL, unlockable, short)
+ *     paints only the background.
+ */
 VXAPI BOOL VXCALL DisplayDIBImage(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                   const int *zoom, DWORD mode);
 
@@ -1506,28 +1558,64 @@ VXAPI BOOL VXCALL DisplayDIBImage(HWND hWnd, HDIB hDIB, VXVIEW *view,
 /* Display: scrolling DIB view in physical units                             */
 /* ------------------------------------------------------------------------ */
 
-/* Paints a DIB inside BeginPaint/EndPaint with the view's scroll position,
-   zoom {xNum, xDen, yNum, yDen} (used when all are >= 1) and DISPLAY_ flags.
-   Returns the flags after layout (DISPLAY_ZOOMED added when true size could
-   not be honoured). */
+/*
+ * The scrolling view: a DIB in MM_TEXT, scroll bars counting hundredths of an inch of the
+ * image, a VXVIEW kept by the application. All four calls run one layout:
+ *   - DISPLAY_STRETCH: the whole image over the whole client; the result is
+ *     (flags & DISPLAY_INVERT) | DISPLAY_STRETCH.
+ *   - Scales: zoom {xNum, xDen, yNum, yDen} when all four are >= 1, else 1; with
+ *     DISPLAY_TRUESIZE and a header resolution (pels per metre x 0.0254, rounded) of at least
+ *     1 dpi on both axes, times device dpi / image dpi. DISPLAY_TRUESIZE without a resolution
+ *     is cleared and DISPLAY_ZOOMED set. An image without a resolution counts as the device's
+ *     in hundredths of an inch. A scaled side of 32767 pixels or more sets both scales to 1.
+ *   - DISPLAY_FIT: the whole image scaled by min(client / scaled size) on both axes, the
+ *     view untouched, the scroll bars set to 0..0.
+ *   - Otherwise the offset in device pixels is x x scale + dx (rounded) when x >= 0, or
+ *     dpi x dx / 100 x scale when x < 0 (dx then holds hundredths of an inch), clamped to
+ *     0..(scaled size - client). A pending move of less than one image pixel still moves the
+ *     view one pixel its way (line steps at zooms above 1 would otherwise stall). The
+ *     scroll range is 0..(scaled - client) / scale x 100 / dpi, rounded (0..0 when the image
+ *     fits); the position is x x 100 / dpi, rounded, at most the range.
+ *   - The source starts at offset / scale rounded (that is the x or y stored back, dx and dy
+ *     cleared) and ends with the pixel the client's far edge falls in, partial ones included;
+ *     the destination is that span at the exact scale, so the last partial pixel reaches past
+ *     the client (clipped). At the image's far end a picture that rounding would leave short
+ *     of the client's edge is drawn flush with that edge instead.
+ *   - DISPLAY_CENTER: an axis narrower than the client is moved to the middle.
+ * Bad input: a NULL window answers 0 and does nothing; a NULL view is a view at the top left
+ * whose updates are dropped; a DIB that is NULL, unlockable, compressed, under 1 x 1 or
+ * shorter than its header, colour table and rows leaves the window and the scroll bars alone
+ * and answers `flags` as given. A client of zero size draws nothing.
+ */
+
+/* Paints inside BeginPaint/EndPaint: the laid-out source rectangle into the destination
+   (nothing when it misses the client) with StretchDIBits, COLORONCOLOR, NOTSRCCOPY with
+   DISPLAY_INVERT, the DIB's palette selected as a background palette. With the low-memory
+   stretch switch on and a bottom-up 1-, 4-, 8- or 24-bit DIB the source is first resampled by
+   VexoraCropScaleDIB's nearest neighbour to the destination size less one pixel each way and
+   drawn 1:1 (the destination's last column and row stay as they were; the sampling differs
+   from GDI's by up to one source pixel). Returns the flags after layout. */
 VXAPI DWORD VXCALL DisplayCPPImage(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                    const int *zoom, DWORD flags);
 
 /* WM_SIZE handler of the scrolling view: `size` is the message's lParam
-   (width low 16 bits, height high 16 bits). Lays out, sets the scroll bars
-   (hundredths of an inch) and invalidates with erase. Returns the flags. */
+   (width low 16 bits, height high 16 bits), the client the layout uses. Lays out, sets both
+   scroll bars (hundredths of an inch; 0..0 with fit or stretch) and invalidates the client
+   with erase. Returns the flags after layout. */
 VXAPI DWORD VXCALL DisplayCPPSize(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                   const int *zoom, DWORD flags, LPARAM size);
 
-/* WM_HSCROLL handler of the scrolling view: applies scroll code `code` (and
-   `thumb` for thumb moves) to the view, lays out, sets the scroll bars and
-   invalidates. Returns the flags after layout. */
+/* WM_HSCROLL handler of the scrolling view. `code`: SB_LINELEFT/RIGHT move dx by -1/+1
+   device pixel, SB_PAGELEFT/RIGHT by half the client width; SB_THUMBPOSITION and
+   SB_THUMBTRACK set x = -1, dx = thumb (hundredths of an inch); SB_LEFT sets x = dx = 0;
+   SB_RIGHT sets x = -1, dx = the scroll bar's maximum; other codes move nothing. Then lays
+   out, sets both scroll bars and invalidates without erase. Returns the flags after layout. */
 VXAPI DWORD VXCALL DisplayCPPHScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                      const int *zoom, DWORD flags, int code,
                                      int thumb);
 
 /* WM_VSCROLL handler of the scrolling view, as DisplayCPPHScroll on the
-   vertical axis. Returns the flags after layout. */
+   vertical axis (y, dy, half the client height). Returns the flags after layout. */
 VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                      const int *zoom, DWORD flags, int code,
                                      int thumb);
