@@ -328,7 +328,15 @@ typedef struct VXVIEW {
 } VXVIEW;      /* 16 bytes */
 
 /* Rubber-band zoom commands (VXBZOOM.mode and the mode argument of
-   BZoomStart / BZoomStep), plus the drag bit. */
+   BZoomStart / BZoomStep). The codes carry the drag bit BZOOM_DRAG: a
+   BZoomStart with one of them captures the mouse and tracks the band, and
+   its BZoomEnd is a rectangle zoom when the end point lies 6 pixels or more
+   from the start on both axes, else the command applied as a click
+   (recentred on the end point). The same command without the drag bit (the
+   code minus 0x10: 1 keep ... 5 fine out) makes a start that captures
+   nothing, for a plain click. BZoomStep and BZoomScreenStep apply a command
+   without the mouse whatever its drag bit: they store it without the bit,
+   so the record's mode has BZOOM_DRAG exactly while a drag is under way. */
 #define BZOOM_DRAG     0x10  /* a mouse drag is in progress (captures the mouse) */
 #define BZOOM_KEEP     17    /* keep the zoom, recentre only */
 #define BZOOM_STEPIN   18    /* next step of the zoom-in table */
@@ -343,7 +351,9 @@ typedef struct VXVIEW {
 /* Rubber-band zoom record, owned by the application, cleared by BZoomStart.
    All fields 32-bit signed. */
 typedef struct VXBZOOM {
-    LONG        mode;          /*  0: BZOOM_ command, plus BZOOM_DRAG while dragging */
+    LONG        mode;          /*  0: command in the low byte (with or without
+                                      BZOOM_DRAG, which is set only while a
+                                      drag is under way; BZoomEnd clears it) */
     VXZOOMRATIO newZoom;       /*  4: result: xMul 4, xDiv 8, yMul 12, yDiv 16 */
     LONG        newScrollX;    /* 20: logical point that becomes the view's top-left */
     LONG        newScrollY;    /* 24 */
@@ -356,17 +366,23 @@ typedef struct VXBZOOM {
     LONG        bandShown;     /* 64: 1 once the band has been drawn */
 } VXBZOOM;   /* 68 bytes */
 
-/* Screen view record used by BZoomScreenEnd / BZoomScreenStep: a view that
-   keeps its zoom as floating-point factors. Layout is this library's own. */
+/* Screen view record of BZoomScreenEnd / BZoomScreenStep: an application's
+   own view that keeps its zoom as floating-point factors (device pixels per
+   image pixel) and scrolls in device pixels from 0. The zoom calls read the
+   zoom, the image size and the scroll position, and write back the new zoom
+   (xMul / xDiv, yMul / yDiv of the result), the new scroll position and the
+   scroll maxima for the new zoom. */
 typedef struct VXSCREENVIEW {
-    double zoomX;        /*  0: horizontal zoom factor (xMul / xDiv) */
-    double zoomY;        /*  8: vertical zoom factor */
-    LONG   deviceDpiX;   /* 16: device resolution, pixels per inch */
-    LONG   deviceDpiY;   /* 20 */
-    LONG   scrollX;      /* 24: scroll position, device pixels */
+    double zoomX;        /*  0: in/out: horizontal zoom factor (<= 0: the
+                                record's current zoom is taken instead) */
+    double zoomY;        /*  8: in/out: vertical zoom factor */
+    LONG   imageWidth;   /* 16: in: image size in pixels */
+    LONG   imageHeight;  /* 20 */
+    LONG   scrollX;      /* 24: in/out: scroll position, device pixels, >= 0 */
     LONG   scrollY;      /* 28 */
-    LONG   hasHRange;    /* 32: non-zero when the horizontal axis scrolls */
-    LONG   hasVRange;    /* 36: non-zero when the vertical axis scrolls */
+    LONG   hMax;         /* 32: out: horizontal scroll maximum, image width x
+                                zoom - client width, 0 when the image fits */
+    LONG   vMax;         /* 36: out: vertical scroll maximum */
     LONG   reserved[6];  /* 40..63: spare, keep zero */
 } VXSCREENVIEW;   /* 64 bytes */
 
@@ -1504,10 +1520,12 @@ VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
 /* Zoom: rubber band and zoom steps                                          */
 /* ------------------------------------------------------------------------ */
 
-/* Sets the library-wide scale steps: base 1..1000 and two tables of
-   BZOOM_STEP_TABLE_LEN ints (count, then rising steps starting at base), each
-   optional. Returns TRUE, or FALSE (nothing changed) when the base or a
-   given table is invalid. */
+/* Sets the library-wide scale steps: base 1..1000 (default 10) and two tables
+   of BZOOM_STEP_TABLE_LEN ints (count 1..10, then strictly rising steps, the
+   first equal to the base), each optional: a table not given is kept as it
+   is. Defaults: zoom in {5, 10, 20, 40, 60, 80}, zoom out {5, 10, 15, 30,
+   40, 50}. Returns TRUE, or FALSE with nothing changed when the base or a
+   given table is invalid (both tables are checked before either is stored). */
 VXAPI BOOL VXCALL BZoomSetScaleSteps(int base, const int *zoomIn,
                                      const int *zoomOut);
 
@@ -1516,34 +1534,54 @@ VXAPI BOOL VXCALL BZoomSetScaleSteps(int base, const int *zoomIn,
 VXAPI int VXCALL BZoomGetScaleSteps(int *zoomIn, int *zoomOut);
 
 /* Starts a zoom on button-down: clears `zoom`, records the start point
-   (optional; screen coordinates when screenPoints), the current zoom
-   {xMul, xDiv, yMul, yDiv} (optional, else base:base) and the mode; with
-   BZOOM_DRAG in mode it captures the mouse. */
+   (optional; screen coordinates when screenPoints, client otherwise), the
+   current zoom {xMul, xDiv, yMul, yDiv} (optional, else base:base) and the
+   mode; with BZOOM_DRAG in mode (every BZOOM_ command has it) it captures
+   the mouse for hWnd. Nothing happens when zoom is NULL. */
 VXAPI void VXCALL BZoomStart(HWND hWnd, LPPOINT start, const int *currentZoom,
                              int mode, VXBZOOM *zoom, BOOL screenPoints);
 
 /* Mouse-move during a drag: once the point is 6 pixels or more from the
-   start on both axes, draws and then tracks the rubber band (XOR pen). Does
-   nothing outside drag mode. */
+   start on both axes, draws and then tracks the rubber band, inverting the
+   outline's pixels on the window DC (R2_NOTXORPEN, black pen) so that
+   drawing it again restores them. Does nothing outside a drag, or when hWnd
+   or point is NULL. */
 VXAPI void VXCALL BZoomUpdate(HWND hWnd, LPPOINT point, VXBZOOM *zoom);
 
-/* Button-up: ends a drag, computes the new zoom (rectangle zoom or the
-   record's command) and, when a point is known, applies it to the display
-   state and sets zoom->newScrollX/Y for the application to scroll to. */
+/* Button-up: ends a drag (releases the mouse, erases the band), computes the
+   new zoom into zoom->newZoom and, with a window and a state record, applies
+   it to the state: zoom stored, mapping and scroll ranges recomputed,
+   DISPLAY_FIT cleared, DISPLAY_ZOOMED set. zoom->newScrollX/Y receive the
+   logical point the application should scroll the view's top-left to: the
+   view's current top-left (state->originLogical), or, when a point is known
+   (the end point of a click, the centre of a dragged rectangle), that point
+   less half the client area, so that it lands in the middle of the view.
+   A rectangle zoom makes the rectangle fill the client area (seen at 1:1,
+   without fitting), limited to base / last zoom-out step .. last zoom-in
+   step / base; a command is applied to the x pair of the current zoom and
+   copied to the y pair. Without a state record only zoom->newZoom is set. */
 VXAPI void VXCALL BZoomEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom,
                            VXDISPLAYSTATE *state);
 
-/* Applies a zoom command (BZOOM_STEPIN...) without the mouse: a start and an
-   end without points, starting from `currentZoom` {xMul, xDiv, yMul, yDiv}. */
+/* Applies a zoom command (BZOOM_STEPIN...) without the mouse, starting from
+   `currentZoom` {xMul, xDiv, yMul, yDiv} (NULL: base:base): a BZoomStart
+   without a point and without the drag bit, then a BZoomEnd without a point
+   (the zoom changes, the view keeps its top-left point). */
 VXAPI void VXCALL BZoomStep(HWND hWnd, const int *currentZoom, int mode,
                             VXBZOOM *zoom, VXDISPLAYSTATE *state);
 
-/* BZoomEnd for a screen view record with floating-point zoom: scroll
-   positions are rescaled in proportion to the old ones. */
+/* BZoomEnd for a VXSCREENVIEW: the new zoom is computed as by BZoomEnd (a
+   rectangle fills the client area in device pixels) and written to the view
+   as factors. Each scroll position is rescaled by new / old zoom: without a
+   point so that the image point at the view's top-left stays there, with one
+   so that the image point under it lands in the middle of the client area;
+   then it is kept within 0..maximum, the maximum being the zoomed image
+   size less the client size (0 when the image fits). newScrollX/Y repeat the
+   view's new scroll position. Nothing is applied when view is NULL. */
 VXAPI void VXCALL BZoomScreenEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom,
                                  VXSCREENVIEW *view);
 
-/* BZoomStep for a screen view record. */
+/* BZoomStep for a VXSCREENVIEW. */
 VXAPI void VXCALL BZoomScreenStep(HWND hWnd, const int *currentZoom, int mode,
                                   VXBZOOM *zoom, VXSCREENVIEW *view);
 

@@ -1,0 +1,182 @@
+// bzoom_test.cpp - the rubber-band zoom (BZoom...) and Zoom: the scale-step arithmetic of the
+// commands, the tables' checks, clicks against rectangles, the band's pixels on a real window
+// and Zoom's percentages from mouse messages queued before the call.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <initializer_list>
+#include <vector>
+
+#include "test_window.hpp"
+#include "vexora.h"
+
+namespace {
+
+struct Ratio {
+    int xMul, xDiv, yMul, yDiv;
+    bool operator==(const Ratio&) const = default;
+};
+
+Ratio Of(const VXZOOMRATIO& r) { return {r.xMul, r.xDiv, r.yMul, r.yDiv}; }
+
+Ratio Step(Ratio from, int command) {
+    VXBZOOM zoom{};
+    BZoomStep(nullptr, &from.xMul, command, &zoom, nullptr);
+    return Of(zoom.newZoom);
+}
+
+TEST(BZoom, CommandsWalkTheDefaultScaleSteps) {
+    struct Case { Ratio from; int command; Ratio to; };
+    const Case cases[] = {
+        {{1, 1, 1, 1}, BZOOM_STEPIN, {20, 10, 20, 10}},   {{20, 10, 20, 10}, BZOOM_STEPIN, {40, 10, 40, 10}},
+        {{40, 10, 40, 10}, BZOOM_STEPIN, {60, 10, 60, 10}}, {{60, 10, 60, 10}, BZOOM_STEPIN, {80, 10, 80, 10}},
+        {{80, 10, 80, 10}, BZOOM_STEPIN, {80, 10, 80, 10}}, {{20, 10, 20, 10}, BZOOM_STEPOUT, {10, 10, 10, 10}},
+        {{10, 10, 10, 10}, BZOOM_STEPOUT, {10, 15, 10, 15}}, {{10, 15, 10, 15}, BZOOM_STEPOUT, {10, 30, 10, 30}},
+        {{10, 50, 10, 50}, BZOOM_STEPOUT, {10, 50, 10, 50}}, {{10, 30, 10, 30}, BZOOM_STEPIN, {10, 15, 10, 15}},
+        {{25, 10, 25, 10}, BZOOM_STEPIN, {40, 10, 40, 10}}, {{15, 30, 1, 1}, BZOOM_STEPIN, {10, 15, 10, 15}},
+        {{0, 7, 0, 7}, BZOOM_STEPOUT, {10, 15, 10, 15}},    {{10, 10, 1, 2}, BZOOM_FINEIN, {12, 10, 12, 10}},
+        {{5, 10, 5, 10}, BZOOM_FINEIN, {6, 10, 6, 10}},     {{40, 10, 40, 10}, BZOOM_FINEIN, {42, 10, 42, 10}},
+        {{60, 10, 60, 10}, BZOOM_FINEIN, {63, 10, 63, 10}}, {{79, 10, 79, 10}, BZOOM_FINEIN, {80, 10, 80, 10}},
+        {{10, 40, 10, 40}, BZOOM_FINEIN, {10, 38, 10, 38}}, {{10, 11, 10, 11}, BZOOM_FINEIN, {10, 10, 10, 10}},
+        {{10, 40, 10, 40}, BZOOM_FINEOUT, {10, 42, 10, 42}}, {{10, 49, 10, 49}, BZOOM_FINEOUT, {10, 50, 10, 50}},
+        {{40, 10, 40, 10}, BZOOM_FINEOUT, {38, 10, 38, 10}}, {{33, 17, 3, 4}, BZOOM_KEEP, {33, 17, 33, 17}},
+        {{20, 10, 20, 10}, BZOOM_STEPIN & ~BZOOM_DRAG, {40, 10, 40, 10}},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(Step(c.from, c.command), c.to) << c.from.xMul << ":" << c.from.xDiv << " command " << c.command;
+    }
+    VXBZOOM zoom{};
+    BZoomStep(nullptr, nullptr, BZOOM_STEPIN, &zoom, nullptr);  // no current zoom: base:base
+    EXPECT_EQ(Of(zoom.newZoom), (Ratio{20, 10, 20, 10}));
+    EXPECT_EQ(zoom.mode, BZOOM_STEPIN & ~BZOOM_DRAG);
+}
+
+TEST(BZoom, ScaleStepTablesAreCheckedBeforeEitherIsStored) {
+    int in[BZOOM_STEP_TABLE_LEN], out[BZOOM_STEP_TABLE_LEN];
+    ASSERT_EQ(BZoomGetScaleSteps(in, out), 10);
+    const std::vector<int> defaultIn(in, in + BZOOM_STEP_TABLE_LEN), defaultOut(out, out + BZOOM_STEP_TABLE_LEN);
+    EXPECT_EQ(defaultIn, (std::vector<int>{5, 10, 20, 40, 60, 80, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(defaultOut, (std::vector<int>{5, 10, 15, 30, 40, 50, 0, 0, 0, 0, 0}));
+
+    const int good[BZOOM_STEP_TABLE_LEN] = {3, 4, 8, 12};
+    const int bad[][BZOOM_STEP_TABLE_LEN] = {{0, 4}, {11, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13}, {2, 5, 8},
+                                             {3, 4, 8, 8}, {3, 4, 9, 6}};
+    for (const auto& table : bad) {
+        EXPECT_FALSE(BZoomSetScaleSteps(4, good, table)) << table[0] << " " << table[1];
+        EXPECT_FALSE(BZoomSetScaleSteps(4, table, nullptr)) << table[0] << " " << table[1];
+    }
+    EXPECT_FALSE(BZoomSetScaleSteps(0, nullptr, nullptr));
+    EXPECT_FALSE(BZoomSetScaleSteps(1001, nullptr, nullptr));
+    EXPECT_EQ(BZoomGetScaleSteps(nullptr, nullptr), 10);
+
+    ASSERT_TRUE(BZoomSetScaleSteps(4, good, good));
+    EXPECT_EQ(Step({4, 4, 4, 4}, BZOOM_STEPIN), (Ratio{8, 4, 8, 4}));
+    EXPECT_EQ(Step({4, 8, 4, 8}, BZOOM_STEPOUT), (Ratio{4, 12, 4, 12}));
+    ASSERT_TRUE(BZoomSetScaleSteps(10, defaultIn.data(), defaultOut.data()));
+}
+
+// A press and release `dx`, `dy` apart in drag mode: a click below 6 pixels on either axis.
+Ratio PressAndRelease(HWND window, int dx, int dy) {
+    VXBZOOM zoom{};
+    POINT start{100, 100}, end{100 + dx, 100 + dy};
+    const int current[4] = {20, 10, 20, 10};
+    BZoomStart(window, &start, current, BZOOM_STEPIN, &zoom, FALSE);
+    EXPECT_EQ(zoom.mode & BZOOM_DRAG, BZOOM_DRAG);
+    BZoomEnd(window, &end, &zoom, nullptr);
+    EXPECT_EQ(zoom.mode & BZOOM_DRAG, 0);
+    return Of(zoom.newZoom);
+}
+
+TEST(BZoom, ShortDragsAreClicksAndRectanglesFillTheWindow) {
+    EXPECT_EQ(PressAndRelease(nullptr, 5, 40), (Ratio{40, 10, 40, 10}));
+    EXPECT_EQ(PressAndRelease(nullptr, -40, -5), (Ratio{40, 10, 40, 10}));
+    vxtest::TestWindow window(300, 200);
+    if (!window) GTEST_SKIP() << "no window";
+    EXPECT_EQ(PressAndRelease(window.get(), 30, 20), (Ratio{80, 10, 80, 10}));    // a tenth: capped at x8
+    EXPECT_EQ(PressAndRelease(window.get(), -100, 50), (Ratio{30, 10, 30, 10}));  // x3 across, x4 down
+    EXPECT_EQ(PressAndRelease(window.get(), 290, 190), (Ratio{10, 10, 10, 10}));
+}
+
+TEST(BZoom, ScreenViewScrollsInProportion) {
+    VXSCREENVIEW view{};
+    view.zoomX = view.zoomY = 1.0;
+    view.imageWidth = 400;
+    view.imageHeight = 300;
+    view.scrollX = 100;
+    view.scrollY = 250;
+    const int current[4] = {10, 10, 10, 10};
+    VXBZOOM zoom{};
+    BZoomScreenStep(nullptr, current, BZOOM_STEPIN, &zoom, &view);
+    EXPECT_EQ(view.zoomX, 2.0);
+    EXPECT_EQ(view.zoomY, 2.0);
+    EXPECT_EQ(view.hMax, 800);  // no client area without a window
+    EXPECT_EQ(view.vMax, 600);
+    EXPECT_EQ(view.scrollX, 200);
+    EXPECT_EQ(view.scrollY, 500);
+    EXPECT_EQ(zoom.newScrollX, 200);
+    const int out[4] = {20, 10, 20, 10};
+    view.scrollX = 900;
+    BZoomScreenStep(nullptr, out, BZOOM_STEPOUT, &zoom, &view);
+    EXPECT_EQ(view.zoomX, 1.0);
+    EXPECT_EQ(view.scrollX, 400);  // 450, kept within the new range
+}
+
+// The window's pixels with the outline of (x0, y0)-(x1, y1) inverted.
+std::vector<uint32_t> WithBand(std::vector<uint32_t> pixels, int width, int x0, int y0, int x1, int y1) {
+    const auto invert = [&](int x, int y) { pixels[y * width + x] ^= 0xFFFFFFu; };
+    for (int x = std::min(x0, x1); x <= std::max(x0, x1); ++x) invert(x, y0), invert(x, y1);
+    for (int y = std::min(y0, y1) + 1; y < std::max(y0, y1); ++y) invert(x0, y), invert(x1, y);
+    return pixels;
+}
+
+TEST(BZoom, BandInvertsItsOutlineAndLeavesNothingBehind) {
+    vxtest::TestWindow window(200, 150);
+    if (!window) GTEST_SKIP() << "no window";
+    const std::vector<uint32_t> before = window.pixels();
+    VXBZOOM zoom{};
+    POINT start{20, 30};
+    BZoomStart(window.get(), &start, nullptr, BZOOM_KEEP, &zoom, FALSE);
+    const POINT moves[] = {{25, 90}, {60, 90}, {120, 80}, {150, 130}, {10, 10}};
+    for (const POINT& move : moves) {
+        POINT p = move;
+        BZoomUpdate(window.get(), &p, &zoom);
+        const bool shown = zoom.bandShown != 0;
+        EXPECT_EQ(shown, move.x != 25) << move.x;
+        const auto expected = shown ? WithBand(before, 200, start.x, start.y, move.x, move.y) : before;
+        EXPECT_TRUE(window.pixels() == expected) << "band to " << move.x << "," << move.y;
+    }
+    POINT end{10, 10};
+    BZoomEnd(window.get(), &end, &zoom, nullptr);
+    EXPECT_TRUE(window.pixels() == before);
+    EXPECT_EQ(Of(zoom.newZoom), (Ratio{75, 10, 75, 10}));  // 200 / 10 across, 150 / 20 down
+}
+
+// Zoom with the given mouse messages queued before the call.
+int ZoomFrom(vxtest::TestWindow& window, POINT start, std::initializer_list<POINT> moves, int current = 100) {
+    for (const POINT& p : moves) PostMessageA(window.get(), WM_MOUSEMOVE, 0, MAKELPARAM(p.x, p.y));
+    const POINT last = moves.size() != 0 ? *(moves.end() - 1) : start;
+    PostMessageA(window.get(), WM_LBUTTONUP, 0, MAKELPARAM(last.x, last.y));
+    int ratio[4] = {current, 100, current, 100};
+    Zoom(window.get(), MAKELPARAM(start.x, start.y), ratio);
+    EXPECT_EQ(ratio[1], 100);
+    EXPECT_EQ(ratio[0], ratio[2]);
+    window.pump();
+    return ratio[0];
+}
+
+TEST(Zoom, PercentageOfTheDraggedRectangle) {
+    vxtest::TestWindow window(300, 200);
+    if (!window) GTEST_SKIP() << "no window";
+    EXPECT_EQ(ZoomFrom(window, {10, 10}, {{20, 20}, {40, 30}}), 500);
+    EXPECT_EQ(ZoomFrom(window, {0, 0}, {{150, 100}, {300, 200}}), 100);
+    EXPECT_EQ(ZoomFrom(window, {300 - 1, 200 - 1}, {{150, 50}}), 134);  // 300 / 149 across, 200 / 149 down
+    EXPECT_EQ(ZoomFrom(window, {0, 0}, {{300, 200}}, 250), 250);
+    EXPECT_EQ(ZoomFrom(window, {50, 50}, {}), 500);
+    int ratio[4] = {100, 100, 100, 100};
+    EXPECT_FALSE(Zoom(window.get(), MAKELPARAM(300, 20), ratio));  // outside: a beep
+    EXPECT_EQ(ratio[0], 100);
+    window.pump();
+}
+
+}  // namespace
