@@ -36,6 +36,13 @@ TEST(Magnifier, SourceRectangleIsCentredOnThePoint) {
     EXPECT_EQ(M_CalcRect(0, 0, noYDiv, &rect), 0);
     EXPECT_EQ(M_CalcRect(0, 0, nullptr, &rect), 0);
     EXPECT_EQ(M_CalcRect(0, 0, noY, nullptr), 0);
+
+    EXPECT_EQ(M_SetSizes(60, 30), 1);
+    int ratio[4] = {10, 10, 10, 10};
+    M_CalcRect(50, 50, ratio, &rect);
+    EXPECT_EQ(std::vector<LONG>({M_GetWidth(), M_GetHeight(), rect.right - rect.left, rect.bottom - rect.top}),
+              std::vector<LONG>({60, 30, 52, 22}));
+    M_SetSizes(180, 80);
 }
 
 constexpr int kWidth = 300, kHeight = 200, kCell = 8;
@@ -116,18 +123,6 @@ TEST(Magnifier, LensShowsFramedPictureAndGivesTheWindowBack) {
     EXPECT_TRUE(window.pixels() == before);
     M_CopyBitmap(window.get(), 0, 0);  // stopped: nothing happens
     EXPECT_TRUE(window.pixels() == before);
-}
-
-TEST(Magnifier, SizesTakeEffectAtTheNextStart) {
-    EXPECT_EQ(M_SetSizes(60, 30), 1);
-    EXPECT_EQ(M_GetWidth(), 60);
-    EXPECT_EQ(M_GetHeight(), 30);
-    int ratio[4] = {10, 10, 10, 10};
-    RECT rect{};
-    M_CalcRect(50, 50, ratio, &rect);
-    EXPECT_EQ(rect.right - rect.left, 52);
-    EXPECT_EQ(rect.bottom - rect.top, 22);
-    M_SetSizes(180, 80);
 }
 
 }  // namespace
