@@ -637,9 +637,19 @@ VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height,
 
 /* Lets the user drag a rectangle from `start` (a mouse-message lParam:
    client x low 16 bits, y high 16 bits) and turns it into a percentage
-   (capped at 500) written to ratio[4] = {zoom, 100, zoom, 100}; ratio is
-   read first as {xMul, xDiv, yMul, yDiv}. Returns UpdateWindow's result;
-   beeps and returns when the start point is outside the client area. */
+   written to ratio[4] = {zoom, 100, zoom, 100}; ratio is read first as
+   {xMul, xDiv, yMul, yDiv}. Runs a modal loop over the window's mouse
+   messages (WM_MOUSEMOVE..WM_MBUTTONDBLCLK) that ends on WM_LBUTTONUP, with
+   the cursor confined to the client area and the rectangle drawn inverted.
+   zoom = floor(min(zx, zy) x 100), zx = (xMul / xDiv, 1 when xDiv is 0) x
+   client width / rectangle width, zy likewise; each capped at 5 (an empty
+   rectangle counts as the cap). When no more input can come (WaitMessage
+   fails, as it does on Linux when the window's host has no input left, or
+   the window is destroyed) the drag ends at the last position seen.
+   Returns UpdateWindow's result after invalidating the client area with
+   erase; FALSE with ratio untouched when hWnd or ratio is NULL or hWnd is
+   not a window, and (after a beep) when the start point is outside the
+   client area. */
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio);
 
 /* ------------------------------------------------------------------------ */
@@ -1599,25 +1609,35 @@ VXAPI int VXCALL M_GetWidth(void);
 /* Returns the lens height in pixels. */
 VXAPI int VXCALL M_GetHeight(void);
 
-/* Starts the lens on hWnd: snapshots the client area, hides the cursor and
-   makes the lens bitmap; hPalette (optional) is used for every blit.
-   Returns 1. */
+/* Starts the lens on hWnd: updates the window, snapshots its client area,
+   hides the cursor and makes the lens bitmap, which shows the stock gray
+   brush inside its frame until M_StretchBitmap fills it; hPalette
+   (optional) is used for every blit. A lens already active is first taken
+   off its window. Returns 1; 0 (nothing started) when hWnd is NULL or not a
+   window. */
 VXAPI int VXCALL M_StartMagnify(HWND hWnd, HPALETTE hPalette);
 
 /* Computes in *rect the source rectangle centred on (x, y) that fills the
-   lens interior at ratio {xNum, xDen, yNum, yDen} (reductions reset to
-   10:10). Returns 1, or 0 when ratio or rect is NULL or ratio[2]/ratio[3]
-   is 0. */
+   lens interior (lens size less 8 each way) at ratio {xNum, xDen, yNum,
+   yDen}: width = interior width x xDen / xNum, height likewise. A pair that
+   does not magnify (x: xDen > xNum or xNum 0; y: yDen > yNum) is reset to
+   10:10 in the caller's array. Returns 1, or 0 when ratio or rect is NULL
+   or ratio[2]/ratio[3] is 0. */
 VXAPI int VXCALL M_CalcRect(int x, int y, int *ratio, LPRECT rect);
 
 /* Fills the lens from the (x, y, width, height) rectangle of hBitmap,
-   stretched, gray outside the bitmap, and draws the bevelled frame. Does
-   nothing when the lens is not active. */
+   stretched over the whole lens, gray where the rectangle passes the
+   bitmap's edges, and draws the frame: black lines at the edge and at inset
+   3, a raised bevel at inset 1 (white top and left, gray 0x808080 right and
+   bottom) and a sunken one at inset 2. Does nothing when the lens is not
+   active. */
 VXAPI void VXCALL M_StretchBitmap(HBITMAP hBitmap, int x, int y, int width,
                                   int height);
 
-/* Moves the lens to client point (x, y), restoring the window under its
-   previous place. Does nothing when the lens is not active. */
+/* Moves the lens to client point (x, y) of hWnd: the snapshot is put back
+   over the previous place (the new place excluded, so nothing flickers),
+   then the lens is drawn. Does nothing when the lens is not active or hWnd
+   is NULL. */
 VXAPI void VXCALL M_CopyBitmap(HWND hWnd, int x, int y);
 
 /* Stops the lens: restores the window and the cursor and frees the lens

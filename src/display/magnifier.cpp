@@ -39,8 +39,9 @@ struct Lens {
     HBITMAP snapshot = nullptr;
     HPALETTE palette = nullptr;
     HCURSOR savedCursor = nullptr;
-    int width = 180, height = 80;
+    int width = 180, height = 80;  // the size the next start gives the lens
     int lastX = 0, lastY = 0;
+    int shownWidth = 0, shownHeight = 0;  // the size of the lens bitmap made by the last start
 };
 
 Lens g_lens;
@@ -64,7 +65,7 @@ void DeleteBitmap(HBITMAP& bitmap) {
 // The edge of the frame at `inset`: `light` along the left and top, `dark` along the right
 // and bottom (the bottom-left corner light, the top-right corner dark).
 void Bevel(HDC dc, int inset, HPEN light, HPEN dark) {
-    const int l = inset, t = inset, r = g_lens.width - 1 - inset, b = g_lens.height - 1 - inset;
+    const int l = inset, t = inset, r = g_lens.shownWidth - 1 - inset, b = g_lens.shownHeight - 1 - inset;
     ObjectSelection lightPen(dc, light);
     MoveToEx(dc, l, b, nullptr);
     LineTo(dc, l, t);
@@ -76,7 +77,7 @@ void Bevel(HDC dc, int inset, HPEN light, HPEN dark) {
 }
 
 void Outline(HDC dc, int inset) {
-    const int l = inset, t = inset, r = g_lens.width - 1 - inset, b = g_lens.height - 1 - inset;
+    const int l = inset, t = inset, r = g_lens.shownWidth - 1 - inset, b = g_lens.shownHeight - 1 - inset;
     ObjectSelection pen(dc, GetStockObject(BLACK_PEN));
     MoveToEx(dc, l, t, nullptr);
     LineTo(dc, r, t);
@@ -96,7 +97,7 @@ void DrawFrame(HDC dc) {
 
 void FillGray(HDC dc) {
     ObjectSelection brush(dc, GetStockObject(GRAY_BRUSH));
-    PatBlt(dc, 0, 0, g_lens.width, g_lens.height, PATCOPY);
+    PatBlt(dc, 0, 0, g_lens.shownWidth, g_lens.shownHeight, PATCOPY);
 }
 
 // When the whole blit is refused, the rectangle goes over in pieces: a one-pixel top strip
@@ -124,7 +125,7 @@ void Fill(HBITMAP bitmap, int x, int y, int width, int height) {
     // The requested rectangle fills the lens, stretched.
     SetMapMode(lensDC.get(), MM_ANISOTROPIC);
     SetWindowOrgEx(lensDC.get(), 0, 0, nullptr);
-    SetViewportExtEx(lensDC.get(), g_lens.width, g_lens.height, nullptr);
+    SetViewportExtEx(lensDC.get(), g_lens.shownWidth, g_lens.shownHeight, nullptr);
     SetWindowExtEx(lensDC.get(), width, height, nullptr);
 
     BITMAP description{};
@@ -152,11 +153,26 @@ int Beyond(int start, int extent) {
 
 // Puts the snapshot back over the lens's last place on the window's DC.
 void RestoreUnderLens(HDC windowDC, HDC snapshotDC) {
-    BitBlt(windowDC, g_lens.lastX, g_lens.lastY, g_lens.width, g_lens.height, snapshotDC, g_lens.lastX,
+    BitBlt(windowDC, g_lens.lastX, g_lens.lastY, g_lens.shownWidth, g_lens.shownHeight, snapshotDC, g_lens.lastX,
            g_lens.lastY, SRCCOPY);
 }
 
+// Puts the snapshot back under the lens's last place on the window it was started on.
+void TakeOff() {
+    if (g_lens.window != nullptr && g_lens.snapshot != nullptr && IsWindow(g_lens.window)) {
+        WindowDC windowDC(g_lens.window);
+        MemoryDC memory(windowDC.get());
+        if (windowDC && memory) {
+            ObjectSelection selection(memory.get(), g_lens.snapshot);
+            LensPalette windowPalette(windowDC.get());
+            LensPalette memoryPalette(memory.get());
+            RestoreUnderLens(windowDC.get(), memory.get());
+        }
+    }
+}
+
 void Start(HWND window, HPALETTE palette) {
+    if (g_lens.active) TakeOff();
     g_lens.window = window;
     g_lens.palette = palette;
     UpdateWindow(window);
@@ -176,7 +192,9 @@ void Start(HWND window, HPALETTE palette) {
     }
     if (!g_lens.active) g_lens.savedCursor = SetCursor(nullptr);
     g_lens.active = true;
-    g_lens.lens = CreateCompatibleBitmap(windowDC.get(), g_lens.width, g_lens.height);
+    g_lens.shownWidth = g_lens.width;
+    g_lens.shownHeight = g_lens.height;
+    g_lens.lens = CreateCompatibleBitmap(windowDC.get(), g_lens.shownWidth, g_lens.shownHeight);
     if (memory && g_lens.lens != nullptr) {
         ObjectSelection selection(memory.get(), g_lens.lens);
         FillGray(memory.get());
@@ -193,13 +211,13 @@ void Move(HWND window, int x, int y) {
     if (g_lens.snapshot != nullptr) {
         ObjectSelection selection(memory.get(), g_lens.snapshot);
         const int saved = SaveDC(windowDC.get());
-        ExcludeClipRect(windowDC.get(), x, y, Beyond(x, g_lens.width), Beyond(y, g_lens.height));
+        ExcludeClipRect(windowDC.get(), x, y, Beyond(x, g_lens.shownWidth), Beyond(y, g_lens.shownHeight));
         RestoreUnderLens(windowDC.get(), memory.get());
         RestoreDC(windowDC.get(), saved);
     }
     if (g_lens.lens != nullptr) {
         ObjectSelection selection(memory.get(), g_lens.lens);
-        BitBlt(windowDC.get(), x, y, g_lens.width, g_lens.height, memory.get(), 0, 0, SRCCOPY);
+        BitBlt(windowDC.get(), x, y, g_lens.shownWidth, g_lens.shownHeight, memory.get(), 0, 0, SRCCOPY);
     }
     g_lens.lastX = x;
     g_lens.lastY = y;
@@ -208,16 +226,7 @@ void Move(HWND window, int x, int y) {
 void Stop() {
     const bool wasActive = g_lens.active;
     g_lens.active = false;
-    if (g_lens.window != nullptr && g_lens.snapshot != nullptr) {
-        WindowDC windowDC(g_lens.window);
-        MemoryDC memory(windowDC.get());
-        if (windowDC && memory) {
-            ObjectSelection selection(memory.get(), g_lens.snapshot);
-            LensPalette windowPalette(windowDC.get());
-            LensPalette memoryPalette(memory.get());
-            RestoreUnderLens(windowDC.get(), memory.get());
-        }
-    }
+    TakeOff();
     if (wasActive) SetCursor(g_lens.savedCursor);
     g_lens.savedCursor = nullptr;
     DeleteBitmap(g_lens.snapshot);
