@@ -76,28 +76,6 @@ TEST(BZoom, ScaleStepTablesAreCheckedBeforeEitherIsStored) {
     ASSERT_TRUE(BZoomSetScaleSteps(10, defaultIn.data(), defaultOut.data()));
 }
 
-// A press and release `dx`, `dy` apart in drag mode: a click below 6 pixels on either axis.
-Ratio PressAndRelease(HWND window, int dx, int dy) {
-    VXBZOOM zoom{};
-    POINT start{100, 100}, end{100 + dx, 100 + dy};
-    const int current[4] = {20, 10, 20, 10};
-    BZoomStart(window, &start, current, BZOOM_STEPIN, &zoom, FALSE);
-    EXPECT_EQ(zoom.mode & BZOOM_DRAG, BZOOM_DRAG);
-    BZoomEnd(window, &end, &zoom, nullptr);
-    EXPECT_EQ(zoom.mode & BZOOM_DRAG, 0);
-    return Of(zoom.newZoom);
-}
-
-TEST(BZoom, ShortDragsAreClicksAndRectanglesFillTheWindow) {
-    EXPECT_EQ(PressAndRelease(nullptr, 5, 40), (Ratio{40, 10, 40, 10}));
-    EXPECT_EQ(PressAndRelease(nullptr, -40, -5), (Ratio{40, 10, 40, 10}));
-    vxtest::TestWindow window(300, 200);
-    if (!window) GTEST_SKIP() << "no window";
-    EXPECT_EQ(PressAndRelease(window.get(), 30, 20), (Ratio{80, 10, 80, 10}));    // a tenth: capped at x8
-    EXPECT_EQ(PressAndRelease(window.get(), -100, 50), (Ratio{30, 10, 30, 10}));  // x3 across, x4 down
-    EXPECT_EQ(PressAndRelease(window.get(), 290, 190), (Ratio{10, 10, 10, 10}));
-}
-
 TEST(BZoom, ScreenViewScrollsInProportion) {
     VXSCREENVIEW view{};
     view.zoomX = view.zoomY = 1.0;
@@ -119,6 +97,31 @@ TEST(BZoom, ScreenViewScrollsInProportion) {
     EXPECT_EQ(view.scrollX, 400);  // 450, kept within the new range
 }
 
+// The window tests need real windows: Windows' (under Wine), and natively the library's own
+// window layer, which this tree does not have yet.
+#ifdef _WIN32
+// A press and release `dx`, `dy` apart in drag mode: a click below 6 pixels on either axis.
+Ratio PressAndRelease(HWND window, int dx, int dy) {
+    VXBZOOM zoom{};
+    POINT start{100, 100}, end{100 + dx, 100 + dy};
+    const int current[4] = {20, 10, 20, 10};
+    BZoomStart(window, &start, current, BZOOM_STEPIN, &zoom, FALSE);
+    EXPECT_EQ(zoom.mode & BZOOM_DRAG, BZOOM_DRAG);
+    BZoomEnd(window, &end, &zoom, nullptr);
+    EXPECT_EQ(zoom.mode & BZOOM_DRAG, 0);
+    return Of(zoom.newZoom);
+}
+
+TEST(BZoom, ShortDragsAreClicksAndRectanglesFillTheWindow) {
+    vxtest::TestWindow window(300, 200);
+    ASSERT_TRUE(window);
+    EXPECT_EQ(PressAndRelease(window.get(), 5, 40), (Ratio{40, 10, 40, 10}));
+    EXPECT_EQ(PressAndRelease(window.get(), -40, -5), (Ratio{40, 10, 40, 10}));
+    EXPECT_EQ(PressAndRelease(window.get(), 30, 20), (Ratio{80, 10, 80, 10}));    // a tenth: capped at x8
+    EXPECT_EQ(PressAndRelease(window.get(), -100, 50), (Ratio{30, 10, 30, 10}));  // x3 across, x4 down
+    EXPECT_EQ(PressAndRelease(window.get(), 290, 190), (Ratio{10, 10, 10, 10}));
+}
+
 // The window's pixels with the outline of (x0, y0)-(x1, y1) inverted.
 std::vector<uint32_t> WithBand(std::vector<uint32_t> pixels, int width, int x0, int y0, int x1, int y1) {
     const auto invert = [&](int x, int y) { pixels[y * width + x] ^= 0xFFFFFFu; };
@@ -129,7 +132,7 @@ std::vector<uint32_t> WithBand(std::vector<uint32_t> pixels, int width, int x0, 
 
 TEST(BZoom, BandInvertsItsOutlineAndLeavesNothingBehind) {
     vxtest::TestWindow window(200, 150);
-    if (!window) GTEST_SKIP() << "no window";
+    ASSERT_TRUE(window);
     const std::vector<uint32_t> before = window.pixels();
     VXBZOOM zoom{};
     POINT start{20, 30};
@@ -164,7 +167,7 @@ int ZoomFrom(vxtest::TestWindow& window, POINT start, std::initializer_list<POIN
 
 TEST(Zoom, PercentageOfTheDraggedRectangle) {
     vxtest::TestWindow window(300, 200);
-    if (!window) GTEST_SKIP() << "no window";
+    ASSERT_TRUE(window);
     EXPECT_EQ(ZoomFrom(window, {10, 10}, {{20, 20}, {40, 30}}), 500);
     EXPECT_EQ(ZoomFrom(window, {0, 0}, {{150, 100}, {300, 200}}), 100);
     EXPECT_EQ(ZoomFrom(window, {300 - 1, 200 - 1}, {{150, 50}}), 134);  // 300 / 149 across, 200 / 149 down
@@ -175,5 +178,7 @@ TEST(Zoom, PercentageOfTheDraggedRectangle) {
     EXPECT_EQ(ratio[0], 100);
     window.pump();
 }
+
+#endif  // _WIN32
 
 }  // namespace
