@@ -8,20 +8,6 @@
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
 extern "C" {
-VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette, const int *resolution, int *position, const int *zoom, DWORD flags, VXDISPLAYSTATE *state) { return 0; }
-VXAPI DWORD VXCALL DisplayDIBStart(HWND hWnd, HDIB hDIB, int *position, const int *zoom, DWORD flags, VXDISPLAYSTATE *state) { return 0; }
-VXAPI LRESULT VXCALL DisplayWmCreate(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
-VXAPI LRESULT VXCALL DisplayWmDestroy(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
-VXAPI LRESULT VXCALL DisplayWmSize(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
-VXAPI LRESULT VXCALL DisplayWmVertScroll(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
-VXAPI LRESULT VXCALL DisplayWmHorzScroll(HWND hWnd, WPARAM wParam, LPARAM lParam, VXDISPLAYSTATE *state) { return 0; }
-VXAPI LRESULT VXCALL DisplayWmPaint(HWND hWnd, VXDISPLAYSTATE *state) { return 0; }
-VXAPI int VXCALL DisplaySetScrollPos(HWND hWnd, VXDISPLAYSTATE *state, LPPOINT point) { return 0; }
-VXAPI DWORD VXCALL DisplayDIBImageDC(HDC hDC, VXDISPLAYSTATE *state) { return 0; }
-VXAPI DWORD VXCALL DisplayImageDC(HDC hDC, VXDISPLAYSTATE *state) { return 0; }
-VXAPI DWORD VXCALL MapDisplayDC(HDC hDC, VXDISPLAYSTATE *state) { return 0; }
-VXAPI int VXCALL GetLowMemStretch(void) { return 0; }
-VXAPI int VXCALL SetLowMemStretch(int value) { return 0; }
 VXAPI BOOL VXCALL DisplayImage(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette, VXVIEW *view, const int *resolution, const int *zoom, DWORD mode) { return 0; }
 VXAPI BOOL VXCALL DisplayDIBImage(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD mode) { return 0; }
 VXAPI DWORD VXCALL DisplayCPPImage(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags) { return 0; }
@@ -29,8 +15,3 @@ VXAPI DWORD VXCALL DisplayCPPSize(HWND hWnd, HDIB hDIB, VXVIEW *view, const int 
 VXAPI DWORD VXCALL DisplayCPPHScroll(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, int code, int thumb) { return 0; }
 VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view, const int *zoom, DWORD flags, int code, int thumb) { return 0; }
 }  // extern "C"
-
-namespace vx::display {
-void MapDisplay(HDC, VXDISPLAYSTATE&, bool) {}
-void Recompute(HDC, VXDISPLAYSTATE&) {}
-}  // namespace vx::display
