@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <vector>
 
+#include "gdi_guards.hpp"
 #include "test_window.hpp"
 #include "vexora.h"
 
@@ -97,9 +98,6 @@ TEST(BZoom, ScreenViewScrollsInProportion) {
     EXPECT_EQ(view.scrollX, 400);  // 450, kept within the new range
 }
 
-// The window tests need real windows: Windows' (under Wine), and natively the library's own
-// window layer, which this tree does not have yet.
-#ifdef _WIN32
 // A press and release `dx`, `dy` apart in drag mode: a click below 6 pixels on either axis.
 Ratio PressAndRelease(HWND window, int dx, int dy) {
     VXBZOOM zoom{};
@@ -120,6 +118,35 @@ TEST(BZoom, ShortDragsAreClicksAndRectanglesFillTheWindow) {
     EXPECT_EQ(PressAndRelease(window.get(), 30, 20), (Ratio{80, 10, 80, 10}));    // a tenth: capped at x8
     EXPECT_EQ(PressAndRelease(window.get(), -100, 50), (Ratio{30, 10, 30, 10}));  // x3 across, x4 down
     EXPECT_EQ(PressAndRelease(window.get(), 290, 190), (Ratio{10, 10, 10, 10}));
+}
+
+// A click and a drag applied to a display state showing a 400 x 300 bitmap.
+TEST(BZoom, EndAppliesTheZoomToTheDisplayState) {
+    HDC screen = GetDC(nullptr);
+    vx::OwnedObject<HBITMAP> bitmap(CreateCompatibleBitmap(screen, 400, 300));
+    ReleaseDC(nullptr, screen);
+    struct Case { SIZE client; DWORD flags; POINT start, end; Ratio zoom; POINT scroll; };
+    const Case cases[] = {
+        // A click: the point to the middle of 210 x 160 logical units; an image that fits sits
+        // at scroll position -1, so the point is (301, 202) in logical units.
+        {{420, 320}, 0, {300, 200}, {302, 203}, {20, 10, 20, 10}, {196, 122}},
+        // A drag over (40, 40)-(120, 100) of the image fitted at half size; x5 gives 1:6 extents.
+        {{200, 150}, DISPLAY_FIT, {20, 20}, {60, 50}, {50, 10, 50, 10}, {64, 58}},
+    };
+    for (const Case& c : cases) {
+        vxtest::TestWindow window(c.client.cx, c.client.cy);
+        ASSERT_TRUE(window);
+        VXDISPLAYSTATE state{};
+        DisplayWmCreate(window.get(), 0, 0, &state);
+        DisplayStart(window.get(), bitmap.get(), nullptr, nullptr, nullptr, nullptr, c.flags, &state);
+        VXBZOOM zoom{};
+        POINT start = c.start, end = c.end;
+        BZoomStart(window.get(), &start, reinterpret_cast<const int*>(&state.zoom), BZOOM_STEPIN, &zoom, FALSE);
+        BZoomEnd(window.get(), &end, &zoom, &state);
+        EXPECT_EQ(Of(state.zoom), c.zoom);
+        EXPECT_EQ(state.flags & (DISPLAY_FIT | DISPLAY_ZOOMED), DISPLAY_ZOOMED);
+        EXPECT_EQ(std::vector<LONG>({zoom.newScrollX, zoom.newScrollY}), std::vector<LONG>({c.scroll.x, c.scroll.y}));
+    }
 }
 
 // The window's pixels with the outline of (x0, y0)-(x1, y1) inverted.
@@ -178,7 +205,5 @@ TEST(Zoom, PercentageOfTheDraggedRectangle) {
     EXPECT_EQ(ratio[0], 100);
     window.pump();
 }
-
-#endif  // _WIN32
 
 }  // namespace

@@ -45,9 +45,6 @@ TEST(Magnifier, SourceRectangleIsCentredOnThePoint) {
     M_SetSizes(180, 80);
 }
 
-// The window tests need real windows: Windows' (under Wine), and natively the library's own
-// window layer, which this tree does not have yet.
-#ifdef _WIN32
 
 constexpr int kWidth = 300, kHeight = 200, kCell = 8;
 constexpr uint32_t kBlack = 0x000000, kWhite = 0xFFFFFF, kGray = 0x808080, kRed = 0xFF0000;
@@ -128,7 +125,5 @@ TEST(Magnifier, LensShowsFramedPictureAndGivesTheWindowBack) {
     M_CopyBitmap(window.get(), 0, 0);  // stopped: nothing happens
     EXPECT_TRUE(window.pixels() == before);
 }
-
-#endif  // _WIN32
 
 }  // namespace
