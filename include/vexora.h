@@ -328,7 +328,15 @@ typedef struct VXVIEW {
 } VXVIEW;      /* 16 bytes */
 
 /* Rubber-band zoom commands (VXBZOOM.mode and the mode argument of
-   BZoomStart / BZoomStep), plus the drag bit. */
+   BZoomStart / BZoomStep). The codes carry the drag bit BZOOM_DRAG: a
+   BZoomStart with one of them captures the mouse and tracks the band, and
+   its BZoomEnd is a rectangle zoom when the end point lies 6 pixels or more
+   from the start on both axes, else the command applied as a click
+   (recentred on the end point). The same command without the drag bit (the
+   code minus 0x10: 1 keep ... 5 fine out) makes a start that captures
+   nothing, for a plain click. BZoomStep and BZoomScreenStep apply a command
+   without the mouse whatever its drag bit: they store it without the bit,
+   so the record's mode has BZOOM_DRAG exactly while a drag is under way. */
 #define BZOOM_DRAG     0x10  /* a mouse drag is in progress (captures the mouse) */
 #define BZOOM_KEEP     17    /* keep the zoom, recentre only */
 #define BZOOM_STEPIN   18    /* next step of the zoom-in table */
@@ -343,7 +351,9 @@ typedef struct VXVIEW {
 /* Rubber-band zoom record, owned by the application, cleared by BZoomStart.
    All fields 32-bit signed. */
 typedef struct VXBZOOM {
-    LONG        mode;          /*  0: BZOOM_ command, plus BZOOM_DRAG while dragging */
+    LONG        mode;          /*  0: command in the low byte (with or without
+                                      BZOOM_DRAG, which is set only while a
+                                      drag is under way; BZoomEnd clears it) */
     VXZOOMRATIO newZoom;       /*  4: result: xMul 4, xDiv 8, yMul 12, yDiv 16 */
     LONG        newScrollX;    /* 20: logical point that becomes the view's top-left */
     LONG        newScrollY;    /* 24 */
@@ -356,17 +366,23 @@ typedef struct VXBZOOM {
     LONG        bandShown;     /* 64: 1 once the band has been drawn */
 } VXBZOOM;   /* 68 bytes */
 
-/* Screen view record used by BZoomScreenEnd / BZoomScreenStep: a view that
-   keeps its zoom as floating-point factors. Layout is this library's own. */
+/* Screen view record of BZoomScreenEnd / BZoomScreenStep: an application's
+   own view that keeps its zoom as floating-point factors (device pixels per
+   image pixel) and scrolls in device pixels from 0. The zoom calls read the
+   zoom, the image size and the scroll position, and write back the new zoom
+   (xMul / xDiv, yMul / yDiv of the result), the new scroll position and the
+   scroll maxima for the new zoom. */
 typedef struct VXSCREENVIEW {
-    double zoomX;        /*  0: horizontal zoom factor (xMul / xDiv) */
-    double zoomY;        /*  8: vertical zoom factor */
-    LONG   deviceDpiX;   /* 16: device resolution, pixels per inch */
-    LONG   deviceDpiY;   /* 20 */
-    LONG   scrollX;      /* 24: scroll position, device pixels */
+    double zoomX;        /*  0: in/out: horizontal zoom factor (<= 0: the
+                                record's current zoom is taken instead) */
+    double zoomY;        /*  8: in/out: vertical zoom factor */
+    LONG   imageWidth;   /* 16: in: image size in pixels */
+    LONG   imageHeight;  /* 20 */
+    LONG   scrollX;      /* 24: in/out: scroll position, device pixels, >= 0 */
     LONG   scrollY;      /* 28 */
-    LONG   hasHRange;    /* 32: non-zero when the horizontal axis scrolls */
-    LONG   hasVRange;    /* 36: non-zero when the vertical axis scrolls */
+    LONG   hMax;         /* 32: out: horizontal scroll maximum, image width x
+                                zoom - client width, 0 when the image fits */
+    LONG   vMax;         /* 36: out: vertical scroll maximum */
     LONG   reserved[6];  /* 40..63: spare, keep zero */
 } VXSCREENVIEW;   /* 64 bytes */
 
@@ -621,9 +637,19 @@ VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height,
 
 /* Lets the user drag a rectangle from `start` (a mouse-message lParam:
    client x low 16 bits, y high 16 bits) and turns it into a percentage
-   (capped at 500) written to ratio[4] = {zoom, 100, zoom, 100}; ratio is
-   read first as {xMul, xDiv, yMul, yDiv}. Returns UpdateWindow's result;
-   beeps and returns when the start point is outside the client area. */
+   written to ratio[4] = {zoom, 100, zoom, 100}; ratio is read first as
+   {xMul, xDiv, yMul, yDiv}. Runs a modal loop over the window's mouse
+   messages (WM_MOUSEMOVE..WM_MBUTTONDBLCLK) that ends on WM_LBUTTONUP, with
+   the cursor confined to the client area and the rectangle drawn inverted.
+   zoom = floor(min(zx, zy) x 100), zx = (xMul / xDiv, 1 when xDiv is 0) x
+   client width / rectangle width, zy likewise; each capped at 5 (an empty
+   rectangle counts as the cap). When no more input can come (WaitMessage
+   fails, as it does on Linux when the window's host has no input left, or
+   the window is destroyed) the drag ends at the last position seen.
+   Returns UpdateWindow's result after invalidating the client area with
+   erase; FALSE with ratio untouched when hWnd or ratio is NULL or hWnd is
+   not a window, and (after a beep) when the start point is outside the
+   client area. */
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio);
 
 /* ------------------------------------------------------------------------ */
@@ -1624,10 +1650,12 @@ VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
 /* Zoom: rubber band and zoom steps                                          */
 /* ------------------------------------------------------------------------ */
 
-/* Sets the library-wide scale steps: base 1..1000 and two tables of
-   BZOOM_STEP_TABLE_LEN ints (count, then rising steps starting at base), each
-   optional. Returns TRUE, or FALSE (nothing changed) when the base or a
-   given table is invalid. */
+/* Sets the library-wide scale steps: base 1..1000 (default 10) and two tables
+   of BZOOM_STEP_TABLE_LEN ints (count 1..10, then strictly rising steps, the
+   first equal to the base), each optional: a table not given is kept as it
+   is. Defaults: zoom in {5, 10, 20, 40, 60, 80}, zoom out {5, 10, 15, 30,
+   40, 50}. Returns TRUE, or FALSE with nothing changed when the base or a
+   given table is invalid (both tables are checked before either is stored). */
 VXAPI BOOL VXCALL BZoomSetScaleSteps(int base, const int *zoomIn,
                                      const int *zoomOut);
 
@@ -1636,34 +1664,54 @@ VXAPI BOOL VXCALL BZoomSetScaleSteps(int base, const int *zoomIn,
 VXAPI int VXCALL BZoomGetScaleSteps(int *zoomIn, int *zoomOut);
 
 /* Starts a zoom on button-down: clears `zoom`, records the start point
-   (optional; screen coordinates when screenPoints), the current zoom
-   {xMul, xDiv, yMul, yDiv} (optional, else base:base) and the mode; with
-   BZOOM_DRAG in mode it captures the mouse. */
+   (optional; screen coordinates when screenPoints, client otherwise), the
+   current zoom {xMul, xDiv, yMul, yDiv} (optional, else base:base) and the
+   mode; with BZOOM_DRAG in mode (every BZOOM_ command has it) it captures
+   the mouse for hWnd. Nothing happens when zoom is NULL. */
 VXAPI void VXCALL BZoomStart(HWND hWnd, LPPOINT start, const int *currentZoom,
                              int mode, VXBZOOM *zoom, BOOL screenPoints);
 
 /* Mouse-move during a drag: once the point is 6 pixels or more from the
-   start on both axes, draws and then tracks the rubber band (XOR pen). Does
-   nothing outside drag mode. */
+   start on both axes, draws and then tracks the rubber band, inverting the
+   outline's pixels on the window DC (R2_NOTXORPEN, black pen) so that
+   drawing it again restores them. Does nothing outside a drag, or when hWnd
+   or point is NULL. */
 VXAPI void VXCALL BZoomUpdate(HWND hWnd, LPPOINT point, VXBZOOM *zoom);
 
-/* Button-up: ends a drag, computes the new zoom (rectangle zoom or the
-   record's command) and, when a point is known, applies it to the display
-   state and sets zoom->newScrollX/Y for the application to scroll to. */
+/* Button-up: ends a drag (releases the mouse, erases the band), computes the
+   new zoom into zoom->newZoom and, with a window and a state record, applies
+   it to the state: zoom stored, mapping and scroll ranges recomputed,
+   DISPLAY_FIT cleared, DISPLAY_ZOOMED set. zoom->newScrollX/Y receive the
+   logical point the application should scroll the view's top-left to: the
+   view's current top-left (state->originLogical), or, when a point is known
+   (the end point of a click, the centre of a dragged rectangle), that point
+   less half the client area, so that it lands in the middle of the view.
+   A rectangle zoom makes the rectangle fill the client area (seen at 1:1,
+   without fitting), limited to base / last zoom-out step .. last zoom-in
+   step / base; a command is applied to the x pair of the current zoom and
+   copied to the y pair. Without a state record only zoom->newZoom is set. */
 VXAPI void VXCALL BZoomEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom,
                            VXDISPLAYSTATE *state);
 
-/* Applies a zoom command (BZOOM_STEPIN...) without the mouse: a start and an
-   end without points, starting from `currentZoom` {xMul, xDiv, yMul, yDiv}. */
+/* Applies a zoom command (BZOOM_STEPIN...) without the mouse, starting from
+   `currentZoom` {xMul, xDiv, yMul, yDiv} (NULL: base:base): a BZoomStart
+   without a point and without the drag bit, then a BZoomEnd without a point
+   (the zoom changes, the view keeps its top-left point). */
 VXAPI void VXCALL BZoomStep(HWND hWnd, const int *currentZoom, int mode,
                             VXBZOOM *zoom, VXDISPLAYSTATE *state);
 
-/* BZoomEnd for a screen view record with floating-point zoom: scroll
-   positions are rescaled in proportion to the old ones. */
+/* BZoomEnd for a VXSCREENVIEW: the new zoom is computed as by BZoomEnd (a
+   rectangle fills the client area in device pixels) and written to the view
+   as factors. Each scroll position is rescaled by new / old zoom: without a
+   point so that the image point at the view's top-left stays there, with one
+   so that the image point under it lands in the middle of the client area;
+   then it is kept within 0..maximum, the maximum being the zoomed image
+   size less the client size (0 when the image fits). newScrollX/Y repeat the
+   view's new scroll position. Nothing is applied when view is NULL. */
 VXAPI void VXCALL BZoomScreenEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom,
                                  VXSCREENVIEW *view);
 
-/* BZoomStep for a screen view record. */
+/* BZoomStep for a VXSCREENVIEW. */
 VXAPI void VXCALL BZoomScreenStep(HWND hWnd, const int *currentZoom, int mode,
                                   VXBZOOM *zoom, VXSCREENVIEW *view);
 
@@ -1681,25 +1729,35 @@ VXAPI int VXCALL M_GetWidth(void);
 /* Returns the lens height in pixels. */
 VXAPI int VXCALL M_GetHeight(void);
 
-/* Starts the lens on hWnd: snapshots the client area, hides the cursor and
-   makes the lens bitmap; hPalette (optional) is used for every blit.
-   Returns 1. */
+/* Starts the lens on hWnd: updates the window, snapshots its client area,
+   hides the cursor and makes the lens bitmap, which shows the stock gray
+   brush inside its frame until M_StretchBitmap fills it; hPalette
+   (optional) is used for every blit. A lens already active is first taken
+   off its window. Returns 1; 0 (nothing started) when hWnd is NULL or not a
+   window. */
 VXAPI int VXCALL M_StartMagnify(HWND hWnd, HPALETTE hPalette);
 
 /* Computes in *rect the source rectangle centred on (x, y) that fills the
-   lens interior at ratio {xNum, xDen, yNum, yDen} (reductions reset to
-   10:10). Returns 1, or 0 when ratio or rect is NULL or ratio[2]/ratio[3]
-   is 0. */
+   lens interior (lens size less 8 each way) at ratio {xNum, xDen, yNum,
+   yDen}: width = interior width x xDen / xNum, height likewise. A pair that
+   does not magnify (x: xDen > xNum or xNum 0; y: yDen > yNum) is reset to
+   10:10 in the caller's array. Returns 1, or 0 when ratio or rect is NULL
+   or ratio[2]/ratio[3] is 0. */
 VXAPI int VXCALL M_CalcRect(int x, int y, int *ratio, LPRECT rect);
 
 /* Fills the lens from the (x, y, width, height) rectangle of hBitmap,
-   stretched, gray outside the bitmap, and draws the bevelled frame. Does
-   nothing when the lens is not active. */
+   stretched over the whole lens, gray where the rectangle passes the
+   bitmap's edges, and draws the frame: black lines at the edge and at inset
+   3, a raised bevel at inset 1 (white top and left, gray 0x808080 right and
+   bottom) and a sunken one at inset 2. Does nothing when the lens is not
+   active. */
 VXAPI void VXCALL M_StretchBitmap(HBITMAP hBitmap, int x, int y, int width,
                                   int height);
 
-/* Moves the lens to client point (x, y), restoring the window under its
-   previous place. Does nothing when the lens is not active. */
+/* Moves the lens to client point (x, y) of hWnd: the snapshot is put back
+   over the previous place (the new place excluded, so nothing flickers),
+   then the lens is drawn. Does nothing when the lens is not active or hWnd
+   is NULL. */
 VXAPI void VXCALL M_CopyBitmap(HWND hWnd, int x, int y);
 
 /* Stops the lens: restores the window and the cursor and frees the lens
