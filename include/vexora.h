@@ -1382,40 +1382,64 @@ VXAPI HBITMAP VXCALL LoadASCIIIntoBitmap(HGLOBAL text);
 /* Starts showing a device bitmap in hWnd. resolution: {x, y} dpi or NULL
    (device's); position: in {x, y} image pixels to scroll to, out the four
    origin fields (room for 4 ints), or NULL; zoom: {xMul, xDiv, yMul, yDiv}
-   or NULL; the palette is used, not owned. Returns the stored flags, 0 when
-   state is NULL. Sets no error code. */
+   or NULL (1:1); the palette is used, not owned. Returns the stored flags.
+   Decided here: NULL state, a NULL or destroyed window, and a handle that is
+   not a bitmap return 0 and leave the record and the window alone. A bitmap
+   or palette the engine made for an earlier start of the same record is
+   deleted when this start replaces it, and the record's DIB is cleared.
+   Zero zoom or resolution terms never divide: GDI refuses a scale with a
+   zero term, so that step (both axes) acts as 1; with DISPLAY_FIT a zero
+   resolution gives a scale GDI refuses likewise (defined, not meaningful).
+   Sets no error code. */
 VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette,
                                 const int *resolution, int *position,
                                 const int *zoom, DWORD flags,
                                 VXDISPLAYSTATE *state);
 
-/* Starts showing a DIB in hWnd: resolution from its header, an owned palette
-   made from it, and with DISPLAY_MAKEBITMAP an owned device bitmap for
-   drawing. position and zoom as for DisplayStart. Returns the flags
-   argument, 0 when state is NULL. */
+/* Starts showing a DIB in hWnd: resolution from its header (pels per metre
+   x 0.0254 rounded; the device's when below 1, and for a 12-byte header),
+   an owned palette made from it unless the record holds one of the
+   caller's, and with DISPLAY_MAKEBITMAP an owned device bitmap for drawing
+   (DISPLAY_MAKEBITMAP is then cleared in the stored flags). The scroll
+   position starts at 0. position and zoom as for DisplayStart. Returns the
+   flags argument as given. Decided here: NULL state, a NULL or destroyed
+   window, and a DIB whose block cannot be locked, is shorter than its
+   header and colour table, or has a negative width return 0 and change
+   nothing. imageHeight is |biHeight|; a top-down DIB is drawn from its
+   first stored row. A block shorter than its rows is started but never
+   drawn (the class background shows). Sets no error code. */
 VXAPI DWORD VXCALL DisplayDIBStart(HWND hWnd, HDIB hDIB, int *position,
                                    const int *zoom, DWORD flags,
                                    VXDISPLAYSTATE *state);
 
 /* WM_CREATE handler: clears the whole state record. Returns 0; 1 when hWnd
+   is NULL (the record is then left alone); 0 with nothing done when state
    is NULL. */
 VXAPI LRESULT VXCALL DisplayWmCreate(HWND hWnd, WPARAM wParam, LPARAM lParam,
                                      VXDISPLAYSTATE *state);
 
 /* WM_DESTROY handler: deletes the bitmap and palette the engine owns and
-   clears those handles. Returns 0; 1 when hWnd is NULL. */
+   clears those handles and their `owned` bits (a second call does nothing);
+   a caller's bitmap or palette stays in the record, undeleted. Returns 0;
+   1 when hWnd is NULL, with nothing deleted. */
 VXAPI LRESULT VXCALL DisplayWmDestroy(HWND hWnd, WPARAM wParam, LPARAM lParam,
                                       VXDISPLAYSTATE *state);
 
-/* WM_SIZE handler: stores the client rectangle, recomputes the mapping and
-   scroll bars. A size message arriving while one is handled is ignored.
-   Returns 0; 1 when hWnd is NULL. */
+/* WM_SIZE handler: stores the client rectangle (read with GetClientRect;
+   wParam and lParam are not used), recomputes the mapping and scroll bars.
+   A size message arriving while one is handled (the scroll bars shown or
+   hidden here resize the client area) is ignored: one guard for the whole
+   library. Returns 0; 1 when hWnd is NULL. */
 VXAPI LRESULT VXCALL DisplayWmSize(HWND hWnd, WPARAM wParam, LPARAM lParam,
                                    VXDISPLAYSTATE *state);
 
-/* WM_VSCROLL handler: scroll code in LOWORD(wParam), thumb in HIWORD(wParam);
-   moves by whole zoomed pixels and scrolls the window. Returns 0; 1 when
-   hWnd is NULL. */
+/* WM_VSCROLL handler: scroll code in LOWORD(wParam) (SB_LINEUP ... SB_BOTTOM;
+   other codes move nothing), thumb in HIWORD(wParam). A line is the zoomed
+   pixel size (the reduced viewport extent, at least 1) but at least 8, a
+   page half the client height; a thumb on either end of the range goes one
+   zoomed pixel beyond it; the move is then snapped to whole zoomed pixels
+   from the old position and clamped. Only the uncovered strip is repainted.
+   Limits near 2^31 do not wrap. Returns 0; 1 when hWnd is NULL. */
 VXAPI LRESULT VXCALL DisplayWmVertScroll(HWND hWnd, WPARAM wParam,
                                          LPARAM lParam, VXDISPLAYSTATE *state);
 
@@ -1425,35 +1449,43 @@ VXAPI LRESULT VXCALL DisplayWmHorzScroll(HWND hWnd, WPARAM wParam,
                                          LPARAM lParam, VXDISPLAYSTATE *state);
 
 /* WM_PAINT handler: draws the visible part of the image and fills the rest
-   of the paint rectangle with the class background brush. Returns 0 (1 when
-   hWnd is NULL). */
+   of the paint rectangle (right and bottom edges included) with the class
+   background brush (without one, the DC's brush). With state NULL it only
+   begins and ends painting. Returns 0 (1 when hWnd is NULL). */
 VXAPI LRESULT VXCALL DisplayWmPaint(HWND hWnd, VXDISPLAYSTATE *state);
 
 /* Scrolls both axes to `point` (device pixels), snapped and clamped as the
-   scroll messages do, and repaints only the uncovered strips. Returns 0;
-   1 when hWnd or point is NULL. */
+   scroll messages do, and repaints the uncovered strips, each axis's at
+   once, then what else was uncovered. When neither axis moves it returns
+   at once, scroll bars untouched. Returns 0; 1 when hWnd or point is NULL;
+   0 with nothing done when state is NULL. */
 VXAPI int VXCALL DisplaySetScrollPos(HWND hWnd, VXDISPLAYSTATE *state,
                                      LPPOINT point);
 
 /* Draws the current image into any device context (printer, memory, window)
-   with the state's mapping, after clamping the scroll position. Returns the
-   flags, 0 when state is NULL. */
+   with the state's mapping, after clamping the scroll position; the part
+   within the DC's clip box (the record's client rectangle when that is
+   empty). The DC's state is saved and restored around it. Returns the
+   flags; 0, record untouched, when state is NULL or hDC is not a DC. */
 VXAPI DWORD VXCALL DisplayDIBImageDC(HDC hDC, VXDISPLAYSTATE *state);
 
 /* Same operation as DisplayDIBImageDC, kept under its second name. Returns
-   the flags, 0 when state is NULL. */
+   the flags, 0 when state is NULL or hDC is not a DC. */
 VXAPI DWORD VXCALL DisplayImageDC(HDC hDC, VXDISPLAYSTATE *state);
 
 /* Applies the state's mapping to a device context without resetting scroll
-   or centring, for the application's own drawing over the image. Returns
-   the flags, 0 when state is NULL. */
+   or centring, for the application's own drawing over the image; the DC
+   keeps that mapping (save and restore it around the call to undo it). The
+   record's two origin fields are updated. Returns the flags; 0, record
+   untouched, when state is NULL or hDC is not a DC. */
 VXAPI DWORD VXCALL MapDisplayDC(HDC hDC, VXDISPLAYSTATE *state);
 
 /* Returns the library-wide low-memory stretch switch (default 0): when on,
    visible parts of DIBs are resampled by the library before drawing. */
 VXAPI int VXCALL GetLowMemStretch(void);
 
-/* Sets the low-memory stretch switch and returns its previous value. */
+/* Sets the low-memory stretch switch (any value; non-zero is on) and returns
+   its previous value. */
 VXAPI int VXCALL SetLowMemStretch(int value);
 
 /*

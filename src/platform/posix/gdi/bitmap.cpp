@@ -20,6 +20,7 @@
 //
 // A pixel colour is the nearest colour the surface holds: the nearest table entry, or the
 // channels cut to the surface's bits. SetPixel answers the colour it stored.
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -128,10 +129,13 @@ int BitmapObject(const Bitmap& bitmap, int size, void* out) {
 // Whether a device point of a DC is drawn on: inside its surface and its clipping region.
 bool Visible(const DcState& state, const Surface& surface, POINT p) {
     if (p.x < 0 || p.y < 0 || p.x >= surface.width || p.y >= surface.height) return false;
-    if (!state.clip) return true;
-    for (const RECT& r : *state.clip)
-        if (p.x >= r.left && p.x < r.right && p.y >= r.top && p.y < r.bottom) return true;
-    return false;
+    auto inside = [&](const std::vector<RECT>& rects) {
+        return std::any_of(rects.begin(), rects.end(), [&](const RECT& r) {
+            return p.x >= r.left && p.x < r.right && p.y >= r.top && p.y < r.bottom;
+        });
+    };
+    if (surface.visible != nullptr && !inside(*surface.visible)) return false;
+    return !state.clip || inside(*state.clip);
 }
 
 uint8_t* RowOf(const Surface& surface, int y) { return surface.bits + static_cast<ptrdiff_t>(y) * surface.stride; }
@@ -209,6 +213,11 @@ Surface Bitmap::surface() {
 }
 
 Surface DcSurface(const ObjectTable::Access& objects, const DeviceContext& context) {
+    if (context.window != nullptr) {
+        Surface s = context.window->surface();
+        if (context.visible) s.visible = &*context.visible;
+        return s;
+    }
     if (context.kind() != ObjectKind::MemoryDC) return {};
     Bitmap* bitmap = objects.find<Bitmap>(context.state.bitmap);
     return bitmap != nullptr ? bitmap->surface() : Surface{};

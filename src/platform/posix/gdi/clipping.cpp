@@ -72,7 +72,8 @@ int SelectClip(DcState& state, const Region* region) {
 }
 
 std::vector<RECT> VisibleRects(const DcState& state, const Surface& surface) {
-    const Bands bounds = RectRegion(0, 0, surface.width, surface.height);
+    Bands bounds = RectRegion(0, 0, surface.width, surface.height);
+    if (surface.visible != nullptr) bounds = CombineBands(*surface.visible, bounds, RGN_AND);
     if (!state.clip) return bounds;
     return CombineBands(*state.clip, bounds, RGN_AND);
 }
@@ -139,11 +140,16 @@ VXPLATFORMAPI int GetClipBox(HDC dc, LPRECT box) {
         const RECT bounds = vx::posix::gdi::SurfaceBounds(surface);
         int answer = SIMPLEREGION;
         RECT result = bounds;
-        if (state.clip) {
+        if (surface.visible != nullptr) {
+            // A DC limited to a window's update region: the box of what it may draw on.
+            const Bands visible = vx::posix::gdi::VisibleRects(state, surface);
+            answer = vx::posix::gdi::RegionComplexity(visible);
+            result = vx::posix::gdi::RegionBox(visible);
+        } else if (state.clip) {
             result = vx::posix::gdi::RegionBox(*state.clip);
             answer = vx::posix::gdi::RegionComplexity(*state.clip);
         }
-        if (!vx::posix::gdi::IsEmpty(bounds)) {
+        if (surface.visible == nullptr && !vx::posix::gdi::IsEmpty(bounds)) {
             // Cut to the surface; an empty cut keeps the corners it computed, as Windows does.
             result = RECT{std::max(result.left, bounds.left), std::max(result.top, bounds.top),
                           std::min(result.right, bounds.right), std::min(result.bottom, bounds.bottom)};

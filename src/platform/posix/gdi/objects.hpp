@@ -48,6 +48,9 @@ struct Surface {
     uint32_t redMask = 0;
     uint32_t greenMask = 0;
     uint32_t blueMask = 0;
+    // A window DC lent out by BeginPaint: the part of the surface it may draw on (the update
+    // region, banded); null: all of it. Drawing and GetClipBox see it under any clipping region.
+    const std::vector<RECT>* visible = nullptr;
 };
 
 // Frees what std::calloc gave.
@@ -193,6 +196,29 @@ struct DcState {
     POINT position{0, 0};
 };
 
+// The client pixels of a window (window.hpp): 32-bit true colour, top row first, as the
+// screen's DCs draw them. The window layer owns it and resizes it; the window DCs lent out
+// share it, so a DC that outlives its window holds a surface that is no longer alive and draws
+// nothing. Guarded by the table lock, like every object of the table.
+struct WindowSurface {
+    HWND window = nullptr;
+    std::vector<uint32_t> pixels;  // width x height, 0x00RRGGBB
+    int width = 0;
+    int height = 0;
+    bool alive = true;
+
+    Surface surface() {
+        Surface s;
+        if (!alive || pixels.empty()) return s;
+        s.bits = reinterpret_cast<uint8_t*>(pixels.data());
+        s.stride = static_cast<ptrdiff_t>(width) * 4;
+        s.width = width;
+        s.height = height;
+        s.bitsPerPixel = 32;
+        return s;
+    }
+};
+
 // A device context: a memory DC (OBJ_MEMDC) draws into its selected bitmap; a screen DC
 // (OBJ_DC, from GetDC) is lent out of a cache and given back by ReleaseDC; a metafile DC
 // (OBJ_METADC, OBJ_ENHMETADC) has no pixels and hands what is done on it to its recorder.
@@ -207,7 +233,18 @@ struct DeviceContext final : GdiObject {
     bool released = false;       // a screen DC back in the cache
     // A metafile DC's recorder (metafile_recorder.hpp); null for every other DC.
     std::shared_ptr<MetaRecorder> recorder;
+    // A screen DC lent for a window (GetDC, BeginPaint): the window's client pixels, and for
+    // BeginPaint the update region it is limited to (client coordinates).
+    std::shared_ptr<WindowSurface> window;
+    std::optional<std::vector<RECT>> visible;
 };
+
+// Lends a screen DC out of the cache, reset to a new DC's state: for a window's client pixels
+// when `window` is given (limited to `visible` when that is given), else for the screen. Null
+// when memory runs out. Takes the table lock: call it without one.
+HDC LendDC(std::shared_ptr<WindowSurface> window, std::optional<std::vector<RECT>> visible);
+// A window is gone: the DCs lent for it draw nothing from now on and are back in the cache.
+void ForgetWindowDCs(const ObjectTable::Access& objects, const WindowSurface* window);
 
 // The stock objects (GetStockObject indices WHITE_BRUSH ... DEFAULT_PALETTE), made on first
 // use, and the stock 1 x 1 monochrome bitmap every memory DC starts with. Each takes the table
