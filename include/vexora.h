@@ -328,7 +328,15 @@ typedef struct VXVIEW {
 } VXVIEW;      /* 16 bytes */
 
 /* Rubber-band zoom commands (VXBZOOM.mode and the mode argument of
-   BZoomStart / BZoomStep), plus the drag bit. */
+   BZoomStart / BZoomStep). The codes carry the drag bit BZOOM_DRAG: a
+   BZoomStart with one of them captures the mouse and tracks the band, and
+   its BZoomEnd is a rectangle zoom when the end point lies 6 pixels or more
+   from the start on both axes, else the command applied as a click
+   (recentred on the end point). The same command without the drag bit (the
+   code minus 0x10: 1 keep ... 5 fine out) makes a start that captures
+   nothing, for a plain click. BZoomStep and BZoomScreenStep apply a command
+   without the mouse whatever its drag bit: they store it without the bit,
+   so the record's mode has BZOOM_DRAG exactly while a drag is under way. */
 #define BZOOM_DRAG     0x10  /* a mouse drag is in progress (captures the mouse) */
 #define BZOOM_KEEP     17    /* keep the zoom, recentre only */
 #define BZOOM_STEPIN   18    /* next step of the zoom-in table */
@@ -343,7 +351,9 @@ typedef struct VXVIEW {
 /* Rubber-band zoom record, owned by the application, cleared by BZoomStart.
    All fields 32-bit signed. */
 typedef struct VXBZOOM {
-    LONG        mode;          /*  0: BZOOM_ command, plus BZOOM_DRAG while dragging */
+    LONG        mode;          /*  0: command in the low byte (with or without
+                                      BZOOM_DRAG, which is set only while a
+                                      drag is under way; BZoomEnd clears it) */
     VXZOOMRATIO newZoom;       /*  4: result: xMul 4, xDiv 8, yMul 12, yDiv 16 */
     LONG        newScrollX;    /* 20: logical point that becomes the view's top-left */
     LONG        newScrollY;    /* 24 */
@@ -356,17 +366,23 @@ typedef struct VXBZOOM {
     LONG        bandShown;     /* 64: 1 once the band has been drawn */
 } VXBZOOM;   /* 68 bytes */
 
-/* Screen view record used by BZoomScreenEnd / BZoomScreenStep: a view that
-   keeps its zoom as floating-point factors. Layout is this library's own. */
+/* Screen view record of BZoomScreenEnd / BZoomScreenStep: an application's
+   own view that keeps its zoom as floating-point factors (device pixels per
+   image pixel) and scrolls in device pixels from 0. The zoom calls read the
+   zoom, the image size and the scroll position, and write back the new zoom
+   (xMul / xDiv, yMul / yDiv of the result), the new scroll position and the
+   scroll maxima for the new zoom. */
 typedef struct VXSCREENVIEW {
-    double zoomX;        /*  0: horizontal zoom factor (xMul / xDiv) */
-    double zoomY;        /*  8: vertical zoom factor */
-    LONG   deviceDpiX;   /* 16: device resolution, pixels per inch */
-    LONG   deviceDpiY;   /* 20 */
-    LONG   scrollX;      /* 24: scroll position, device pixels */
+    double zoomX;        /*  0: in/out: horizontal zoom factor (<= 0: the
+                                record's current zoom is taken instead) */
+    double zoomY;        /*  8: in/out: vertical zoom factor */
+    LONG   imageWidth;   /* 16: in: image size in pixels */
+    LONG   imageHeight;  /* 20 */
+    LONG   scrollX;      /* 24: in/out: scroll position, device pixels, >= 0 */
     LONG   scrollY;      /* 28 */
-    LONG   hasHRange;    /* 32: non-zero when the horizontal axis scrolls */
-    LONG   hasVRange;    /* 36: non-zero when the vertical axis scrolls */
+    LONG   hMax;         /* 32: out: horizontal scroll maximum, image width x
+                                zoom - client width, 0 when the image fits */
+    LONG   vMax;         /* 36: out: vertical scroll maximum */
     LONG   reserved[6];  /* 40..63: spare, keep zero */
 } VXSCREENVIEW;   /* 64 bytes */
 
@@ -621,9 +637,19 @@ VXAPI HDIB VXCALL ScaleGrayDIB(HDIB dib, int x, int y, int width, int height,
 
 /* Lets the user drag a rectangle from `start` (a mouse-message lParam:
    client x low 16 bits, y high 16 bits) and turns it into a percentage
-   (capped at 500) written to ratio[4] = {zoom, 100, zoom, 100}; ratio is
-   read first as {xMul, xDiv, yMul, yDiv}. Returns UpdateWindow's result;
-   beeps and returns when the start point is outside the client area. */
+   written to ratio[4] = {zoom, 100, zoom, 100}; ratio is read first as
+   {xMul, xDiv, yMul, yDiv}. Runs a modal loop over the window's mouse
+   messages (WM_MOUSEMOVE..WM_MBUTTONDBLCLK) that ends on WM_LBUTTONUP, with
+   the cursor confined to the client area and the rectangle drawn inverted.
+   zoom = floor(min(zx, zy) x 100), zx = (xMul / xDiv, 1 when xDiv is 0) x
+   client width / rectangle width, zy likewise; each capped at 5 (an empty
+   rectangle counts as the cap). When no more input can come (WaitMessage
+   fails, as it does on Linux when the window's host has no input left, or
+   the window is destroyed) the drag ends at the last position seen.
+   Returns UpdateWindow's result after invalidating the client area with
+   erase; FALSE with ratio untouched when hWnd or ratio is NULL or hWnd is
+   not a window, and (after a beep) when the start point is outside the
+   client area. */
 VXAPI BOOL VXCALL Zoom(HWND hWnd, LPARAM start, int *ratio);
 
 /* ------------------------------------------------------------------------ */
@@ -1382,40 +1408,64 @@ VXAPI HBITMAP VXCALL LoadASCIIIntoBitmap(HGLOBAL text);
 /* Starts showing a device bitmap in hWnd. resolution: {x, y} dpi or NULL
    (device's); position: in {x, y} image pixels to scroll to, out the four
    origin fields (room for 4 ints), or NULL; zoom: {xMul, xDiv, yMul, yDiv}
-   or NULL; the palette is used, not owned. Returns the stored flags, 0 when
-   state is NULL. Sets no error code. */
+   or NULL (1:1); the palette is used, not owned. Returns the stored flags.
+   Decided here: NULL state, a NULL or destroyed window, and a handle that is
+   not a bitmap return 0 and leave the record and the window alone. A bitmap
+   or palette the engine made for an earlier start of the same record is
+   deleted when this start replaces it, and the record's DIB is cleared.
+   Zero zoom or resolution terms never divide: GDI refuses a scale with a
+   zero term, so that step (both axes) acts as 1; with DISPLAY_FIT a zero
+   resolution gives a scale GDI refuses likewise (defined, not meaningful).
+   Sets no error code. */
 VXAPI DWORD VXCALL DisplayStart(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette,
                                 const int *resolution, int *position,
                                 const int *zoom, DWORD flags,
                                 VXDISPLAYSTATE *state);
 
-/* Starts showing a DIB in hWnd: resolution from its header, an owned palette
-   made from it, and with DISPLAY_MAKEBITMAP an owned device bitmap for
-   drawing. position and zoom as for DisplayStart. Returns the flags
-   argument, 0 when state is NULL. */
+/* Starts showing a DIB in hWnd: resolution from its header (pels per metre
+   x 0.0254 rounded; the device's when below 1, and for a 12-byte header),
+   an owned palette made from it unless the record holds one of the
+   caller's, and with DISPLAY_MAKEBITMAP an owned device bitmap for drawing
+   (DISPLAY_MAKEBITMAP is then cleared in the stored flags). The scroll
+   position starts at 0. position and zoom as for DisplayStart. Returns the
+   flags argument as given. Decided here: NULL state, a NULL or destroyed
+   window, and a DIB whose block cannot be locked, is shorter than its
+   header and colour table, or has a negative width return 0 and change
+   nothing. imageHeight is |biHeight|; a top-down DIB is drawn from its
+   first stored row. A block shorter than its rows is started but never
+   drawn (the class background shows). Sets no error code. */
 VXAPI DWORD VXCALL DisplayDIBStart(HWND hWnd, HDIB hDIB, int *position,
                                    const int *zoom, DWORD flags,
                                    VXDISPLAYSTATE *state);
 
 /* WM_CREATE handler: clears the whole state record. Returns 0; 1 when hWnd
+   is NULL (the record is then left alone); 0 with nothing done when state
    is NULL. */
 VXAPI LRESULT VXCALL DisplayWmCreate(HWND hWnd, WPARAM wParam, LPARAM lParam,
                                      VXDISPLAYSTATE *state);
 
 /* WM_DESTROY handler: deletes the bitmap and palette the engine owns and
-   clears those handles. Returns 0; 1 when hWnd is NULL. */
+   clears those handles and their `owned` bits (a second call does nothing);
+   a caller's bitmap or palette stays in the record, undeleted. Returns 0;
+   1 when hWnd is NULL, with nothing deleted. */
 VXAPI LRESULT VXCALL DisplayWmDestroy(HWND hWnd, WPARAM wParam, LPARAM lParam,
                                       VXDISPLAYSTATE *state);
 
-/* WM_SIZE handler: stores the client rectangle, recomputes the mapping and
-   scroll bars. A size message arriving while one is handled is ignored.
-   Returns 0; 1 when hWnd is NULL. */
+/* WM_SIZE handler: stores the client rectangle (read with GetClientRect;
+   wParam and lParam are not used), recomputes the mapping and scroll bars.
+   A size message arriving while one is handled (the scroll bars shown or
+   hidden here resize the client area) is ignored: one guard for the whole
+   library. Returns 0; 1 when hWnd is NULL. */
 VXAPI LRESULT VXCALL DisplayWmSize(HWND hWnd, WPARAM wParam, LPARAM lParam,
                                    VXDISPLAYSTATE *state);
 
-/* WM_VSCROLL handler: scroll code in LOWORD(wParam), thumb in HIWORD(wParam);
-   moves by whole zoomed pixels and scrolls the window. Returns 0; 1 when
-   hWnd is NULL. */
+/* WM_VSCROLL handler: scroll code in LOWORD(wParam) (SB_LINEUP ... SB_BOTTOM;
+   other codes move nothing), thumb in HIWORD(wParam). A line is the zoomed
+   pixel size (the reduced viewport extent, at least 1) but at least 8, a
+   page half the client height; a thumb on either end of the range goes one
+   zoomed pixel beyond it; the move is then snapped to whole zoomed pixels
+   from the old position and clamped. Only the uncovered strip is repainted.
+   Limits near 2^31 do not wrap. Returns 0; 1 when hWnd is NULL. */
 VXAPI LRESULT VXCALL DisplayWmVertScroll(HWND hWnd, WPARAM wParam,
                                          LPARAM lParam, VXDISPLAYSTATE *state);
 
@@ -1425,48 +1475,108 @@ VXAPI LRESULT VXCALL DisplayWmHorzScroll(HWND hWnd, WPARAM wParam,
                                          LPARAM lParam, VXDISPLAYSTATE *state);
 
 /* WM_PAINT handler: draws the visible part of the image and fills the rest
-   of the paint rectangle with the class background brush. Returns 0 (1 when
-   hWnd is NULL). */
+   of the paint rectangle (right and bottom edges included) with the class
+   background brush (without one, the DC's brush). With state NULL it only
+   begins and ends painting. Returns 0 (1 when hWnd is NULL). */
 VXAPI LRESULT VXCALL DisplayWmPaint(HWND hWnd, VXDISPLAYSTATE *state);
 
 /* Scrolls both axes to `point` (device pixels), snapped and clamped as the
-   scroll messages do, and repaints only the uncovered strips. Returns 0;
-   1 when hWnd or point is NULL. */
+   scroll messages do, and repaints the uncovered strips, each axis's at
+   once, then what else was uncovered. When neither axis moves it returns
+   at once, scroll bars untouched. Returns 0; 1 when hWnd or point is NULL;
+   0 with nothing done when state is NULL. */
 VXAPI int VXCALL DisplaySetScrollPos(HWND hWnd, VXDISPLAYSTATE *state,
                                      LPPOINT point);
 
 /* Draws the current image into any device context (printer, memory, window)
-   with the state's mapping, after clamping the scroll position. Returns the
-   flags, 0 when state is NULL. */
+   with the state's mapping, after clamping the scroll position; the part
+   within the DC's clip box (the record's client rectangle when that is
+   empty). The DC's state is saved and restored around it. Returns the
+   flags; 0, record untouched, when state is NULL or hDC is not a DC. */
 VXAPI DWORD VXCALL DisplayDIBImageDC(HDC hDC, VXDISPLAYSTATE *state);
 
 /* Same operation as DisplayDIBImageDC, kept under its second name. Returns
-   the flags, 0 when state is NULL. */
+   the flags, 0 when state is NULL or hDC is not a DC. */
 VXAPI DWORD VXCALL DisplayImageDC(HDC hDC, VXDISPLAYSTATE *state);
 
 /* Applies the state's mapping to a device context without resetting scroll
-   or centring, for the application's own drawing over the image. Returns
-   the flags, 0 when state is NULL. */
+   or centring, for the application's own drawing over the image; the DC
+   keeps that mapping (save and restore it around the call to undo it). The
+   record's two origin fields are updated. Returns the flags; 0, record
+   untouched, when state is NULL or hDC is not a DC. */
 VXAPI DWORD VXCALL MapDisplayDC(HDC hDC, VXDISPLAYSTATE *state);
 
 /* Returns the library-wide low-memory stretch switch (default 0): when on,
    visible parts of DIBs are resampled by the library before drawing. */
 VXAPI int VXCALL GetLowMemStretch(void);
 
-/* Sets the low-memory stretch switch and returns its previous value. */
+/* Sets the low-memory stretch switch (any value; non-zero is on) and returns
+   its previous value. */
 VXAPI int VXCALL SetLowMemStretch(int value);
 
-/* Stateless WM_PAINT handler for a device bitmap, in hundredths of an inch:
-   mode DISPLAY_FIT shrinks to fit, DISPLAY_INVERT inverts. view carries the
-   scroll position in and out; resolution {x, y} dpi or NULL; zoom {xMul,
-   xDiv, yMul, yDiv} or NULL. Returns EndPaint's result. */
+/*
+ * Stateless WM_PAINT handler for a device bitmap, measured in hundredths of an inch; the whole
+ * paint (BeginPaint to EndPaint) is done here. Returns EndPaint's result; FALSE when hWnd is
+ * NULL (nothing is done) or BeginPaint gives no context.
+ *   resolution {x, y} dpi of the bitmap, or NULL; a NULL or 0 entry means the device's.
+ *   zoom {xMul, xDiv, yMul, yDiv}, or NULL; a pair with a term of 0 or less counts as 1:1.
+ *   mode DISPLAY_FIT: the whole bitmap, shrunk (never enlarged) to fit the client, aspect and
+ *        resolution kept, at the top left; scroll bars are left alone. DISPLAY_INVERT: drawn
+ *        with NOTSRCCOPY.
+ * Image size in units = pixels / (dpi / 100), rounded; the client's = pixels / (device dpi /
+ * 100); the visible extent = client units x xDiv / xMul, rounded.
+ * Outside fit mode `view` carries the position: x, y in bitmap pixels, dx, dy a pending move in
+ * device pixels. The position in units is x / (dpi / 100) + dx x (xDiv / xMul) / (device dpi /
+ * 100), rounded once and clamped to 0..(image units - visible units); that is the scroll bar's
+ * position, its range 0..that maximum (0..0 when the whole image shows). The source starts at
+ * the position's pixel (units x dpi / 100, rounded, moved back so a full window of pixels fits
+ * when rounding would pass the last column) and spans the visible units in pixels; it is
+ * stretched over the client area, or, when the bitmap ends before the client does, drawn at
+ * its zoomed size from the top left. x and y come back as the source's first pixel, dx and dy
+ * as 0. A NULL view is a view at the top left whose updates are dropped.
+ * The rest of the paint rectangle is filled with the class background brush. A bitmap that
+ * GetObjectA cannot describe (NULL, deleted) paints only the background; a client of zero size
+ * draws nothing. MM_TEXT, COLORONCOLOR, the palette (if any) selected as a background palette
+ * into both contexts and realised.
+ */
 VXAPI BOOL VXCALL DisplayImage(HWND hWnd, HBITMAP hBitmap, HPALETTE hPalette,
                                VXVIEW *view, const int *resolution,
                                const int *zoom, DWORD mode);
 
-/* Stateless WM_PAINT handler for a DIB (resolution from its header, palette
-   made and deleted here); uses the low-memory stretch path when it is on.
-   Returns EndPaint's result. */
+/*
+ * Stateless WM_PAINT handler for a DIB, as DisplayImage with these differences. Returns
+ * EndPaint's result; FALSE when hWnd is NULL or BeginPaint gives no context.
+ *   - Resolution from the header: pels per metre x 0.025400052 (not rounded), the device's
+ *     when 0 or negative. The palette is made from the colour table and deleted at the end.
+ *   - Scale per axis = device dpi / image dpi x xMul / xDiv (a pair with a term of 0 or less is
+ *     1:1). When a scaled side would reach 32767 pixels or more both scales are 1.
+ *   - Fit (DISPLAY_FIT): both scroll bars are hidden and the image, at its physical size, is
+ *     scaled by the one factor that makes it meet the client's width or height (it may
+ *     enlarge), at the top left.
+ *   - Otherwise an axis shows its scroll bar only when its scaled size S is larger than the
+ *     client C (ShowScrollBar, then the client is read again). The position P = x x scale + dx
+ *     (device pixels), clamped to 0..S, is the bar's position on a range of 0..S; the view is
+ *     scrolled floor(P x (S - C) / S + 0.5) device pixels in, so the end of the bar shows the
+ *     image's far edge. x comes back as P / scale, rounded; dx as 0.
+ *   - Scrolled picture: whole source pixels at the exact scale. The first is offset / scale
+ *     rounded; the last is the one the client's far edge falls in, partial ones included,
+ *     never past the image; the destination is that span scaled and may reach up to one
+ *     scaled pixel past the client's right or bottom edge (the window clips it). Where the
+ *     rounding would leave the image's last pixel short of the client's far edge, the picture
+ *     is drawn flush with that edge instead. No strip of the client stays unpainted and the
+ *     picture is never squeezed at the edges.
+ *   - With the low-memory stretch switch on (SetLowMemStretch) and a bottom-up 1-, 4-, 8- or
+ *     24-bit DIB, the visible source rectangle is resampled to the destination size by
+ *     VexoraCropScaleDIB's nearest neighbour and drawn 1:1. At a scale of 1 this is the same
+ *     picture as StretchDIBits; scaled, the crop-and-scale samples column round(i / scale)
+ *     where GDI samples floor((i + 1/2) / scale), so a share of the columns and rows differ.
+ *     When the resampled block would be empty or hold more than 2^24 pixels, or cannot be
+ *     made, StretchDIBits scales instead.
+ *   - Accepted DIBs: a 40-byte-or-larger header, uncompressed, 1, 4, 8, 16, 24 or 32 bits,
+ *     width and height at least 1 (top-down rows are drawn by StretchDIBits), the block holding
+ *     its header, colour table and every row. Any other block (NULL, unlockable, short)
+ *     paints only the background.
+ */
 VXAPI BOOL VXCALL DisplayDIBImage(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                   const int *zoom, DWORD mode);
 
@@ -1474,28 +1584,64 @@ VXAPI BOOL VXCALL DisplayDIBImage(HWND hWnd, HDIB hDIB, VXVIEW *view,
 /* Display: scrolling DIB view in physical units                             */
 /* ------------------------------------------------------------------------ */
 
-/* Paints a DIB inside BeginPaint/EndPaint with the view's scroll position,
-   zoom {xNum, xDen, yNum, yDen} (used when all are >= 1) and DISPLAY_ flags.
-   Returns the flags after layout (DISPLAY_ZOOMED added when true size could
-   not be honoured). */
+/*
+ * The scrolling view: a DIB in MM_TEXT, scroll bars counting hundredths of an inch of the
+ * image, a VXVIEW kept by the application. All four calls run one layout:
+ *   - DISPLAY_STRETCH: the whole image over the whole client; the result is
+ *     (flags & DISPLAY_INVERT) | DISPLAY_STRETCH.
+ *   - Scales: zoom {xNum, xDen, yNum, yDen} when all four are >= 1, else 1; with
+ *     DISPLAY_TRUESIZE and a header resolution (pels per metre x 0.0254, rounded) of at least
+ *     1 dpi on both axes, times device dpi / image dpi. DISPLAY_TRUESIZE without a resolution
+ *     is cleared and DISPLAY_ZOOMED set. An image without a resolution counts as the device's
+ *     in hundredths of an inch. A scaled side of 32767 pixels or more sets both scales to 1.
+ *   - DISPLAY_FIT: the whole image scaled by min(client / scaled size) on both axes, the
+ *     view untouched, the scroll bars set to 0..0.
+ *   - Otherwise the offset in device pixels is x x scale + dx (rounded) when x >= 0, or
+ *     dpi x dx / 100 x scale when x < 0 (dx then holds hundredths of an inch), clamped to
+ *     0..(scaled size - client). A pending move of less than one image pixel still moves the
+ *     view one pixel its way (line steps at zooms above 1 would otherwise stall). The
+ *     scroll range is 0..(scaled - client) / scale x 100 / dpi, rounded (0..0 when the image
+ *     fits); the position is x x 100 / dpi, rounded, at most the range.
+ *   - The source starts at offset / scale rounded (that is the x or y stored back, dx and dy
+ *     cleared) and ends with the pixel the client's far edge falls in, partial ones included;
+ *     the destination is that span at the exact scale, so the last partial pixel reaches past
+ *     the client (clipped). At the image's far end a picture that rounding would leave short
+ *     of the client's edge is drawn flush with that edge instead.
+ *   - DISPLAY_CENTER: an axis narrower than the client is moved to the middle.
+ * Bad input: a NULL window answers 0 and does nothing; a NULL view is a view at the top left
+ * whose updates are dropped; a DIB that is NULL, unlockable, compressed, under 1 x 1 or
+ * shorter than its header, colour table and rows leaves the window and the scroll bars alone
+ * and answers `flags` as given. A client of zero size draws nothing.
+ */
+
+/* Paints inside BeginPaint/EndPaint: the laid-out source rectangle into the destination
+   (nothing when it misses the client) with StretchDIBits, COLORONCOLOR, NOTSRCCOPY with
+   DISPLAY_INVERT, the DIB's palette selected as a background palette. With the low-memory
+   stretch switch on and a bottom-up 1-, 4-, 8- or 24-bit DIB the source is first resampled by
+   VexoraCropScaleDIB's nearest neighbour to the destination size less one pixel each way and
+   drawn 1:1 (the destination's last column and row stay as they were; the sampling differs
+   from GDI's by up to one source pixel). Returns the flags after layout. */
 VXAPI DWORD VXCALL DisplayCPPImage(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                    const int *zoom, DWORD flags);
 
 /* WM_SIZE handler of the scrolling view: `size` is the message's lParam
-   (width low 16 bits, height high 16 bits). Lays out, sets the scroll bars
-   (hundredths of an inch) and invalidates with erase. Returns the flags. */
+   (width low 16 bits, height high 16 bits), the client the layout uses. Lays out, sets both
+   scroll bars (hundredths of an inch; 0..0 with fit or stretch) and invalidates the client
+   with erase. Returns the flags after layout. */
 VXAPI DWORD VXCALL DisplayCPPSize(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                   const int *zoom, DWORD flags, LPARAM size);
 
-/* WM_HSCROLL handler of the scrolling view: applies scroll code `code` (and
-   `thumb` for thumb moves) to the view, lays out, sets the scroll bars and
-   invalidates. Returns the flags after layout. */
+/* WM_HSCROLL handler of the scrolling view. `code`: SB_LINELEFT/RIGHT move dx by -1/+1
+   device pixel, SB_PAGELEFT/RIGHT by half the client width; SB_THUMBPOSITION and
+   SB_THUMBTRACK set x = -1, dx = thumb (hundredths of an inch); SB_LEFT sets x = dx = 0;
+   SB_RIGHT sets x = -1, dx = the scroll bar's maximum; other codes move nothing. Then lays
+   out, sets both scroll bars and invalidates without erase. Returns the flags after layout. */
 VXAPI DWORD VXCALL DisplayCPPHScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                      const int *zoom, DWORD flags, int code,
                                      int thumb);
 
 /* WM_VSCROLL handler of the scrolling view, as DisplayCPPHScroll on the
-   vertical axis. Returns the flags after layout. */
+   vertical axis (y, dy, half the client height). Returns the flags after layout. */
 VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
                                      const int *zoom, DWORD flags, int code,
                                      int thumb);
@@ -1504,10 +1650,12 @@ VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW *view,
 /* Zoom: rubber band and zoom steps                                          */
 /* ------------------------------------------------------------------------ */
 
-/* Sets the library-wide scale steps: base 1..1000 and two tables of
-   BZOOM_STEP_TABLE_LEN ints (count, then rising steps starting at base), each
-   optional. Returns TRUE, or FALSE (nothing changed) when the base or a
-   given table is invalid. */
+/* Sets the library-wide scale steps: base 1..1000 (default 10) and two tables
+   of BZOOM_STEP_TABLE_LEN ints (count 1..10, then strictly rising steps, the
+   first equal to the base), each optional: a table not given is kept as it
+   is. Defaults: zoom in {5, 10, 20, 40, 60, 80}, zoom out {5, 10, 15, 30,
+   40, 50}. Returns TRUE, or FALSE with nothing changed when the base or a
+   given table is invalid (both tables are checked before either is stored). */
 VXAPI BOOL VXCALL BZoomSetScaleSteps(int base, const int *zoomIn,
                                      const int *zoomOut);
 
@@ -1516,34 +1664,54 @@ VXAPI BOOL VXCALL BZoomSetScaleSteps(int base, const int *zoomIn,
 VXAPI int VXCALL BZoomGetScaleSteps(int *zoomIn, int *zoomOut);
 
 /* Starts a zoom on button-down: clears `zoom`, records the start point
-   (optional; screen coordinates when screenPoints), the current zoom
-   {xMul, xDiv, yMul, yDiv} (optional, else base:base) and the mode; with
-   BZOOM_DRAG in mode it captures the mouse. */
+   (optional; screen coordinates when screenPoints, client otherwise), the
+   current zoom {xMul, xDiv, yMul, yDiv} (optional, else base:base) and the
+   mode; with BZOOM_DRAG in mode (every BZOOM_ command has it) it captures
+   the mouse for hWnd. Nothing happens when zoom is NULL. */
 VXAPI void VXCALL BZoomStart(HWND hWnd, LPPOINT start, const int *currentZoom,
                              int mode, VXBZOOM *zoom, BOOL screenPoints);
 
 /* Mouse-move during a drag: once the point is 6 pixels or more from the
-   start on both axes, draws and then tracks the rubber band (XOR pen). Does
-   nothing outside drag mode. */
+   start on both axes, draws and then tracks the rubber band, inverting the
+   outline's pixels on the window DC (R2_NOTXORPEN, black pen) so that
+   drawing it again restores them. Does nothing outside a drag, or when hWnd
+   or point is NULL. */
 VXAPI void VXCALL BZoomUpdate(HWND hWnd, LPPOINT point, VXBZOOM *zoom);
 
-/* Button-up: ends a drag, computes the new zoom (rectangle zoom or the
-   record's command) and, when a point is known, applies it to the display
-   state and sets zoom->newScrollX/Y for the application to scroll to. */
+/* Button-up: ends a drag (releases the mouse, erases the band), computes the
+   new zoom into zoom->newZoom and, with a window and a state record, applies
+   it to the state: zoom stored, mapping and scroll ranges recomputed,
+   DISPLAY_FIT cleared, DISPLAY_ZOOMED set. zoom->newScrollX/Y receive the
+   logical point the application should scroll the view's top-left to: the
+   view's current top-left (state->originLogical), or, when a point is known
+   (the end point of a click, the centre of a dragged rectangle), that point
+   less half the client area, so that it lands in the middle of the view.
+   A rectangle zoom makes the rectangle fill the client area (seen at 1:1,
+   without fitting), limited to base / last zoom-out step .. last zoom-in
+   step / base; a command is applied to the x pair of the current zoom and
+   copied to the y pair. Without a state record only zoom->newZoom is set. */
 VXAPI void VXCALL BZoomEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom,
                            VXDISPLAYSTATE *state);
 
-/* Applies a zoom command (BZOOM_STEPIN...) without the mouse: a start and an
-   end without points, starting from `currentZoom` {xMul, xDiv, yMul, yDiv}. */
+/* Applies a zoom command (BZOOM_STEPIN...) without the mouse, starting from
+   `currentZoom` {xMul, xDiv, yMul, yDiv} (NULL: base:base): a BZoomStart
+   without a point and without the drag bit, then a BZoomEnd without a point
+   (the zoom changes, the view keeps its top-left point). */
 VXAPI void VXCALL BZoomStep(HWND hWnd, const int *currentZoom, int mode,
                             VXBZOOM *zoom, VXDISPLAYSTATE *state);
 
-/* BZoomEnd for a screen view record with floating-point zoom: scroll
-   positions are rescaled in proportion to the old ones. */
+/* BZoomEnd for a VXSCREENVIEW: the new zoom is computed as by BZoomEnd (a
+   rectangle fills the client area in device pixels) and written to the view
+   as factors. Each scroll position is rescaled by new / old zoom: without a
+   point so that the image point at the view's top-left stays there, with one
+   so that the image point under it lands in the middle of the client area;
+   then it is kept within 0..maximum, the maximum being the zoomed image
+   size less the client size (0 when the image fits). newScrollX/Y repeat the
+   view's new scroll position. Nothing is applied when view is NULL. */
 VXAPI void VXCALL BZoomScreenEnd(HWND hWnd, LPPOINT end, VXBZOOM *zoom,
                                  VXSCREENVIEW *view);
 
-/* BZoomStep for a screen view record. */
+/* BZoomStep for a VXSCREENVIEW. */
 VXAPI void VXCALL BZoomScreenStep(HWND hWnd, const int *currentZoom, int mode,
                                   VXBZOOM *zoom, VXSCREENVIEW *view);
 
@@ -1561,25 +1729,35 @@ VXAPI int VXCALL M_GetWidth(void);
 /* Returns the lens height in pixels. */
 VXAPI int VXCALL M_GetHeight(void);
 
-/* Starts the lens on hWnd: snapshots the client area, hides the cursor and
-   makes the lens bitmap; hPalette (optional) is used for every blit.
-   Returns 1. */
+/* Starts the lens on hWnd: updates the window, snapshots its client area,
+   hides the cursor and makes the lens bitmap, which shows the stock gray
+   brush inside its frame until M_StretchBitmap fills it; hPalette
+   (optional) is used for every blit. A lens already active is first taken
+   off its window. Returns 1; 0 (nothing started) when hWnd is NULL or not a
+   window. */
 VXAPI int VXCALL M_StartMagnify(HWND hWnd, HPALETTE hPalette);
 
 /* Computes in *rect the source rectangle centred on (x, y) that fills the
-   lens interior at ratio {xNum, xDen, yNum, yDen} (reductions reset to
-   10:10). Returns 1, or 0 when ratio or rect is NULL or ratio[2]/ratio[3]
-   is 0. */
+   lens interior (lens size less 8 each way) at ratio {xNum, xDen, yNum,
+   yDen}: width = interior width x xDen / xNum, height likewise. A pair that
+   does not magnify (x: xDen > xNum or xNum 0; y: yDen > yNum) is reset to
+   10:10 in the caller's array. Returns 1, or 0 when ratio or rect is NULL
+   or ratio[2]/ratio[3] is 0. */
 VXAPI int VXCALL M_CalcRect(int x, int y, int *ratio, LPRECT rect);
 
 /* Fills the lens from the (x, y, width, height) rectangle of hBitmap,
-   stretched, gray outside the bitmap, and draws the bevelled frame. Does
-   nothing when the lens is not active. */
+   stretched over the whole lens, gray where the rectangle passes the
+   bitmap's edges, and draws the frame: black lines at the edge and at inset
+   3, a raised bevel at inset 1 (white top and left, gray 0x808080 right and
+   bottom) and a sunken one at inset 2. Does nothing when the lens is not
+   active. */
 VXAPI void VXCALL M_StretchBitmap(HBITMAP hBitmap, int x, int y, int width,
                                   int height);
 
-/* Moves the lens to client point (x, y), restoring the window under its
-   previous place. Does nothing when the lens is not active. */
+/* Moves the lens to client point (x, y) of hWnd: the snapshot is put back
+   over the previous place (the new place excluded, so nothing flickers),
+   then the lens is drawn. Does nothing when the lens is not active or hWnd
+   is NULL. */
 VXAPI void VXCALL M_CopyBitmap(HWND hWnd, int x, int y);
 
 /* Stops the lens: restores the window and the cursor and frees the lens

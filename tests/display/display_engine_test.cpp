@@ -1,0 +1,229 @@
+// The display engine on a state record: the mapping and scroll limits a record gets, the image
+// drawn into a DC at the positions that mapping gives, and the window handlers (scroll bars,
+// scroll steps, painting, ownership, the size guard) on a real window. The same tests run
+// against Windows under Wine.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "display/display_state.hpp"
+#include "display_support.hpp"
+#include "gdi_guards.hpp"
+#include "test_window.hpp"
+
+namespace {
+
+using namespace vxtest;
+
+constexpr uint32_t kGray = 0xC0C0C0;  // TestWindow::kBackground as 0x00RRGGBB
+
+VXDISPLAYSTATE Record(int width, int height, int clientWidth, int clientHeight, VXZOOMRATIO zoom, DWORD flags,
+                      int imageDpiX = 96, int imageDpiY = 96) {
+    VXDISPLAYSTATE s{};
+    s.zoom = zoom, s.flags = flags, s.imageWidth = width, s.imageHeight = height;
+    s.client = {0, 0, clientWidth, clientHeight};
+    s.deviceDpiX = s.deviceDpiY = 96, s.imageDpiX = imageDpiX, s.imageDpiY = imageDpiY;
+    return s;
+}
+
+// Expected after a settle: window and viewport extents, centre, hMin, hMax, vMin, vMax,
+// scroll position and window origin.
+using Mapped = std::array<LONG, 14>;
+
+Mapped Read(HDC dc, const VXDISPLAYSTATE& s) {
+    SIZE w{}, v{};
+    GetWindowExtEx(dc, &w);
+    GetViewportExtEx(dc, &v);
+    return {w.cx, w.cy, v.cx, v.cy, s.centreX, s.centreY, s.hMin, s.hMax, s.vMin, s.vMax, s.scrollX, s.scrollY,
+            s.windowOrgX, s.windowOrgY};
+}
+
+TEST(DisplayMapping, RecordsMatchTheMappingGdiGives) {
+    constexpr VXZOOMRATIO one{1, 1, 1, 1}, sixteen{16, 1, 16, 1};
+    const std::pair<VXDISPLAYSTATE, Mapped> cases[] = {
+        // Smaller and centred: negative centring, no scrolling, drawn one pixel off.
+        {Record(100, 50, 300, 200, one, DISPLAY_CENTER), {1, 1, 1, 1, -100, -75, -1, -1, -1, -1, -1, -1, -101, -76}},
+        {Record(500, 300, 300, 200, one, DISPLAY_CENTER), {1, 1, 1, 1, 100, 50, -100, 100, -50, 50, 0, 0, 100, 50}},
+        {Record(40, 30, 300, 200, sixteen, 0), {1, 1, 16, 16, 0, 0, 0, 340, 0, 280, 0, 0, 0, 0}},
+        // 300 : 96 halved three times, until the viewport is below 17.
+        {Record(1000, 1000, 300, 200, one, DISPLAY_TRUESIZE, 300, 300), {37, 37, 12, 12, 0, 0, 0, 24, 0, 124, 0, 0, 0, 0}},
+        // Pixels twice as tall as wide (200 x 100 dpi) fit narrowed, then the other way flattened.
+        {Record(400, 300, 300, 300, one, DISPLAY_FIT, 200, 100), {400, 300, 200, 300, 0, 0, -1, -1, -1, -1, 0, 0, 0, 0}},
+        {Record(400, 300, 300, 300, one, DISPLAY_FIT, 100, 200), {400, 300, 300, 112, 0, 0, -1, -1, -1, -1, 0, 0, 0, 0}},
+        {Record(50, 40, 300, 200, one, DISPLAY_STRETCH), {50, 40, 300, 200, 0, 0, -1, -1, -1, -1, -1, -1, 0, 0}},
+        // Zero zoom terms: GDI refuses the scales, the image shows at 1:1.
+        {Record(20, 10, 300, 200, {0, 0, 3, 0}, 0), {1, 1, 1, 1, 0, 0, -1, -1, -1, -1, -1, -1, -1, -1}},
+        {Record(60000, 1, 300, 200, one, 0), {1, 1, 1, 1, 0, 0, 0, 59700, -1, -1, 0, -1, 0, -1}},
+        {Record(1, 1, 300, 200, sixteen, DISPLAY_CENTER), {1, 1, 16, 16, -142, -92, -1, -1, -1, -1, -1, -1, -9, -6}},
+    };
+    vx::MemoryDC dc;
+    for (const auto& [record, expected] : cases) {
+        VXDISPLAYSTATE s = record;
+        // As a start settles: recompute, clamp, and recompute again when the clamp moved.
+        vx::display::Recompute(dc.get(), s);
+        if (vx::display::ClampScroll(s)) vx::display::Recompute(dc.get(), s);
+        EXPECT_EQ(Read(dc.get(), s), expected) << s.imageWidth << " x " << s.imageHeight << " flags " << s.flags;
+    }
+}
+
+uint32_t AsRgb(COLORREF c) { return uint32_t(GetRValue(c)) << 16 | uint32_t(GetGValue(c)) << 8 | GetBValue(c); }
+
+TEST(DisplayDraw, DibAndBitmapLandAtTheMappedPositions) {
+    const Bytes bytes = SeededDib(23, 17, 24, 5);
+    Block block(BlockFrom(bytes));
+    const HDIB dib = block.get();
+    for (const bool throughBitmap : {false, true})
+        for (const DWORD flags : {0u, DISPLAY_INVERT}) {
+            SCOPED_TRACE(testing::Message() << (throughBitmap ? "bitmap" : "dib") << " flags " << flags);
+            vx::MemoryDC canvas;
+            vx::OwnedObject<HBITMAP> target(CreateBitmap(80, 40, 1, 32, nullptr));
+            vx::ObjectSelection selected(canvas.get(), target.get());
+            vx::ObjectSelection gray(canvas.get(), GetStockObject(LTGRAY_BRUSH));
+            PatBlt(canvas.get(), 0, 0, 80, 40, PATCOPY);
+            VXDISPLAYSTATE s = Record(23, 17, 80, 40, {3, 1, 2, 1}, flags);
+            vx::OwnedObject<HBITMAP> bitmap(throughBitmap ? ConvertDIBToBitmap(dib) : nullptr);
+            s.bitsPerPixel = 24, s.dib = dib, s.bitmap = bitmap.get();
+            const int level = SaveDC(canvas.get());
+            vx::display::Recompute(canvas.get(), s);  // the limits the clamp uses
+            RestoreDC(canvas.get(), level);
+            EXPECT_EQ(DisplayDIBImageDC(canvas.get(), &s), flags);
+            EXPECT_EQ(s.scrollX, -1);
+            const auto read = [&](int x, int y) { return AsRgb(GetPixel(canvas.get(), x, y)); };
+            EXPECT_EQ(WrongPixels(read, 80, 40, s.originDevice, 3, 2, bytes, flags & DISPLAY_INVERT, kGray), 0);
+        }
+}
+
+TEST(DisplayCalls, BadInputHasItsDefinedAnswer) {
+    VXDISPLAYSTATE s{};
+    POINT point{0, 0};
+    vx::MemoryDC dc;
+    EXPECT_EQ(DisplayStart(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, DISPLAY_FIT, &s), 0u);
+    EXPECT_EQ(DisplayDIBStart(nullptr, nullptr, nullptr, nullptr, DISPLAY_FIT, &s), 0u);
+    EXPECT_EQ(DisplayWmCreate(nullptr, 0, 0, &s), 1);
+    EXPECT_EQ(DisplayWmDestroy(nullptr, 0, 0, &s), 1);
+    EXPECT_EQ(DisplayWmSize(nullptr, 0, 0, &s), 1);
+    EXPECT_EQ(DisplayWmVertScroll(nullptr, SB_LINEDOWN, 0, &s), 1);
+    EXPECT_EQ(DisplayWmHorzScroll(nullptr, SB_LINEDOWN, 0, &s), 1);
+    EXPECT_EQ(DisplayWmPaint(nullptr, &s), 1);
+    EXPECT_EQ(DisplaySetScrollPos(nullptr, &s, &point), 1);
+    EXPECT_EQ(DisplayDIBImageDC(dc.get(), nullptr), 0u);
+    EXPECT_EQ(DisplayImageDC(nullptr, &s), 0u);
+    EXPECT_EQ(MapDisplayDC(dc.get(), nullptr), 0u);
+    EXPECT_EQ(MapDisplayDC(nullptr, &s), 0u);
+    EXPECT_EQ(s.flags, 0u);  // nothing above wrote the record
+    EXPECT_EQ((std::array{SetLowMemStretch(5), GetLowMemStretch(), SetLowMemStretch(0)}), (std::array{0, 5, 5}));
+}
+
+// A test window whose messages go to the display handlers of one record.
+struct DisplayWindow {
+    VXDISPLAYSTATE s{};
+    TestWindow window{200, 150, [this](HWND w, UINT message, WPARAM wParam, LPARAM lParam) -> std::optional<LRESULT> {
+        switch (message) {
+            case WM_SIZE: return DisplayWmSize(w, wParam, lParam, &s);
+            case WM_PAINT: return DisplayWmPaint(w, &s);
+            case WM_ERASEBKGND: return 1;
+            default: return std::nullopt;
+        }
+    }};
+    DisplayWindow() { DisplayWmCreate(window.get(), 0, 0, &s); }
+    ~DisplayWindow() { DisplayWmDestroy(window.get(), 0, 0, &s); }
+};
+#define DISPLAY_WINDOW(d) DisplayWindow d; ASSERT_TRUE(d.window)
+
+int WindowWrongPixels(const DisplayWindow& d, const Bytes& dib, int zoom, bool inverted) {
+    const RECT client = d.window.client();
+    const std::vector<uint32_t> pixels = d.window.pixels();
+    const auto read = [&](int x, int y) { return d.window.pixel(pixels, x, y); };
+    return WrongPixels(read, client.right, client.bottom, d.s.originDevice, zoom, zoom, dib, inverted, kGray);
+}
+
+TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
+    DISPLAY_WINDOW(d);
+    // line: a line step; set: where DisplaySetScrollPos(123, 0) lands from the end.
+    struct Case { int zoom, width, height; LONG line, set; };
+    for (const Case c : {Case{1, 400, 20, 8, 123}, Case{16, 40, 5, 16, 136}}) {
+        SCOPED_TRACE(c.zoom);
+        const Bytes bytes = SeededDib(c.width, c.height, 24, 9);
+        Block dib(BlockFrom(bytes));
+        const int zoom[4] = {c.zoom, 1, c.zoom, 1};
+        EXPECT_EQ(DisplayDIBStart(d.window.get(), dib.get(), nullptr, zoom, 0, &d.s), 0u);
+        d.window.pump();
+        const LONG clientWidth = d.window.client().right;
+        int low = 0, high = 0;
+        GetScrollRange(d.window.get(), SB_HORZ, &low, &high);
+        EXPECT_EQ((std::array<LONG, 6>{d.s.client.right, d.s.hMin, d.s.hMax, d.s.vMin, low, high}),
+                  (std::array<LONG, 6>{clientWidth, 0, c.width * c.zoom - clientWidth, -1, 0, d.s.hMax}));
+
+        EXPECT_EQ(DisplayWmHorzScroll(d.window.get(), SB_LINERIGHT, 0, &d.s), 0);
+        EXPECT_EQ((std::array<LONG, 2>{d.s.scrollX, GetScrollPos(d.window.get(), SB_HORZ)}), (std::array{c.line, c.line}));
+        DisplayWmHorzScroll(d.window.get(), static_cast<WPARAM>(SB_THUMBPOSITION | d.s.hMax << 16), 0, &d.s);
+        EXPECT_EQ((std::array<LONG, 2>{d.s.scrollX, GetScrollPos(d.window.get(), SB_HORZ)}), (std::array{d.s.hMax, d.s.hMax}));
+        d.window.pump();
+        EXPECT_EQ(WindowWrongPixels(d, bytes, c.zoom, false), 0);
+
+        POINT to{123, 0};
+        EXPECT_EQ(DisplaySetScrollPos(d.window.get(), &d.s, &to), 0);
+        EXPECT_EQ(d.s.scrollX, c.set);
+        d.window.pump();
+        EXPECT_EQ(WindowWrongPixels(d, bytes, c.zoom, false), 0);
+    }
+}
+
+TEST(DisplayWindowCalls, CentredInvertedImagePaintsOverTheClassBackground) {
+    DISPLAY_WINDOW(d);
+    for (const auto& [width, height, zoom] : {std::tuple{1, 1, 16}, std::tuple{31, 17, 3}}) {
+        const Bytes bytes = SeededDib(width, height, 24, 2);
+        Block dib(BlockFrom(bytes));
+        const int ratio[4] = {zoom, 1, zoom, 1};
+        DisplayDIBStart(d.window.get(), dib.get(), nullptr, ratio, DISPLAY_CENTER | DISPLAY_INVERT, &d.s);
+        d.window.pump();
+        EXPECT_LT(d.s.centreX, 0);
+        EXPECT_EQ(d.s.scrollY, -1);
+        EXPECT_EQ(WindowWrongPixels(d, bytes, zoom, true), 0) << width << " x " << height;
+    }
+}
+
+TEST(DisplayWindowCalls, DestroyDeletesOnlyWhatTheEngineMade) {
+    DISPLAY_WINDOW(d);
+    Block dib(BlockFrom(SeededDib(30, 20, 8, 3)));
+    DisplayDIBStart(d.window.get(), dib.get(), nullptr, nullptr, DISPLAY_MAKEBITMAP, &d.s);
+    const HPALETTE made = d.s.palette;
+    const HBITMAP madeBitmap = d.s.bitmap;
+    EXPECT_EQ(d.s.owned, DISPLAY_OWNS_BITMAP | DISPLAY_OWNS_PALETTE);
+    EXPECT_EQ(d.s.flags & DISPLAY_MAKEBITMAP, 0u);
+    DisplayWmDestroy(d.window.get(), 0, 0, &d.s);
+    EXPECT_EQ(GetObjectType(made) | GetObjectType(madeBitmap), 0u);
+    EXPECT_EQ(d.s.palette, nullptr);
+
+    vx::OwnedObject<HPALETTE> callers(CreateDIBPalette(dib.get()));
+    vx::OwnedObject<HBITMAP> bitmap(ConvertDIBToBitmap(dib.get()));
+    int position[4] = {5, 6, 0, 0};
+    DisplayStart(d.window.get(), bitmap.get(), callers.get(), nullptr, position, nullptr, 0, &d.s);
+    EXPECT_EQ(position[0], d.s.originLogical.x);
+    EXPECT_EQ(position[3], d.s.originDevice.y);
+    DisplayWmDestroy(d.window.get(), 0, 0, &d.s);
+    EXPECT_EQ(GetObjectType(callers.get()), static_cast<DWORD>(OBJ_PAL));
+    EXPECT_EQ(GetObjectType(bitmap.get()), static_cast<DWORD>(OBJ_BITMAP));
+    EXPECT_EQ(d.s.palette, callers.get());
+}
+
+TEST(DisplayWindowCalls, SizeMessageDuringASizeMessageIsIgnored) {
+    DISPLAY_WINDOW(d);
+    Block dib(BlockFrom(SeededDib(400, 20, 24, 4)));
+    DisplayDIBStart(d.window.get(), dib.get(), nullptr, nullptr, 0, &d.s);
+    d.window.pump();
+    const RECT withBar = d.window.client();
+    // Shrunk, the image needs no bar: hiding it grows the client area and sends a size
+    // message while the first is handled.
+    d.s.zoom = {1, 8, 1, 8};
+    DisplayWmSize(d.window.get(), 0, 0, &d.s);
+    EXPECT_GT(d.window.client().bottom, withBar.bottom);
+    EXPECT_EQ(d.s.client.bottom, withBar.bottom);
+}
+
+
+}  // namespace
