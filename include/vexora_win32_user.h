@@ -81,7 +81,7 @@ typedef LRESULT(CALLBACK *WNDPROC)(HWND, UINT, WPARAM, LPARAM);
 /*
  * The callbacks through which a toolkit shows a library window. Every member may be NULL, and
  * so may the whole table (a headless window, for tests and servers). The table is copied at
- * creation.
+ * creation. Callbacks are called with no lock of the library held.
  *
  *   windowProc  receives the window's messages: WM_PAINT (from UpdateWindow, at once), WM_SIZE
  *               when the client area changes (a scroll bar shown or hidden, VexoraSetWindowPos),
@@ -116,12 +116,15 @@ typedef struct VXWINDOWHOST {
 /*
  * Makes a window whose client area is clientWidth x clientHeight pixels (32-bit true colour,
  * filled with the background brush, or white without one), no scroll bar shown, its client
- * origin at screen (0, 0). The window procedure receives no WM_CREATE (it exists before the
- * call returns). Answers NULL for a size below 1 or above 16384 on either side, or when memory
+ * origin at screen (0, 0), nothing invalid. The window procedure receives no WM_CREATE (it
+ * exists before the call returns). Handles are never reused. Answers NULL for a size below 1 or above 16384 on either side, or when memory
  * runs out.
  */
 VXPLATFORMAPI HWND VexoraCreateWindow(int clientWidth, int clientHeight, const VXWINDOWHOST *host);
-/* Sends WM_DESTROY, then frees the window and its pixels; its handle is stale afterwards. */
+/*
+ * Sends WM_DESTROY, then frees the window and its pixels; its handle is stale afterwards and
+ * every call answers its failure value for it. The DCs it lent draw nothing from then on.
+ */
 VXPLATFORMAPI BOOL VexoraDestroyWindow(HWND window);
 /*
  * Moves the window's frame so that its client origin, with no scroll bar shown, is at screen
@@ -215,13 +218,33 @@ VXPLATFORMAPI BOOL ScreenToClient(HWND window, LPPOINT point);
 #define GWLP_USERDATA (-21)
 #define GCL_HBRBACKGROUND (-10)
 #define GCLP_HBRBACKGROUND (-10)
-/* Only GWLP_USERDATA (a value kept for the application) and GCL(P)_HBRBACKGROUND are known. */
+/*
+ * Only GWLP_USERDATA (a value kept for the application) and GCL(P)_HBRBACKGROUND are known.
+ * GetClassLongA answers the low 32 bits of the brush handle, as 64-bit Windows does: use
+ * GetClassLongPtrA for a handle to draw with.
+ */
 VXPLATFORMAPI LONG_PTR GetWindowLongPtrA(HWND window, int index);
 VXPLATFORMAPI LONG_PTR SetWindowLongPtrA(HWND window, int index, LONG_PTR value);
 VXPLATFORMAPI DWORD GetClassLongA(HWND window, int index);
 VXPLATFORMAPI ULONG_PTR GetClassLongPtrA(HWND window, int index);
 
-/* Painting: the update region, and the context BeginPaint hands out clipped to it. */
+/*
+ * Painting: the update region (client coordinates, cut to the client area; a rectangle given
+ * the wrong way round counts by its corners) and the context BeginPaint hands out clipped to
+ * it. Invalidating with erase makes the region wait for WM_ERASEBKGND, which is sent once, by
+ * BeginPaint (or earlier by GetUpdateRect with erase TRUE); when the procedure answers 0,
+ * BeginPaint's fErase is TRUE. BeginPaint validates the whole region; its DC draws only inside
+ * the region whatever clipping is selected, and GetClipBox answers the region's box (NULLREGION
+ * when nothing was invalid). UpdateWindow sends WM_PAINT at once when the region is not empty.
+ *
+ * ScrollDC moves the pixels of the scroll rectangle that stay inside the clip rectangle (both
+ * logical; NULL scroll: all, NULL clip: the DC's clip box) by (dx, dy) mapped to device units.
+ * The update region is the scroll rectangle intersected with the clip rectangle, within what
+ * the DC may draw on, less where pixels landed, in device coordinates; the update rectangle is
+ * its box, also in device coordinates (as Wine answers, even under a mapping). With both
+ * rectangles NULL the pixels move but the update region is empty. It moves nothing and reports
+ * an empty update area when dx and dy are 0.
+ */
 typedef struct tagPAINTSTRUCT {
     HDC hdc;
     BOOL fErase;
@@ -242,7 +265,16 @@ VXPLATFORMAPI BOOL GetUpdateRect(HWND window, LPRECT rect, BOOL erase);
 VXPLATFORMAPI BOOL ScrollDC(HDC dc, int dx, int dy, const RECT *scroll, const RECT *clip, HRGN update,
                             LPRECT updateRect);
 
-/* Standard scroll bars. A bar is shown when its range is not empty, as Windows does. */
+/*
+ * Standard scroll bars. Setting a range that differs from the bar's shows the bar when the
+ * range is not empty (minimum below maximum) and hides it otherwise (so -1..-1 hides it),
+ * whatever `redraw` says; an inverted range, or one spanning 2^31 or more, becomes 0..0. The
+ * position stays inside the range (SetScrollPos clamps and answers the previous one). A bar
+ * shown or hidden resizes the client area by SM_CXVSCROLL / SM_CYHSCROLL (17) before the call
+ * returns: an uncovered strip is invalidated and erased (WM_ERASEBKGND) at once, then WM_SIZE
+ * is sent. A range never set reads 0..0 (Wine starts its bars at 0..100, so there a first
+ * range of exactly 0..100 shows nothing).
+ */
 #define SB_HORZ 0
 #define SB_VERT 1
 #define SB_CTL 2
@@ -274,7 +306,12 @@ VXPLATFORMAPI BOOL ShowScrollBar(HWND window, int bar, BOOL show);
 #define SM_CYHSCROLL 3
 VXPLATFORMAPI int GetSystemMetrics(int index);
 
-/* Mouse capture, cursor and beeps. */
+/*
+ * Mouse capture, cursor and beeps. SetCapture and ReleaseCapture send WM_CAPTURECHANGED to the
+ * window that held the capture (lParam: the new holder or NULL), even when the same window
+ * takes it again. SetCursor answers the previous cursor (NULL at first; NULL hides it).
+ * LoadCursorA knows the stock IDC_ cursors of a NULL instance and answers NULL for any other.
+ */
 #define MAKEINTRESOURCEA(i) ((LPSTR)(ULONG_PTR)((WORD)(i)))
 #define IDC_ARROW MAKEINTRESOURCEA(32512)
 #define IDC_IBEAM MAKEINTRESOURCEA(32513)

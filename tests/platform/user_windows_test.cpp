@@ -156,6 +156,25 @@ TEST(UserWindows, PaintCycleErasesClipsAndValidates) {
     UpdateWindow(w);
     EXPECT_EQ(log.messages, (std::vector<UINT>{WM_PAINT, WM_ERASEBKGND}));
     EXPECT_FALSE(GetUpdateRect(w, nullptr, FALSE));
+
+    // Nothing invalid: a DC that draws nowhere.
+    dc = BeginPaint(w, &paint);
+    EXPECT_EQ(Str(paint.rcPaint), Str(RECT{0, 0, 0, 0}));
+    EXPECT_EQ(GetClipBox(dc, &box), NULLREGION);
+    EndPaint(w, &paint);
+    // An erase the procedure declines is sent once and left to the painter.
+    window.setHandler([&](HWND, UINT message, WPARAM, LPARAM) -> std::optional<LRESULT> {
+        if (message != WM_ERASEBKGND) return std::nullopt;
+        log.messages.push_back(message);
+        return 0;
+    });
+    InvalidateRect(w, &a, TRUE);
+    log = Log{};
+    GetUpdateRect(w, &box, TRUE);
+    dc = BeginPaint(w, &paint);
+    EXPECT_TRUE(paint.fErase);
+    EXPECT_EQ(log.count(WM_ERASEBKGND), 1);
+    EndPaint(w, &paint);
 }
 
 TEST(UserWindows, ScrollDCReportsWhatItUncovers) {

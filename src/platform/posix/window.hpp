@@ -44,6 +44,7 @@ struct Window {
     ScrollBar bars[2];    // SB_HORZ, SB_VERT
     std::vector<RECT> update;  // the update region, banded, client coordinates
     bool erase = false;        // the update region waits for WM_ERASEBKGND
+    bool eraseLeft = false;    // WM_ERASEBKGND went out and the procedure left it undone
     LONG_PTR userData = 0;
     std::shared_ptr<gdi::WindowSurface> surface;
 
@@ -89,8 +90,9 @@ std::shared_ptr<gdi::WindowSurface> SurfaceOf(HWND window);
 void Present(HWND window, const RECT& changed);
 // SendMessageA without the stale-handle answer: the window's procedure, or DefWindowProcA.
 LRESULT SendTo(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-// Sends WM_ERASEBKGND when the update region waits for it, with a DC limited to that region;
-// the region no longer waits when the procedure answers non-zero. Answers what it answered.
+// Sends WM_ERASEBKGND when the update region waits for it, with a DC limited to that region.
+// It is sent once: a procedure that answers 0 leaves the erasing to the painter (BeginPaint's
+// fErase). Answers what the procedure answered.
 LRESULT EraseNow(HWND window);
 // Brings the client size in line with the frame and the bars shown: resizes the pixels
 // (those kept stay where they were), invalidates with erase what is uncovered and erases it,

@@ -3,14 +3,15 @@
 // and ScrollDC.
 //
 // A window keeps an update region (client coordinates, cut to the client area) and whether it
-// waits for erasing; invalidating with erase sets that flag and nothing but a WM_ERASEBKGND
-// answered non-zero clears it, so the flag gathers over calls. A rectangle given the wrong way
-// round is taken by its corners, as Windows does under Wine. BeginPaint validates the whole
-// region, sends WM_ERASEBKGND when it waits for erasing (PAINTSTRUCT.fErase then says whether
-// the procedure left it undone, answering 0), and lends a DC that draws only inside the region
-// whatever clipping is selected into it; GetClipBox of that DC answers the region's box.
-// EndPaint gives the DC back and shows the host rcPaint. UpdateWindow sends WM_PAINT at once
-// when the region is not empty, and nothing otherwise.
+// waits for erasing. Invalidating with erase sets that flag, so it gathers over calls;
+// WM_ERASEBKGND is sent once for it (by BeginPaint, or earlier by GetUpdateRect with erase),
+// and a procedure that answers 0 leaves the erasing to the painter, whom BeginPaint tells
+// through PAINTSTRUCT.fErase. A rectangle given the wrong way round is taken by its corners,
+// as Windows does under Wine. BeginPaint validates the whole region, sends WM_ERASEBKGND when
+// it waits for erasing, and lends a DC that draws only inside the region whatever clipping is
+// selected into it; GetClipBox of that DC answers the region's box (NULLREGION and all zero
+// when nothing was invalid). EndPaint gives the DC back and shows the host rcPaint.
+// UpdateWindow sends WM_PAINT at once when the region is not empty, and nothing otherwise.
 //
 // ScrollDC works on any DC with pixels and follows Wine's arithmetic exactly: the pixels
 // that move are those of the scroll rectangle (none: all) that stay inside the clip rectangle
@@ -49,7 +50,7 @@ BOOL ChangeUpdate(HWND window, bool invalidate, bool erase, auto&& area) {
         const Bands clipped = gdi::CombineBands(*given, gdi::RectRegion(0, 0, found->clientWidth(), found->clientHeight()), RGN_AND);
         found->update = gdi::CombineBands(found->update, clipped, invalidate ? RGN_OR : RGN_DIFF);
         if (invalidate && erase && !clipped.empty()) found->erase = true;
-        if (found->update.empty()) found->erase = false;
+        if (found->update.empty()) found->erase = found->eraseLeft = false;
         return TRUE;
     } catch (...) {
         return FALSE;
@@ -104,7 +105,6 @@ void MovePixels(const gdi::Surface& surface, const Bands& area, int dx, int dy) 
 void MovePackedPixels(const gdi::Surface& surface, const Bands& area, int dx, int dy) {
     const int bits = surface.bitsPerPixel, perByte = 8 / bits, mask = (1 << bits) - 1;
     auto shiftOf = [&](int x) { return (perByte - 1 - x % perByte) * bits; };
-    const RECT box = gdi::RegionBox(area);
     std::vector<uint8_t> values;
     for (const RECT& r : area) {
         values.clear();
@@ -113,7 +113,6 @@ void MovePackedPixels(const gdi::Surface& surface, const Bands& area, int dx, in
                 const uint8_t* row = surface.bits + static_cast<ptrdiff_t>(y - dy) * surface.stride;
                 values.push_back(static_cast<uint8_t>(row[(x - dx) / perByte] >> shiftOf(x - dx) & mask));
             }
-        (void)box;
         size_t i = 0;
         for (int y = r.top; y < r.bottom; ++y)
             for (int x = r.left; x < r.right; ++x) {
@@ -186,6 +185,7 @@ VXPLATFORMAPI HDC BeginPaint(HWND window, LPPAINTSTRUCT paint) {
     std::shared_ptr<vx::posix::gdi::WindowSurface> surface;
     Bands region;
     bool erase = false;
+    BOOL left = FALSE;
     {
         auto windows = Windows();
         Window* found = windows.find(window);
@@ -194,11 +194,11 @@ VXPLATFORMAPI HDC BeginPaint(HWND window, LPPAINTSTRUCT paint) {
         region = std::move(found->update);
         found->update.clear();
         erase = std::exchange(found->erase, false);
+        left = std::exchange(found->eraseLeft, false);
     }
     const RECT box = vx::posix::gdi::RegionBox(region);
     HDC dc = vx::posix::gdi::LendDC(std::move(surface), std::move(region));
     if (dc == nullptr) return nullptr;
-    BOOL left = FALSE;
     if (erase) left = vx::posix::user::SendTo(window, WM_ERASEBKGND, reinterpret_cast<WPARAM>(dc), 0) == 0;
     *paint = PAINTSTRUCT{};
     paint->hdc = dc;
@@ -228,15 +228,14 @@ VXPLATFORMAPI BOOL ScrollDC(HDC dc, int dx, int dy, const RECT* scroll, const RE
             for (POINT& corner : corners) ToLogical(state, corner);
             return RECT{corners[0].x, corners[0].y, corners[1].x, corners[1].y};
         };
-        RECT clipRect = clip != nullptr ? *clip : clipBox();
-        RECT source = clipRect;
-        OffsetRect(&clipRect, -dx, -dy);
-        source = vx::posix::user::Intersect(source, clipRect);
+        const RECT clipRect = clip != nullptr ? *clip : clipBox();
+        const RECT back{clipRect.left - dx, clipRect.top - dy, clipRect.right - dx, clipRect.bottom - dy};
+        RECT source = vx::posix::user::Intersect(clipRect, back);
         if (scroll != nullptr) source = vx::posix::user::Intersect(source, *scroll);
         const POINT origin = ToDevice(state, POINT{0, 0}), moved = ToDevice(state, POINT{dx, dy});
         const int dxDevice = moved.x - origin.x, dyDevice = moved.y - origin.y;
         Bands landed = CombineBands(vx::posix::user::DeviceRegion(state, source), visible, RGN_AND);
-        for (RECT& r : landed) OffsetRect(&r, dxDevice, dyDevice);
+        for (RECT& r : landed) r = RECT{r.left + dxDevice, r.top + dyDevice, r.right + dxDevice, r.bottom + dyDevice};
         landed = CombineBands(landed, visible, RGN_AND);
 
         Bands uncovered;

@@ -107,11 +107,15 @@ LRESULT EraseNow(HWND window) {
     }
     HDC dc = gdi::LendDC(std::move(surface), std::move(region));
     if (dc == nullptr) return 0;
-    const LRESULT erased = SendTo(window, WM_ERASEBKGND, reinterpret_cast<WPARAM>(dc), 0);
-    ReleaseDC(window, dc);
-    if (erased != 0) {
+    {
         auto windows = Windows();
         if (Window* found = windows.find(window)) found->erase = false;
+    }
+    const LRESULT erased = SendTo(window, WM_ERASEBKGND, reinterpret_cast<WPARAM>(dc), 0);
+    ReleaseDC(window, dc);
+    if (erased == 0) {
+        auto windows = Windows();
+        if (Window* found = windows.find(window)) found->eraseLeft = true;
     }
     return erased;
 }
