@@ -16,8 +16,7 @@ namespace {
 using vxtest::TestWindow;
 
 std::string Str(const RECT& r) {
-    return "(" + std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
-           std::to_string(r.bottom) + ")";
+    return "(" + std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," + std::to_string(r.bottom) + ")";
 }
 
 // The update rectangle as written, after "none" when GetUpdateRect answers that nothing is invalid.
@@ -49,12 +48,13 @@ bool Covers(HRGN region, const std::vector<RECT>& rects) {
 struct Log {
     std::vector<UINT> messages;
     std::vector<LPARAM> sizes;
+    bool declineErase = false;  // answer WM_ERASEBKGND with 0 instead of erasing
     TestWindow::Handler handler() {
         return [this](HWND, UINT message, WPARAM, LPARAM lParam) -> std::optional<LRESULT> {
             if (message == WM_SIZE || message == WM_PAINT || message == WM_ERASEBKGND || message == WM_CAPTURECHANGED)
                 messages.push_back(message);
             if (message == WM_SIZE) sizes.push_back(lParam);
-            return std::nullopt;
+            return message == WM_ERASEBKGND && declineErase ? std::optional<LRESULT>(0) : std::nullopt;
         };
     }
     int count(UINT message) const { return static_cast<int>(std::count(messages.begin(), messages.end(), message)); }
@@ -66,12 +66,8 @@ TEST(UserWindows, ScrollBarsResizeTheClientAreaInsideTheCall) {
     ASSERT_TRUE(window);
     const int bar = GetSystemMetrics(SM_CXVSCROLL);
     ASSERT_EQ(bar, GetSystemMetrics(SM_CYHSCROLL));
-    struct Step {
-        const char* name;
-        int which, minimum, maximum, show;  // show -1: SetScrollRange, else ShowScrollBar(which, show)
-        int width, height, sizes;
-        RECT invalid;  // what the call leaves to paint
-    } steps[] = {
+    // show -1: SetScrollRange, else ShowScrollBar(which, show); invalid: what the call leaves to paint.
+    struct Step { const char* name; int which, minimum, maximum, show, width, height, sizes; RECT invalid; } steps[] = {
         {"vertical 0..90", SB_VERT, 0, 90, -1, 200 - bar, 150, 1, {0, 0, 0, 0}},
         {"same range again", SB_VERT, 0, 90, -1, 200 - bar, 150, 0, {0, 0, 0, 0}},
         {"horizontal 0..50", SB_HORZ, 0, 50, -1, 200 - bar, 150 - bar, 1, {0, 0, 0, 0}},
@@ -164,13 +160,9 @@ TEST(UserWindows, PaintCycleErasesClipsAndValidates) {
     EXPECT_EQ(Clip(dc).substr(0, 5), "null(");
     EndPaint(w, &paint);
     // An erase the procedure declines is sent once and left to the painter.
-    window.setHandler([&](HWND, UINT message, WPARAM, LPARAM) -> std::optional<LRESULT> {
-        if (message != WM_ERASEBKGND) return std::nullopt;
-        log.messages.push_back(message);
-        return 0;
-    });
     InvalidateRect(w, &a, TRUE);
     log = Log{};
+    log.declineErase = true;
     RECT box;
     GetUpdateRect(w, &box, TRUE);
     dc = BeginPaint(w, &paint);
@@ -185,12 +177,7 @@ TEST(UserWindows, ScrollDCReportsWhatItUncovers) {
     vx::WindowDC dc(window.get());
     ASSERT_TRUE(dc);
     const RECT all{0, 0, 200, 150}, part{10, 10, 100, 100}, none{0, 0, 0, 0};
-    struct Case {
-        int dx, dy;
-        const RECT *scroll, *clip;
-        RECT rect;
-        std::vector<RECT> region;
-    } cases[] = {
+    struct Case { int dx, dy; const RECT *scroll, *clip; RECT rect; std::vector<RECT> region; } cases[] = {
         {0, -10, &all, &all, {0, 140, 200, 150}, {{0, 140, 200, 150}}},
         {0, 10, &all, &all, {0, 0, 200, 10}, {{0, 0, 200, 10}}},
         {10, 0, &all, nullptr, {0, 0, 10, 150}, {{0, 0, 10, 150}}},
