@@ -37,17 +37,12 @@ namespace {
 constexpr int kImageWidth = 700, kImageHeight = 900, kFrameWidth = 400, kFrameHeight = 300;
 constexpr uint32_t kBackground = 0xC0C0C0;
 
-uint32_t PatternAt(int x, int y) {
-    return uint32_t(x & 255) << 16 | uint32_t(y & 255) << 8 | uint32_t((x >> 8) | (y >> 8) << 4);
-}
-
 struct Point { int x, y; };
 
 std::optional<Point> Decode(uint32_t rgb) {
     const int b = int(rgb & 255);
     const Point p{int(rgb >> 16) | (b & 15) << 8, int((rgb >> 8) & 255) | (b >> 4) << 8};
-    if (p.x >= kImageWidth || p.y >= kImageHeight) return std::nullopt;
-    return p;
+    return p.x < kImageWidth && p.y < kImageHeight ? std::optional(p) : std::nullopt;
 }
 
 struct Shot {
@@ -86,7 +81,7 @@ std::optional<Point> ShowsImage(const Shot& shot, Area a, double scale = 1.0, in
     auto decode = [&](int x, int y) { return Decode(inverted ? ~shot.at(x, y) & 0xFFFFFF : shot.at(x, y)); };
     const std::optional<Point> origin = decode(left, top);
     if (!origin) return std::nullopt;
-    for (int y = top; y < top + h; ++y) {
+    for (int y = top; y < top + h; ++y)
         for (int x = left; x < left + w; ++x) {
             const std::optional<Point> p = decode(x, y);
             const int ex = origin->x + int(std::floor((x - left) / scale)), ey = origin->y + int(std::floor((y - top) / scale));
@@ -95,7 +90,6 @@ std::optional<Point> ShowsImage(const Shot& shot, Area a, double scale = 1.0, in
                 return std::nullopt;
             }
         }
-    }
     return origin;
 }
 
@@ -118,7 +112,8 @@ bool WritePattern(const std::string& path) {
     std::memcpy(file.data() + 2, header, sizeof header);
     for (int y = 0; y < kImageHeight; ++y)
         for (int x = 0; x < kImageWidth; ++x) {
-            const uint32_t c = PatternAt(x, y);
+            // Each pixel names its own position: x and y in red and green, their high bits in blue.
+            const uint32_t c = uint32_t(x & 255) << 16 | uint32_t(y & 255) << 8 | uint32_t((x >> 8) | (y >> 8) << 4);
             unsigned char* p = file.data() + 54 + size_t(kImageHeight - 1 - y) * stride + size_t(x) * 3;
             p[0] = uint8_t(c), p[1] = uint8_t(c >> 8), p[2] = uint8_t(c >> 16);
         }
