@@ -16,8 +16,22 @@ namespace {
 using vxtest::TestWindow;
 
 std::string Str(const RECT& r) {
-    return "(" + std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
-           std::to_string(r.bottom) + ")";
+    return "(" + std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," + std::to_string(r.bottom) + ")";
+}
+
+// The update rectangle as written, after "none" when GetUpdateRect answers that nothing is invalid.
+std::string Update(HWND w) {
+    RECT r{-9, -9, -9, -9};
+    const bool any = GetUpdateRect(w, &r, FALSE);
+    return (any ? "" : "none") + Str(r);
+}
+
+// The clip box of a DC with the kind of region GetClipBox answers.
+std::string Clip(HDC dc) {
+    RECT r{-9, -9, -9, -9};
+    static const char* const kinds[] = {"error", "null", "simple", "complex"};
+    const int kind = GetClipBox(dc, &r);
+    return kinds[kind] + Str(r);
 }
 
 // Whether a region covers exactly the given rectangles.
@@ -34,12 +48,13 @@ bool Covers(HRGN region, const std::vector<RECT>& rects) {
 struct Log {
     std::vector<UINT> messages;
     std::vector<LPARAM> sizes;
+    bool declineErase = false;  // answer WM_ERASEBKGND with 0 instead of erasing
     TestWindow::Handler handler() {
         return [this](HWND, UINT message, WPARAM, LPARAM lParam) -> std::optional<LRESULT> {
             if (message == WM_SIZE || message == WM_PAINT || message == WM_ERASEBKGND || message == WM_CAPTURECHANGED)
                 messages.push_back(message);
             if (message == WM_SIZE) sizes.push_back(lParam);
-            return std::nullopt;
+            return message == WM_ERASEBKGND && declineErase ? std::optional<LRESULT>(0) : std::nullopt;
         };
     }
     int count(UINT message) const { return static_cast<int>(std::count(messages.begin(), messages.end(), message)); }
@@ -51,13 +66,8 @@ TEST(UserWindows, ScrollBarsResizeTheClientAreaInsideTheCall) {
     ASSERT_TRUE(window);
     const int bar = GetSystemMetrics(SM_CXVSCROLL);
     ASSERT_EQ(bar, GetSystemMetrics(SM_CYHSCROLL));
-    struct Step {
-        const char* name;
-        int which, minimum, maximum;
-        int show;  // -1: SetScrollRange, else ShowScrollBar(which, show)
-        int width, height, sizes;
-        RECT invalid;  // what the call leaves to paint
-    } steps[] = {
+    // show -1: SetScrollRange, else ShowScrollBar(which, show); invalid: what the call leaves to paint.
+    struct Step { const char* name; int which, minimum, maximum, show, width, height, sizes; RECT invalid; } steps[] = {
         {"vertical 0..90", SB_VERT, 0, 90, -1, 200 - bar, 150, 1, {0, 0, 0, 0}},
         {"same range again", SB_VERT, 0, 90, -1, 200 - bar, 150, 0, {0, 0, 0, 0}},
         {"horizontal 0..50", SB_HORZ, 0, 50, -1, 200 - bar, 150 - bar, 1, {0, 0, 0, 0}},
@@ -71,21 +81,14 @@ TEST(UserWindows, ScrollBarsResizeTheClientAreaInsideTheCall) {
     for (const Step& step : steps) {
         window.pump();
         log = Log{};
-        if (step.show < 0)
-            SetScrollRange(window.get(), step.which, step.minimum, step.maximum, FALSE);
-        else
-            ShowScrollBar(window.get(), step.which, step.show);
-        const RECT client = window.client();
-        EXPECT_EQ(Str(client), Str(RECT{0, 0, step.width, step.height})) << step.name;
-        EXPECT_EQ(log.count(WM_SIZE), step.sizes) << step.name;
-        if (!log.sizes.empty()) {
-            EXPECT_EQ(log.sizes.back(), MAKELPARAM(step.width, step.height)) << step.name;
-        }
-        RECT invalid;
-        GetUpdateRect(window.get(), &invalid, FALSE);
-        EXPECT_EQ(Str(invalid), Str(step.invalid)) << step.name;
+        if (step.show < 0) SetScrollRange(window.get(), step.which, step.minimum, step.maximum, FALSE);
+        else ShowScrollBar(window.get(), step.which, step.show);
+        const bool uncovered = !IsRectEmpty(&step.invalid);
+        EXPECT_EQ(Str(window.client()), Str(RECT{0, 0, step.width, step.height})) << step.name;
+        EXPECT_EQ(log.sizes, std::vector<LPARAM>(step.sizes, MAKELPARAM(step.width, step.height))) << step.name;
+        EXPECT_EQ(Update(window.get()), (uncovered ? "" : "none") + Str(step.invalid)) << step.name;
         // An uncovered strip is erased before WM_SIZE, inside the call.
-        EXPECT_EQ(log.count(WM_ERASEBKGND), IsRectEmpty(&step.invalid) ? 0 : 1) << step.name;
+        EXPECT_EQ(log.count(WM_ERASEBKGND), uncovered ? 1 : 0) << step.name;
     }
 }
 
@@ -93,20 +96,18 @@ TEST(UserWindows, ScrollPositionsStayInTheirRange) {
     TestWindow window(120, 80);
     ASSERT_TRUE(window);
     const HWND w = window.get();
-    SetScrollRange(w, SB_HORZ, 10, 60, FALSE);
-    struct Move { int position, previous, now; } moves[] = {{30, 10, 30}, {500, 30, 60}, {-5, 60, 10}, {60, 10, 60}};
-    for (const Move& m : moves) {
-        EXPECT_EQ(SetScrollPos(w, SB_HORZ, m.position, TRUE), m.previous) << m.position;
-        EXPECT_EQ(GetScrollPos(w, SB_HORZ), m.now) << m.position;
+    // Each step sets a range (when it has one) or a position, then reads the position back;
+    // a new range pulls the position in.
+    struct Step { int minimum, maximum, position, previous, now; } steps[] = {
+        {10, 60, 30, 10, 30}, {0, 0, 500, 30, 60}, {0, 0, -5, 60, 10}, {0, 0, 60, 10, 60}, {0, 40, 0, 0, 40}, {-1, -1, 0, 0, -1}};
+    for (const Step& s : steps) {
+        if (s.minimum || s.maximum) SetScrollRange(w, SB_HORZ, s.minimum, s.maximum, TRUE);
+        if (s.position) { EXPECT_EQ(SetScrollPos(w, SB_HORZ, s.position, TRUE), s.previous) << s.position; }
+        EXPECT_EQ(GetScrollPos(w, SB_HORZ), s.now) << s.position;
     }
-    SetScrollRange(w, SB_HORZ, 0, 40, TRUE);  // pulls the position in
-    EXPECT_EQ(GetScrollPos(w, SB_HORZ), 40);
-    SetScrollRange(w, SB_HORZ, -1, -1, TRUE);
     int minimum = 7, maximum = 7;
     EXPECT_TRUE(GetScrollRange(w, SB_HORZ, &minimum, &maximum));
-    EXPECT_EQ(minimum, -1);
-    EXPECT_EQ(maximum, -1);
-    EXPECT_EQ(GetScrollPos(w, SB_HORZ), -1);
+    EXPECT_EQ(std::make_pair(minimum, maximum), std::make_pair(-1, -1));
 }
 
 TEST(UserWindows, PaintCycleErasesClipsAndValidates) {
@@ -119,24 +120,19 @@ TEST(UserWindows, PaintCycleErasesClipsAndValidates) {
     EXPECT_TRUE(log.messages.empty());
 
     const RECT a{10, 10, 30, 40}, b{50, 60, 70, 65}, inverted{120, 90, 100, 80};
-    InvalidateRect(w, &a, FALSE);
-    InvalidateRect(w, &b, TRUE);
-    InvalidateRect(w, &inverted, FALSE);  // taken by its corners
-    RECT box;
-    EXPECT_TRUE(GetUpdateRect(w, &box, FALSE));
-    EXPECT_EQ(Str(box), Str(RECT{10, 10, 120, 90}));
+    // The inverted rectangle is taken by its corners; the erase flag gathers over the calls.
+    for (const auto& [r, erase] : {std::pair{&a, FALSE}, {&b, TRUE}, {&inverted, FALSE}}) InvalidateRect(w, r, erase);
+    EXPECT_EQ(Update(w), "(10,10,120,90)");
 
     PAINTSTRUCT paint;
     HDC dc = BeginPaint(w, &paint);
     ASSERT_NE(dc, nullptr);
-    EXPECT_EQ(log.count(WM_ERASEBKGND), 1);  // the erase flag gathered over the calls
-    EXPECT_FALSE(paint.fErase);              // DefWindowProcA erased
-    EXPECT_EQ(Str(paint.rcPaint), Str(RECT{10, 10, 120, 90}));
-    EXPECT_EQ(GetClipBox(dc, &box), COMPLEXREGION);
-    EXPECT_EQ(Str(box), Str(RECT{10, 10, 120, 90}));
-    EXPECT_FALSE(GetUpdateRect(w, &box, FALSE));  // validated by BeginPaint
-    SelectClipRgn(dc, nullptr);                   // still limited to the update region
-    EXPECT_EQ(GetClipBox(dc, &box), COMPLEXREGION);
+    EXPECT_EQ(log.count(WM_ERASEBKGND), 1);
+    EXPECT_FALSE(paint.fErase);  // DefWindowProcA erased
+    // Painting the update box, clipped to it, and validated by BeginPaint.
+    EXPECT_EQ(Str(paint.rcPaint) + Clip(dc) + Update(w), "(10,10,120,90)complex(10,10,120,90)none(0,0,0,0)");
+    SelectClipRgn(dc, nullptr);              // still limited to the update region
+    EXPECT_EQ(Clip(dc), "complex(10,10,120,90)");
     SelectObject(dc, GetStockObject(BLACK_BRUSH));
     PatBlt(dc, 0, 0, 200, 150, PATCOPY);
     EndPaint(w, &paint);
@@ -150,8 +146,7 @@ TEST(UserWindows, PaintCycleErasesClipsAndValidates) {
     InvalidateRect(w, &a, TRUE);
     const RECT top{10, 10, 30, 20};
     ValidateRect(w, &top);
-    EXPECT_TRUE(GetUpdateRect(w, &box, FALSE));
-    EXPECT_EQ(Str(box), Str(RECT{10, 20, 30, 40}));
+    EXPECT_EQ(Update(w), "(10,20,30,40)");
     log = Log{};
     UpdateWindow(w);
     EXPECT_EQ(log.messages, (std::vector<UINT>{WM_PAINT, WM_ERASEBKGND}));
@@ -159,17 +154,13 @@ TEST(UserWindows, PaintCycleErasesClipsAndValidates) {
 
     // Nothing invalid: a DC that draws nowhere.
     dc = BeginPaint(w, &paint);
-    EXPECT_EQ(Str(paint.rcPaint), Str(RECT{0, 0, 0, 0}));
-    EXPECT_EQ(GetClipBox(dc, &box), NULLREGION);
+    EXPECT_EQ(Str(paint.rcPaint) + Clip(dc).substr(0, 5), "(0,0,0,0)null(");
     EndPaint(w, &paint);
     // An erase the procedure declines is sent once and left to the painter.
-    window.setHandler([&](HWND, UINT message, WPARAM, LPARAM) -> std::optional<LRESULT> {
-        if (message != WM_ERASEBKGND) return std::nullopt;
-        log.messages.push_back(message);
-        return 0;
-    });
     InvalidateRect(w, &a, TRUE);
     log = Log{};
+    log.declineErase = true;
+    RECT box;
     GetUpdateRect(w, &box, TRUE);
     dc = BeginPaint(w, &paint);
     EXPECT_TRUE(paint.fErase);
@@ -183,12 +174,7 @@ TEST(UserWindows, ScrollDCReportsWhatItUncovers) {
     vx::WindowDC dc(window.get());
     ASSERT_TRUE(dc);
     const RECT all{0, 0, 200, 150}, part{10, 10, 100, 100}, none{0, 0, 0, 0};
-    struct Case {
-        int dx, dy;
-        const RECT *scroll, *clip;
-        RECT rect;
-        std::vector<RECT> region;
-    } cases[] = {
+    struct Case { int dx, dy; const RECT *scroll, *clip; RECT rect; std::vector<RECT> region; } cases[] = {
         {0, -10, &all, &all, {0, 140, 200, 150}, {{0, 140, 200, 150}}},
         {0, 10, &all, &all, {0, 0, 200, 10}, {{0, 0, 200, 10}}},
         {10, 0, &all, nullptr, {0, 0, 10, 150}, {{0, 0, 10, 150}}},
@@ -204,23 +190,19 @@ TEST(UserWindows, ScrollDCReportsWhatItUncovers) {
         vx::OwnedObject<HRGN> update(CreateRectRgn(0, 0, 0, 0));
         RECT rect{-9, -9, -9, -9};
         EXPECT_TRUE(ScrollDC(dc.get(), c.dx, c.dy, c.scroll, c.clip, update.get(), &rect));
-        const std::string name = std::to_string(c.dx) + "," + std::to_string(c.dy);
-        EXPECT_EQ(Str(rect), Str(c.rect)) << name;
-        EXPECT_TRUE(Covers(update.get(), c.region)) << name;
+        EXPECT_EQ(Str(rect), Str(c.rect)) << c.dx << "," << c.dy;
+        EXPECT_TRUE(Covers(update.get(), c.region)) << c.dx << "," << c.dy;
     }
     // Mapped: the rectangles are logical, dx and dy move by their device size, and the update
     // area comes back in device units.
     SaveDC(dc.get());
-    SetMapMode(dc.get(), MM_ANISOTROPIC);
-    SetWindowExtEx(dc.get(), 3, 3, nullptr);
-    SetViewportExtEx(dc.get(), 2, 2, nullptr);
-    SetWindowOrgEx(dc.get(), 7, 5, nullptr);
+    vxtest::SetMapping(dc.get(), {7, 5, 3, 3, 0, 0, 2, 2});
     const RECT logical{7, 5, 307, 230};
-    RECT rect;
-    ScrollDC(dc.get(), 5, 0, &logical, &logical, nullptr, &rect);
-    EXPECT_EQ(Str(rect), Str(RECT{0, 0, 4, 150}));
-    ScrollDC(dc.get(), 0, -4, &logical, &logical, nullptr, &rect);
-    EXPECT_EQ(Str(rect), Str(RECT{0, 147, 200, 150}));
+    for (const auto& [dx, dy, expected] : {std::tuple{5, 0, "(0,0,4,150)"}, std::tuple{0, -4, "(0,147,200,150)"}}) {
+        RECT rect;
+        ScrollDC(dc.get(), dx, dy, &logical, &logical, nullptr, &rect);
+        EXPECT_EQ(Str(rect), expected) << dx << "," << dy;
+    }
     RestoreDC(dc.get(), -1);
 }
 
@@ -230,9 +212,7 @@ TEST(UserWindows, ClientPixelsFollowDrawingAndScrolling) {
     {
         vx::WindowDC dc(window.get());
         ASSERT_TRUE(dc);
-        RECT box;
-        EXPECT_EQ(GetClipBox(dc.get(), &box), SIMPLEREGION);
-        EXPECT_EQ(Str(box), Str(RECT{0, 0, 160, 48}));
+        EXPECT_EQ(Clip(dc.get()), "simple(0,0,160,48)");
         for (int y = 0; y < 48; ++y)
             for (int x = 0; x < 160; ++x) SetPixel(dc.get(), x, y, vxtest::Mix(x, y));
         EXPECT_EQ(GetPixel(dc.get(), 160, 0), CLR_INVALID);  // outside the client area
@@ -240,12 +220,11 @@ TEST(UserWindows, ClientPixelsFollowDrawingAndScrolling) {
         ScrollDC(dc.get(), 3, -10, &all, &all, nullptr, nullptr);
     }
     const std::vector<uint32_t> pixels = window.pixels();
-    auto rgb = [](COLORREF c) { return static_cast<uint32_t>(GetRValue(c)) << 16 | GetGValue(c) << 8 | GetBValue(c); };
     for (int y = 0; y < 48; ++y)
         for (int x = 0; x < 160; ++x) {
             const bool moved = x >= 3 && y < 38;  // the rest kept what it had
-            const COLORREF expected = moved ? vxtest::Mix(x - 3, y + 10) : vxtest::Mix(x, y);
-            ASSERT_EQ(window.pixel(pixels, x, y), rgb(expected)) << x << "," << y;
+            const COLORREF c = moved ? vxtest::Mix(x - 3, y + 10) : vxtest::Mix(x, y);
+            ASSERT_EQ(window.pixel(pixels, x, y), uint32_t(GetRValue(c)) << 16 | GetGValue(c) << 8 | GetBValue(c)) << x << "," << y;
         }
 }
 
@@ -256,10 +235,8 @@ TEST(UserWindows, QueueKeepsOrderFiltersRangesAndMakesUpPaint) {
     window.pump();
     const RECT a{1, 1, 5, 5};
     InvalidateRect(w, &a, FALSE);
-    PostMessageA(w, WM_USER + 1, 1, 0);
-    PostMessageA(w, WM_USER + 5, 2, 0);
-    PostMessageA(w, WM_USER + 2, 3, 0);
-    PostMessageA(nullptr, WM_USER + 3, 4, 0);
+    for (const auto& [to, offset, tag] : {std::tuple{w, 1, 1}, {w, 5, 2}, {w, 2, 3}, {HWND{}, 3, 4}})
+        PostMessageA(to, WM_USER + offset, tag, 0);
     std::vector<WPARAM> order;
     MSG message;
     while (PeekMessageA(&message, nullptr, WM_USER + 2, WM_USER + 5, PM_REMOVE)) order.push_back(message.wParam);
@@ -269,8 +246,7 @@ TEST(UserWindows, QueueKeepsOrderFiltersRangesAndMakesUpPaint) {
     // Nothing queued: paint, which stays until the window is valid.
     for (int i = 0; i < 2; ++i) {
         ASSERT_TRUE(PeekMessageA(&message, w, WM_PAINT, WM_PAINT, PM_REMOVE));
-        EXPECT_EQ(message.message, static_cast<UINT>(WM_PAINT));
-        EXPECT_EQ(message.hwnd, w);
+        EXPECT_EQ(std::make_pair(message.message, message.hwnd), std::make_pair(UINT{WM_PAINT}, w));
     }
     ValidateRect(w, nullptr);
     EXPECT_FALSE(PeekMessageA(&message, w, 0, 0, PM_REMOVE));
@@ -292,15 +268,12 @@ TEST(UserWindows, CaptureAndCursorAnswerWhatTheyReplaced) {
     EXPECT_EQ(log.count(WM_CAPTURECHANGED), 2);
 
     const HCURSOR arrow = LoadCursorA(nullptr, IDC_ARROW), cross = LoadCursorA(nullptr, IDC_CROSS);
-    ASSERT_NE(arrow, nullptr);
-    ASSERT_NE(cross, nullptr);
-    EXPECT_NE(arrow, cross);
+    ASSERT_TRUE(arrow && cross && arrow != cross);
     EXPECT_EQ(LoadCursorA(nullptr, IDC_ARROW), arrow);
     EXPECT_EQ(LoadCursorA(nullptr, MAKEINTRESOURCEA(12345)), nullptr);
     SetCursor(arrow);
-    EXPECT_EQ(SetCursor(cross), arrow);
-    EXPECT_EQ(SetCursor(nullptr), cross);
-    EXPECT_EQ(SetCursor(arrow), nullptr);
+    const HCURSOR sequence[] = {cross, nullptr, arrow};  // each call answers the one before
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(SetCursor(sequence[i]), i ? sequence[i - 1] : arrow) << i;
     EXPECT_EQ(GetCursor(), arrow);
 }
 
@@ -313,38 +286,27 @@ TEST(UserWindows, RectangleHelpersGiveWindowsAnswers) {
         {"both empty", zero, flat, FALSE, zero, FALSE, zero},
     };
     for (const Pair& p : pairs) {
-        RECT out{1, 2, 3, 4};
+        RECT out{1, 2, 3, 4}, join{1, 2, 3, 4};
         EXPECT_EQ(IntersectRect(&out, &p.first, &p.second), p.intersects) << p.name;
-        EXPECT_EQ(Str(out), Str(p.intersection)) << p.name;
-        out = RECT{1, 2, 3, 4};
-        EXPECT_EQ(UnionRect(&out, &p.first, &p.second), p.unites) << p.name;
-        EXPECT_EQ(Str(out), Str(p.join)) << p.name;
+        EXPECT_EQ(UnionRect(&join, &p.first, &p.second), p.unites) << p.name;
+        EXPECT_EQ(Str(out) + Str(join), Str(p.intersection) + Str(p.join)) << p.name;
     }
-    EXPECT_FALSE(PtInRect(&a, POINT{10, 5}));
-    EXPECT_TRUE(PtInRect(&a, POINT{0, 0}));
-    EXPECT_FALSE(EqualRect(&zero, &flat));
-    EXPECT_TRUE(IsRectEmpty(nullptr));
+    EXPECT_TRUE(!PtInRect(&a, POINT{10, 5}) && PtInRect(&a, POINT{0, 0}) && !EqualRect(&zero, &flat) && IsRectEmpty(nullptr));
     RECT inflated = a;
     EXPECT_TRUE(InflateRect(&inflated, -6, -6));
-    EXPECT_EQ(Str(inflated), Str(RECT{6, 6, 4, 4}));
-    EXPECT_FALSE(SetRect(nullptr, 0, 0, 1, 1));
-    EXPECT_FALSE(OffsetRect(nullptr, 1, 1));
-    EXPECT_FALSE(IntersectRect(&inflated, nullptr, &a));
+    EXPECT_EQ(Str(inflated), "(6,6,4,4)");
+    EXPECT_FALSE(SetRect(nullptr, 0, 0, 1, 1) || OffsetRect(nullptr, 1, 1) || IntersectRect(&inflated, nullptr, &a));
 }
 
 #ifndef _WIN32
 // The host table and stale handles exist only for the library's own windows.
-struct HostLog {
-    std::vector<RECT> presented;
-    int scrollBars = 0;
-    std::vector<HCURSOR> cursors;
-};
+struct HostLog { std::string presented; int scrollBars = 0; std::vector<HCURSOR> cursors; };
 
 TEST(UserWindows, HostsHearOfPixelsBarsAndCursors) {
     HostLog log;
     VXWINDOWHOST host{};
     host.context = &log;
-    host.present = [](void* c, HWND, const RECT* r) { static_cast<HostLog*>(c)->presented.push_back(*r); };
+    host.present = [](void* c, HWND, const RECT* r) { static_cast<HostLog*>(c)->presented += Str(*r); };
     host.scrollBars = [](void* c, HWND) { ++static_cast<HostLog*>(c)->scrollBars; };
     host.cursor = [](void* c, HWND, HCURSOR cursor) { static_cast<HostLog*>(c)->cursors.push_back(cursor); };
     const HWND w = VexoraCreateWindow(30, 20, &host);
@@ -352,15 +314,13 @@ TEST(UserWindows, HostsHearOfPixelsBarsAndCursors) {
     int width = 0, height = 0, stride = 0;
     const auto* pixels = static_cast<const uint32_t*>(VexoraWindowPixels(w, &width, &height, &stride));
     ASSERT_NE(pixels, nullptr);
-    EXPECT_EQ(width, 30);
-    EXPECT_EQ(stride, 120);
+    EXPECT_EQ(std::make_pair(width, stride), std::make_pair(30, 120));
     EXPECT_EQ(pixels[0] & 0xFFFFFF, 0xFFFFFFu);  // no background brush: white
     log.presented.clear();
     const RECT part{2, 3, 9, 8};
     InvalidateRect(w, &part, FALSE);
     UpdateWindow(w);  // DefWindowProcA paints, EndPaint presents rcPaint
-    ASSERT_EQ(log.presented.size(), 1u);
-    EXPECT_EQ(Str(log.presented[0]), Str(part));
+    EXPECT_EQ(log.presented, Str(part));
     SetScrollRange(w, SB_VERT, 0, 5, TRUE);
     EXPECT_TRUE(VexoraScrollBarShown(w, SB_VERT));
     EXPECT_EQ(log.scrollBars, 1);
@@ -370,29 +330,20 @@ TEST(UserWindows, HostsHearOfPixelsBarsAndCursors) {
     EXPECT_EQ(Str(client), Str(RECT{0, 0, 40 - 17, 30}));
     POINT p{1, 2};
     ClientToScreen(w, &p);
-    EXPECT_EQ(p.x, 101);
-    EXPECT_EQ(p.y, 52);
+    EXPECT_EQ(std::make_pair(p.x, p.y), std::make_pair(LONG{101}, LONG{52}));
     SetCursor(nullptr);
     SetCursor(LoadCursorA(nullptr, IDC_WAIT));
-    ASSERT_FALSE(log.cursors.empty());
-    EXPECT_EQ(log.cursors.back(), LoadCursorA(nullptr, IDC_WAIT));
+    EXPECT_EQ(log.cursors.empty() ? nullptr : log.cursors.back(), LoadCursorA(nullptr, IDC_WAIT));
 
     HDC dc = GetDC(w);
     ASSERT_TRUE(VexoraDestroyWindow(w));
     // Stale everywhere; the DC it lent draws nothing and is already back.
-    EXPECT_FALSE(IsWindow(w));
-    EXPECT_EQ(GetDC(w), nullptr);
-    EXPECT_EQ(SetPixel(dc, 1, 1, 0), CLR_INVALID);
-    EXPECT_EQ(ReleaseDC(w, dc), 0);
-    EXPECT_FALSE(GetClientRect(w, &client));
-    EXPECT_FALSE(InvalidateRect(w, nullptr, FALSE));
-    EXPECT_FALSE(PostMessageA(w, WM_USER, 0, 0));
-    EXPECT_EQ(VexoraWindowPixels(w, &width, &height, &stride), nullptr);
     PAINTSTRUCT paint;
-    EXPECT_EQ(BeginPaint(w, &paint), nullptr);
-    EXPECT_FALSE(VexoraDestroyWindow(w));
-    for (const int side : {0, -1, 16385})
-        EXPECT_EQ(VexoraCreateWindow(side, 10, nullptr), nullptr) << side;
+    EXPECT_EQ(SetPixel(dc, 1, 1, 0), CLR_INVALID);
+    EXPECT_FALSE(IsWindow(w) || GetDC(w) || ReleaseDC(w, dc) || GetClientRect(w, &client) ||
+                 InvalidateRect(w, nullptr, FALSE) || PostMessageA(w, WM_USER, 0, 0) ||
+                 VexoraWindowPixels(w, &width, &height, &stride) || BeginPaint(w, &paint) || VexoraDestroyWindow(w));
+    for (const int side : {0, -1, 16385}) EXPECT_EQ(VexoraCreateWindow(side, 10, nullptr), nullptr) << side;
 }
 #endif
 

@@ -18,7 +18,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -28,32 +27,27 @@
 
 #ifdef _WIN32
 #include <process.h>
-#endif
-
-namespace {
-
-#ifdef _WIN32
 constexpr bool kWindows = true;
 #else
 constexpr bool kWindows = false;
 #endif
 
+namespace {
+
 constexpr int kImageWidth = 700, kImageHeight = 900, kFrameWidth = 400, kFrameHeight = 300;
 constexpr uint32_t kBackground = 0xC0C0C0;
 
-uint32_t PatternAt(int x, int y) {
-    return uint32_t(x & 255) << 16 | uint32_t(y & 255) << 8 | uint32_t((x >> 8) | (y >> 8) << 4);
-}
-
-struct Point {
-    int x, y;
-};
+struct Point { int x, y; };
 
 std::optional<Point> Decode(uint32_t rgb) {
     const int b = int(rgb & 255);
     const Point p{int(rgb >> 16) | (b & 15) << 8, int((rgb >> 8) & 255) | (b >> 4) << 8};
-    if (p.x >= kImageWidth || p.y >= kImageHeight) return std::nullopt;
-    return p;
+    return p.x < kImageWidth && p.y < kImageHeight ? std::optional(p) : std::nullopt;
+}
+
+// Whether both points are known and within d image pixels of each other on each axis.
+bool Near(std::optional<Point> a, std::optional<Point> b, int d) {
+    return a && b && std::abs(a->x - b->x) <= d && std::abs(a->y - b->y) <= d;
 }
 
 struct Shot {
@@ -78,10 +72,7 @@ std::optional<Shot> ReadShot(const std::string& path) {
 int g_failures = 0;
 
 bool Expect(bool condition, const std::string& what) {
-    if (!condition) {
-        std::cerr << "FAILED: " << what << "\n";
-        ++g_failures;
-    }
+    if (!condition) std::cerr << "FAILED: " << what << "\n", ++g_failures;
     return condition;
 }
 
@@ -89,11 +80,13 @@ bool Expect(bool condition, const std::string& what) {
 // pixel (inverted when asked): each pixel must be the image pixel under it, within `slack`
 // image pixels of the one the top-left pixel names (the phase of a scaled pixel is open).
 // Answers the image point shown at the area's top-left.
-std::optional<Point> ShowsImage(const Shot& shot, int left, int top, int w, int h, double scale, bool inverted, int slack) {
+struct Area { int left, top, w, h; };
+std::optional<Point> ShowsImage(const Shot& shot, Area a, double scale = 1.0, int slack = 0, bool inverted = false) {
+    const auto [left, top, w, h] = a;
     auto decode = [&](int x, int y) { return Decode(inverted ? ~shot.at(x, y) & 0xFFFFFF : shot.at(x, y)); };
     const std::optional<Point> origin = decode(left, top);
     if (!origin) return std::nullopt;
-    for (int y = top; y < top + h; ++y) {
+    for (int y = top; y < top + h; ++y)
         for (int x = left; x < left + w; ++x) {
             const std::optional<Point> p = decode(x, y);
             const int ex = origin->x + int(std::floor((x - left) / scale)), ey = origin->y + int(std::floor((y - top) / scale));
@@ -102,15 +95,16 @@ std::optional<Point> ShowsImage(const Shot& shot, int left, int top, int w, int 
                 return std::nullopt;
             }
         }
-    }
     return origin;
 }
 
-bool SameArea(const Shot& a, const Shot& b, const std::function<bool(int, int)>& skip = {}) {
+// Whether two shots agree everywhere outside the area `skip` (none when empty).
+bool SameOutside(const Shot& a, const Shot& b, Area skip = {}) {
     if (a.width != b.width || a.height != b.height) return false;
     for (int y = 0; y < a.height; ++y)
         for (int x = 0; x < a.width; ++x)
-            if ((!skip || !skip(x, y)) && a.at(x, y) != b.at(x, y)) return false;
+            if ((x < skip.left || x >= skip.left + skip.w || y < skip.top || y >= skip.top + skip.h) && a.at(x, y) != b.at(x, y))
+                return false;
     return true;
 }
 
@@ -123,7 +117,8 @@ bool WritePattern(const std::string& path) {
     std::memcpy(file.data() + 2, header, sizeof header);
     for (int y = 0; y < kImageHeight; ++y)
         for (int x = 0; x < kImageWidth; ++x) {
-            const uint32_t c = PatternAt(x, y);
+            // Each pixel names its own position: x and y in red and green, their high bits in blue.
+            const uint32_t c = uint32_t(x & 255) << 16 | uint32_t(y & 255) << 8 | uint32_t((x >> 8) | (y >> 8) << 4);
             unsigned char* p = file.data() + 54 + size_t(kImageHeight - 1 - y) * stride + size_t(x) * 3;
             p[0] = uint8_t(c), p[1] = uint8_t(c >> 8), p[2] = uint8_t(c >> 16);
         }
@@ -134,29 +129,29 @@ bool WritePattern(const std::string& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::cerr << "usage: view_check TOOL DIR\n";
-        return 2;
-    }
+    if (argc != 3) return std::cerr << "usage: view_check TOOL DIR\n", 2;
     const std::string tool = argv[1], dir = argv[2];
     const std::string image = dir + "/pattern.bmp", script = dir + "/view.script";
     if (!WritePattern(image)) return std::cerr << "cannot write " << image << "\n", 1;
     // The image is larger than the window: both scroll bars take their strips.
     const int bar = GetSystemMetrics(SM_CXVSCROLL), cw = kFrameWidth - bar, ch = kFrameHeight - bar;
+    const Area client{0, 0, cw, ch};
     // Windows draws its own scroll bars, so there the page comes from the key; the Linux host
     // draws them, so there it is a click in the trough, and a drag of the horizontal thumb
-    // (in the middle while the view is centred) past the bar's end.
-    const std::string barY = std::to_string(ch + bar / 2);
-    std::ofstream(script) << "shot " << dir << "/start.ppm\nkey right\nkey down\nshot " << dir << "/lines.ppm\n"
-                          << (kWindows ? "key pagedown" : "vbar -24") << "\nshot " << dir << "/page.ppm\nwheel -1\nshot "
-                          << dir << "/wheel.ppm\n"
-                          << (kWindows ? "" : "press " + std::to_string(cw / 2) + " " + barY + "\nmove 1000 " + barY +
-                                                  "\nrelease 1000 " + barY + "\nshot " + dir + "/thumb.ppm\n")
-                          << "key home\nchar +\nshot " << dir << "/zoom2.ppm\nkey i\nshot " << dir << "/inverted.ppm\nkey i\n"
-                          << "press 100 100\nmove 150 130\nmove 180 160\nshot " << dir << "/band.ppm\nrelease 180 160\n"
-                          << "shot " << dir << "/rectangle.ppm\nmove 200 150\nkeydown m\nshot " << dir << "/lens.ppm\n"
-                          << "move 120 100\nshot " << dir << "/lens-moved.ppm\nkeyup m\nshot " << dir << "/lens-gone.ppm\n"
-                          << "key f\nshot " << dir << "/fit.ppm\nresize 760 960\nshot " << dir << "/fit-larger.ppm\nquit\n";
+    // (in the middle while the view is centred) past the bar's end. "@NAME" takes a screenshot.
+    const std::string barY = " " + std::to_string(ch + bar / 2);
+    std::string steps = "@start|key right|key down|@lines|" + std::string(kWindows ? "key pagedown" : "vbar -24") +
+                        "|@page|wheel -1|@wheel|" +
+                        (kWindows ? "" : "press " + std::to_string(cw / 2) + barY + "|move 1000" + barY + "|release 1000" + barY + "|@thumb|") +
+                        "key home|char +|@zoom2|key i|@inverted|key i|press 100 100|move 150 130|move 180 160|@band|release 180 160|"
+                        "@rectangle|move 200 150|keydown m|@lens|move 120 100|@lens-moved|keyup m|@lens-gone|key f|@fit|"
+                        "resize 760 960|@fit-larger|quit|";
+    std::ofstream out(script);
+    for (size_t from = 0, to; (to = steps.find('|', from)) != std::string::npos; from = to + 1) {
+        const std::string step = steps.substr(from, to - from);
+        out << (step[0] == '@' ? "shot " + dir + "/" + step.substr(1) + ".ppm" : step) << "\n";
+    }
+    out.close();
     const std::string size = std::to_string(kFrameWidth) + "x" + std::to_string(kFrameHeight);
 #ifdef _WIN32
     const auto status = _spawnl(_P_WAIT, tool.c_str(), tool.c_str(), "view", image.c_str(), "--size", size.c_str(),
@@ -171,14 +166,12 @@ int main(int argc, char** argv) {
     auto shot = [&](const char* name, bool whole = !kWindows, int w = kFrameWidth, int h = kFrameHeight) {
         std::optional<Shot> s = ReadShot(dir + "/" + name + ".ppm");
         if (!whole) w = cw, h = ch;
-        if (!s || s->width != w || s->height != h) {
-            std::cerr << "FAILED: no " << w << " x " << h << " screenshot " << name << "\n";
-            std::exit(1);
-        }
-        return *s;
+        if (s && s->width == w && s->height == h) return *s;
+        std::cerr << "FAILED: no " << w << " x " << h << " screenshot " << name << "\n";
+        std::exit(1);
     };
     const Shot start = shot("start");
-    const auto origin = ShowsImage(start, 0, 0, cw, ch, 1.0, false, 0);
+    const auto origin = ShowsImage(start, client);
     Expect(origin.has_value(), "at start the client shows the image 1:1");
     bool barsDrawn = true;
     for (int y = 0; y < ch && !kWindows; ++y)
@@ -186,36 +179,36 @@ int main(int argc, char** argv) {
     Expect(barsDrawn, "the vertical scroll bar is drawn beside the client");
     if (!origin) return 1;
 
-    // A line right and a line down move by 8 pixels at 1:1; a click in the trough below the
-    // thumb pages down by half the client height; a wheel notch scrolls three lines.
-    const auto lines = ShowsImage(shot("lines"), 0, 0, cw, ch, 1.0, false, 0);
-    Expect(lines && lines->x == origin->x + 8 && lines->y == origin->y + 8, "arrow keys scroll one line each");
-    const auto page = ShowsImage(shot("page"), 0, 0, cw, ch, 1.0, false, 0);
-    Expect(lines && page && page->x == lines->x && page->y == lines->y + ch / 2, "a trough click pages down");
-    const auto wheel = ShowsImage(shot("wheel"), 0, 0, cw, ch, 1.0, false, 0);
-    Expect(page && wheel && wheel->y == page->y + 24, "a wheel notch scrolls three lines");
-    if (!kWindows) {
-        const auto thumb = ShowsImage(shot("thumb"), 0, 0, cw, ch, 1.0, false, 0);
-        Expect(thumb && wheel && thumb->x == kImageWidth - cw && thumb->y == wheel->y,
-               "dragging the horizontal thumb past the end scrolls to the right edge");
+    // Each scroll moves the 1:1 view from where the one before left it: a line right and a
+    // line down by 8 pixels; a click in the trough below the thumb by half the client height;
+    // a wheel notch by three lines; the horizontal thumb dragged past the end (dx -1) to the
+    // right edge.
+    struct Scroll { const char* name; int dx, dy; const char* what; } scrolls[] = {
+        {"lines", 8, 8, "arrow keys scroll one line each"}, {"page", 0, ch / 2, "a trough click pages down"},
+        {"wheel", 0, 24, "a wheel notch scrolls three lines"},
+        {"thumb", -1, 0, "dragging the horizontal thumb past the end scrolls to the right edge"}};
+    std::optional<Point> before = origin;
+    for (const Scroll& step : scrolls) {
+        if (kWindows && step.dx < 0) continue;
+        const auto now = ShowsImage(shot(step.name), client);
+        Expect(before && now && now->x == (step.dx < 0 ? kImageWidth - cw : before->x + step.dx) && now->y == before->y + step.dy, step.what);
+        before = now;
     }
 
     // Home goes to the top-left corner, then `+` doubles the scale keeping the middle.
     const Shot zoom2 = shot("zoom2");
-    const auto doubled = ShowsImage(zoom2, 0, 0, cw, ch, 2.0, false, 1);
-    const auto middle = Decode(zoom2.at(cw / 2, ch / 2));
-    Expect(doubled && middle && std::abs(middle->x - cw / 2) <= 2 && std::abs(middle->y - ch / 2) <= 2,
+    Expect(ShowsImage(zoom2, client, 2.0, 1) && Near(Decode(zoom2.at(cw / 2, ch / 2)), Point{cw / 2, ch / 2}, 2),
            "+ zooms to 2:1 around the middle of the view");
-    Expect(ShowsImage(shot("inverted"), 0, 0, cw, ch, 2.0, true, 1).has_value(), "i draws the image inverted");
+    Expect(ShowsImage(shot("inverted"), client, 2.0, 1, true).has_value(), "i draws the image inverted");
 
     // The band: the rectangle's outline is drawn inverted over the image, its inside untouched.
     const Shot band = shot("band");
-    bool outline = true;
-    for (int x = 102; x <= 178; ++x)
-        for (int y : {100, 160}) outline = outline && band.at(x, y) == (~zoom2.at(x, y) & 0xFFFFFF);
-    for (int y = 102; y <= 158; ++y)
-        for (int x : {100, 180}) outline = outline && band.at(x, y) == (~zoom2.at(x, y) & 0xFFFFFF);
-    Expect(outline && band.at(140, 130) == zoom2.at(140, 130), "the dragged rectangle shows as an inverted outline");
+    bool outline = band.at(140, 130) == zoom2.at(140, 130);
+    for (int x = 100; x <= 180; ++x)
+        for (int y = 100; y <= 160; ++y)
+            if (((y == 100 || y == 160) && x >= 102 && x <= 178) || ((x == 100 || x == 180) && y >= 102 && y <= 158))
+                outline = outline && band.at(x, y) == (~zoom2.at(x, y) & 0xFFFFFF);
+    Expect(outline, "the dragged rectangle shows as an inverted outline");
 
     // Released: 80 x 60 pixels fill the window at about min(cw / 80, ch / 60) (the engine keeps
     // its extents small, so the scale drawn is near that, not equal), and the rectangle's middle
@@ -224,26 +217,20 @@ int main(int argc, char** argv) {
     const Shot rectangle = shot("rectangle");
     const auto west = Decode(rectangle.at(0, ch / 2)), east = Decode(rectangle.at(cw - 1, ch / 2));
     const double scale = west && east && east->x > west->x ? (cw - 1.0) / (east->x - west->x) : 0;
-    const auto centre = Decode(rectangle.at(cw / 2, ch / 2)), wanted = Decode(zoom2.at(140, 130));
-    Expect(scale > z * 0.75 && scale < z * 1.25 && ShowsImage(rectangle, 0, 0, cw, ch, scale, false, 2) && centre &&
-               wanted && std::abs(centre->x - wanted->x) <= 2 && std::abs(centre->y - wanted->y) <= 2,
+    Expect(scale > z * 0.75 && scale < z * 1.25 && ShowsImage(rectangle, client, scale, 2) &&
+               Near(Decode(rectangle.at(cw / 2, ch / 2)), Decode(zoom2.at(140, 130)), 2),
            "the rectangle zooms to fill the window around its middle");
 
     // The lens: 180 x 80, a black frame, the point under the mouse magnified in its middle; the
     // rest of the window as it was; moving it restores its first place; releasing m restores
     // the window.
     const int lw = M_GetWidth(), lh = M_GetHeight();
-    auto outside = [&](int cx, int cy) {
-        return [=](int x, int y) { return x >= cx - lw / 2 && x < cx + lw / 2 && y >= cy - lh / 2 && y < cy + lh / 2; };
-    };
     const Shot lens = shot("lens");
-    const auto under = Decode(rectangle.at(200, 150)), magnified = Decode(lens.at(200, 150));
-    Expect(lens.at(200 - lw / 2, 150 - lh / 2) == 0 && under && magnified && std::abs(under->x - magnified->x) <= 1 &&
-               std::abs(under->y - magnified->y) <= 1 && SameArea(lens, rectangle, outside(200, 150)) &&
-               ShowsImage(lens, 200 - 10, 150 - 10, 20, 20, 2 * scale, false, 2),
+    Expect(lens.at(200 - lw / 2, 150 - lh / 2) == 0 && Near(Decode(rectangle.at(200, 150)), Decode(lens.at(200, 150)), 1) &&
+               SameOutside(lens, rectangle, {200 - lw / 2, 150 - lh / 2, lw, lh}) && ShowsImage(lens, {190, 140, 20, 20}, 2 * scale, 2),
            "m shows the lens at twice the view's scale under the mouse");
-    Expect(SameArea(shot("lens-moved"), rectangle, outside(120, 100)), "the moved lens restores its first place");
-    Expect(SameArea(shot("lens-gone"), rectangle), "releasing m restores the window");
+    Expect(SameOutside(shot("lens-moved"), rectangle, {120 - lw / 2, 100 - lh / 2, lw, lh}), "the moved lens restores its first place");
+    Expect(SameOutside(shot("lens-gone"), rectangle), "releasing m restores the window");
 
     // Fit: the whole image in the window without scroll bars, centred; and again, enlarged,
     // when the window grows.
