@@ -6,18 +6,17 @@
 #include <climits>
 
 #include "display/view_layout.hpp"
-#include "view_support.hpp"
+#include "display_support.hpp"
 
 namespace {
 
 using namespace vxtest;
 
-constexpr uint32_t kGray = 0xC0C0C0;  // TestWindow's class background
-
 TEST(StatelessLayout, Cases) {
+    // dib: LayOutDibPaint, else LayOutBitmapPaint.
     struct Case {
         const char* name;
-        bool dib;  // LayOutDibPaint, else LayOutBitmapPaint
+        bool dib;
         int clientW, clientH, imageW, imageH;
         double dpi;
         std::vector<int> zoom;
@@ -71,7 +70,7 @@ TEST(StatelessLayout, Cases) {
 
 TEST(DisplayDIBImage, PaintsTheScrolledDibAtZoom2) {
     PaintWindow window(200, 150);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     Block dib = PatternDib(300, 250);
     const int zoom[4] = {2, 1, 2, 1};
     VXVIEW view{150, 0, 0, 6};  // the middle column; six device pixels down
@@ -82,35 +81,26 @@ TEST(DisplayDIBImage, PaintsTheScrolledDibAtZoom2) {
     // Position P of S = 600 scaled columns scrolls P (S - C) / S in, rounded; at zoom 2 an
     // offset of O starts at image pixel O / 2 rounded half up.
     const int offsetX = (600 - c.right + 1) / 2, offsetY = (6 * (500 - c.bottom) + 250) / 500;
-    EXPECT_EQ(view.x, 150);
-    EXPECT_EQ(view.y, 3);
-    int low = 0, high = 0;
-    GetScrollRange(window.get(), SB_HORZ, &low, &high);
-    EXPECT_EQ(high, 600);
-    EXPECT_EQ(GetScrollPos(window.get(), SB_HORZ), 300);
+    EXPECT_EQ((std::array{int(view.x), int(view.y), GetScrollPos(window.get(), SB_HORZ)}), (std::array{150, 3, 300}));
+    EXPECT_EQ(ScrollRange(window.get(), SB_HORZ), (std::array{0, 600}));
     EXPECT_EQ(window.mismatches(pixels, [&](int x) { return (offsetX + 1) / 2 + x / 2; },
-                                [&](int y) { return (offsetY + 1) / 2 + y / 2; }),
-              0);
+                                [&](int y) { return (offsetY + 1) / 2 + y / 2; }), 0);
 }
 
 TEST(DisplayDIBImage, FitEnlargesAndFillsTheRestWithTheBackground) {
     PaintWindow window(200, 150);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     Block dib = PatternDib(50, 30);
     const auto pixels = window.show([&](HWND w) { DisplayDIBImage(w, dib.get(), nullptr, nullptr, DISPLAY_FIT); });
-    const RECT c = window.client();
-    ASSERT_EQ(c.right, 200);  // both scroll bars hidden
-    ASSERT_EQ(c.bottom, 150);
-    EXPECT_EQ(window.mismatches(pixels, [](int x) { return x / 4; }, [](int y) { return y < 120 ? y / 4 : -1; }), 0);
-    EXPECT_EQ(window.pixel(pixels, 0, 120), kGray);  // the 30 rows below the picture
-    EXPECT_EQ(window.pixel(pixels, 199, 149), kGray);
+    ASSERT_TRUE(SameRect(window.client(), {0, 0, 200, 150}));  // both scroll bars hidden
+    // The 30 rows below the picture are background.
+    EXPECT_EQ(window.mismatches(pixels, Zoomed(0, 4, 50), Zoomed(0, 4, 30), kGray), 0);
 }
 
 TEST(DisplayDIBImage, LowMemoryPathIsStretchDIBitsAt1To1AndTheCropScaleMappingAbove) {
     PaintWindow window(160, 120);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     const int previous = SetLowMemStretch(1);
-    if (GetLowMemStretch() != 1) GTEST_SKIP() << "the low-memory switch is not settable yet";
     Block dib = PatternDib(100, 80);
     const int one[4] = {1, 1, 1, 1}, three[4] = {3, 1, 3, 1};
     const auto paint = [&](const int* zoom) {
@@ -124,14 +114,14 @@ TEST(DisplayDIBImage, LowMemoryPathIsStretchDIBitsAt1To1AndTheCropScaleMappingAb
     // At zoom 3 the crop-and-scale of w = ceil(client / 3) pixels to 3w samples column
     // (2 i w + 3w) / 6w = round(i / 3), GDI's nearest neighbour (i + 1/2) / 3 = floor(i / 3):
     // the two pictures differ in a third of the columns and rows.
-    EXPECT_EQ(window.mismatches(lowMemory3, [](int x) { return (2 * x + 3) / 6; }, [](int y) { return (2 * y + 3) / 6; }),
-              0);
-    EXPECT_EQ(window.mismatches(gdi3, [](int x) { return x / 3; }, [](int y) { return y / 3; }), 0);
+    const auto rounded = [](int i) { return (2 * i + 3) / 6; };
+    EXPECT_EQ(window.mismatches(lowMemory3, rounded, rounded), 0);
+    EXPECT_EQ(window.mismatches(gdi3, Zoomed(0, 3, 100), Zoomed(0, 3, 80)), 0);
 }
 
 TEST(DisplayImage, PaintsADeviceBitmapInHundredthsOfAnInch) {
     PaintWindow window(200, 150);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     Block dib = PatternDib(300, 250);
     const auto* info = static_cast<const BITMAPINFO*>(GlobalLock(dib.get()));
     HDC screen = GetDC(nullptr);
@@ -146,11 +136,9 @@ TEST(DisplayImage, PaintsADeviceBitmapInHundredthsOfAnInch) {
     for (int i = 0; i < 2; ++i)
         pixels = window.show([&](HWND w) { DisplayImage(w, bitmap, nullptr, &view, resolution, nullptr, 0); });
     const RECT c = window.client();
-    EXPECT_EQ(view.x, 40);
-    int low = 0, high = 0;
-    GetScrollRange(window.get(), SB_HORZ, &low, &high);
-    EXPECT_EQ(high, 313 - static_cast<int>(c.right / 0.96 + 0.5));  // image units - visible units
-    EXPECT_EQ(GetScrollPos(window.get(), SB_HORZ), 42);             // 40 pixels at 0.96 a unit
+    // Image units less visible units; 40 pixels at 0.96 a unit.
+    EXPECT_EQ(ScrollRange(window.get(), SB_HORZ), (std::array{0, 313 - static_cast<int>(c.right / 0.96 + 0.5)}));
+    EXPECT_EQ((std::array{int(view.x), GetScrollPos(window.get(), SB_HORZ)}), (std::array{40, 42}));
     EXPECT_EQ(window.mismatches(pixels, [](int x) { return 40 + x; }, [](int y) { return 30 + y; }), 0);
     // Fit and invert: the whole bitmap shrunk inside the client (which source pixel a shrink
     // samples is GDI's affair: one of the first few), inverted, the background beside it.
@@ -166,38 +154,28 @@ TEST(StatelessPainters, BadInputHasDefinedResults) {
     EXPECT_FALSE(DisplayImage(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
     EXPECT_FALSE(DisplayDIBImage(nullptr, nullptr, nullptr, nullptr, 0));
     PaintWindow window(120, 90);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     Block one = PatternDib(1, 1), wide = PatternDib(60000, 1), tall = PatternDib(1, 60000);
     Block shortDib(GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 60));
     const int zeros[4] = {0, 0, 0, 0}, huge[4] = {INT_MAX, 1, 1, INT_MAX};
     VXVIEW far1{INT_MAX, INT_MIN, INT_MAX, INT_MIN}, far2 = far1;
-    constexpr int kBackground = -1, kFarEnd = -2;
-    const struct {
-        const char* name;
-        HDIB dib;
-        const int* zoom;
-        VXVIEW* view;
-        DWORD mode;
-        int column;  // the image column client pixel (0, 0) shows, or one of the two above
-    } calls[] = {
-        {"no DIB: background only", nullptr, nullptr, nullptr, 0, kBackground},
-        {"a block too short for its header", shortDib.get(), nullptr, nullptr, 0, kBackground},
-        {"zero zoom terms", one.get(), zeros, nullptr, 0, 0},
-        {"a zoom of INT_MAX", one.get(), huge, &far1, 0, 0},
-        {"a 1 x 1 DIB fitted", one.get(), nullptr, nullptr, DISPLAY_FIT, 0},
-        {"60000 columns, scrolled beyond the end", wide.get(), nullptr, &far2, 0, kFarEnd},
-        {"60000 rows fitted to less than a column", tall.get(), nullptr, nullptr, DISPLAY_FIT, kBackground},
+    const uint32_t background = kGray, farEnd = Pattern(60000 - window.client().right, 0);
+    // want: what client pixel (0, 0) shows.
+    const struct { const char* name; HDIB dib; const int* zoom; VXVIEW* view; DWORD mode; uint32_t want; } calls[] = {
+        {"no DIB: background only", nullptr, nullptr, nullptr, 0, background},
+        {"a block too short for its header", shortDib.get(), nullptr, nullptr, 0, background},
+        {"zero zoom terms", one.get(), zeros, nullptr, 0, Pattern(0, 0)},
+        {"a zoom of INT_MAX", one.get(), huge, &far1, 0, Pattern(0, 0)},
+        {"a 1 x 1 DIB fitted", one.get(), nullptr, nullptr, DISPLAY_FIT, Pattern(0, 0)},
+        {"60000 columns, scrolled beyond the end", wide.get(), nullptr, &far2, 0, farEnd},
+        {"60000 rows fitted to less than a column", tall.get(), nullptr, nullptr, DISPLAY_FIT, background},
     };
     for (const auto& call : calls) {
-        SCOPED_TRACE(call.name);
         BOOL answer = FALSE;
         const auto pixels =
             window.show([&](HWND w) { answer = DisplayDIBImage(w, call.dib, call.view, call.zoom, call.mode); });
-        EXPECT_TRUE(answer);
-        const uint32_t want = call.column == kBackground ? kGray
-                              : call.column == kFarEnd   ? Pattern(60000 - window.client().right, 0)
-                                                         : Pattern(call.column, 0);
-        EXPECT_EQ(window.pixel(pixels, 0, 0), want);
+        EXPECT_TRUE(answer) << call.name;
+        EXPECT_EQ(window.pixel(pixels, 0, 0), call.want) << call.name;
     }
     EXPECT_EQ(far1.dx | far1.dy | far2.dx | far2.dy, 0);
     // A top-down DIB scrolled down: StretchDIBits counts its source rows from the bottom too.
