@@ -1,7 +1,5 @@
 // The scrolling view in hundredths of an inch: its layout on the numbers alone, then the four
 // exports on a real window (client pixels against the DIB, scroll bars, scroll codes).
-#include <gtest/gtest.h>
-
 #include "display/view_layout.hpp"
 #include "display_support.hpp"
 
@@ -11,42 +9,45 @@ using namespace vxtest;
 
 TEST(CppViewLayout, Cases) {
     struct Case {
-        const char* name;
-        int clientW, clientH, imageW, imageH, dpi;
-        std::vector<int> zoom;
-        DWORD flags;
-        VXVIEW view;
-        DWORD flagsOut;
-        RECT source, destination;
-        std::vector<int> rangePositionView;
+        int clientW, clientH, imageW, imageH, dpi; std::vector<int> zoom; DWORD flags; VXVIEW view; DWORD flagsOut;
+        RECT source, destination; std::vector<int> rangePositionView;
     } cases[] = {
-        {"a thumb at 50 of a 100-dpi image is half an inch in", 40, 40, 100, 100, 100, {}, 0, {-1, -1, 50, 50}, 0,
-         {50, 50, 90, 90}, {0, 0, 40, 40}, {60, 60, 50, 50, 50, 50}},
-        {"true size scales 100 dpi to 96", 40, 40, 100, 100, 100, {}, DISPLAY_TRUESIZE, {-1, -1, 50, 50},
-         DISPLAY_TRUESIZE, {50, 50, 92, 92}, {0, 0, 40, 40}, {58, 58, 50, 50, 50, 50}},
-        {"a zoom making the image 40000 wide is ignored", 50, 50, 100, 10, 96, {400, 1, 400, 1}, 0, {0, 0, 0, 0}, 0,
-         {0, 0, 50, 10}, {0, 0, 50, 10}, {52, 0, 0, 0, 0, 0}},
-        {"fit, centred, shows no scroll range", 100, 100, 200, 100, 96, {}, DISPLAY_FIT | DISPLAY_CENTER,
-         {7, 7, 3, 3}, DISPLAY_FIT | DISPLAY_CENTER, {0, 0, 200, 100}, {0, 25, 100, 75}, {0, 0, 0, 0, 7, 7}},
-        {"true size without a resolution turns into zoomed", 100, 100, 50, 50, 0, {}, DISPLAY_TRUESIZE,
-         {0, 0, 0, 0}, DISPLAY_ZOOMED, {0, 0, 50, 50}, {0, 0, 50, 50}, {0, 0, 0, 0, 0, 0}},
-        {"stretch keeps only itself and invert", 100, 100, 30, 20, 96, {}, DISPLAY_STRETCH | DISPLAY_INVERT | 0x88,
-         {5, 5, 5, 5}, DISPLAY_STRETCH | DISPLAY_INVERT, {0, 0, 30, 20}, {0, 0, 100, 100}, {0, 0, 0, 0, 5, 5}},
-        {"a small image is centred", 100, 100, 30, 20, 96, {}, DISPLAY_CENTER, {0, 0, 0, 0}, DISPLAY_CENTER,
-         {0, 0, 30, 20}, {35, 40, 65, 60}, {0, 0, 0, 0, 0, 0}},
-        {"the far end at zoom 2 is drawn flush with the edge", 75, 10, 100, 5, 96, {2, 1, 2, 1}, 0, {90, 0, 0, 0}, 0,
-         {62, 0, 100, 5}, {-1, 0, 75, 10}, {65, 0, 65, 0, 63, 0}},
-        {"a window of zero size keeps the position", 0, 0, 10, 10, 96, {}, 0, {3, 3, 0, 0}, 0, {3, 3, 3, 3},
-         {0, 0, 0, 0}, {10, 10, 3, 3, 3, 3}},
-        {"a 1 x 1 image at zoom 3", 100, 100, 1, 1, 96, {3, 1, 3, 1}, 0, {0, 0, 0, 0}, 0, {0, 0, 1, 1},
-         {0, 0, 3, 3}, {0, 0, 0, 0, 0, 0}},
-        {"a 60000-pixel row scrolled past its end", 100, 1, 60000, 1, 96, {}, 0, {59990, 0, 0, 0}, 0,
-         {59900, 0, 60000, 1}, {0, 0, 100, 1}, {62396, 0, 62396, 0, 59900, 0}},
-        {"a negative move stops at the start; zero zoom terms are 1:1", 50, 50, 100, 100, 96, {0, 0, 2, 0}, 0,
-         {0, 2, -500, -7}, 0, {0, 0, 50, 50}, {0, 0, 50, 50}, {52, 52, 0, 0, 0, 0}},
+        // a thumb at 50 of a 100-dpi image is half an inch in
+        {40, 40, 100, 100, 100, {}, 0, {-1, -1, 50, 50}, 0, {50, 50, 90, 90}, {0, 0, 40, 40}, {60, 60, 50, 50, 50, 50}},
+        // true size scales 100 dpi to 96
+        {40, 40, 100, 100, 100, {}, DISPLAY_TRUESIZE, {-1, -1, 50, 50}, DISPLAY_TRUESIZE, {50, 50, 92, 92},
+         {0, 0, 40, 40}, {58, 58, 50, 50, 50, 50}},
+        // a zoom making the image 40000 wide is ignored
+        {50, 50, 100, 10, 96, {400, 1, 400, 1}, 0, {0, 0, 0, 0}, 0, {0, 0, 50, 10}, {0, 0, 50, 10},
+         {52, 0, 0, 0, 0, 0}},
+        // fit, centred, shows no scroll range
+        {100, 100, 200, 100, 96, {}, DISPLAY_FIT | DISPLAY_CENTER, {7, 7, 3, 3}, DISPLAY_FIT | DISPLAY_CENTER,
+         {0, 0, 200, 100}, {0, 25, 100, 75}, {0, 0, 0, 0, 7, 7}},
+        // true size without a resolution turns into zoomed
+        {100, 100, 50, 50, 0, {}, DISPLAY_TRUESIZE, {0, 0, 0, 0}, DISPLAY_ZOOMED, {0, 0, 50, 50}, {0, 0, 50, 50},
+         {0, 0, 0, 0, 0, 0}},
+        // stretch keeps only itself and invert
+        {100, 100, 30, 20, 96, {}, DISPLAY_STRETCH | DISPLAY_INVERT | 0x88, {5, 5, 5, 5},
+         DISPLAY_STRETCH | DISPLAY_INVERT, {0, 0, 30, 20}, {0, 0, 100, 100}, {0, 0, 0, 0, 5, 5}},
+        // a small image is centred
+        {100, 100, 30, 20, 96, {}, DISPLAY_CENTER, {0, 0, 0, 0}, DISPLAY_CENTER, {0, 0, 30, 20}, {35, 40, 65, 60},
+         {0, 0, 0, 0, 0, 0}},
+        // the far end at zoom 2 is drawn flush with the edge
+        {75, 10, 100, 5, 96, {2, 1, 2, 1}, 0, {90, 0, 0, 0}, 0, {62, 0, 100, 5}, {-1, 0, 75, 10},
+         {65, 0, 65, 0, 63, 0}},
+        // a window of zero size keeps the position
+        {0, 0, 10, 10, 96, {}, 0, {3, 3, 0, 0}, 0, {3, 3, 3, 3}, {0, 0, 0, 0}, {10, 10, 3, 3, 3, 3}},
+        // a 1 x 1 image at zoom 3
+        {100, 100, 1, 1, 96, {3, 1, 3, 1}, 0, {0, 0, 0, 0}, 0, {0, 0, 1, 1}, {0, 0, 3, 3}, {0, 0, 0, 0, 0, 0}},
+        // a 60000-pixel row scrolled past its end
+        {100, 1, 60000, 1, 96, {}, 0, {59990, 0, 0, 0}, 0, {59900, 0, 60000, 1}, {0, 0, 100, 1},
+         {62396, 0, 62396, 0, 59900, 0}},
+        // a negative move stops at the start; zero zoom terms are 1:1
+        {50, 50, 100, 100, 96, {0, 0, 2, 0}, 0, {0, 2, -500, -7}, 0, {0, 0, 50, 50}, {0, 0, 50, 50},
+         {52, 52, 0, 0, 0, 0}},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(&c - cases);
         vx::display::CppInput in{c.clientW, c.clientH, c.imageW, c.imageH, c.dpi, c.dpi, 96, 96,
                                  c.zoom.empty() ? nullptr : c.zoom.data(), c.flags};
         VXVIEW view = c.view;
@@ -88,9 +89,10 @@ TEST(CppView, PaintsTheDibFromTheThumbPositionAtZoom2) {
     // 30 lines down and 10 up: each moves one image pixel, although a line is one device pixel.
     for (int i = 0; i < 40; ++i) t.scroll(false, i < 30 ? SB_LINEDOWN : SB_LINEUP);
     // The thumbs: 20 pixels at 96 dpi is 21 hundredths, rounded.
-    EXPECT_EQ((std::array{int(t.view.x), int(t.view.y), GetScrollPos(t.get(), SB_HORZ), GetScrollPos(t.get(), SB_VERT)}),
-              (std::array{48, 20, 50, 21}));
-    EXPECT_EQ(ScrollRange(t.get(), SB_HORZ), (std::array{0, static_cast<int>((600 - t.client().right) / 2.0 * 100 / 96 + 0.5)}));
+    const std::array thumbs{GetScrollPos(t.get(), SB_HORZ), GetScrollPos(t.get(), SB_VERT)};
+    EXPECT_EQ((std::array{int(t.view.x), int(t.view.y), thumbs[0], thumbs[1]}), (std::array{48, 20, 50, 21}));
+    const int units = static_cast<int>((600 - t.client().right) / 2.0 * 100 / 96 + 0.5);
+    EXPECT_EQ(ScrollRange(t.get(), SB_HORZ), (std::array{0, units}));
     EXPECT_EQ(t.mismatches(t.paint(), [](int x) { return 48 + x / 2; }, [](int y) { return 20 + y / 2; }), 0);
 }
 

@@ -2,13 +2,8 @@
 // drawn into a DC at the positions that mapping gives, and the window handlers (scroll bars,
 // scroll steps, painting, ownership, the size guard) on a real window. The same tests run
 // against Windows under Wine.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstdint>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include "display/display_state.hpp"
 #include "display_support.hpp"
@@ -154,8 +149,7 @@ TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
         d.window.pump();
         EXPECT_EQ(d.wrongPixels(c.width, c.height, c.zoom), 0);
         POINT to{123, 0};
-        EXPECT_EQ(DisplaySetScrollPos(d.get(), &d.s, &to), 0);
-        EXPECT_EQ(d.s.scrollX, c.set);
+        EXPECT_EQ((std::array{LONG(DisplaySetScrollPos(d.get(), &d.s, &to)), d.s.scrollX}), (std::array<LONG, 2>{0, c.set}));
         d.window.pump();
         EXPECT_EQ(d.wrongPixels(c.width, c.height, c.zoom), 0);
     }
@@ -168,8 +162,7 @@ TEST(DisplayWindowCalls, CentredInvertedImagePaintsOverTheClassBackground) {
         const int ratio[4] = {zoom, 1, zoom, 1};
         DisplayDIBStart(d.get(), dib.get(), nullptr, ratio, DISPLAY_CENTER | DISPLAY_INVERT, &d.s);
         d.window.pump();
-        EXPECT_LT(d.s.centreX, 0);
-        EXPECT_EQ(d.s.scrollY, -1);
+        EXPECT_TRUE(d.s.centreX < 0 && d.s.scrollY == -1);
         EXPECT_EQ(d.wrongPixels(width, height, zoom, 0xFFFFFF), 0) << width << " x " << height;
     }
 }
@@ -178,23 +171,20 @@ TEST(DisplayWindowCalls, DestroyDeletesOnlyWhatTheEngineMade) {
     DISPLAY_WINDOW(d);
     Block dib(BlockFrom(SeededDib(30, 20, 8, 3)));
     DisplayDIBStart(d.get(), dib.get(), nullptr, nullptr, DISPLAY_MAKEBITMAP, &d.s);
-    const HPALETTE made = d.s.palette;
-    const HBITMAP madeBitmap = d.s.bitmap;
-    EXPECT_EQ(d.s.owned, DISPLAY_OWNS_BITMAP | DISPLAY_OWNS_PALETTE);
-    EXPECT_EQ(d.s.flags & DISPLAY_MAKEBITMAP, 0u);
+    const HGDIOBJ made[] = {d.s.palette, d.s.bitmap};
+    EXPECT_EQ((std::array<DWORD, 2>{DWORD(d.s.owned), d.s.flags & DISPLAY_MAKEBITMAP}),
+              (std::array<DWORD, 2>{DISPLAY_OWNS_BITMAP | DISPLAY_OWNS_PALETTE, 0}));
     DisplayWmDestroy(d.get(), 0, 0, &d.s);
-    EXPECT_EQ(GetObjectType(made) | GetObjectType(madeBitmap), 0u);
-    EXPECT_EQ(d.s.palette, nullptr);
+    EXPECT_EQ(GetObjectType(made[0]) | GetObjectType(made[1]) | uintptr_t(d.s.palette), 0u);
 
     vx::OwnedObject<HPALETTE> callers(CreateDIBPalette(dib.get()));
     vx::OwnedObject<HBITMAP> bitmap(ConvertDIBToBitmap(dib.get()));
     int position[4] = {5, 6, 0, 0};
     DisplayStart(d.get(), bitmap.get(), callers.get(), nullptr, position, nullptr, 0, &d.s);
-    EXPECT_EQ(position[0], d.s.originLogical.x);
-    EXPECT_EQ(position[3], d.s.originDevice.y);
+    EXPECT_EQ((std::array{position[0], position[3]}), (std::array{int(d.s.originLogical.x), int(d.s.originDevice.y)}));
     DisplayWmDestroy(d.get(), 0, 0, &d.s);
-    EXPECT_EQ(GetObjectType(callers.get()), static_cast<DWORD>(OBJ_PAL));
-    EXPECT_EQ(GetObjectType(bitmap.get()), static_cast<DWORD>(OBJ_BITMAP));
+    EXPECT_EQ((std::array{GetObjectType(callers.get()), GetObjectType(bitmap.get())}),
+              (std::array<DWORD, 2>{OBJ_PAL, OBJ_BITMAP}));
     EXPECT_EQ(d.s.palette, callers.get());
 }
 

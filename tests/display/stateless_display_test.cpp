@@ -1,8 +1,6 @@
 // The stateless painters DisplayImage and DisplayDIBImage: their layouts on the numbers alone,
 // then whole paints on a real window (client pixels against the image, scroll bars, the
 // background around the picture, the low-memory path, bad input).
-#include <gtest/gtest.h>
-
 #include <climits>
 
 #include "display/view_layout.hpp"
@@ -15,47 +13,42 @@ using namespace vxtest;
 TEST(StatelessLayout, Cases) {
     // dib: LayOutDibPaint, else LayOutBitmapPaint.
     struct Case {
-        const char* name;
-        bool dib;
-        int clientW, clientH, imageW, imageH;
-        double dpi;
-        std::vector<int> zoom;
-        bool fit;
-        VXVIEW view;
-        RECT source, destination;
-        int rangeX, positionX, viewX;
+        bool dib; int clientW, clientH, imageW, imageH; double dpi; std::vector<int> zoom; bool fit; VXVIEW view;
+        RECT source, destination; int rangeX, positionX, viewX;
     } cases[] = {
-        {"bitmap 1:1 at the device resolution", false, 100, 80, 300, 200, 96, {}, false, {0, 0, 0, 0},
-         {0, 0, 100, 80}, {0, 0, 100, 80}, 209, 0, 0},
-        {"bitmap: a pending move of 20 device pixels", false, 100, 80, 300, 200, 96, {}, false, {10, 0, 20, 0},
-         {30, 0, 130, 80}, {0, 0, 100, 80}, 209, 31, 30},
-        {"bitmap at zoom 2 shows half as much", false, 100, 80, 300, 200, 96, {2, 1, 2, 1}, false, {0, 0, 0, 0},
-         {0, 0, 50, 40}, {0, 0, 100, 80}, 261, 0, 0},
-        {"bitmap past its end stops at the last column", false, 100, 80, 300, 200, 96, {}, false,
-         {1000, 0, 0, 0}, {200, 0, 300, 80}, {0, 0, 100, 80}, 209, 209, 200},
-        {"bitmap smaller than the window is drawn at its size", false, 100, 80, 50, 40, 0, {}, false,
-         {0, 0, 0, 0}, {0, 0, 50, 40}, {0, 0, 50, 40}, 0, 0, 0},
-        {"bitmap fit never enlarges", false, 100, 80, 50, 40, 96, {}, true, {0, 0, 0, 0}, {0, 0, 50, 40},
-         {0, 0, 50, 40}, 0, 0, 0},
-        {"bitmap fit shrinks a 192-dpi image", false, 100, 80, 400, 100, 192, {}, true, {0, 0, 0, 0},
-         {0, 0, 400, 100}, {0, 0, 100, 25}, 0, 0, 0},
-        {"DIB position maps onto the scrollable offsets", true, 100, 80, 300, 200, 96, {}, false,
-         {150, 0, 0, 0}, {100, 0, 200, 80}, {0, 0, 100, 80}, 300, 150, 150},
-        {"DIB zoom 2 at 192 dpi is 1:1", true, 100, 80, 300, 200, 192, {2, 1, 2, 1}, false, {0, 0, 0, 0},
-         {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
-        {"DIB zoom reaching 32767 falls back to 1:1", true, 100, 80, 300, 200, 96, {200, 1, 200, 1}, false,
-         {0, 0, 0, 0}, {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
-        {"DIB fit may enlarge", true, 100, 100, 50, 40, 96, {}, true, {0, 0, 0, 0}, {0, 0, 50, 40},
-         {0, 0, 100, 80}, 0, 0, 0},
-        {"DIB in a window of zero size", true, 0, 0, 50, 40, 96, {}, false, {5, 0, 0, 0}, {5, 0, 5, 0},
-         {0, 0, 0, 0}, 50, 5, 5},
-        {"DIB of 60000 columns at its far end", true, 100, 1, 60000, 1, 96, {}, false, {60000, 0, 0, 0},
-         {59900, 0, 60000, 1}, {0, 0, 100, 1}, 60000, 60000, 60000},
-        {"zero zoom terms are 1:1", true, 100, 80, 300, 200, 96, {0, 1, 1, 0}, false, {0, 0, 0, 0},
-         {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
+        // bitmap 1:1 at the device resolution
+        {false, 100, 80, 300, 200, 96, {}, false, {0, 0, 0, 0}, {0, 0, 100, 80}, {0, 0, 100, 80}, 209, 0, 0},
+        // bitmap: a pending move of 20 device pixels
+        {false, 100, 80, 300, 200, 96, {}, false, {10, 0, 20, 0}, {30, 0, 130, 80}, {0, 0, 100, 80}, 209, 31, 30},
+        // bitmap at zoom 2 shows half as much
+        {false, 100, 80, 300, 200, 96, {2, 1, 2, 1}, false, {0, 0, 0, 0}, {0, 0, 50, 40}, {0, 0, 100, 80}, 261, 0, 0},
+        // bitmap past its end stops at the last column
+        {false, 100, 80, 300, 200, 96, {}, false, {1000, 0, 0, 0}, {200, 0, 300, 80}, {0, 0, 100, 80}, 209, 209, 200},
+        // bitmap smaller than the window is drawn at its size
+        {false, 100, 80, 50, 40, 0, {}, false, {0, 0, 0, 0}, {0, 0, 50, 40}, {0, 0, 50, 40}, 0, 0, 0},
+        // bitmap fit never enlarges
+        {false, 100, 80, 50, 40, 96, {}, true, {0, 0, 0, 0}, {0, 0, 50, 40}, {0, 0, 50, 40}, 0, 0, 0},
+        // bitmap fit shrinks a 192-dpi image
+        {false, 100, 80, 400, 100, 192, {}, true, {0, 0, 0, 0}, {0, 0, 400, 100}, {0, 0, 100, 25}, 0, 0, 0},
+        // DIB position maps onto the scrollable offsets
+        {true, 100, 80, 300, 200, 96, {}, false, {150, 0, 0, 0}, {100, 0, 200, 80}, {0, 0, 100, 80}, 300, 150, 150},
+        // DIB zoom 2 at 192 dpi is 1:1
+        {true, 100, 80, 300, 200, 192, {2, 1, 2, 1}, false, {0, 0, 0, 0}, {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
+        // DIB zoom reaching 32767 falls back to 1:1
+        {true, 100, 80, 300, 200, 96, {200, 1, 200, 1}, false, {0, 0, 0, 0}, {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0,
+         0},
+        // DIB fit may enlarge
+        {true, 100, 100, 50, 40, 96, {}, true, {0, 0, 0, 0}, {0, 0, 50, 40}, {0, 0, 100, 80}, 0, 0, 0},
+        // DIB in a window of zero size
+        {true, 0, 0, 50, 40, 96, {}, false, {5, 0, 0, 0}, {5, 0, 5, 0}, {0, 0, 0, 0}, 50, 5, 5},
+        // DIB of 60000 columns at its far end
+        {true, 100, 1, 60000, 1, 96, {}, false, {60000, 0, 0, 0}, {59900, 0, 60000, 1}, {0, 0, 100, 1}, 60000, 60000,
+         60000},
+        // zero zoom terms are 1:1
+        {true, 100, 80, 300, 200, 96, {0, 1, 1, 0}, false, {0, 0, 0, 0}, {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(&c - cases);
         const vx::display::PaintInput in{c.clientW, c.clientH, c.imageW, c.imageH, c.dpi, c.dpi, 96, 96,
                                          c.zoom.empty() ? nullptr : c.zoom.data(), c.fit};
         VXVIEW view = c.view;
@@ -161,21 +154,28 @@ TEST(StatelessPainters, BadInputHasDefinedResults) {
     VXVIEW far1{INT_MAX, INT_MIN, INT_MAX, INT_MIN}, far2 = far1;
     const uint32_t background = kGray, farEnd = Pattern(60000 - window.client().right, 0);
     // want: what client pixel (0, 0) shows.
-    const struct { const char* name; HDIB dib; const int* zoom; VXVIEW* view; DWORD mode; uint32_t want; } calls[] = {
-        {"no DIB: background only", nullptr, nullptr, nullptr, 0, background},
-        {"a block too short for its header", shortDib.get(), nullptr, nullptr, 0, background},
-        {"zero zoom terms", one.get(), zeros, nullptr, 0, Pattern(0, 0)},
-        {"a zoom of INT_MAX", one.get(), huge, &far1, 0, Pattern(0, 0)},
-        {"a 1 x 1 DIB fitted", one.get(), nullptr, nullptr, DISPLAY_FIT, Pattern(0, 0)},
-        {"60000 columns, scrolled beyond the end", wide.get(), nullptr, &far2, 0, farEnd},
-        {"60000 rows fitted to less than a column", tall.get(), nullptr, nullptr, DISPLAY_FIT, background},
+    const struct { HDIB dib; const int* zoom; VXVIEW* view; DWORD mode; uint32_t want; } calls[] = {
+        // no DIB: background only
+        {nullptr, nullptr, nullptr, 0, background},
+        // a block too short for its header
+        {shortDib.get(), nullptr, nullptr, 0, background},
+        // zero zoom terms
+        {one.get(), zeros, nullptr, 0, Pattern(0, 0)},
+        // a zoom of INT_MAX
+        {one.get(), huge, &far1, 0, Pattern(0, 0)},
+        // a 1 x 1 DIB fitted
+        {one.get(), nullptr, nullptr, DISPLAY_FIT, Pattern(0, 0)},
+        // 60000 columns, scrolled beyond the end
+        {wide.get(), nullptr, &far2, 0, farEnd},
+        // 60000 rows fitted to less than a column
+        {tall.get(), nullptr, nullptr, DISPLAY_FIT, background},
     };
     for (const auto& call : calls) {
         BOOL answer = FALSE;
         const auto pixels =
             window.show([&](HWND w) { answer = DisplayDIBImage(w, call.dib, call.view, call.zoom, call.mode); });
-        EXPECT_TRUE(answer) << call.name;
-        EXPECT_EQ(window.pixel(pixels, 0, 0), call.want) << call.name;
+        EXPECT_TRUE(answer) << &call - calls;
+        EXPECT_EQ(window.pixel(pixels, 0, 0), call.want) << &call - calls;
     }
     EXPECT_EQ(far1.dx | far1.dy | far2.dx | far2.dy, 0);
     // A top-down DIB scrolled down: StretchDIBits counts its source rows from the bottom too.
