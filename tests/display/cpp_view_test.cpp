@@ -93,7 +93,7 @@ TEST(CppView, PaintsTheDibFromTheThumbPositionAtZoom2) {
     EXPECT_EQ((std::array{int(t.view.x), int(t.view.y), thumbs[0], thumbs[1]}), (std::array{48, 20, 50, 21}));
     const int units = static_cast<int>((600 - t.client().right) / 2.0 * 100 / 96 + 0.5);
     EXPECT_EQ(ScrollRange(t.get(), SB_HORZ), (std::array{0, units}));
-    EXPECT_EQ(t.mismatches(t.paint(), [](int x) { return 48 + x / 2; }, [](int y) { return 20 + y / 2; }), 0);
+    EXPECT_EQ(WrongPixels(t, t.paint(), [](int x) { return 48 + x / 2; }, [](int y) { return 20 + y / 2; }), 0);
 }
 
 TEST(CppView, ScrollCodesMoveTheView) {
@@ -126,7 +126,7 @@ TEST(CppView, LowMemoryPathDrawsTheCropScaleOneShortEachWay) {
         const int w = (extent + 2) / 3, n = 3 * w - 1;
         return [=](int i) { return start + (2 * i * w + n) / (2 * n); };
     };
-    EXPECT_EQ(t.mismatches(pixels, sampled(10, t.client().right), sampled(5, t.client().bottom)), 0);
+    EXPECT_EQ(WrongPixels(t, pixels, sampled(10, t.client().right), sampled(5, t.client().bottom)), 0);
 }
 
 TEST(CppView, BadInputHasDefinedResults) {
@@ -143,7 +143,7 @@ TEST(CppView, BadInputHasDefinedResults) {
     }
     // No view and no zoom: the image from its top left, 1:1.
     const auto pixels = t.show([&](HWND w) { DisplayCPPImage(w, t.dib.get(), nullptr, nullptr, 0); });
-    EXPECT_EQ(t.mismatches(pixels, [](int x) { return x; }, [](int y) { return y; }), 0);
+    EXPECT_EQ(WrongPixels(t, pixels, [](int x) { return x; }, [](int y) { return y; }), 0);
     EXPECT_EQ(DisplayCPPSize(t.get(), t.dib.get(), &view, nullptr, DISPLAY_FIT, 0), DISPLAY_FIT);
 }
 

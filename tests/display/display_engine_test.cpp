@@ -118,10 +118,7 @@ struct DisplayWindow {
     HWND get() const { return window.get(); }
     // The client pixels that do not show a width x height pattern at the record's origin.
     int wrongPixels(int width, int height, int zoom, uint32_t invert = 0) const {
-        const RECT client = window.client();
-        const std::vector<uint32_t> pixels = window.pixels();
-        const auto read = [&](int x, int y) { return window.pixel(pixels, x, y); };
-        return WrongPixels(client.right, client.bottom, read, Zoomed(s.originDevice.x, zoom, width),
+        return WrongPixels(window, window.pixels(), Zoomed(s.originDevice.x, zoom, width),
                            Zoomed(s.originDevice.y, zoom, height), kGray, invert);
     }
 };
@@ -149,7 +146,8 @@ TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
         d.window.pump();
         EXPECT_EQ(d.wrongPixels(c.width, c.height, c.zoom), 0);
         POINT to{123, 0};
-        EXPECT_EQ((std::array{LONG(DisplaySetScrollPos(d.get(), &d.s, &to)), d.s.scrollX}), (std::array<LONG, 2>{0, c.set}));
+        const LONG answer = LONG(DisplaySetScrollPos(d.get(), &d.s, &to));
+        EXPECT_EQ((std::array{answer, d.s.scrollX}), (std::array<LONG, 2>{0, c.set}));
         d.window.pump();
         EXPECT_EQ(d.wrongPixels(c.width, c.height, c.zoom), 0);
     }

@@ -67,16 +67,14 @@ TEST(DisplayDIBImage, PaintsTheScrolledDibAtZoom2) {
     Block dib = PatternDib(300, 250);
     const int zoom[4] = {2, 1, 2, 1};
     VXVIEW view{150, 0, 0, 6};  // the middle column; six device pixels down
-    std::vector<uint32_t> pixels;
-    for (int i = 0; i < 2; ++i)  // the second paint sees the scroll bars the first one showed
-        pixels = window.show([&](HWND w) { DisplayDIBImage(w, dib.get(), &view, zoom, 0); });
+    const auto pixels = window.show([&](HWND w) { DisplayDIBImage(w, dib.get(), &view, zoom, 0); }, 2);
     const RECT c = window.client();
     // Position P of S = 600 scaled columns scrolls P (S - C) / S in, rounded; at zoom 2 an
     // offset of O starts at image pixel O / 2 rounded half up.
     const int offsetX = (600 - c.right + 1) / 2, offsetY = (6 * (500 - c.bottom) + 250) / 500;
     EXPECT_EQ((std::array{int(view.x), int(view.y), GetScrollPos(window.get(), SB_HORZ)}), (std::array{150, 3, 300}));
     EXPECT_EQ(ScrollRange(window.get(), SB_HORZ), (std::array{0, 600}));
-    EXPECT_EQ(window.mismatches(pixels, [&](int x) { return (offsetX + 1) / 2 + x / 2; },
+    EXPECT_EQ(WrongPixels(window, pixels, [&](int x) { return (offsetX + 1) / 2 + x / 2; },
                                 [&](int y) { return (offsetY + 1) / 2 + y / 2; }), 0);
 }
 
@@ -87,7 +85,7 @@ TEST(DisplayDIBImage, FitEnlargesAndFillsTheRestWithTheBackground) {
     const auto pixels = window.show([&](HWND w) { DisplayDIBImage(w, dib.get(), nullptr, nullptr, DISPLAY_FIT); });
     ASSERT_TRUE(SameRect(window.client(), {0, 0, 200, 150}));  // both scroll bars hidden
     // The 30 rows below the picture are background.
-    EXPECT_EQ(window.mismatches(pixels, Zoomed(0, 4, 50), Zoomed(0, 4, 30), kGray), 0);
+    EXPECT_EQ(WrongPixels(window, pixels, Zoomed(0, 4, 50), Zoomed(0, 4, 30), kGray), 0);
 }
 
 TEST(DisplayDIBImage, LowMemoryPathIsStretchDIBitsAt1To1AndTheCropScaleMappingAbove) {
@@ -108,8 +106,8 @@ TEST(DisplayDIBImage, LowMemoryPathIsStretchDIBitsAt1To1AndTheCropScaleMappingAb
     // (2 i w + 3w) / 6w = round(i / 3), GDI's nearest neighbour (i + 1/2) / 3 = floor(i / 3):
     // the two pictures differ in a third of the columns and rows.
     const auto rounded = [](int i) { return (2 * i + 3) / 6; };
-    EXPECT_EQ(window.mismatches(lowMemory3, rounded, rounded), 0);
-    EXPECT_EQ(window.mismatches(gdi3, Zoomed(0, 3, 100), Zoomed(0, 3, 80)), 0);
+    EXPECT_EQ(WrongPixels(window, lowMemory3, rounded, rounded), 0);
+    EXPECT_EQ(WrongPixels(window, gdi3, Zoomed(0, 3, 100), Zoomed(0, 3, 80)), 0);
 }
 
 TEST(DisplayImage, PaintsADeviceBitmapInHundredthsOfAnInch) {
@@ -125,14 +123,13 @@ TEST(DisplayImage, PaintsADeviceBitmapInHundredthsOfAnInch) {
     ASSERT_NE(bitmap, nullptr);
     const int resolution[2] = {96, 96};
     VXVIEW view{40, 30, 0, 0};
-    std::vector<uint32_t> pixels;
-    for (int i = 0; i < 2; ++i)
-        pixels = window.show([&](HWND w) { DisplayImage(w, bitmap, nullptr, &view, resolution, nullptr, 0); });
+    const auto paint = [&](HWND w) { DisplayImage(w, bitmap, nullptr, &view, resolution, nullptr, 0); };
+    const auto pixels = window.show(paint, 2);
     const RECT c = window.client();
     // Image units less visible units; 40 pixels at 0.96 a unit.
     EXPECT_EQ(ScrollRange(window.get(), SB_HORZ), (std::array{0, 313 - static_cast<int>(c.right / 0.96 + 0.5)}));
     EXPECT_EQ((std::array{int(view.x), GetScrollPos(window.get(), SB_HORZ)}), (std::array{40, 42}));
-    EXPECT_EQ(window.mismatches(pixels, [](int x) { return 40 + x; }, [](int y) { return 30 + y; }), 0);
+    EXPECT_EQ(WrongPixels(window, pixels, [](int x) { return 40 + x; }, [](int y) { return 30 + y; }), 0);
     // Fit and invert: the whole bitmap shrunk inside the client (which source pixel a shrink
     // samples is GDI's affair: one of the first few), inverted, the background beside it.
     const auto fitted = window.show([&](HWND w) { DisplayImage(w, bitmap, nullptr, nullptr, nullptr, nullptr, 0x28); });
@@ -183,7 +180,7 @@ TEST(StatelessPainters, BadInputHasDefinedResults) {
     VXVIEW down{0, 100, 0, 0};
     const auto pixels = window.show([&](HWND w) { DisplayDIBImage(w, topDown.get(), &down, nullptr, 0); });
     const int firstRow = (100 * (250 - window.client().bottom) + 125) / 250;
-    EXPECT_EQ(window.mismatches(pixels, [](int x) { return x; }, [&](int y) { return firstRow + y; }), 0);
+    EXPECT_EQ(WrongPixels(window, pixels, [](int x) { return x; }, [&](int y) { return firstRow + y; }), 0);
 }
 
 }  // namespace

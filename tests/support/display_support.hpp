@@ -1,8 +1,8 @@
 // display_support.hpp - what the display tests share: Pattern and PatternDib, a 24-bit DIB whose
 // pixel (x, y) (y from the top) is Pattern(x, y); WrongPixels, which counts and reports the pixels
-// that do not show that DIB through a column and row mapping; Zoomed, the mapping of an image
-// drawn at a device origin with an integer zoom; SameRect; ScrollRange; and PaintWindow, a test
-// window whose WM_PAINT runs the painter under test.
+// of an area or of a window's client area that do not show that DIB through a column and row
+// mapping; Zoomed, the mapping of an image drawn at a device origin with an integer zoom;
+// SameRect; ScrollRange; and PaintWindow, a test window whose WM_PAINT runs the painter under test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -78,6 +78,14 @@ int WrongPixels(int width, int height, Read read, Column column, Row row, std::o
     return wrong;
 }
 
+// WrongPixels over the client area of `window`, as `shown` holds it.
+template <typename Column, typename Row>
+int WrongPixels(const TestWindow& window, const std::vector<uint32_t>& shown, Column column, Row row,
+                std::optional<uint32_t> outside = {}, uint32_t invert = 0) {
+    const auto read = [&](int x, int y) { return window.pixel(shown, x, y); };
+    return WrongPixels(window.client().right, window.client().bottom, read, column, row, outside, invert);
+}
+
 // A test window whose paints run the function show() was last given.
 class PaintWindow : public TestWindow {
 public:
@@ -88,20 +96,16 @@ public:
             return 0;
         });
     }
-    // Repaints the whole client area through `paint` and answers its pixels.
-    std::vector<uint32_t> show(std::function<void(HWND)> paint) {
+    // Repaints the whole client area through `paint` `times` times (later paints see the scroll
+    // bars earlier ones showed) and answers its pixels.
+    std::vector<uint32_t> show(std::function<void(HWND)> paint, int times = 1) {
         paint_ = std::move(paint);
-        InvalidateRect(get(), nullptr, TRUE);
-        pump();
-        UpdateWindow(get());
+        for (int i = 0; i < times; ++i) {
+            InvalidateRect(get(), nullptr, TRUE);
+            pump();
+            UpdateWindow(get());
+        }
         return pixels();
-    }
-    template <typename Column, typename Row>
-    int mismatches(const std::vector<uint32_t>& shown, Column column, Row row, std::optional<uint32_t> outside = {},
-                   uint32_t invert = 0) const {
-        const RECT c = client();
-        const auto read = [&](int x, int y) { return pixel(shown, x, y); };
-        return WrongPixels(c.right, c.bottom, read, column, row, outside, invert);
     }
 
 private:
