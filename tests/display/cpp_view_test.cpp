@@ -8,6 +8,8 @@ namespace {
 using namespace vxtest;
 
 TEST(CppViewLayout, Cases) {
+    constexpr DWORD kTrue = DISPLAY_TRUESIZE, kFit = DISPLAY_FIT, kCentre = DISPLAY_CENTER, kStretch = DISPLAY_STRETCH,
+                    kInvert = DISPLAY_INVERT, kZoomed = DISPLAY_ZOOMED;
     struct Case {
         int clientW, clientH, imageW, imageH, dpi; std::vector<int> zoom; DWORD flags; VXVIEW view; DWORD flagsOut;
         RECT source, destination; std::vector<int> rangePositionView;
@@ -15,30 +17,27 @@ TEST(CppViewLayout, Cases) {
         // a thumb at 50 of a 100-dpi image is half an inch in
         {40, 40, 100, 100, 100, {}, 0, {-1, -1, 50, 50}, 0, {50, 50, 90, 90}, {0, 0, 40, 40}, {60, 60, 50, 50, 50, 50}},
         // true size scales 100 dpi to 96
-        {40, 40, 100, 100, 100, {}, DISPLAY_TRUESIZE, {-1, -1, 50, 50}, DISPLAY_TRUESIZE, {50, 50, 92, 92},
+        {40, 40, 100, 100, 100, {}, kTrue, {-1, -1, 50, 50}, kTrue, {50, 50, 92, 92},
          {0, 0, 40, 40}, {58, 58, 50, 50, 50, 50}},
         // a zoom making the image 40000 wide is ignored
-        {50, 50, 100, 10, 96, {400, 1, 400, 1}, 0, {0, 0, 0, 0}, 0, {0, 0, 50, 10}, {0, 0, 50, 10},
-         {52, 0, 0, 0, 0, 0}},
+        {50, 50, 100, 10, 96, {400, 1, 400, 1}, 0, {}, 0, {0, 0, 50, 10}, {0, 0, 50, 10}, {52, 0, 0, 0, 0, 0}},
         // fit, centred, shows no scroll range
-        {100, 100, 200, 100, 96, {}, DISPLAY_FIT | DISPLAY_CENTER, {7, 7, 3, 3}, DISPLAY_FIT | DISPLAY_CENTER,
+        {100, 100, 200, 100, 96, {}, kFit | kCentre, {7, 7, 3, 3}, kFit | kCentre,
          {0, 0, 200, 100}, {0, 25, 100, 75}, {0, 0, 0, 0, 7, 7}},
         // true size without a resolution turns into zoomed
-        {100, 100, 50, 50, 0, {}, DISPLAY_TRUESIZE, {0, 0, 0, 0}, DISPLAY_ZOOMED, {0, 0, 50, 50}, {0, 0, 50, 50},
-         {0, 0, 0, 0, 0, 0}},
+        {100, 100, 50, 50, 0, {}, kTrue, {}, kZoomed, {0, 0, 50, 50}, {0, 0, 50, 50}, {0, 0, 0, 0, 0, 0}},
         // stretch keeps only itself and invert
-        {100, 100, 30, 20, 96, {}, DISPLAY_STRETCH | DISPLAY_INVERT | 0x88, {5, 5, 5, 5},
-         DISPLAY_STRETCH | DISPLAY_INVERT, {0, 0, 30, 20}, {0, 0, 100, 100}, {0, 0, 0, 0, 5, 5}},
+        {100, 100, 30, 20, 96, {}, kStretch | kInvert | 0x88, {5, 5, 5, 5},
+         kStretch | kInvert, {0, 0, 30, 20}, {0, 0, 100, 100}, {0, 0, 0, 0, 5, 5}},
         // a small image is centred
-        {100, 100, 30, 20, 96, {}, DISPLAY_CENTER, {0, 0, 0, 0}, DISPLAY_CENTER, {0, 0, 30, 20}, {35, 40, 65, 60},
-         {0, 0, 0, 0, 0, 0}},
+        {100, 100, 30, 20, 96, {}, kCentre, {}, kCentre, {0, 0, 30, 20}, {35, 40, 65, 60}, {0, 0, 0, 0, 0, 0}},
         // the far end at zoom 2 is drawn flush with the edge
         {75, 10, 100, 5, 96, {2, 1, 2, 1}, 0, {90, 0, 0, 0}, 0, {62, 0, 100, 5}, {-1, 0, 75, 10},
          {65, 0, 65, 0, 63, 0}},
         // a window of zero size keeps the position
-        {0, 0, 10, 10, 96, {}, 0, {3, 3, 0, 0}, 0, {3, 3, 3, 3}, {0, 0, 0, 0}, {10, 10, 3, 3, 3, 3}},
+        {0, 0, 10, 10, 96, {}, 0, {3, 3, 0, 0}, 0, {3, 3, 3, 3}, {}, {10, 10, 3, 3, 3, 3}},
         // a 1 x 1 image at zoom 3
-        {100, 100, 1, 1, 96, {3, 1, 3, 1}, 0, {0, 0, 0, 0}, 0, {0, 0, 1, 1}, {0, 0, 3, 3}, {0, 0, 0, 0, 0, 0}},
+        {100, 100, 1, 1, 96, {3, 1, 3, 1}, 0, {}, 0, {0, 0, 1, 1}, {0, 0, 3, 3}, {0, 0, 0, 0, 0, 0}},
         // a 60000-pixel row scrolled past its end
         {100, 1, 60000, 1, 96, {}, 0, {59990, 0, 0, 0}, 0, {59900, 0, 60000, 1}, {0, 0, 100, 1},
          {62396, 0, 62396, 0, 59900, 0}},
