@@ -9,10 +9,7 @@
 
 namespace {
 
-struct Ratio {
-    int xMul, xDiv, yMul, yDiv;
-    bool operator==(const Ratio&) const = default;
-};
+struct Ratio { int xMul, xDiv, yMul, yDiv; bool operator==(const Ratio&) const = default; };
 
 Ratio Of(const VXZOOMRATIO& r) { return {r.xMul, r.xDiv, r.yMul, r.yDiv}; }
 

@@ -116,8 +116,10 @@ struct DisplayWindow {
     DisplayWindow() { DisplayWmCreate(window.get(), 0, 0, &s); }
     ~DisplayWindow() { DisplayWmDestroy(window.get(), 0, 0, &s); }
     HWND get() const { return window.get(); }
-    // The client pixels that do not show a width x height pattern at the record's origin.
-    int wrongPixels(int width, int height, int zoom, uint32_t invert = 0) const {
+    // After the pending messages, the client pixels that do not show a width x height pattern
+    // at the record's origin.
+    int wrongPixels(int width, int height, int zoom, uint32_t invert = 0) {
+        window.pump();
         return WrongPixels(window, window.pixels(), Zoomed(s.originDevice.x, zoom, width),
                            Zoomed(s.originDevice.y, zoom, height), kGray, invert);
     }
@@ -143,12 +145,10 @@ TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
         EXPECT_EQ(scrolled(), (std::array{c.line, c.line}));
         DisplayWmHorzScroll(d.get(), static_cast<WPARAM>(SB_THUMBPOSITION | d.s.hMax << 16), 0, &d.s);
         EXPECT_EQ(scrolled(), (std::array{d.s.hMax, d.s.hMax}));
-        d.window.pump();
         EXPECT_EQ(d.wrongPixels(c.width, c.height, c.zoom), 0);
         POINT to{123, 0};
         const LONG answer = LONG(DisplaySetScrollPos(d.get(), &d.s, &to));
         EXPECT_EQ((std::array{answer, d.s.scrollX}), (std::array<LONG, 2>{0, c.set}));
-        d.window.pump();
         EXPECT_EQ(d.wrongPixels(c.width, c.height, c.zoom), 0);
     }
 }
@@ -159,9 +159,8 @@ TEST(DisplayWindowCalls, CentredInvertedImagePaintsOverTheClassBackground) {
         Block dib = PatternDib(width, height);
         const int ratio[4] = {zoom, 1, zoom, 1};
         DisplayDIBStart(d.get(), dib.get(), nullptr, ratio, DISPLAY_CENTER | DISPLAY_INVERT, &d.s);
-        d.window.pump();
-        EXPECT_TRUE(d.s.centreX < 0 && d.s.scrollY == -1);
         EXPECT_EQ(d.wrongPixels(width, height, zoom, 0xFFFFFF), 0) << width << " x " << height;
+        EXPECT_TRUE(d.s.centreX < 0 && d.s.scrollY == -1);
     }
 }
 

@@ -140,8 +140,8 @@ TEST(DisplayImage, PaintsADeviceBitmapInHundredthsOfAnInch) {
 }
 
 TEST(StatelessPainters, BadInputHasDefinedResults) {
-    EXPECT_FALSE(DisplayImage(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
-    EXPECT_FALSE(DisplayDIBImage(nullptr, nullptr, nullptr, nullptr, 0));
+    EXPECT_FALSE(DisplayImage(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0) ||
+                 DisplayDIBImage(nullptr, nullptr, nullptr, nullptr, 0));
     PaintWindow window(120, 90);
     ASSERT_TRUE(window);
     Block one = PatternDib(1, 1), wide = PatternDib(60000, 1), tall = PatternDib(1, 60000);

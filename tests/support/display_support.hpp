@@ -29,8 +29,7 @@ inline uint32_t Pattern(int x, int y) {
 // topDown: stored with a negative height, top row first.
 inline Block PatternDib(int width, int height, int dpi = 96, bool topDown = false) {
     Bytes bytes = PackedDib(DibShape{.width = width, .height = height, .bitCount = 24});
-    PutU32(bytes, 24, static_cast<uint32_t>(dpi / 0.0254 + 0.5));
-    PutU32(bytes, 28, static_cast<uint32_t>(dpi / 0.0254 + 0.5));
+    for (const size_t at : {24, 28}) PutU32(bytes, at, static_cast<uint32_t>(dpi / 0.0254 + 0.5));
     if (topDown) PutU32(bytes, 8, static_cast<uint32_t>(-height));
     for (int y = 0; y < height; ++y) {
         uint8_t* row = bytes.data() + 40 + static_cast<size_t>(topDown ? y : height - 1 - y) * Stride(width, 24);
