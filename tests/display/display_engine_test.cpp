@@ -2,24 +2,16 @@
 // drawn into a DC at the positions that mapping gives, and the window handlers (scroll bars,
 // scroll steps, painting, ownership, the size guard) on a real window. The same tests run
 // against Windows under Wine.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstdint>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include "display/display_state.hpp"
 #include "display_support.hpp"
 #include "gdi_guards.hpp"
-#include "test_window.hpp"
 
 namespace {
 
 using namespace vxtest;
-
-constexpr uint32_t kGray = 0xC0C0C0;  // TestWindow::kBackground as 0x00RRGGBB
 
 VXDISPLAYSTATE Record(int width, int height, int clientWidth, int clientHeight, VXZOOMRATIO zoom, DWORD flags,
                       int imageDpiX = 96, int imageDpiY = 96) {
@@ -33,14 +25,6 @@ VXDISPLAYSTATE Record(int width, int height, int clientWidth, int clientHeight, 
 // Expected after a settle: window and viewport extents, centre, hMin, hMax, vMin, vMax,
 // scroll position and window origin.
 using Mapped = std::array<LONG, 14>;
-
-Mapped Read(HDC dc, const VXDISPLAYSTATE& s) {
-    SIZE w{}, v{};
-    GetWindowExtEx(dc, &w);
-    GetViewportExtEx(dc, &v);
-    return {w.cx, w.cy, v.cx, v.cy, s.centreX, s.centreY, s.hMin, s.hMax, s.vMin, s.vMax, s.scrollX, s.scrollY,
-            s.windowOrgX, s.windowOrgY};
-}
 
 TEST(DisplayMapping, RecordsMatchTheMappingGdiGives) {
     constexpr VXZOOMRATIO one{1, 1, 1, 1}, sixteen{16, 1, 16, 1};
@@ -61,21 +45,20 @@ TEST(DisplayMapping, RecordsMatchTheMappingGdiGives) {
         {Record(1, 1, 300, 200, sixteen, DISPLAY_CENTER), {1, 1, 16, 16, -142, -92, -1, -1, -1, -1, -1, -1, -9, -6}},
     };
     vx::MemoryDC dc;
-    for (const auto& [record, expected] : cases) {
-        VXDISPLAYSTATE s = record;
+    for (auto [s, expected] : cases) {
         // As a start settles: recompute, clamp, and recompute again when the clamp moved.
         vx::display::Recompute(dc.get(), s);
         if (vx::display::ClampScroll(s)) vx::display::Recompute(dc.get(), s);
-        EXPECT_EQ(Read(dc.get(), s), expected) << s.imageWidth << " x " << s.imageHeight << " flags " << s.flags;
+        SIZE w{}, v{};
+        GetWindowExtEx(dc.get(), &w), GetViewportExtEx(dc.get(), &v);
+        EXPECT_EQ((Mapped{w.cx, w.cy, v.cx, v.cy, s.centreX, s.centreY, s.hMin, s.hMax, s.vMin, s.vMax, s.scrollX,
+                          s.scrollY, s.windowOrgX, s.windowOrgY}),
+                  expected) << s.imageWidth << " x " << s.imageHeight << " flags " << s.flags;
     }
 }
 
-uint32_t AsRgb(COLORREF c) { return uint32_t(GetRValue(c)) << 16 | uint32_t(GetGValue(c)) << 8 | GetBValue(c); }
-
 TEST(DisplayDraw, DibAndBitmapLandAtTheMappedPositions) {
-    const Bytes bytes = SeededDib(23, 17, 24, 5);
-    Block block(BlockFrom(bytes));
-    const HDIB dib = block.get();
+    Block dib = PatternDib(23, 17);
     for (const bool throughBitmap : {false, true})
         for (const DWORD flags : {0u, DISPLAY_INVERT}) {
             SCOPED_TRACE(testing::Message() << (throughBitmap ? "bitmap" : "dib") << " flags " << flags);
@@ -85,15 +68,19 @@ TEST(DisplayDraw, DibAndBitmapLandAtTheMappedPositions) {
             vx::ObjectSelection gray(canvas.get(), GetStockObject(LTGRAY_BRUSH));
             PatBlt(canvas.get(), 0, 0, 80, 40, PATCOPY);
             VXDISPLAYSTATE s = Record(23, 17, 80, 40, {3, 1, 2, 1}, flags);
-            vx::OwnedObject<HBITMAP> bitmap(throughBitmap ? ConvertDIBToBitmap(dib) : nullptr);
-            s.bitsPerPixel = 24, s.dib = dib, s.bitmap = bitmap.get();
+            vx::OwnedObject<HBITMAP> bitmap(throughBitmap ? ConvertDIBToBitmap(dib.get()) : nullptr);
+            s.bitsPerPixel = 24, s.dib = dib.get(), s.bitmap = bitmap.get();
             const int level = SaveDC(canvas.get());
             vx::display::Recompute(canvas.get(), s);  // the limits the clamp uses
             RestoreDC(canvas.get(), level);
             EXPECT_EQ(DisplayDIBImageDC(canvas.get(), &s), flags);
             EXPECT_EQ(s.scrollX, -1);
-            const auto read = [&](int x, int y) { return AsRgb(GetPixel(canvas.get(), x, y)); };
-            EXPECT_EQ(WrongPixels(read, 80, 40, s.originDevice, 3, 2, bytes, flags & DISPLAY_INVERT, kGray), 0);
+            const auto read = [&](int x, int y) {
+                const COLORREF c = GetPixel(canvas.get(), x, y);
+                return uint32_t(GetRValue(c)) << 16 | uint32_t(GetGValue(c)) << 8 | GetBValue(c);
+            };
+            EXPECT_EQ(WrongPixels(80, 40, read, Zoomed(s.originDevice.x, 3, 23), Zoomed(s.originDevice.y, 2, 17), kGray,
+                                  flags ? 0xFFFFFFu : 0u), 0);
         }
 }
 
@@ -101,19 +88,16 @@ TEST(DisplayCalls, BadInputHasItsDefinedAnswer) {
     VXDISPLAYSTATE s{};
     POINT point{0, 0};
     vx::MemoryDC dc;
-    EXPECT_EQ(DisplayStart(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, DISPLAY_FIT, &s), 0u);
-    EXPECT_EQ(DisplayDIBStart(nullptr, nullptr, nullptr, nullptr, DISPLAY_FIT, &s), 0u);
-    EXPECT_EQ(DisplayWmCreate(nullptr, 0, 0, &s), 1);
-    EXPECT_EQ(DisplayWmDestroy(nullptr, 0, 0, &s), 1);
-    EXPECT_EQ(DisplayWmSize(nullptr, 0, 0, &s), 1);
-    EXPECT_EQ(DisplayWmVertScroll(nullptr, SB_LINEDOWN, 0, &s), 1);
-    EXPECT_EQ(DisplayWmHorzScroll(nullptr, SB_LINEDOWN, 0, &s), 1);
-    EXPECT_EQ(DisplayWmPaint(nullptr, &s), 1);
-    EXPECT_EQ(DisplaySetScrollPos(nullptr, &s, &point), 1);
-    EXPECT_EQ(DisplayDIBImageDC(dc.get(), nullptr), 0u);
-    EXPECT_EQ(DisplayImageDC(nullptr, &s), 0u);
-    EXPECT_EQ(MapDisplayDC(dc.get(), nullptr), 0u);
-    EXPECT_EQ(MapDisplayDC(nullptr, &s), 0u);
+    EXPECT_EQ((std::array{DisplayStart(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, DISPLAY_FIT, &s),
+                          DisplayDIBStart(nullptr, nullptr, nullptr, nullptr, DISPLAY_FIT, &s),
+                          DisplayDIBImageDC(dc.get(), nullptr), DisplayImageDC(nullptr, &s),
+                          MapDisplayDC(dc.get(), nullptr), MapDisplayDC(nullptr, &s)}),
+              (std::array<DWORD, 6>{}));
+    EXPECT_EQ((std::array<LRESULT, 7>{DisplayWmCreate(nullptr, 0, 0, &s), DisplayWmDestroy(nullptr, 0, 0, &s),
+                          DisplayWmSize(nullptr, 0, 0, &s), DisplayWmVertScroll(nullptr, SB_LINEDOWN, 0, &s),
+                          DisplayWmHorzScroll(nullptr, SB_LINEDOWN, 0, &s), DisplayWmPaint(nullptr, &s),
+                          DisplaySetScrollPos(nullptr, &s, &point)}),
+              (std::array<LRESULT, 7>{1, 1, 1, 1, 1, 1, 1}));
     EXPECT_EQ(s.flags, 0u);  // nothing above wrote the record
     EXPECT_EQ((std::array{SetLowMemStretch(5), GetLowMemStretch(), SetLowMemStretch(0)}), (std::array{0, 5, 5}));
 }
@@ -131,15 +115,16 @@ struct DisplayWindow {
     }};
     DisplayWindow() { DisplayWmCreate(window.get(), 0, 0, &s); }
     ~DisplayWindow() { DisplayWmDestroy(window.get(), 0, 0, &s); }
+    HWND get() const { return window.get(); }
+    // After the pending messages, the client pixels that do not show a width x height pattern
+    // at the record's origin.
+    int wrongPixels(int width, int height, int zoom, uint32_t invert = 0) {
+        window.pump();
+        return WrongPixels(window, window.pixels(), Zoomed(s.originDevice.x, zoom, width),
+                           Zoomed(s.originDevice.y, zoom, height), kGray, invert);
+    }
 };
 #define DISPLAY_WINDOW(d) DisplayWindow d; ASSERT_TRUE(d.window)
-
-int WindowWrongPixels(const DisplayWindow& d, const Bytes& dib, int zoom, bool inverted) {
-    const RECT client = d.window.client();
-    const std::vector<uint32_t> pixels = d.window.pixels();
-    const auto read = [&](int x, int y) { return d.window.pixel(pixels, x, y); };
-    return WrongPixels(read, client.right, client.bottom, d.s.originDevice, zoom, zoom, dib, inverted, kGray);
-}
 
 TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
     DISPLAY_WINDOW(d);
@@ -147,83 +132,71 @@ TEST(DisplayWindowCalls, ScrollBarsStepsAndPaintFollowTheRecord) {
     struct Case { int zoom, width, height; LONG line, set; };
     for (const Case c : {Case{1, 400, 20, 8, 123}, Case{16, 40, 5, 16, 136}}) {
         SCOPED_TRACE(c.zoom);
-        const Bytes bytes = SeededDib(c.width, c.height, 24, 9);
-        Block dib(BlockFrom(bytes));
+        Block dib = PatternDib(c.width, c.height);
         const int zoom[4] = {c.zoom, 1, c.zoom, 1};
-        EXPECT_EQ(DisplayDIBStart(d.window.get(), dib.get(), nullptr, zoom, 0, &d.s), 0u);
+        EXPECT_EQ(DisplayDIBStart(d.get(), dib.get(), nullptr, zoom, 0, &d.s), 0u);
         d.window.pump();
         const LONG clientWidth = d.window.client().right;
-        int low = 0, high = 0;
-        GetScrollRange(d.window.get(), SB_HORZ, &low, &high);
-        EXPECT_EQ((std::array<LONG, 6>{d.s.client.right, d.s.hMin, d.s.hMax, d.s.vMin, low, high}),
-                  (std::array<LONG, 6>{clientWidth, 0, c.width * c.zoom - clientWidth, -1, 0, d.s.hMax}));
-
-        EXPECT_EQ(DisplayWmHorzScroll(d.window.get(), SB_LINERIGHT, 0, &d.s), 0);
-        EXPECT_EQ((std::array<LONG, 2>{d.s.scrollX, GetScrollPos(d.window.get(), SB_HORZ)}), (std::array{c.line, c.line}));
-        DisplayWmHorzScroll(d.window.get(), static_cast<WPARAM>(SB_THUMBPOSITION | d.s.hMax << 16), 0, &d.s);
-        EXPECT_EQ((std::array<LONG, 2>{d.s.scrollX, GetScrollPos(d.window.get(), SB_HORZ)}), (std::array{d.s.hMax, d.s.hMax}));
-        d.window.pump();
-        EXPECT_EQ(WindowWrongPixels(d, bytes, c.zoom, false), 0);
-
+        EXPECT_EQ((std::array<LONG, 4>{d.s.client.right, d.s.hMin, d.s.hMax, d.s.vMin}),
+                  (std::array<LONG, 4>{clientWidth, 0, c.width * c.zoom - clientWidth, -1}));
+        EXPECT_EQ(ScrollRange(d.get(), SB_HORZ), (std::array<int, 2>{0, int(d.s.hMax)}));
+        const auto scrolled = [&] { return std::array<LONG, 2>{d.s.scrollX, GetScrollPos(d.get(), SB_HORZ)}; };
+        EXPECT_EQ(DisplayWmHorzScroll(d.get(), SB_LINERIGHT, 0, &d.s), 0);
+        EXPECT_EQ(scrolled(), (std::array{c.line, c.line}));
+        DisplayWmHorzScroll(d.get(), static_cast<WPARAM>(SB_THUMBPOSITION | d.s.hMax << 16), 0, &d.s);
+        EXPECT_EQ(scrolled(), (std::array{d.s.hMax, d.s.hMax}));
+        EXPECT_EQ(d.wrongPixels(c.width, c.height, c.zoom), 0);
         POINT to{123, 0};
-        EXPECT_EQ(DisplaySetScrollPos(d.window.get(), &d.s, &to), 0);
-        EXPECT_EQ(d.s.scrollX, c.set);
-        d.window.pump();
-        EXPECT_EQ(WindowWrongPixels(d, bytes, c.zoom, false), 0);
+        const LONG answer = LONG(DisplaySetScrollPos(d.get(), &d.s, &to));
+        EXPECT_EQ((std::array{answer, d.s.scrollX}), (std::array<LONG, 2>{0, c.set}));
+        EXPECT_EQ(d.wrongPixels(c.width, c.height, c.zoom), 0);
     }
 }
 
 TEST(DisplayWindowCalls, CentredInvertedImagePaintsOverTheClassBackground) {
     DISPLAY_WINDOW(d);
     for (const auto& [width, height, zoom] : {std::tuple{1, 1, 16}, std::tuple{31, 17, 3}}) {
-        const Bytes bytes = SeededDib(width, height, 24, 2);
-        Block dib(BlockFrom(bytes));
+        Block dib = PatternDib(width, height);
         const int ratio[4] = {zoom, 1, zoom, 1};
-        DisplayDIBStart(d.window.get(), dib.get(), nullptr, ratio, DISPLAY_CENTER | DISPLAY_INVERT, &d.s);
-        d.window.pump();
-        EXPECT_LT(d.s.centreX, 0);
-        EXPECT_EQ(d.s.scrollY, -1);
-        EXPECT_EQ(WindowWrongPixels(d, bytes, zoom, true), 0) << width << " x " << height;
+        DisplayDIBStart(d.get(), dib.get(), nullptr, ratio, DISPLAY_CENTER | DISPLAY_INVERT, &d.s);
+        EXPECT_EQ(d.wrongPixels(width, height, zoom, 0xFFFFFF), 0) << width << " x " << height;
+        EXPECT_TRUE(d.s.centreX < 0 && d.s.scrollY == -1);
     }
 }
 
 TEST(DisplayWindowCalls, DestroyDeletesOnlyWhatTheEngineMade) {
     DISPLAY_WINDOW(d);
     Block dib(BlockFrom(SeededDib(30, 20, 8, 3)));
-    DisplayDIBStart(d.window.get(), dib.get(), nullptr, nullptr, DISPLAY_MAKEBITMAP, &d.s);
-    const HPALETTE made = d.s.palette;
-    const HBITMAP madeBitmap = d.s.bitmap;
-    EXPECT_EQ(d.s.owned, DISPLAY_OWNS_BITMAP | DISPLAY_OWNS_PALETTE);
-    EXPECT_EQ(d.s.flags & DISPLAY_MAKEBITMAP, 0u);
-    DisplayWmDestroy(d.window.get(), 0, 0, &d.s);
-    EXPECT_EQ(GetObjectType(made) | GetObjectType(madeBitmap), 0u);
-    EXPECT_EQ(d.s.palette, nullptr);
+    DisplayDIBStart(d.get(), dib.get(), nullptr, nullptr, DISPLAY_MAKEBITMAP, &d.s);
+    const HGDIOBJ made[] = {d.s.palette, d.s.bitmap};
+    EXPECT_EQ((std::array<DWORD, 2>{DWORD(d.s.owned), d.s.flags & DISPLAY_MAKEBITMAP}),
+              (std::array<DWORD, 2>{DISPLAY_OWNS_BITMAP | DISPLAY_OWNS_PALETTE, 0}));
+    DisplayWmDestroy(d.get(), 0, 0, &d.s);
+    EXPECT_EQ(GetObjectType(made[0]) | GetObjectType(made[1]) | uintptr_t(d.s.palette), 0u);
 
     vx::OwnedObject<HPALETTE> callers(CreateDIBPalette(dib.get()));
     vx::OwnedObject<HBITMAP> bitmap(ConvertDIBToBitmap(dib.get()));
     int position[4] = {5, 6, 0, 0};
-    DisplayStart(d.window.get(), bitmap.get(), callers.get(), nullptr, position, nullptr, 0, &d.s);
-    EXPECT_EQ(position[0], d.s.originLogical.x);
-    EXPECT_EQ(position[3], d.s.originDevice.y);
-    DisplayWmDestroy(d.window.get(), 0, 0, &d.s);
-    EXPECT_EQ(GetObjectType(callers.get()), static_cast<DWORD>(OBJ_PAL));
-    EXPECT_EQ(GetObjectType(bitmap.get()), static_cast<DWORD>(OBJ_BITMAP));
+    DisplayStart(d.get(), bitmap.get(), callers.get(), nullptr, position, nullptr, 0, &d.s);
+    EXPECT_EQ((std::array{position[0], position[3]}), (std::array{int(d.s.originLogical.x), int(d.s.originDevice.y)}));
+    DisplayWmDestroy(d.get(), 0, 0, &d.s);
+    EXPECT_EQ((std::array{GetObjectType(callers.get()), GetObjectType(bitmap.get())}),
+              (std::array<DWORD, 2>{OBJ_PAL, OBJ_BITMAP}));
     EXPECT_EQ(d.s.palette, callers.get());
 }
 
 TEST(DisplayWindowCalls, SizeMessageDuringASizeMessageIsIgnored) {
     DISPLAY_WINDOW(d);
-    Block dib(BlockFrom(SeededDib(400, 20, 24, 4)));
-    DisplayDIBStart(d.window.get(), dib.get(), nullptr, nullptr, 0, &d.s);
+    Block dib = PatternDib(400, 20);
+    DisplayDIBStart(d.get(), dib.get(), nullptr, nullptr, 0, &d.s);
     d.window.pump();
     const RECT withBar = d.window.client();
     // Shrunk, the image needs no bar: hiding it grows the client area and sends a size
     // message while the first is handled.
     d.s.zoom = {1, 8, 1, 8};
-    DisplayWmSize(d.window.get(), 0, 0, &d.s);
+    DisplayWmSize(d.get(), 0, 0, &d.s);
     EXPECT_GT(d.window.client().bottom, withBar.bottom);
     EXPECT_EQ(d.s.client.bottom, withBar.bottom);
 }
-
 
 }  // namespace

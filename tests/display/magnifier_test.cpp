@@ -1,14 +1,8 @@
 // magnifier_test.cpp - the magnifier lens: the source rectangle arithmetic, and on a real
 // window the lens's frame, its stretched picture (gray outside the source bitmap) and the
 // window given back as the lens moves and stops.
-#include <gtest/gtest.h>
-
-#include <optional>
-#include <vector>
-
-#include "gdi_support.hpp"
-#include "test_window.hpp"
-#include "vexora.h"
+#include "display_support.hpp"
+#include "gdi_guards.hpp"
 
 namespace {
 
@@ -20,15 +14,13 @@ TEST(Magnifier, SourceRectangleIsCentredOnThePoint) {
         {{0, 3, 30, 10}, 0, 0, {-86, -12, 86, 12}, {10, 10, 30, 10}},
         {{40, 10, 10, 10}, 5, 7, {-16, -29, 27, 43}, {40, 10, 10, 10}},
     };
-    ASSERT_EQ(M_GetWidth(), 180);
-    ASSERT_EQ(M_GetHeight(), 80);
+    ASSERT_EQ((std::array{M_GetWidth(), M_GetHeight()}), (std::array{180, 80}));
     for (const Case& c : cases) {
-        int ratio[4] = {c.ratio[0], c.ratio[1], c.ratio[2], c.ratio[3]};
+        std::array<int, 4> ratio = std::to_array(c.ratio);
         RECT rect{};
-        ASSERT_EQ(M_CalcRect(c.x, c.y, ratio, &rect), 1);
-        EXPECT_EQ(std::vector<LONG>({rect.left, rect.top, rect.right, rect.bottom}),
-                  std::vector<LONG>({c.rect.left, c.rect.top, c.rect.right, c.rect.bottom})) << c.ratio[0] << ":" << c.ratio[1];
-        EXPECT_EQ(std::vector<int>(ratio, ratio + 4), std::vector<int>(c.resetTo, c.resetTo + 4));
+        ASSERT_EQ(M_CalcRect(c.x, c.y, ratio.data(), &rect), 1);
+        EXPECT_TRUE(vxtest::SameRect(rect, c.rect)) << c.ratio[0] << ":" << c.ratio[1];
+        EXPECT_EQ(ratio, std::to_array(c.resetTo));
     }
     int noY[4] = {20, 10, 0, 10}, noYDiv[4] = {20, 10, 20, 0};
     RECT rect{};
@@ -47,41 +39,34 @@ constexpr int kWidth = 300, kHeight = 200, kCell = 8;
 constexpr uint32_t kBlack = 0x000000, kWhite = 0xFFFFFF, kGray = 0x808080, kRed = 0xFF0000;
 
 // Paints the client area as a grid of cells of different colours.
-std::optional<LRESULT> PaintGrid(HWND window, UINT message, WPARAM, LPARAM) {
-    if (message != WM_PAINT) return std::nullopt;
+void PaintGrid(HWND window) {
     PAINTSTRUCT paint;
     HDC dc = BeginPaint(window, &paint);
-    for (int y = 0; y < kHeight; y += kCell) {
+    for (int y = 0; y < kHeight; y += kCell)
         for (int x = 0; x < kWidth; x += kCell) {
-            HBRUSH brush = CreateSolidBrush(vxtest::Mix(x, y));
-            HGDIOBJ previous = SelectObject(dc, brush);
+            HGDIOBJ previous = SelectObject(dc, CreateSolidBrush(vxtest::Pattern(x, y)));
             PatBlt(dc, x, y, kCell, kCell, PATCOPY);
             DeleteObject(SelectObject(dc, previous));
         }
-    }
     EndPaint(window, &paint);
-    return 0;
 }
 
 // The window's pixels with the lens's picture read from `shown` at (x, y).
 std::vector<uint32_t> WithLens(std::vector<uint32_t> pixels, const std::vector<uint32_t>& shown, int x, int y) {
-    for (int row = y; row < y + 80; ++row) {
+    for (int row = y; row < y + 80; ++row)
         for (int column = x; column < x + 180; ++column) pixels[row * kWidth + column] = shown[row * kWidth + column];
-    }
     return pixels;
 }
 
 TEST(Magnifier, LensShowsFramedPictureAndGivesTheWindowBack) {
-    vxtest::TestWindow window(kWidth, kHeight, PaintGrid);
+    vxtest::PaintWindow window(kWidth, kHeight);
     ASSERT_TRUE(window);
-    window.pump();
-    const std::vector<uint32_t> before = window.pixels();
+    const std::vector<uint32_t> before = window.show(PaintGrid);
 
     ASSERT_EQ(M_StartMagnify(window.get(), nullptr), 1);
     M_CopyBitmap(window.get(), 0, 0);  // not filled yet: gray in the frame
     std::vector<uint32_t> shown = window.pixels();
-    EXPECT_EQ(window.pixel(shown, 90, 40), kGray);
-    EXPECT_EQ(window.pixel(shown, 0, 0), kBlack);
+    EXPECT_EQ((std::array{window.pixel(shown, 90, 40), window.pixel(shown, 0, 0)}), (std::array{kGray, kBlack}));
 
     const std::vector<uint32_t> redPixels(50 * 50, kRed);
     vx::OwnedObject<HBITMAP> red(CreateBitmap(50, 50, 1, 32, redPixels.data()));
@@ -97,9 +82,8 @@ TEST(Magnifier, LensShowsFramedPictureAndGivesTheWindowBack) {
         {20, 40, kGray},  {44, 40, kGray},   {45, 40, kRed},    {90, 4, kRed},    {134, 75, kRed},   {135, 40, kGray},
         {160, 40, kGray},
     };
-    for (const Expected& e : frame) {
+    for (const Expected& e : frame)
         EXPECT_EQ(window.pixel(shown, 10 + e.x, 20 + e.y), e.colour) << "lens pixel " << e.x << "," << e.y;
-    }
     EXPECT_TRUE(shown == WithLens(before, shown, 10, 20));
 
     M_CopyBitmap(window.get(), 100, 90);  // overlapping the first place

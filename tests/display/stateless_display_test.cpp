@@ -1,62 +1,53 @@
 // The stateless painters DisplayImage and DisplayDIBImage: their layouts on the numbers alone,
 // then whole paints on a real window (client pixels against the image, scroll bars, the
 // background around the picture, the low-memory path, bad input).
-#include <gtest/gtest.h>
-
 #include <climits>
 
 #include "display/view_layout.hpp"
-#include "view_support.hpp"
+#include "display_support.hpp"
 
 namespace {
 
 using namespace vxtest;
 
-constexpr uint32_t kGray = 0xC0C0C0;  // TestWindow's class background
-
 TEST(StatelessLayout, Cases) {
+    // dib: LayOutDibPaint, else LayOutBitmapPaint.
     struct Case {
-        const char* name;
-        bool dib;  // LayOutDibPaint, else LayOutBitmapPaint
-        int clientW, clientH, imageW, imageH;
-        double dpi;
-        std::vector<int> zoom;
-        bool fit;
-        VXVIEW view;
-        RECT source, destination;
-        int rangeX, positionX, viewX;
+        bool dib; int clientW, clientH, imageW, imageH; double dpi; std::vector<int> zoom; bool fit; VXVIEW view;
+        RECT source, destination; int rangeX, positionX, viewX;
     } cases[] = {
-        {"bitmap 1:1 at the device resolution", false, 100, 80, 300, 200, 96, {}, false, {0, 0, 0, 0},
-         {0, 0, 100, 80}, {0, 0, 100, 80}, 209, 0, 0},
-        {"bitmap: a pending move of 20 device pixels", false, 100, 80, 300, 200, 96, {}, false, {10, 0, 20, 0},
-         {30, 0, 130, 80}, {0, 0, 100, 80}, 209, 31, 30},
-        {"bitmap at zoom 2 shows half as much", false, 100, 80, 300, 200, 96, {2, 1, 2, 1}, false, {0, 0, 0, 0},
-         {0, 0, 50, 40}, {0, 0, 100, 80}, 261, 0, 0},
-        {"bitmap past its end stops at the last column", false, 100, 80, 300, 200, 96, {}, false,
-         {1000, 0, 0, 0}, {200, 0, 300, 80}, {0, 0, 100, 80}, 209, 209, 200},
-        {"bitmap smaller than the window is drawn at its size", false, 100, 80, 50, 40, 0, {}, false,
-         {0, 0, 0, 0}, {0, 0, 50, 40}, {0, 0, 50, 40}, 0, 0, 0},
-        {"bitmap fit never enlarges", false, 100, 80, 50, 40, 96, {}, true, {0, 0, 0, 0}, {0, 0, 50, 40},
-         {0, 0, 50, 40}, 0, 0, 0},
-        {"bitmap fit shrinks a 192-dpi image", false, 100, 80, 400, 100, 192, {}, true, {0, 0, 0, 0},
-         {0, 0, 400, 100}, {0, 0, 100, 25}, 0, 0, 0},
-        {"DIB position maps onto the scrollable offsets", true, 100, 80, 300, 200, 96, {}, false,
-         {150, 0, 0, 0}, {100, 0, 200, 80}, {0, 0, 100, 80}, 300, 150, 150},
-        {"DIB zoom 2 at 192 dpi is 1:1", true, 100, 80, 300, 200, 192, {2, 1, 2, 1}, false, {0, 0, 0, 0},
-         {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
-        {"DIB zoom reaching 32767 falls back to 1:1", true, 100, 80, 300, 200, 96, {200, 1, 200, 1}, false,
-         {0, 0, 0, 0}, {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
-        {"DIB fit may enlarge", true, 100, 100, 50, 40, 96, {}, true, {0, 0, 0, 0}, {0, 0, 50, 40},
-         {0, 0, 100, 80}, 0, 0, 0},
-        {"DIB in a window of zero size", true, 0, 0, 50, 40, 96, {}, false, {5, 0, 0, 0}, {5, 0, 5, 0},
-         {0, 0, 0, 0}, 50, 5, 5},
-        {"DIB of 60000 columns at its far end", true, 100, 1, 60000, 1, 96, {}, false, {60000, 0, 0, 0},
-         {59900, 0, 60000, 1}, {0, 0, 100, 1}, 60000, 60000, 60000},
-        {"zero zoom terms are 1:1", true, 100, 80, 300, 200, 96, {0, 1, 1, 0}, false, {0, 0, 0, 0},
-         {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
+        // bitmap 1:1 at the device resolution
+        {false, 100, 80, 300, 200, 96, {}, false, {}, {0, 0, 100, 80}, {0, 0, 100, 80}, 209, 0, 0},
+        // bitmap: a pending move of 20 device pixels
+        {false, 100, 80, 300, 200, 96, {}, false, {10, 0, 20, 0}, {30, 0, 130, 80}, {0, 0, 100, 80}, 209, 31, 30},
+        // bitmap at zoom 2 shows half as much
+        {false, 100, 80, 300, 200, 96, {2, 1, 2, 1}, false, {}, {0, 0, 50, 40}, {0, 0, 100, 80}, 261, 0, 0},
+        // bitmap past its end stops at the last column
+        {false, 100, 80, 300, 200, 96, {}, false, {1000, 0, 0, 0}, {200, 0, 300, 80}, {0, 0, 100, 80}, 209, 209, 200},
+        // bitmap smaller than the window is drawn at its size
+        {false, 100, 80, 50, 40, 0, {}, false, {}, {0, 0, 50, 40}, {0, 0, 50, 40}, 0, 0, 0},
+        // bitmap fit never enlarges
+        {false, 100, 80, 50, 40, 96, {}, true, {}, {0, 0, 50, 40}, {0, 0, 50, 40}, 0, 0, 0},
+        // bitmap fit shrinks a 192-dpi image
+        {false, 100, 80, 400, 100, 192, {}, true, {}, {0, 0, 400, 100}, {0, 0, 100, 25}, 0, 0, 0},
+        // DIB position maps onto the scrollable offsets
+        {true, 100, 80, 300, 200, 96, {}, false, {150, 0, 0, 0}, {100, 0, 200, 80}, {0, 0, 100, 80}, 300, 150, 150},
+        // DIB zoom 2 at 192 dpi is 1:1
+        {true, 100, 80, 300, 200, 192, {2, 1, 2, 1}, false, {}, {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
+        // DIB zoom reaching 32767 falls back to 1:1
+        {true, 100, 80, 300, 200, 96, {200, 1, 200, 1}, false, {}, {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
+        // DIB fit may enlarge
+        {true, 100, 100, 50, 40, 96, {}, true, {}, {0, 0, 50, 40}, {0, 0, 100, 80}, 0, 0, 0},
+        // DIB in a window of zero size
+        {true, 0, 0, 50, 40, 96, {}, false, {5, 0, 0, 0}, {5, 0, 5, 0}, {}, 50, 5, 5},
+        // DIB of 60000 columns at its far end
+        {true, 100, 1, 60000, 1, 96, {}, false, {60000, 0, 0, 0}, {59900, 0, 60000, 1}, {0, 0, 100, 1}, 60000, 60000,
+         60000},
+        // zero zoom terms are 1:1
+        {true, 100, 80, 300, 200, 96, {0, 1, 1, 0}, false, {}, {0, 0, 100, 80}, {0, 0, 100, 80}, 300, 0, 0},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(&c - cases);
         const vx::display::PaintInput in{c.clientW, c.clientH, c.imageW, c.imageH, c.dpi, c.dpi, 96, 96,
                                          c.zoom.empty() ? nullptr : c.zoom.data(), c.fit};
         VXVIEW view = c.view;
@@ -71,46 +62,35 @@ TEST(StatelessLayout, Cases) {
 
 TEST(DisplayDIBImage, PaintsTheScrolledDibAtZoom2) {
     PaintWindow window(200, 150);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     Block dib = PatternDib(300, 250);
     const int zoom[4] = {2, 1, 2, 1};
     VXVIEW view{150, 0, 0, 6};  // the middle column; six device pixels down
-    std::vector<uint32_t> pixels;
-    for (int i = 0; i < 2; ++i)  // the second paint sees the scroll bars the first one showed
-        pixels = window.show([&](HWND w) { DisplayDIBImage(w, dib.get(), &view, zoom, 0); });
+    const auto pixels = window.show([&](HWND w) { DisplayDIBImage(w, dib.get(), &view, zoom, 0); }, 2);
     const RECT c = window.client();
     // Position P of S = 600 scaled columns scrolls P (S - C) / S in, rounded; at zoom 2 an
     // offset of O starts at image pixel O / 2 rounded half up.
     const int offsetX = (600 - c.right + 1) / 2, offsetY = (6 * (500 - c.bottom) + 250) / 500;
-    EXPECT_EQ(view.x, 150);
-    EXPECT_EQ(view.y, 3);
-    int low = 0, high = 0;
-    GetScrollRange(window.get(), SB_HORZ, &low, &high);
-    EXPECT_EQ(high, 600);
-    EXPECT_EQ(GetScrollPos(window.get(), SB_HORZ), 300);
-    EXPECT_EQ(window.mismatches(pixels, [&](int x) { return (offsetX + 1) / 2 + x / 2; },
-                                [&](int y) { return (offsetY + 1) / 2 + y / 2; }),
-              0);
+    EXPECT_EQ((std::array{int(view.x), int(view.y), GetScrollPos(window.get(), SB_HORZ)}), (std::array{150, 3, 300}));
+    EXPECT_EQ(ScrollRange(window.get(), SB_HORZ), (std::array{0, 600}));
+    EXPECT_EQ(WrongPixels(window, pixels, [&](int x) { return (offsetX + 1) / 2 + x / 2; },
+                                [&](int y) { return (offsetY + 1) / 2 + y / 2; }), 0);
 }
 
 TEST(DisplayDIBImage, FitEnlargesAndFillsTheRestWithTheBackground) {
     PaintWindow window(200, 150);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     Block dib = PatternDib(50, 30);
     const auto pixels = window.show([&](HWND w) { DisplayDIBImage(w, dib.get(), nullptr, nullptr, DISPLAY_FIT); });
-    const RECT c = window.client();
-    ASSERT_EQ(c.right, 200);  // both scroll bars hidden
-    ASSERT_EQ(c.bottom, 150);
-    EXPECT_EQ(window.mismatches(pixels, [](int x) { return x / 4; }, [](int y) { return y < 120 ? y / 4 : -1; }), 0);
-    EXPECT_EQ(window.pixel(pixels, 0, 120), kGray);  // the 30 rows below the picture
-    EXPECT_EQ(window.pixel(pixels, 199, 149), kGray);
+    ASSERT_TRUE(SameRect(window.client(), {0, 0, 200, 150}));  // both scroll bars hidden
+    // The 30 rows below the picture are background.
+    EXPECT_EQ(WrongPixels(window, pixels, Zoomed(0, 4, 50), Zoomed(0, 4, 30), kGray), 0);
 }
 
 TEST(DisplayDIBImage, LowMemoryPathIsStretchDIBitsAt1To1AndTheCropScaleMappingAbove) {
     PaintWindow window(160, 120);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     const int previous = SetLowMemStretch(1);
-    if (GetLowMemStretch() != 1) GTEST_SKIP() << "the low-memory switch is not settable yet";
     Block dib = PatternDib(100, 80);
     const int one[4] = {1, 1, 1, 1}, three[4] = {3, 1, 3, 1};
     const auto paint = [&](const int* zoom) {
@@ -124,14 +104,14 @@ TEST(DisplayDIBImage, LowMemoryPathIsStretchDIBitsAt1To1AndTheCropScaleMappingAb
     // At zoom 3 the crop-and-scale of w = ceil(client / 3) pixels to 3w samples column
     // (2 i w + 3w) / 6w = round(i / 3), GDI's nearest neighbour (i + 1/2) / 3 = floor(i / 3):
     // the two pictures differ in a third of the columns and rows.
-    EXPECT_EQ(window.mismatches(lowMemory3, [](int x) { return (2 * x + 3) / 6; }, [](int y) { return (2 * y + 3) / 6; }),
-              0);
-    EXPECT_EQ(window.mismatches(gdi3, [](int x) { return x / 3; }, [](int y) { return y / 3; }), 0);
+    const auto rounded = [](int i) { return (2 * i + 3) / 6; };
+    EXPECT_EQ(WrongPixels(window, lowMemory3, rounded, rounded), 0);
+    EXPECT_EQ(WrongPixels(window, gdi3, Zoomed(0, 3, 100), Zoomed(0, 3, 80)), 0);
 }
 
 TEST(DisplayImage, PaintsADeviceBitmapInHundredthsOfAnInch) {
     PaintWindow window(200, 150);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     Block dib = PatternDib(300, 250);
     const auto* info = static_cast<const BITMAPINFO*>(GlobalLock(dib.get()));
     HDC screen = GetDC(nullptr);
@@ -142,16 +122,13 @@ TEST(DisplayImage, PaintsADeviceBitmapInHundredthsOfAnInch) {
     ASSERT_NE(bitmap, nullptr);
     const int resolution[2] = {96, 96};
     VXVIEW view{40, 30, 0, 0};
-    std::vector<uint32_t> pixels;
-    for (int i = 0; i < 2; ++i)
-        pixels = window.show([&](HWND w) { DisplayImage(w, bitmap, nullptr, &view, resolution, nullptr, 0); });
+    const auto paint = [&](HWND w) { DisplayImage(w, bitmap, nullptr, &view, resolution, nullptr, 0); };
+    const auto pixels = window.show(paint, 2);
     const RECT c = window.client();
-    EXPECT_EQ(view.x, 40);
-    int low = 0, high = 0;
-    GetScrollRange(window.get(), SB_HORZ, &low, &high);
-    EXPECT_EQ(high, 313 - static_cast<int>(c.right / 0.96 + 0.5));  // image units - visible units
-    EXPECT_EQ(GetScrollPos(window.get(), SB_HORZ), 42);             // 40 pixels at 0.96 a unit
-    EXPECT_EQ(window.mismatches(pixels, [](int x) { return 40 + x; }, [](int y) { return 30 + y; }), 0);
+    // Image units less visible units; 40 pixels at 0.96 a unit.
+    EXPECT_EQ(ScrollRange(window.get(), SB_HORZ), (std::array{0, 313 - static_cast<int>(c.right / 0.96 + 0.5)}));
+    EXPECT_EQ((std::array{int(view.x), GetScrollPos(window.get(), SB_HORZ)}), (std::array{40, 42}));
+    EXPECT_EQ(WrongPixels(window, pixels, [](int x) { return 40 + x; }, [](int y) { return 30 + y; }), 0);
     // Fit and invert: the whole bitmap shrunk inside the client (which source pixel a shrink
     // samples is GDI's affair: one of the first few), inverted, the background beside it.
     const auto fitted = window.show([&](HWND w) { DisplayImage(w, bitmap, nullptr, nullptr, nullptr, nullptr, 0x28); });
@@ -163,41 +140,38 @@ TEST(DisplayImage, PaintsADeviceBitmapInHundredthsOfAnInch) {
 }
 
 TEST(StatelessPainters, BadInputHasDefinedResults) {
-    EXPECT_FALSE(DisplayImage(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
-    EXPECT_FALSE(DisplayDIBImage(nullptr, nullptr, nullptr, nullptr, 0));
+    EXPECT_FALSE(DisplayImage(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0) ||
+                 DisplayDIBImage(nullptr, nullptr, nullptr, nullptr, 0));
     PaintWindow window(120, 90);
-    if (!window) GTEST_SKIP() << "no window layer on this platform yet";
+    ASSERT_TRUE(window);
     Block one = PatternDib(1, 1), wide = PatternDib(60000, 1), tall = PatternDib(1, 60000);
     Block shortDib(GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 60));
     const int zeros[4] = {0, 0, 0, 0}, huge[4] = {INT_MAX, 1, 1, INT_MAX};
     VXVIEW far1{INT_MAX, INT_MIN, INT_MAX, INT_MIN}, far2 = far1;
-    constexpr int kBackground = -1, kFarEnd = -2;
-    const struct {
-        const char* name;
-        HDIB dib;
-        const int* zoom;
-        VXVIEW* view;
-        DWORD mode;
-        int column;  // the image column client pixel (0, 0) shows, or one of the two above
-    } calls[] = {
-        {"no DIB: background only", nullptr, nullptr, nullptr, 0, kBackground},
-        {"a block too short for its header", shortDib.get(), nullptr, nullptr, 0, kBackground},
-        {"zero zoom terms", one.get(), zeros, nullptr, 0, 0},
-        {"a zoom of INT_MAX", one.get(), huge, &far1, 0, 0},
-        {"a 1 x 1 DIB fitted", one.get(), nullptr, nullptr, DISPLAY_FIT, 0},
-        {"60000 columns, scrolled beyond the end", wide.get(), nullptr, &far2, 0, kFarEnd},
-        {"60000 rows fitted to less than a column", tall.get(), nullptr, nullptr, DISPLAY_FIT, kBackground},
+    const uint32_t background = kGray, farEnd = Pattern(60000 - window.client().right, 0);
+    // want: what client pixel (0, 0) shows.
+    const struct { HDIB dib; const int* zoom; VXVIEW* view; DWORD mode; uint32_t want; } calls[] = {
+        // no DIB: background only
+        {nullptr, nullptr, nullptr, 0, background},
+        // a block too short for its header
+        {shortDib.get(), nullptr, nullptr, 0, background},
+        // zero zoom terms
+        {one.get(), zeros, nullptr, 0, Pattern(0, 0)},
+        // a zoom of INT_MAX
+        {one.get(), huge, &far1, 0, Pattern(0, 0)},
+        // a 1 x 1 DIB fitted
+        {one.get(), nullptr, nullptr, DISPLAY_FIT, Pattern(0, 0)},
+        // 60000 columns, scrolled beyond the end
+        {wide.get(), nullptr, &far2, 0, farEnd},
+        // 60000 rows fitted to less than a column
+        {tall.get(), nullptr, nullptr, DISPLAY_FIT, background},
     };
     for (const auto& call : calls) {
-        SCOPED_TRACE(call.name);
         BOOL answer = FALSE;
         const auto pixels =
             window.show([&](HWND w) { answer = DisplayDIBImage(w, call.dib, call.view, call.zoom, call.mode); });
-        EXPECT_TRUE(answer);
-        const uint32_t want = call.column == kBackground ? kGray
-                              : call.column == kFarEnd   ? Pattern(60000 - window.client().right, 0)
-                                                         : Pattern(call.column, 0);
-        EXPECT_EQ(window.pixel(pixels, 0, 0), want);
+        EXPECT_TRUE(answer) << &call - calls;
+        EXPECT_EQ(window.pixel(pixels, 0, 0), call.want) << &call - calls;
     }
     EXPECT_EQ(far1.dx | far1.dy | far2.dx | far2.dy, 0);
     // A top-down DIB scrolled down: StretchDIBits counts its source rows from the bottom too.
@@ -205,7 +179,7 @@ TEST(StatelessPainters, BadInputHasDefinedResults) {
     VXVIEW down{0, 100, 0, 0};
     const auto pixels = window.show([&](HWND w) { DisplayDIBImage(w, topDown.get(), &down, nullptr, 0); });
     const int firstRow = (100 * (250 - window.client().bottom) + 125) / 250;
-    EXPECT_EQ(window.mismatches(pixels, [](int x) { return x; }, [&](int y) { return firstRow + y; }), 0);
+    EXPECT_EQ(WrongPixels(window, pixels, [](int x) { return x; }, [&](int y) { return firstRow + y; }), 0);
 }
 
 }  // namespace
