@@ -45,12 +45,23 @@ inline uint64_t NearestIndex(uint64_t i, uint64_t n, uint64_t out) {
     return (2 * i * n + out) / (2 * out);
 }
 
+// `wide` (24 bits only): how many leading output pixels may move as four bytes, their source
+// pixel lying at least one byte before the end of the source row.
 template <unsigned Bits>
-void GatherRow(const uint8_t* src, const uint32_t* sx, uint32_t n, uint8_t* dst) {
+void GatherRow(const uint8_t* src, const uint32_t* sx, uint32_t n, uint32_t wide, uint8_t* dst) {
     if constexpr (Bits == 8) {
         for (uint32_t x = 0; x < n; ++x) dst[x] = src[sx[x]];
     } else if constexpr (Bits == 24) {
-        for (uint32_t x = 0; x < n; ++x) {
+        // A four-byte move carries one byte too many, which the next pixel's move overwrites;
+        // the last pixel, and any whose source ends its row, move byte by byte.
+        uint32_t x = 0;
+        for (const uint32_t end = std::min(wide, n - 1); x < end; ++x) {
+            uint32_t pixel;
+            std::memcpy(&pixel, src + uint64_t{sx[x]} * 3, 4);
+            std::memcpy(dst, &pixel, 4);
+            dst += 3;
+        }
+        for (; x < n; ++x) {
             const uint8_t* p = src + uint64_t{sx[x]} * 3;
             dst[0] = p[0];
             dst[1] = p[1];
@@ -138,6 +149,8 @@ HDIB CropScale(const LockedDib& source, int x0, int y0, int width, int height, i
     }
     const auto n = static_cast<uint32_t>(columns.size());
     const bool identity = uint32_t(width) == outW;
+    uint32_t wide = 0;
+    while (wide < n && uint64_t{columns[wide]} * 3 + 4 <= stride) ++wide;
 
     uint8_t* pixels = out + headerAndTable;
     const uint8_t* previous = nullptr;
@@ -151,7 +164,7 @@ HDIB CropScale(const LockedDib& source, int x0, int y0, int width, int height, i
         } else {
             const uint8_t* src = source.bits + (rows - 1 - sy) * stride;
             if (!identity || !CopyRow<Bits>(src, uint64_t(x0), n, dst))
-                GatherRow<Bits>(src, columns.data(), n, dst);
+                GatherRow<Bits>(src, columns.data(), n, wide, dst);
         }
         previous = dst;
         previousRow = sy;
