@@ -209,23 +209,28 @@ TEST(UserWindows, ScrollDCReportsWhatItUncovers) {
 TEST(UserWindows, ClientPixelsFollowDrawingAndScrolling) {
     TestWindow window(160, 48);  // wide enough for a captioned window under Wine
     ASSERT_TRUE(window);
-    {
-        vx::WindowDC dc(window.get());
-        ASSERT_TRUE(dc);
-        EXPECT_EQ(Clip(dc.get()), "simple(0,0,160,48)");
-        for (int y = 0; y < 48; ++y)
-            for (int x = 0; x < 160; ++x) SetPixel(dc.get(), x, y, vxtest::Mix(x, y));
-        EXPECT_EQ(GetPixel(dc.get(), 160, 0), CLR_INVALID);  // outside the client area
-        const RECT all{0, 0, 160, 48};
-        ScrollDC(dc.get(), 3, -10, &all, &all, nullptr, nullptr);
-    }
-    const std::vector<uint32_t> pixels = window.pixels();
-    for (int y = 0; y < 48; ++y)
-        for (int x = 0; x < 160; ++x) {
-            const bool moved = x >= 3 && y < 38;  // the rest kept what it had
-            const COLORREF c = moved ? vxtest::Mix(x - 3, y + 10) : vxtest::Mix(x, y);
-            ASSERT_EQ(window.pixel(pixels, x, y), uint32_t(GetRValue(c)) << 16 | GetGValue(c) << 8 | GetBValue(c)) << x << "," << y;
+    // Every direction, the pixels overlapping their old place: up and right, down and left, and
+    // along a row both ways.
+    for (const auto& [dx, dy] : {std::pair{3, -10}, {-4, 7}, {5, 0}, {-5, 0}}) {
+        {
+            vx::WindowDC dc(window.get());
+            ASSERT_TRUE(dc);
+            EXPECT_EQ(Clip(dc.get()), "simple(0,0,160,48)");
+            for (int y = 0; y < 48; ++y)
+                for (int x = 0; x < 160; ++x) SetPixel(dc.get(), x, y, vxtest::Mix(x, y));
+            EXPECT_EQ(GetPixel(dc.get(), 160, 0), CLR_INVALID);  // outside the client area
+            const RECT all{0, 0, 160, 48};
+            ScrollDC(dc.get(), dx, dy, &all, &all, nullptr, nullptr);
         }
+        const std::vector<uint32_t> pixels = window.pixels();
+        for (int y = 0; y < 48; ++y)
+            for (int x = 0; x < 160; ++x) {
+                const bool moved = x - dx >= 0 && x - dx < 160 && y - dy >= 0 && y - dy < 48;  // the rest kept what it had
+                const COLORREF c = moved ? vxtest::Mix(x - dx, y - dy) : vxtest::Mix(x, y);
+                ASSERT_EQ(window.pixel(pixels, x, y), uint32_t(GetRValue(c)) << 16 | GetGValue(c) << 8 | GetBValue(c))
+                    << x << "," << y << " moved by " << dx << "," << dy;
+            }
+    }
 }
 
 TEST(UserWindows, QueueKeepsOrderFiltersRangesAndMakesUpPaint) {

@@ -79,24 +79,25 @@ Bands DeviceRegion(const gdi::DcState& state, const RECT& r) {
     return gdi::RectRegion(a.x, a.y, b.x, b.y);
 }
 
-// Moves the pixels of `area` (device rectangles where pixels land) from (x - dx, y - dy).
+// Moves the pixels of `area` (device rectangles where pixels land) from (x - dx, y - dy), in
+// place: rows go in the order that reads every source row before it is written over (from the
+// bottom when pixels move down, else from the top) and, when they stay in their row, the
+// rectangles of a row go from the side the pixels move towards; memmove takes care of the
+// overlap inside one span. The area's rectangles are banded, left to right within a band.
 void MovePixels(const gdi::Surface& surface, const Bands& area, int dx, int dy) {
     if (area.empty()) return;
     const RECT box = gdi::RegionBox(area);
-    // The source rows are copied first: source and destination overlap.
-    const int bytes = surface.bitsPerPixel / 8;
-    const int sourceTop = box.top - dy, rows = box.bottom - box.top;
-    std::vector<uint8_t> copy(static_cast<size_t>(rows) * static_cast<size_t>(surface.width) * static_cast<size_t>(bytes));
-    const size_t rowBytes = static_cast<size_t>(surface.width) * static_cast<size_t>(bytes);
-    for (int i = 0; i < rows; ++i)
-        std::memcpy(copy.data() + static_cast<size_t>(i) * rowBytes,
-                    surface.bits + static_cast<ptrdiff_t>(sourceTop + i) * surface.stride, rowBytes);
-    for (const RECT& r : area) {
-        for (int y = r.top; y < r.bottom; ++y) {
-            const uint8_t* from = copy.data() + static_cast<size_t>(y - box.top) * rowBytes +
-                                  static_cast<size_t>(r.left - dx) * static_cast<size_t>(bytes);
-            std::memcpy(surface.bits + static_cast<ptrdiff_t>(y) * surface.stride + static_cast<ptrdiff_t>(r.left) * bytes,
-                        from, static_cast<size_t>(r.right - r.left) * static_cast<size_t>(bytes));
+    const auto bytes = static_cast<ptrdiff_t>(surface.bitsPerPixel / 8);
+    const bool fromBottom = dy > 0, fromRight = dy == 0 && dx > 0;
+    const size_t count = area.size();
+    for (int i = 0; i < box.bottom - box.top; ++i) {
+        const int y = fromBottom ? box.bottom - 1 - i : box.top + i;
+        uint8_t* row = surface.bits + static_cast<ptrdiff_t>(y) * surface.stride;
+        const uint8_t* sourceRow = surface.bits + static_cast<ptrdiff_t>(y - dy) * surface.stride;
+        for (size_t k = 0; k < count; ++k) {
+            const RECT& r = area[fromRight ? count - 1 - k : k];
+            if (y < r.top || y >= r.bottom) continue;
+            std::memmove(row + r.left * bytes, sourceRow + (r.left - dx) * bytes, static_cast<size_t>((r.right - r.left) * bytes));
         }
     }
 }
