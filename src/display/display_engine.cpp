@@ -464,13 +464,8 @@ VXAPI LRESULT VXCALL DisplayWmPaint(HWND hWnd, VXDISPLAYSTATE* state) {
     PAINTSTRUCT paint{};
     HDC dc = BeginPaint(hWnd, &paint);
     if (state != nullptr && dc != nullptr) {
-#ifdef _WIN64
+        // GetClassLongPtrA is GetClassLongA on 32-bit Windows; on 64-bit only it keeps the whole handle.
         auto brush = reinterpret_cast<HBRUSH>(GetClassLongPtrA(hWnd, GCLP_HBRBACKGROUND));
-#elif defined(_WIN32)
-        auto brush = reinterpret_cast<HBRUSH>(static_cast<ULONG_PTR>(GetClassLongA(hWnd, GCL_HBRBACKGROUND)));
-#else
-        auto brush = reinterpret_cast<HBRUSH>(GetClassLongPtrA(hWnd, GCLP_HBRBACKGROUND));
-#endif
         ObjectSelection selection(dc, brush);
         DrawImage(dc, *state, nullptr);
         POINT corners[2] = {{0, 0}, {state->imageWidth, state->imageHeight}};
