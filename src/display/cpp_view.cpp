@@ -117,6 +117,18 @@ DWORD UpdateView(HWND window, HDIB hDIB, VXVIEW* view, const int* zoom, DWORD fl
     return layout.flags;
 }
 
+// One scroll step of the view on one axis (SB_HORZ or SB_VERT), then the layout.
+DWORD ScrollView(HWND hWnd, HDIB hDIB, VXVIEW* view, const int* zoom, DWORD flags, int bar, int code, int thumb) {
+    return UpdateView(hWnd, hDIB, view, zoom, flags, nullptr, FALSE, [&](VXVIEW& v, const RECT& client) {
+        int minimum = 0, maximum = 0;
+        if (code == SB_BOTTOM) GetScrollRange(hWnd, bar, &minimum, &maximum);
+        if (bar == SB_HORZ)
+            ApplyScrollCode(v.x, v.dx, code, thumb, client.right - client.left, maximum);
+        else
+            ApplyScrollCode(v.y, v.dy, code, thumb, client.bottom - client.top, maximum);
+    });
+}
+
 }  // namespace
 }  // namespace vx::display
 
@@ -163,20 +175,12 @@ VXAPI DWORD VXCALL DisplayCPPSize(HWND hWnd, HDIB hDIB, VXVIEW* view, const int*
 
 VXAPI DWORD VXCALL DisplayCPPHScroll(HWND hWnd, HDIB hDIB, VXVIEW* view, const int* zoom, DWORD flags, int code,
                                      int thumb) {
-    return vx::display::UpdateView(hWnd, hDIB, view, zoom, flags, nullptr, FALSE, [&](VXVIEW& v, const RECT& client) {
-        int minimum = 0, maximum = 0;
-        if (code == SB_BOTTOM) GetScrollRange(hWnd, SB_HORZ, &minimum, &maximum);
-        vx::display::ApplyScrollCode(v.x, v.dx, code, thumb, client.right - client.left, maximum);
-    });
+    return vx::display::ScrollView(hWnd, hDIB, view, zoom, flags, SB_HORZ, code, thumb);
 }
 
 VXAPI DWORD VXCALL DisplayCPPVScroll(HWND hWnd, HDIB hDIB, VXVIEW* view, const int* zoom, DWORD flags, int code,
                                      int thumb) {
-    return vx::display::UpdateView(hWnd, hDIB, view, zoom, flags, nullptr, FALSE, [&](VXVIEW& v, const RECT& client) {
-        int minimum = 0, maximum = 0;
-        if (code == SB_BOTTOM) GetScrollRange(hWnd, SB_VERT, &minimum, &maximum);
-        vx::display::ApplyScrollCode(v.y, v.dy, code, thumb, client.bottom - client.top, maximum);
-    });
+    return vx::display::ScrollView(hWnd, hDIB, view, zoom, flags, SB_VERT, code, thumb);
 }
 
 }  // extern "C"

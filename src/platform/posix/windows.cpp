@@ -163,6 +163,17 @@ namespace {
 
 bool ValidSide(int side) { return side >= 1 && side <= kMaxSide; }
 
+// Moves a point by the window's client origin on the screen, `sign` times.
+BOOL ShiftByOrigin(HWND window, LPPOINT point, int sign) {
+    if (point == nullptr) return FALSE;
+    auto windows = Windows();
+    const Window* found = windows.find(window);
+    if (found == nullptr) return FALSE;
+    point->x += sign * found->origin.x;
+    point->y += sign * found->origin.y;
+    return TRUE;
+}
+
 }  // namespace
 }  // namespace vx::posix::user
 
@@ -258,25 +269,9 @@ VXPLATFORMAPI BOOL GetClientRect(HWND window, LPRECT rect) {
     return TRUE;
 }
 
-VXPLATFORMAPI BOOL ClientToScreen(HWND window, LPPOINT point) {
-    if (point == nullptr) return FALSE;
-    auto windows = Windows();
-    const Window* found = windows.find(window);
-    if (found == nullptr) return FALSE;
-    point->x += found->origin.x;
-    point->y += found->origin.y;
-    return TRUE;
-}
+VXPLATFORMAPI BOOL ClientToScreen(HWND window, LPPOINT point) { return vx::posix::user::ShiftByOrigin(window, point, 1); }
 
-VXPLATFORMAPI BOOL ScreenToClient(HWND window, LPPOINT point) {
-    if (point == nullptr) return FALSE;
-    auto windows = Windows();
-    const Window* found = windows.find(window);
-    if (found == nullptr) return FALSE;
-    point->x -= found->origin.x;
-    point->y -= found->origin.y;
-    return TRUE;
-}
+VXPLATFORMAPI BOOL ScreenToClient(HWND window, LPPOINT point) { return vx::posix::user::ShiftByOrigin(window, point, -1); }
 
 VXPLATFORMAPI LONG_PTR GetWindowLongPtrA(HWND window, int index) {
     auto windows = Windows();
