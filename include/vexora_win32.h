@@ -21,5 +21,6 @@
 #include "vexora_win32_kernel.h"
 #include "vexora_win32_gdi.h"
 #include "vexora_win32_user.h"
+#include "vexora_win32_print.h"
 
 #endif /* VEXORA_WIN32_H */

@@ -92,6 +92,41 @@ VXPLATFORMAPI DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR 
                                              LPSTR buffer, DWORD size, LPCSTR fileName);
 VXPLATFORMAPI UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, INT defaultValue, LPCSTR fileName);
 
+/*
+ * The user's profile (WIN.INI on Windows): sections "windows" and "devices" name the printers.
+ * Here they are answered from the printer list (CUPS destinations, plus the PDF printer) and
+ * the user profile file $XDG_CONFIG_HOME/vexora/vexora.ini (~/.config when unset), where
+ * WriteProfileStringA stores what is written: the chosen default printer persists there. Any
+ * other section is read from and written to that file alone. The reading rules are those of
+ * GetPrivateProfileStringA.
+ */
+VXPLATFORMAPI DWORD GetProfileStringA(LPCSTR section, LPCSTR key, LPCSTR defaultValue,
+                                      LPSTR buffer, DWORD size);
+VXPLATFORMAPI BOOL WriteProfileStringA(LPCSTR section, LPCSTR key, LPCSTR value);
+
+/* Local memory blocks (the dialogs' work buffers): the Global calls' rules. */
+#define LMEM_FIXED 0x0000
+#define LMEM_MOVEABLE 0x0002
+#define LMEM_ZEROINIT 0x0040
+#define LHND (LMEM_MOVEABLE | LMEM_ZEROINIT)
+#define LPTR (LMEM_FIXED | LMEM_ZEROINIT)
+VXPLATFORMAPI HLOCAL LocalAlloc(UINT flags, size_t bytes);
+VXPLATFORMAPI HLOCAL LocalFree(HLOCAL block);
+VXPLATFORMAPI LPVOID LocalLock(HLOCAL block);
+VXPLATFORMAPI BOOL LocalUnlock(HLOCAL block);
+VXPLATFORMAPI HLOCAL LocalHandle(LPCVOID pointer);
+
+/* Strings: lstrcpynA copies at most size - 1 characters and always terminates; lstrcmpiA
+   compares without regard to ASCII letter case. */
+VXPLATFORMAPI LPSTR lstrcpyA(LPSTR destination, LPCSTR source);
+VXPLATFORMAPI LPSTR lstrcpynA(LPSTR destination, LPCSTR source, int size);
+VXPLATFORMAPI int lstrcmpiA(LPCSTR a, LPCSTR b);
+VXPLATFORMAPI int lstrlenA(LPCSTR text);
+
+/* The calling thread's last error code. */
+VXPLATFORMAPI DWORD GetLastError(void);
+VXPLATFORMAPI void SetLastError(DWORD error);
+
 /* The platform version word. The high bit is clear (not a 16-bit hosting layer). */
 VXPLATFORMAPI DWORD GetVersion(void);
 

@@ -328,6 +328,127 @@ VXPLATFORMAPI HCURSOR GetCursor(void);
 VXPLATFORMAPI BOOL ClipCursor(const RECT *rect);
 VXPLATFORMAPI BOOL MessageBeep(UINT type);
 
+/*
+ * Dialogs, built from the library's own templates (the print and printer-setup dialogs and
+ * the cancel box). A dialog is a window of the message queue above whose procedure is the
+ * DLGPROC; its controls are child windows found by id. DialogBoxParamA and CreateDialogParamA
+ * take the library's instance (or NULL) and a template name; the dialog gets WM_INITDIALOG
+ * with the parameter and a WM_COMMAND (control id, notification) for each control action.
+ * DialogBoxParamA runs a modal loop until EndDialog and answers EndDialog's result (-1 when
+ * the template is unknown); before it would wait for a message, it sends WM_ENTERIDLE
+ * (MSGF_DIALOGBOX, the dialog) to the owner, which is how a program without a user drives a
+ * modal dialog. Controls: static text, push buttons, (auto) check boxes, edit boxes, drop-down
+ * combo boxes and list boxes, answering the messages below as Windows' controls do. Nothing
+ * is drawn.
+ */
+#define WM_SETREDRAW 0x000B
+#define WM_SETTEXT 0x000C
+#define WM_GETTEXT 0x000D
+#define WM_GETTEXTLENGTH 0x000E
+#define WM_WININICHANGE 0x001A
+#define WM_SETTINGCHANGE WM_WININICHANGE
+#define WM_SETFOCUS 0x0007
+#define WM_KILLFOCUS 0x0008
+#define WM_ENABLE 0x000A
+#define WM_INITDIALOG 0x0110
+#define WM_COMMAND 0x0111
+#define WM_SYSCOMMAND 0x0112
+#define WM_ENTERIDLE 0x0121
+#define MSGF_DIALOGBOX 0
+#define IDCANCEL 2
+#define DM_GETDEFID (WM_USER + 0)
+#define DM_SETDEFID (WM_USER + 1)
+#define DC_HASDEFID 0x534B
+
+#define BN_CLICKED 0
+#define BM_GETCHECK 0x00F0
+#define BM_SETCHECK 0x00F1
+#define BM_CLICK 0x00F5
+#define BST_UNCHECKED 0
+#define BST_CHECKED 1
+
+#define EN_CHANGE 0x0300
+
+#define CB_ERR (-1)
+#define CBN_SELCHANGE 1
+#define CB_GETEDITSEL 0x0140
+#define CB_ADDSTRING 0x0143
+#define CB_DELETESTRING 0x0144
+#define CB_GETCOUNT 0x0146
+#define CB_GETCURSEL 0x0147
+#define CB_GETLBTEXT 0x0148
+#define CB_GETLBTEXTLEN 0x0149
+#define CB_INSERTSTRING 0x014A
+#define CB_RESETCONTENT 0x014B
+#define CB_FINDSTRING 0x014C
+#define CB_SELECTSTRING 0x014D
+#define CB_SETCURSEL 0x014E
+#define CB_GETITEMDATA 0x0150
+#define CB_SETITEMDATA 0x0151
+#define CB_FINDSTRINGEXACT 0x0158
+
+#define LB_ERR (-1)
+#define LBN_SELCHANGE 1
+#define LBN_DBLCLK 2
+#define LB_ADDSTRING 0x0180
+#define LB_INSERTSTRING 0x0181
+#define LB_DELETESTRING 0x0182
+#define LB_RESETCONTENT 0x0184
+#define LB_SETSEL 0x0185
+#define LB_SETCURSEL 0x0186
+#define LB_GETCURSEL 0x0188
+#define LB_GETTEXT 0x0189
+#define LB_GETTEXTLEN 0x018A
+#define LB_GETCOUNT 0x018B
+#define LB_SELECTSTRING 0x018C
+#define LB_FINDSTRING 0x018F
+#define LB_SETTABSTOPS 0x0192
+#define LB_GETITEMDATA 0x0199
+#define LB_SETITEMDATA 0x019A
+#define LB_FINDSTRINGEXACT 0x01A2
+
+#define SC_CLOSE 0xF060
+#define MF_BYCOMMAND 0x00000000L
+#define MF_ENABLED 0x00000000L
+#define MF_GRAYED 0x00000001L
+#define MF_DISABLED 0x00000002L
+
+#define SW_HIDE 0
+#define SW_SHOWNORMAL 1
+#define SW_SHOW 5
+
+VXPLATFORMAPI INT_PTR DialogBoxParamA(HINSTANCE instance, LPCSTR templateName, HWND owner,
+                                      DLGPROC dialogProc, LPARAM initParam);
+VXPLATFORMAPI HWND CreateDialogParamA(HINSTANCE instance, LPCSTR templateName, HWND owner,
+                                      DLGPROC dialogProc, LPARAM initParam);
+VXPLATFORMAPI BOOL EndDialog(HWND dialog, INT_PTR result);
+VXPLATFORMAPI BOOL IsDialogMessageA(HWND dialog, LPMSG message);
+VXPLATFORMAPI BOOL TranslateMessage(const MSG *message);
+VXPLATFORMAPI BOOL DestroyWindow(HWND window);
+VXPLATFORMAPI BOOL ShowWindow(HWND window, int command);
+VXPLATFORMAPI BOOL IsWindowVisible(HWND window);
+VXPLATFORMAPI HWND GetParent(HWND window);
+VXPLATFORMAPI HWND GetDlgItem(HWND dialog, int id);
+VXPLATFORMAPI int GetDlgCtrlID(HWND control);
+VXPLATFORMAPI LRESULT SendDlgItemMessageA(HWND dialog, int id, UINT message, WPARAM wParam, LPARAM lParam);
+VXPLATFORMAPI BOOL SetDlgItemTextA(HWND dialog, int id, LPCSTR text);
+VXPLATFORMAPI UINT GetDlgItemTextA(HWND dialog, int id, LPSTR buffer, int size);
+VXPLATFORMAPI BOOL SetDlgItemInt(HWND dialog, int id, UINT value, BOOL isSigned);
+VXPLATFORMAPI UINT GetDlgItemInt(HWND dialog, int id, BOOL *translated, BOOL isSigned);
+VXPLATFORMAPI BOOL CheckDlgButton(HWND dialog, int id, UINT check);
+VXPLATFORMAPI UINT IsDlgButtonChecked(HWND dialog, int id);
+VXPLATFORMAPI BOOL SetWindowTextA(HWND window, LPCSTR text);
+VXPLATFORMAPI int GetWindowTextA(HWND window, LPSTR buffer, int size);
+VXPLATFORMAPI BOOL EnableWindow(HWND window, BOOL enable);
+VXPLATFORMAPI BOOL IsWindowEnabled(HWND window);
+VXPLATFORMAPI HWND SetFocus(HWND window);
+VXPLATFORMAPI HWND GetFocus(void);
+VXPLATFORMAPI LONG GetDialogBaseUnits(void);
+VXPLATFORMAPI HMENU GetSystemMenu(HWND window, BOOL revert);
+VXPLATFORMAPI BOOL EnableMenuItem(HMENU menu, UINT item, UINT flags);
+VXPLATFORMAPI int ShowCursor(BOOL show);
+VXPLATFORMAPI int wsprintfA(LPSTR buffer, LPCSTR format, ...);
+
 /* Rectangles. */
 VXPLATFORMAPI BOOL SetRect(LPRECT rect, int left, int top, int right, int bottom);
 VXPLATFORMAPI BOOL SetRectEmpty(LPRECT rect);

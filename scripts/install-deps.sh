@@ -3,7 +3,8 @@
 # every program a lane runs is really there.
 #   scripts/install-deps.sh native    compilers, CMake, GoogleTest, Google Benchmark, and FreeType,
 #                                     fontconfig and the DejaVu fonts the Linux GDI draws text with,
-#                                     SDL2 for `vexora view` and Xvfb for its test
+#                                     SDL2 for `vexora view` and Xvfb for its test, cairo and
+#                                     libcups for the printers, poppler's pdftoppm for the print test
 #   scripts/install-deps.sh windows   the MinGW-w64 cross compilers, Wine and a virtual display too
 #   scripts/install-deps.sh all       the same as windows
 # A package can be installed while its program is gone (removed by hand, a partial install):
@@ -14,7 +15,7 @@ set -euo pipefail
 native=(cmake:cmake ninja:ninja-build g++:g++ cc:gcc ccache:ccache pkg-config:pkg-config
   python3:python3 googletest libgtest-dev libbenchmark-dev
   libfreetype-dev libfontconfig-dev fc-match:fontconfig fonts-dejavu-core fonts-dejavu-extra
-  libsdl2-dev Xvfb:xvfb)
+  libsdl2-dev Xvfb:xvfb libcairo2-dev libcups2-dev pdftoppm:poppler-utils)
 # wine is the launcher CMake and the tests call; wine64 holds the 64-bit loader it starts,
 # outside PATH.
 windows=(i686-w64-mingw32-g++-posix:g++-mingw-w64-i686 x86_64-w64-mingw32-g++-posix:g++-mingw-w64-x86-64
