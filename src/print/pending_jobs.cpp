@@ -1,10 +1,5 @@
-// pending_exports.cpp - the exports of the printing family: stubs until their operations are
-// built.
-//
-// Every function of the interface is exported from the first release on, so that an
-// application that imports any of them loads against this library. Until its operation is
-// built, each one does nothing, writes through none of its pointers and returns its failure
-// value (0, a null handle or FALSE). Each definition leaves this file when its operation lands.
+// pending_jobs.cpp - the print-job exports: stubs until they are built. Each does
+// nothing, writes through none of its pointers and returns its failure value.
 #include "vexora.h"
 
 #pragma GCC diagnostic ignored "-Wunused-parameter"
@@ -18,8 +13,4 @@ VXAPI int VXCALL PrintDIB(HWND hWnd, HDC hPrinterDC, HDIB hDIB, LPCSTR docName, 
 VXAPI int VXCALL PrintImage(HWND hWnd, HDC hPrinterDC, HBITMAP hBitmap, HPALETTE hPalette, LPCSTR docName, const int *resolution, VXPRINTOPTIONS *options, DWORD reserved) { return 0; }
 VXAPI INT_PTR VXCALL PrintCancelDlgProc(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) { return 0; }
 VXAPI BOOL VXCALL PrintAbortProc(HDC hDC, int code) { return 0; }
-VXAPI HGLOBAL VXCALL PrinterSetup(HWND hWndOwner) { return 0; }
-VXAPI INT_PTR VXCALL PrinterSetupProc(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) { return 0; }
-VXAPI INT_PTR VXCALL PrintPageProc(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) { return 0; }
-
 }  // extern "C"
