@@ -1822,17 +1822,46 @@ VXAPI BOOL VXCALL PrintAbortProc(HDC hDC, int code);
 /* Printing: print and printer-setup dialogs                                 */
 /* ------------------------------------------------------------------------ */
 
-/* Runs the modal printer-setup dialog, which lists the profile's printers and
-   makes the chosen one the default. Returns a 239-byte movable block on OK
-   (the caller frees it), NULL on Cancel or failure. */
+/* Runs the modal printer-setup dialog "PRINTERSETUP" (owner hWndOwner, may be
+   NULL) with the library's instance. It lists the printers of the profile's
+   "devices" section, one entry per printer and port, shown as "name on port",
+   and selects the printer set up last in this dialog, else the default printer
+   (same driver and port), else the first. OK and Setup pass the selection to
+   the printer driver's set-up, which no driver offers here: every time the
+   message "Invalid printer driver." is shown. OK then writes the selection as
+   "device" of section "windows" ("name,driver,port") and ends the dialog.
+   Returns on OK a 239-byte zero-filled movable block the caller frees with
+   GlobalFree: the chosen printer's name at offset 0 (80 bytes), its driver at
+   80 (80 bytes) and its port at 160 (79 bytes), each zero-terminated and cut
+   to fit. Returns NULL on Cancel, when the profile names no printer (message
+   "No printers installed."), when the block cannot be allocated ("Insufficient
+   memory.") and when the dialog cannot be created. A "devices" section longer
+   than 1,088 characters is cut back to its last whole name, after the message
+   "Too many printers installed.<TAB>List truncated.". Messages go through the
+   message sink (VexoraSetMessageSink) or a message box without owner, caption
+   "Printer setup", MB_ICONEXCLAMATION. */
 VXAPI HGLOBAL VXCALL PrinterSetup(HWND hWndOwner);
 
-/* Dialog procedure of the printer-setup dialog. */
+/* Dialog procedure of the printer-setup dialog (see PrinterSetup). Besides the
+   dialog's own messages it answers 1324 (WM_USER + 300: fill the list from the
+   profile) and 1325 (WM_USER + 301: select the entry), which it posts to
+   itself, and refills the list on WM_WININICHANGE for section "devices" or for
+   every section (lParam NULL). One setup dialog at a time: its result block and
+   work buffers are module-wide. */
 VXAPI INT_PTR VXCALL PrinterSetupProc(HWND hDlg, UINT message, WPARAM wParam,
                                       LPARAM lParam);
 
-/* Dialog procedure of the print dialog: picks a printer and the print
-   options; ends with the printer DC on OK, 0 on Cancel. */
+/* Dialog procedure of the print dialog "PRINTPAGE", which PrepareToPrint runs
+   when it is given no printer DC and option 0 is set. It shows the document
+   title and the options of the job being prepared; the printer combo holds the
+   printer chosen before (disabled), or every local and connected printer of
+   the spooler with the default printer selected, and OK is disabled when there
+   is none. OK opens the selected printer (CreateDCA "WINSPOOL"; a printer of a
+   print server as "server\share") and keeps it as the chosen printer for
+   later jobs, reads the check boxes and the copies into the job's options, and
+   ends with the printer DC when the copies are a number above 0; otherwise it
+   deletes the DC, beeps and leaves the focus on the copies. Cancel ends with
+   0 and leaves the options alone. */
 VXAPI INT_PTR VXCALL PrintPageProc(HWND hDlg, UINT message, WPARAM wParam,
                                    LPARAM lParam);
 
