@@ -11,8 +11,8 @@
 // enumerated twice: level 1 gives the names shown, level 2 the records a printer is opened from
 // (its server and share). Both answers stay in zero-filled local blocks from the start of the
 // dialog to its destruction, because the combo's item data indexes them. Each enumeration asks
-// for the size first and then fills a block of exactly that size; a list that changes between
-// the two calls is read as far as the second answer goes.
+// for the size first and then fills a block of exactly that size; a list that grows between the
+// two calls reads as empty, and an index without a level-2 record opens nothing new.
 //
 // OK opens the printer before it looks at the copies: a copy count that is not a positive
 // number deletes that DC again, beeps and leaves the dialog open on the copies box. The options
