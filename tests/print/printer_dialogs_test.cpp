@@ -68,7 +68,10 @@ Strings Items(HWND dialog, int id) {
 // The profile's printers as a test declares them: "devices" and the default printer are emptied
 // at the end (the test's profile holds no printers of its own).
 struct Devices {
-    ~Devices() { WriteProfileStringA("devices", nullptr, nullptr), WriteProfileStringA("windows", "device", nullptr); }
+    ~Devices() {
+        WriteProfileStringA("devices", nullptr, nullptr);
+        WriteProfileStringA("windows", "device", nullptr);
+    }
     void add(const char* name, const char* value) const { WriteProfileStringA("devices", name, value); }
 };
 
