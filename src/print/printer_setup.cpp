@@ -139,6 +139,8 @@ void FillList(HWND dialog) {
         g_work.names[length] = '\0';
     }
     length = std::min(length, kSectionChars - 1);
+    // The name of the port of unconnected printers is read with the rest; such entries are
+    // listed like any other.
     GetProfileStringA("windows", "NullPort", "", g_work.nullPort, kNullPortChars);
 
     const HWND list = List(dialog);
