@@ -163,6 +163,14 @@ TEST(PrinterPages, ImagesLandOnTheDotsAsked) {
     SetWindowOrgEx(dc.dc, -1000, -1500, nullptr);
     EXPECT_EQ(dib.paint(dc.dc, 200, 0, -200, 150, 0, 0, 40, 30), 30);
     SetWindowOrgEx(dc.dc, 0, 0, nullptr);
+    // Run-length encoded: a 4 x 2 RLE8 DIB, its bottom row red (index 1), its top row blue.
+    struct {
+        BITMAPINFOHEADER header{sizeof(BITMAPINFOHEADER), 4, 2, 1, 8, BI_RLE8, 8, 0, 0, 3, 0};
+        RGBQUAD colours[3] = {{0, 0, 0, 0}, {0, 0, 255, 0}, {255, 0, 0, 0}};
+    } rle;
+    const uint8_t stream[8] = {4, 1, 0, 0, 4, 2, 0, 1};
+    EXPECT_EQ(StretchDIBits(dc.dc, 1500, 600, 400, 200, 0, 0, 4, 2, stream, reinterpret_cast<BITMAPINFO*>(&rle),
+                            DIB_RGB_COLORS, SRCCOPY), 2);
     EXPECT_GT(EndPage(dc.dc), 0);
     EXPECT_FALSE(std::filesystem::exists(pdf));  // written whole at EndDoc
     ASSERT_GT(EndDoc(dc.dc), 0);
@@ -179,7 +187,9 @@ TEST(PrinterPages, ImagesLandOnTheDotsAsked) {
     EXPECT_EQ(page.pixel(700, 900), 0xFFFFFFu);
     EXPECT_EQ(page.pixel(1005, 1530), 0x0000FFu);  // mirrored: blue on the left
     EXPECT_EQ(page.pixel(1195, 1530), 0xFF0000u);
-    ExpectBox(vxtest::NonWhiteBounds(page), {300, 600, 1200, 1650});
+    EXPECT_EQ(page.pixel(1505, 695), 0x0000FFu);
+    EXPECT_EQ(page.pixel(1895, 705), 0xFF0000u);
+    ExpectBox(vxtest::NonWhiteBounds(page), {300, 600, 1900, 1650});
 }
 
 TEST(PrinterPages, BandingPrinterHandsOutClippedBands) {

@@ -21,6 +21,9 @@
 // unlocked: it runs the caller's message loop) at each band, page and at EndDoc; a FALSE
 // answer aborts the job and the call answers SP_APPABORT.
 //
+// Run-length encoded DIBs are expanded to the DIB they encode before they are painted (the
+// stream's length is the header's biSizeImage, trusted as Windows trusts it).
+//
 // Painting: the DIB's rectangle becomes one cairo image of the covered pixels, rows converted
 // straight into its buffer by a converter chosen once per depth, and is painted with the
 // NEAREST filter under a matrix that maps it onto the destination rectangle (negative scales
@@ -38,6 +41,7 @@
 #include <optional>
 #include <string>
 
+#include "formats/rle_codec.hpp"
 #include "platform/posix/gdi/pixel_formats.hpp"
 #include "platform/posix/gdi/printer_device.hpp"
 #include "platform/posix/printers.hpp"
@@ -66,16 +70,22 @@ cairo_status_t WriteToJobFile(void* closure, const unsigned char* data, unsigned
     return CAIRO_STATUS_SUCCESS;
 }
 
-// A temporary file for a job: beside `destination` for files (so the rename is atomic), in
-// the temporary folder for CUPS queues.
+// A temporary file for a job: beside `destination` for files (so that the rename is atomic),
+// made with the permissions any new file gets (the umask's); in the temporary folder, private,
+// for CUPS queues.
 int MakeTemporary(const std::string& destination, bool beside, std::string& name) {
-    if (beside) {
-        name = destination + ".XXXXXX";
-    } else {
+    if (!beside) {
         const char* folder = std::getenv("TMPDIR");
         name = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/vexora-job-XXXXXX";
+        return mkostemp(name.data(), O_CLOEXEC);
     }
-    return mkostemp(name.data(), O_CLOEXEC);
+    static std::atomic<unsigned> serial{0};
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        name = destination + ".part-" + std::to_string(getpid()) + "-" + std::to_string(++serial);
+        const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (file >= 0 || errno != EEXIST) return file;
+    }
+    return -1;
 }
 
 bool OpenJob(PrinterDevice& printer, const DOCINFOA& info) {
@@ -330,6 +340,31 @@ bool PaintDibOnPrinter(PrinterDevice& printer, const DcState& state, const Surfa
     cairo_restore(c);
     cairo_surface_destroy(image);
     return cairo_status(c) == CAIRO_STATUS_SUCCESS;
+}
+
+bool ExpandRleForPrinter(HDC dc, const BITMAPINFO* info, const void* bits, UINT usage,
+                         std::vector<uint8_t>& expandedInfo, std::vector<uint8_t>& expandedBits) {
+    if (info == nullptr || bits == nullptr) return false;
+    const BITMAPINFOHEADER& h = info->bmiHeader;
+    const bool rle8 = h.biCompression == BI_RLE8 && h.biBitCount == 8;
+    const bool rle4 = h.biCompression == BI_RLE4 && h.biBitCount == 4;
+    if ((!rle8 && !rle4) || h.biSize < sizeof(BITMAPINFOHEADER) || h.biWidth <= 0 || h.biHeight <= 0) return false;
+    if (!OnPrinter(dc, 0, [](DeviceContext&, PrinterDevice* printer) { return printer != nullptr; })) return false;
+    const uint64_t stride = (uint64_t(h.biWidth) * h.biBitCount + 31) / 32 * 4;
+    if (stride * uint64_t(h.biHeight) > (uint64_t{1} << 30)) return false;
+    const uint32_t entries = h.biClrUsed != 0 && h.biClrUsed < (1u << h.biBitCount) ? h.biClrUsed : 1u << h.biBitCount;
+    const auto* header = reinterpret_cast<const uint8_t*>(info);
+    const size_t entrySize = usage == DIB_PAL_COLORS ? sizeof(WORD) : sizeof(RGBQUAD);
+    expandedInfo.assign(header, header + h.biSize + entries * entrySize);
+    auto* expanded = reinterpret_cast<BITMAPINFOHEADER*>(expandedInfo.data());
+    expanded->biCompression = BI_RGB;
+    expanded->biSizeImage = 0;
+    expandedBits.assign(stride * uint64_t(h.biHeight), 0);
+    const vx::formats::RleTarget target{expandedBits.data(), stride, h.biWidth, h.biHeight};
+    const auto* stream = static_cast<const uint8_t*>(bits);
+    if (rle8) vx::formats::DecodeRle8(stream, h.biSizeImage, target);
+    else vx::formats::DecodeRle4(stream, h.biSizeImage, target);
+    return true;
 }
 
 }  // namespace vx::posix::gdi

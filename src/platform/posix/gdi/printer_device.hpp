@@ -60,6 +60,13 @@ int PrinterCaps(const PrinterDevice& printer, int index);
 // DC's clipping region. False when the image cannot be made (too large, no memory).
 bool PaintDibOnPrinter(PrinterDevice& printer, const DcState& state, const Surface& dib, RECT dest, RECT source);
 
+// An RLE8 or RLE4 DIB given to a printer DC, expanded to the 8 or 4-bit DIB it stands for
+// (header and colour table in `info`, rows in `bits`; pixels the stream skips are index 0);
+// false when `dc` is not a printer's, the DIB is not run-length encoded, or it is too large.
+// Takes the table lock: call it without one.
+bool ExpandRleForPrinter(HDC dc, const BITMAPINFO* info, const void* bits, UINT usage,
+                         std::vector<uint8_t>& expandedInfo, std::vector<uint8_t>& expandedBits);
+
 // The printer a device name (and the port CreateDCA was given) names; false for none.
 // Defined with the printer list (printers.cpp).
 bool ResolvePrinter(const char* device, const char* port, PrinterTarget& target);

@@ -170,6 +170,11 @@ VXPLATFORMAPI int StretchDIBits(HDC dc, int x, int y, int width, int height, int
                                 UINT usage, DWORD rop) {
     try {
         if (bits == nullptr) return 0;
+        std::vector<uint8_t> expandedInfo, expandedBits;
+        if (ExpandRleForPrinter(dc, info, bits, usage, expandedInfo, expandedBits))
+            return StretchDIBits(dc, x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight,
+                                 expandedBits.data(), reinterpret_cast<const BITMAPINFO*>(expandedInfo.data()), usage,
+                                 rop);
         const auto code = static_cast<uint8_t>(rop >> 16);
         auto objects = Objects();
         DeviceContext* context = objects.find<DeviceContext>(dc);
