@@ -5,6 +5,7 @@
 
 #include "pdf_pages.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -18,10 +19,7 @@ std::string Quoted(const std::string& text) {
     return quoted + "'";
 }
 
-struct PipeCloser {
-    void operator()(FILE* pipe) const { pclose(pipe); }
-};
-using Pipe = std::unique_ptr<FILE, PipeCloser>;
+using Pipe = std::unique_ptr<FILE, decltype(&pclose)>;
 
 std::string ReadAll(FILE* pipe) {
     std::string text;
@@ -30,28 +28,10 @@ std::string ReadAll(FILE* pipe) {
     return text;
 }
 
-// The next header field of a PPM: skips white space and comments.
-bool NextNumber(const std::string& data, std::size_t& at, long& value) {
-    while (at < data.size()) {
-        if (data[at] == '#') {
-            while (at < data.size() && data[at] != '\n') ++at;
-        } else if (data[at] == ' ' || data[at] == '\n' || data[at] == '\r' || data[at] == '\t') {
-            ++at;
-        } else {
-            break;
-        }
-    }
-    if (at >= data.size() || data[at] < '0' || data[at] > '9') return false;
-    value = 0;
-    while (at < data.size() && data[at] >= '0' && data[at] <= '9' && value < 1000000)
-        value = value * 10 + (data[at++] - '0');
-    return true;
-}
-
 }  // namespace
 
 int PdfPageCount(const std::string& pdf) {
-    Pipe pipe(popen(("pdfinfo " + Quoted(pdf) + " 2>/dev/null").c_str(), "r"));
+    Pipe pipe(popen(("pdfinfo " + Quoted(pdf) + " 2>/dev/null").c_str(), "r"), pclose);
     if (!pipe) return 0;
     const std::string info = ReadAll(pipe.get());
     const auto at = info.find("Pages:");
@@ -62,20 +42,18 @@ PageRaster RenderPdfPage(const std::string& pdf, int page, int dpi) {
     const std::string command = "pdftoppm -q -aa no -aaVector no -r " + std::to_string(dpi) +
                                 " -f " + std::to_string(page) + " -l " + std::to_string(page) +
                                 " " + Quoted(pdf);
-    Pipe pipe(popen(command.c_str(), "r"));
+    Pipe pipe(popen(command.c_str(), "r"), pclose);
     if (!pipe) return {};
     const std::string data = ReadAll(pipe.get());
-    std::size_t at = 2;
-    long width = 0, height = 0, maxValue = 0;
-    if (data.compare(0, 2, "P6") != 0 || !NextNumber(data, at, width) ||
-        !NextNumber(data, at, height) || !NextNumber(data, at, maxValue) || maxValue != 255)
+    int width = 0, height = 0, maxValue = 0, header = 0;  // pdftoppm writes no comments
+    if (std::sscanf(data.c_str(), "P6 %d %d %d%n", &width, &height, &maxValue, &header) != 3 || maxValue != 255)
         return {};
-    ++at;  // the single white space before the samples
+    const std::size_t at = static_cast<std::size_t>(header) + 1;  // one white space before the samples
     const std::size_t bytes = static_cast<std::size_t>(width) * height * 3;
-    if (width <= 0 || height <= 0 || data.size() - at < bytes) return {};
+    if (width <= 0 || height <= 0 || data.size() < at + bytes) return {};
     PageRaster raster;
-    raster.width = static_cast<int>(width);
-    raster.height = static_cast<int>(height);
+    raster.width = width;
+    raster.height = height;
     raster.rgb.assign(data.begin() + static_cast<std::ptrdiff_t>(at),
                       data.begin() + static_cast<std::ptrdiff_t>(at + bytes));
     return raster;
@@ -88,10 +66,7 @@ PixelBox NonWhiteBounds(const PageRaster& raster, int whiteFloor) {
         for (int x = 0; x < raster.width; ++x) {
             const std::uint8_t* p = row + x * 3;
             if (p[0] >= whiteFloor && p[1] >= whiteFloor && p[2] >= whiteFloor) continue;
-            if (x < box.left) box.left = x;
-            if (x >= box.right) box.right = x + 1;
-            if (y < box.top) box.top = y;
-            if (y >= box.bottom) box.bottom = y + 1;
+            box = {std::min(box.left, x), std::min(box.top, y), std::max(box.right, x + 1), std::max(box.bottom, y + 1)};
         }
     }
     return box.empty() ? PixelBox{} : box;

@@ -12,6 +12,7 @@
 #if !defined(_WIN32)
 
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,12 @@ struct PixelBox {
     int left = 0, top = 0, right = 0, bottom = 0;
     bool empty() const { return right <= left || bottom <= top; }
     bool operator==(const PixelBox&) const = default;
+    // Equal within `dots` a side: poppler may round an edge that falls on a fraction of a
+    // point (A4 is 841.92 points high) by one dot.
+    bool near(const PixelBox& o, int dots = 1) const {
+        return std::abs(left - o.left) <= dots && std::abs(top - o.top) <= dots &&
+               std::abs(right - o.right) <= dots && std::abs(bottom - o.bottom) <= dots;
+    }
 };
 
 // 0 when the file cannot be read as a PDF.
