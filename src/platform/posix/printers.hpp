@@ -27,7 +27,3 @@ std::vector<PrinterEntry> AllPrinters(std::string* defaultDevice = nullptr);
 bool SubmitToCups(const std::string& destination, const std::string& file, const std::string& title);
 
 }  // namespace vx::posix
-
-namespace vx::posix::gdi {
-using vx::posix::SubmitToCups;
-}

@@ -81,7 +81,9 @@ int MakeTemporary(const std::string& destination, bool beside, std::string& name
     }
     static std::atomic<unsigned> serial{0};
     for (int attempt = 0; attempt < 100; ++attempt) {
-        name = destination + ".part-" + std::to_string(getpid()) + "-" + std::to_string(++serial);
+        char suffix[48];
+        std::snprintf(suffix, sizeof suffix, ".part-%ld-%u", static_cast<long>(getpid()), ++serial);
+        name = destination + suffix;
         const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (file >= 0 || errno != EEXIST) return file;
     }
