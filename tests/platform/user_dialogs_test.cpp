@@ -275,6 +275,36 @@ TEST(Dialogs, SystemMenuCursorAndBaseUnits) {
     EXPECT_EQ(GetDialogBaseUnits(), MAKELONG(9, 16));
 }
 
+// A disabled button told to click takes the focus but does not click; a destroyed dialog, or a
+// window that is not a dialog, gets every call's failure answer.
+TEST(Dialogs, DisabledButtonsStaleAndForeignWindows) {
+    TestWindow plain(50, 50);
+    HWND stale = nullptr, staleButton = nullptr;
+    {
+        Dialog print("PRINTPAGE");
+        EnableWindow(print.item(IDC_VX_CANCEL), FALSE);
+        print.send(IDC_VX_CANCEL, BM_CLICK, 0);
+        EXPECT_EQ(print.journal.events.back(), "cmd 1000/4");
+        stale = print.handle;
+        staleButton = print.item(IDC_VX_OK);
+    }
+    for (HWND window : {stale, plain.get()}) {
+        EXPECT_FALSE(EndDialog(window, 1));
+        EXPECT_EQ(GetDlgItem(window, IDC_VX_OK), nullptr);
+        EXPECT_EQ(SendDlgItemMessageA(window, IDC_VX_OK, BM_GETCHECK, 0, 0), 0);
+        EXPECT_FALSE(SetDlgItemTextA(window, IDC_VX_OK, "x"));
+    }
+    EXPECT_EQ(GetSystemMenu(stale, FALSE), nullptr);
+    EXPECT_EQ(GetDlgCtrlID(staleButton), 0);
+    EXPECT_EQ(GetParent(staleButton), nullptr);
+    EXPECT_FALSE(IsWindowVisible(stale));
+    EXPECT_FALSE(ShowWindow(stale, SW_SHOW));
+    EXPECT_FALSE(EnableWindow(stale, FALSE));
+    EXPECT_EQ(SetFocus(stale), nullptr);
+    MSG message{stale, WM_NULL, 0, 0, 0, {0, 0}};
+    EXPECT_FALSE(IsDialogMessageA(stale, &message));
+}
+
 TEST(Strings, WsprintfFormatsAsWindowsDoes) {
     struct Case { const char* expected; int (*format)(char*); };
     const Case cases[] = {

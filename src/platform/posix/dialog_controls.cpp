@@ -4,7 +4,8 @@
 //
 // Text: WM_SETTEXT, WM_GETTEXT, WM_GETTEXTLENGTH; a single-line edit box tells its dialog
 // EN_UPDATE and EN_CHANGE when its text is set. Buttons: BM_CLICK is a click (the button takes
-// the focus, an auto check box toggles, the dialog gets BN_CLICKED); BM_SETCHECK clamps to
+// the focus, then, unless it is disabled, an auto check box toggles and the dialog gets
+// BN_CLICKED); BM_SETCHECK clamps to
 // checked. List and combo boxes keep items (text and item data) and one selection; an index out
 // of range answers LB_ERR / CB_ERR (-1) and changes nothing, and setting the selection to -1
 // clears it and answers -1 too, as documented. The find-string searches start after the given
@@ -223,6 +224,7 @@ LRESULT CALLBACK ControlWindowProc(HWND control, UINT message, WPARAM wParam, LP
         case BM_CLICK:
             if (part->kind != ControlClass::Button) return 0;
             SetFocus(control);
+            if (!IsWindowEnabled(control)) return 0;  // the click itself is refused
             if ((part->style & kBsTypeMask) == kBsAutoCheckBox) part->check = part->check != 0 ? BST_UNCHECKED : BST_CHECKED;
             Notify(control, BN_CLICKED);
             return 0;
