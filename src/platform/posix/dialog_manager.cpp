@@ -251,6 +251,7 @@ VXPLATFORMAPI INT_PTR DialogBoxParamA(HINSTANCE, LPCSTR templateName, HWND owner
     const DialogTemplate* form = FindTemplate(templateName);
     if (form == nullptr) return -1;
     if (owner != nullptr && !IsWindow(owner)) owner = nullptr;
+    const bool ownerEnabled = owner != nullptr && IsWindowEnabled(owner);
     HWND dialog = CreateDialogFrom(*form, owner, dialogProc, initParam, true);
     if (dialog == nullptr) return -1;
     bool shown = false, cancelled = false;
@@ -279,8 +280,8 @@ VXPLATFORMAPI INT_PTR DialogBoxParamA(HINSTANCE, LPCSTR templateName, HWND owner
             EndDialog(dialog, -1);
         }
     }
-    // Destroyed without EndDialog: the owner is not left disabled.
-    if (owner != nullptr && !IsWindowEnabled(owner)) EnableWindow(owner, TRUE);
+    // Destroyed without EndDialog: the owner is not left disabled by the loop.
+    if (ownerEnabled && IsWindow(owner)) EnableWindow(owner, TRUE);
     return 0;
 }
 
