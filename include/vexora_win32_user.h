@@ -337,9 +337,12 @@ VXPLATFORMAPI BOOL MessageBeep(UINT type);
  * DialogBoxParamA runs a modal loop until EndDialog and answers EndDialog's result (-1 when
  * the template is unknown); before it would wait for a message, it sends WM_ENTERIDLE
  * (MSGF_DIALOGBOX, the dialog) to the owner, which is how a program without a user drives a
- * modal dialog. Controls: static text, push buttons, (auto) check boxes, edit boxes, drop-down
- * combo boxes and list boxes, answering the messages below as Windows' controls do. Nothing
- * is drawn.
+ * modal dialog. The loop never waits for good: when after WM_ENTERIDLE nothing is queued and no
+ * window host will post input (WaitMessage answers FALSE), the dialog is cancelled as the
+ * Escape key would (WM_COMMAND IDCANCEL), and if it still does not end, the next such turn
+ * ends it with -1. Controls: static text, push buttons, (auto) check boxes, edit boxes,
+ * drop-down combo boxes and list boxes, answering the messages below as Windows' controls do.
+ * Nothing is drawn. wsprintfA formats as Windows' does (%lc %C %ls %S read 16-bit characters).
  */
 #define WM_SETREDRAW 0x000B
 #define WM_SETTEXT 0x000C

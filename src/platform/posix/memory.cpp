@@ -1,4 +1,6 @@
-// memory.cpp - movable memory blocks (GlobalAlloc and friends) with Win32 semantics.
+// memory.cpp - movable memory blocks (GlobalAlloc and friends) with Win32 semantics, and the
+// local blocks of the dialogs (LocalAlloc, LocalFree, LocalLock, LocalUnlock, LocalHandle),
+// which are the same blocks under the same rules.
 //
 // An HDIB is one of these blocks, so this allocator sits on the path of every operation. The
 // contract is Windows': GlobalSize answers exactly the size asked for (SaveDIB writes the
@@ -194,6 +196,14 @@ public:
         f(*it->second);
         return true;
     }
+    // The handle of the live object for which `matches` holds, or null.
+    template <typename F>
+    const void* findHandle(F&& matches) const {
+        std::lock_guard lock(mutex_);
+        for (const auto& [handle, object] : live_)
+            if (matches(*object)) return handle;
+        return nullptr;
+    }
 
 private:
     mutable std::mutex mutex_;
@@ -322,6 +332,17 @@ VXPLATFORMAPI HGLOBAL GlobalReAlloc(HGLOBAL handle, size_t bytes, UINT flags) {
     b->storage = grown;
     b->size = bytes;
     return handle;
+}
+
+VXPLATFORMAPI HLOCAL LocalAlloc(UINT flags, size_t bytes) { return GlobalAlloc(flags, bytes); }
+VXPLATFORMAPI HLOCAL LocalFree(HLOCAL block) { return GlobalFree(block); }
+VXPLATFORMAPI LPVOID LocalLock(HLOCAL block) { return GlobalLock(block); }
+VXPLATFORMAPI BOOL LocalUnlock(HLOCAL block) { return GlobalUnlock(block); }
+
+// The block whose memory starts at `pointer` (a fixed block's handle is its memory), or NULL.
+VXPLATFORMAPI HLOCAL LocalHandle(LPCVOID pointer) {
+    if (pointer == nullptr) return nullptr;
+    return const_cast<void*>(Blocks().findHandle([&](const Block& b) { return b.storage.data == pointer; }));
 }
 
 }  // extern "C"

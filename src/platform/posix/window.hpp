@@ -47,6 +47,16 @@ struct Window {
     bool eraseLeft = false;    // WM_ERASEBKGND went out and the procedure left it undone
     LONG_PTR userData = 0;
     std::shared_ptr<gdi::WindowSurface> surface;
+    // What the dialog manager adds: the owner of a dialog or the dialog of a control (GetParent),
+    // a control's id, the enabled and visible states, and the manager's own record of the
+    // window (dialog_manager.hpp), freed with it. Windows of VexoraCreateWindow are shown,
+    // enabled and have none of these.
+    HWND parent = nullptr;
+    bool control = false;  // a child window: destroyed with its parent, hidden when it is
+    int id = 0;
+    bool disabled = false;
+    bool visible = true;
+    std::shared_ptr<void> dialogPart;
 
     int clientWidth() const;
     int clientHeight() const;

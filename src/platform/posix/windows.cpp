@@ -227,6 +227,17 @@ VXPLATFORMAPI BOOL VexoraDestroyWindow(HWND window) {
         gone->surface->pixels = {};
         vx::posix::gdi::ForgetWindowDCs(objects, gone->surface.get());
     }
+    // Then the windows it owned: a dialog's controls, a window's dialogs, each after its owner
+    // had WM_DESTROY, as Windows orders it.
+    std::vector<HWND> owned;
+    try {
+        auto windows = Windows();
+        for (const Window* other : windows.all())
+            if (other->parent == window) owned.push_back(other->handle);
+    } catch (...) {
+        return TRUE;  // no memory to list them: they stay, refused by nothing but alive
+    }
+    for (HWND other : owned) VexoraDestroyWindow(other);
     return TRUE;
 }
 
