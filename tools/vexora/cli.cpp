@@ -114,13 +114,13 @@ Dib LoadImageFile(const std::string& givenPath, int page) {
     return dib;
 }
 
-namespace {
-
 bool SameFile(const std::string& a, const std::string& b) {
     std::error_code ec;
     return !a.empty() && !b.empty() && fs::exists(a, ec) && fs::exists(b, ec) &&
            fs::equivalent(a, b, ec);
 }
+
+namespace {
 
 std::string TemporaryNameBeside(const std::string& path) {
     std::random_device entropy;

@@ -84,6 +84,9 @@ Dib LoadImageFile(const std::string& path, int page = 1);
 // names the same file as `input`.
 void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input = {});
 
+// Whether two paths name the same existing file.
+bool SameFile(const std::string& a, const std::string& b);
+
 // Dots per inch from pixels per metre, rounded.
 long DotsPerInch(LONG pelsPerMeter);
 

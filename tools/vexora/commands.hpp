@@ -19,6 +19,8 @@ inline constexpr const char* kToolHelp =
     "  demo [DIR]            write a sample image, every operation's result and an\n"
     "                        index.html showing them side by side (default DIR: vexora-demo)\n"
     "  view FILE             show an image in a window: scroll, zoom, fit, magnifier\n"
+    "  print FILE...         print images, one page each, to a printer or a PDF file\n"
+    "  printers              list the printers and the default one\n"
     "\n"
     "Run 'vexora COMMAND --help' for a command's options.\n"
     "Exit status: 0 success, 1 an operation failed, 2 the command line is wrong.\n";
@@ -43,11 +45,37 @@ inline constexpr const char* kDemoHelp =
     "clipboard file, a Windows metafile and an enhanced metafile and back. Every file\n"
     "written is read back and compared.\n";
 
+inline constexpr const char* kPrintHelp =
+    "usage: vexora print FILE... [--printer NAME | --pdf OUT.pdf] [--fit | --stretch]\n"
+    "                            [--centre] [--copies N] [--dpi X[,Y]] [--title TEXT]\n"
+    "\n"
+    "Prints each image as one page of one job, through the library's print calls.\n"
+    "  --printer NAME  the printer (see 'vexora printers'); default: the default printer\n"
+    "  --pdf OUT.pdf   write the pages to a PDF file instead (Linux; the paper is A4 or\n"
+    "                  Letter from the locale, or VEXORA_PAPER=a4|letter)\n"
+    "  --fit           scale the image to fill the page, keeping its proportions\n"
+    "  --stretch       scale the image to cover the page (proportions lost)\n"
+    "  --centre        centre the image on the page (else it sits at the top left)\n"
+    "  --copies N      print each page N times\n"
+    "  --dpi X[,Y]     print at this resolution; default: the image's own resolution from\n"
+    "                  its header, or the printer's when the image has none\n"
+    "  --title TEXT    the document name (default: the first file's name)\n"
+    "Run-length compressed bitmaps are expanded first, since the library prints only\n"
+    "uncompressed images. No dialog or cancel box is shown.\n";
+
+inline constexpr const char* kPrintersHelp =
+    "usage: vexora printers\n"
+    "\n"
+    "Lists the printers the print dialog offers, one per line, and marks the default one\n"
+    "(the \"device\" entry of the profile's [windows] section).\n";
+
 std::string ConvertHelp();
 
 int RunInfo(const std::vector<std::string>& args);
 int RunConvert(const std::vector<std::string>& args);
 int RunDemo(const std::vector<std::string>& args);
 int RunView(const std::vector<std::string>& args);
+int RunPrint(const std::vector<std::string>& args);
+int RunPrinters(const std::vector<std::string>& args);
 
 }  // namespace vexora_tool

@@ -41,6 +41,8 @@ int main(int argc, char** argv) {
         if (command == "convert") return RunConvert(args);
         if (command == "demo") return RunDemo(args);
         if (command == "view") return RunView(args);
+        if (command == "print") return RunPrint(args);
+        if (command == "printers") return RunPrinters(args);
         throw UsageError("unknown command '" + command + "'");
     } catch (const UsageError& e) {
         std::cerr << "vexora: " << e.what() << "\n"
