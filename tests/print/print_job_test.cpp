@@ -41,11 +41,9 @@ std::vector<Box> PrintedPages(const std::string& path) {
 class PrintJob : public ::testing::Test {
 protected:
     void SetUp() override {
-        dc = CreateDCA("WINSPOOL", printer.name().c_str(), nullptr, nullptr);
-        if (dc == nullptr) GTEST_SKIP() << "no printer DCs in this build";
+        if (!(dc = CreateDCA("WINSPOOL", printer.name().c_str(), nullptr, nullptr))) GTEST_SKIP() << "no printer DCs";
         dots = {double(GetDeviceCaps(dc, LOGPIXELSX)), double(GetDeviceCaps(dc, LOGPIXELSY))};
         page = {0, 0, GetDeviceCaps(dc, HORZRES) / dots.x, GetDeviceCaps(dc, VERTRES) / dots.y};
-        options.noCancelBox = 1;
     }
     // Where the layout puts a 300 x 200 image of `dpi` with the options, moved by (x, y).
     Box Expected(double dpi, int x = 0, int y = 0) const {
@@ -60,7 +58,7 @@ protected:
     HDC dc = nullptr;
     vx::print::Resolution dots;
     vx::print::InchRect page;
-    VXPRINTOPTIONS options = VXPRINTOPTIONS_DEFAULTS;
+    VXPRINTOPTIONS options{1, 1, 1, 1, 1, 0, 0, 1, 1, 1};  // the defaults without the cancel box
     // 300 x 200 pixels of 100 dots per inch (3937 pels per metre).
     vxtest::Block dib{vxtest::BlockFrom(vxtest::With(vxtest::With(vxtest::SeededDib(300, 200, 24), 24, 3937), 28, 3937))};
 };
@@ -122,12 +120,10 @@ TEST_F(PrintJob, DefaultPrinterAndRefusals) {
     EXPECT_EQ(PrintDIBPage(dib.get(), nullptr, 0, 0, INT_MIN, INT_MAX), 0);
     EXPECT_EQ(EndPrint(dc), 0);
     EXPECT_EQ(PrintedPages(printer.output()), std::vector<Box>{kBlank});
-    // Default printers that cannot be opened: none, no comma, 10,000 characters, a long name.
-    for (const std::string& entry : {std::string(), std::string("Nothing"), std::string(10000, 'n'),
-                                     std::string(1000, 'n') + ",WINSPOOL,PDF:/x"}) {
-        WriteProfileStringA("windows", "device", entry.c_str());
-        EXPECT_EQ(PrepareToPrint(nullptr, nullptr, &options, "", 1), IMGERR_PRINTERDC) << entry.size();
-    }
+    // Default printers that cannot be opened: no comma, 10,000 characters, a 1,000-character name.
+    for (const std::string& entry : {std::string("Nothing"), std::string(10000, 'n'), std::string(1000, 'n') + ",WINSPOOL,PDF:/x"})
+        EXPECT_EQ(WriteProfileStringA("windows", "device", entry.c_str()) ? PrepareToPrint(nullptr, nullptr, &options, "", 1) : 0,
+                  IMGERR_PRINTERDC) << entry.size();
     vx::print::ChosenPrinterName().clear();
 }
 
