@@ -25,8 +25,8 @@
 //   - The print dialog failing to open (DialogBoxParamA's -1) counts as no printer DC.
 //   - The default printer's DC is made with the name as kept (at most 100 characters).
 //   - PrintDIBPage refuses a DIB it cannot print - a null or stale handle, a block shorter
-//     than its header, colour table and rows, or compressed rows - with SP_ERROR (-1) before
-//     it touches the job: no page is ended or started, so nothing half-drawn reaches the paper.
+//     than its header, colour table and rows, or rows stored any way but BI_RGB (RLE, bit
+//     fields) - with SP_ERROR (-1) before it touches the job: no page is ended or started.
 //   - Offsets are negated as 32-bit words (wrapping); copies of 0 or less start no page.
 #include <cstdint>
 #include <optional>

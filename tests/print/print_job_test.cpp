@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <climits>
 #include <cstdio>
-#include <thread>
 
 #include "dib_builder.hpp"
 #include "print/print_layout.hpp"
@@ -22,12 +20,8 @@ Box Union(Box a, Box b) { return {std::min(a[0], b[0]), std::min(a[1], b[1]), st
 // The box each printed page covers. Wine's PostScript driver starts a page with "%%Page:" and
 // draws a StretchDIBits as "x y translate", "width height scale", then the image.
 std::vector<Box> PrintedPages(const std::string& path) {
-    std::string text;
-    for (int wait = 0; wait < 40 && text.find("%%EOF") == std::string::npos; ++wait) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(wait ? 50 : 0));
-        const auto bytes = std::filesystem::exists(path) ? vxtest::ReadFileBytes(path) : vxtest::Bytes();
-        text.assign(bytes.begin(), bytes.end());
-    }
+    const vxtest::Bytes bytes = vxtest::ReadFileBytes(path);  // written whole by EndDoc
+    const std::string text(bytes.begin(), bytes.end());
     std::vector<Box> pages;
     for (size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1)) {
         int x, y, w, h, image = 0;
