@@ -1817,8 +1817,8 @@ VXAPI int VXCALL PrepareToPrint(HWND hWnd, HDC hPrinterDC,
    band, or, once the job is aborted (Cancel, the abort procedure, a page that cannot be
    started), the negative answer of the abort escape (0 when it succeeds).
    Decided here: a DIB that cannot be printed - a null or freed handle, a block shorter than
-   its header, colour table and rows, compressed rows (RLE) - returns SP_ERROR (-1) before the
-   job is touched: no page is ended or started. Rows of a top-down DIB are addressed as the
+   its header, colour table and rows, rows stored any way but BI_RGB (RLE, bit fields) -
+   returns SP_ERROR (-1) before the job is touched: no page is ended or started. Rows of a top-down DIB are addressed as the
    header's height says (source y = biHeight - bottom). */
 VXAPI int VXCALL PrintDIBPage(HDIB hDIB, const int *resolution, DWORD reserved,
                               int page, int xOffset, int yOffset);
