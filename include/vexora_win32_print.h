@@ -15,11 +15,13 @@
  *   - The banding test printer: "BANDS:" followed by a file path is a PDF file printer that
  *     also reports RC_BANDING and hands out the page in bands through the NEXTBAND escape, so
  *     that banding code runs without a banding printer.
- * Printer DCs report DT_RASPRINTER, 24 bits in one plane, RC_BITBLT | RC_STRETCHDIB | RC_DIBTODEV
- * | RC_STRETCHBLT (plus RC_BANDING for the banding printer), HORZRES/VERTRES the printable
- * page in dots, PHYSICALWIDTH/HEIGHT the paper, LOGPIXELSX/Y the resolution. Drawing calls
- * work on them between StartPage and EndPage; StretchDIBits paints the DIB into the page once,
- * as an image, not as pixels of the device's resolution.
+ * Printer DCs report what Windows' PostScript driver reports: DT_RASPRINTER, 32 bits in one
+ * plane, NUMCOLORS -1, RASTERCAPS RC_BITBLT | RC_BITMAP64 | GDI20_OUTPUT | RC_DIBTODEV |
+ * RC_STRETCHBLT | RC_STRETCHDIB (0x2a19; plus RC_BANDING for the banding printer),
+ * HORZRES/VERTRES the page in dots (no margins: PHYSICALWIDTH/HEIGHT are the same),
+ * LOGPIXELSX/Y the resolution, HORZSIZE/VERTSIZE the page in whole millimetres. StretchDIBits
+ * (RLE DIBs too) paints the DIB into the page once, as an image, not as pixels of the
+ * device's resolution; other drawing calls draw nothing on a printer.
  *
  * On Windows this file only includes <windows.h>.
  */
@@ -61,13 +63,20 @@ typedef struct _DOCINFOA {
 #define SP_OUTOFMEMORY (-5)
 
 /*
- * CreateDCA makes a printer DC as described above (driver NULL or "WINSPOOL", any port);
+ * CreateDCA makes a printer DC as described above (driver NULL or "WINSPOOL"): the device is
+ * a "PDF:"/"PS:"/"BANDS:" name, a printer of the user profile's [devices] section (its port
+ * says where it prints), or a CUPS destination; failing those, a "PDF:"/"PS:"/"BANDS:" port.
  * "DISPLAY" as the driver gives a DC of the screen. Unknown printers answer NULL.
- * StartDocA answers a job number > 0, StartPage/EndPage/EndDoc > 0, each SP_ERROR when out of
- * order or on a DC that is not a printer's. SetAbortProc installs the procedure the job calls
- * (with the DC and 0) at each page, band and EndDoc; a FALSE answer aborts the job. Escape
- * answers NEXTBAND with the next band rectangle (the whole page once on a printer that does
- * not band, then an empty rectangle: the page is done), ABORTDOC by ending the job unwritten.
+ * StartDocA answers a job number > 0, StartPage/EndPage/EndDoc/AbortDoc > 0. Out of order
+ * they answer as Windows does: StartPage 1 on any DC (it starts a page only inside a job),
+ * EndPage/EndDoc/AbortDoc 0 outside a job (and on DCs that are not printers'), StartDocA 0
+ * inside one; SP_ERROR for a handle that is not a DC, and StartDocA SP_ERROR when the output
+ * file cannot be made (EndDoc SP_ERROR when it cannot be written to the end). SetAbortProc
+ * installs the procedure the job calls (with the DC and 0) at each band, EndPage and EndDoc; a
+ * FALSE answer aborts the job and the call answers SP_APPABORT. Escape answers
+ * QUERYESCSUPPORT, NEXTBAND with the next band rectangle (the whole page once on a printer
+ * that does not band, then an empty rectangle: the page is done and ended), ABORTDOC by
+ * ending the job unwritten, SETABORTPROC as SetAbortProc.
  */
 VXPLATFORMAPI HDC CreateDCA(LPCSTR driver, LPCSTR device, LPCSTR port, const void *devMode);
 VXPLATFORMAPI int StartDocA(HDC dc, const DOCINFOA *info);
@@ -78,7 +87,8 @@ VXPLATFORMAPI int AbortDoc(HDC dc);
 VXPLATFORMAPI int SetAbortProc(HDC dc, ABORTPROC procedure);
 VXPLATFORMAPI int Escape(HDC dc, int escape, int inputSize, LPCSTR input, LPVOID output);
 
-/* The printer list: the CUPS destinations (none without a CUPS server). */
+/* The printer list: the user profile's printers, then the CUPS destinations (none without a
+   CUPS server; a server that does not answer within half a second counts as none). */
 #define PRINTER_ENUM_DEFAULT 0x00000001
 #define PRINTER_ENUM_LOCAL 0x00000002
 #define PRINTER_ENUM_CONNECTIONS 0x00000004

@@ -45,6 +45,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/posix/user_profile.hpp"
 #include "vexora_win32.h"
 
 namespace {
@@ -107,9 +108,11 @@ Line Classify(std::string_view raw) {
 // Reads a profile one line at a time; memory is bounded by the longest line.
 class ProfileFile {
 public:
-    explicit ProfileFile(const char* fileName) : file_(fileName ? std::fopen(fileName, "rb") : nullptr) {}
+    explicit ProfileFile(const char* fileName)
+        : file_(fileName ? std::fopen(fileName, "rb") : nullptr), owned_(true) {}
+    explicit ProfileFile(std::FILE* file) : file_(file), owned_(false) {}
     ~ProfileFile() {
-        if (file_ != nullptr) std::fclose(file_);
+        if (file_ != nullptr && owned_) std::fclose(file_);
     }
     ProfileFile(const ProfileFile&) = delete;
     ProfileFile& operator=(const ProfileFile&) = delete;
@@ -145,6 +148,7 @@ private:
     }
 
     std::FILE* file_;
+    bool owned_;
     char buffer_[16384];
     size_t at_ = 0;
     size_t filled_ = 0;
@@ -218,16 +222,11 @@ void WalkSection(ProfileFile& file, std::string_view section, Visit&& visit) {
     }
 }
 
-}  // namespace
-
-extern "C" {
-
-VXPLATFORMAPI DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR defaultValue, LPSTR buffer,
-                                             DWORD size, LPCSTR fileName) {
+// The reading of GetPrivateProfileStringA over an open profile.
+DWORD ReadProfile(ProfileFile& file, LPCSTR section, LPCSTR key, LPCSTR defaultValue, LPSTR buffer, DWORD size) {
     if (buffer == nullptr || size == 0) return 0;
     try {
         const std::string_view fallback = DefaultValue(defaultValue);
-        ProfileFile file(fileName);
         if (section == nullptr) return CopyList(buffer, size, SectionNames(file));
         const std::string_view wantedSection = Trim(section);
         if (key == nullptr) {
@@ -253,6 +252,23 @@ VXPLATFORMAPI DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR 
         buffer[0] = '\0';
         return 0;
     }
+}
+
+}  // namespace
+
+DWORD vx::posix::ReadProfileString(std::FILE* file, LPCSTR section, LPCSTR key, LPCSTR defaultValue, LPSTR buffer,
+                                   DWORD size) {
+    ProfileFile profile(file);
+    return ReadProfile(profile, section, key, defaultValue, buffer, size);
+}
+
+extern "C" {
+
+VXPLATFORMAPI DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR defaultValue, LPSTR buffer,
+                                             DWORD size, LPCSTR fileName) {
+    if (buffer == nullptr || size == 0) return 0;
+    ProfileFile file(fileName);
+    return ReadProfile(file, section, key, defaultValue, buffer, size);
 }
 
 VXPLATFORMAPI UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, INT defaultValue, LPCSTR fileName) {

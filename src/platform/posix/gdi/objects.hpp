@@ -22,7 +22,8 @@
 
 namespace vx::posix::gdi {
 
-class MetaRecorder;  // metafile_recorder.hpp
+class MetaRecorder;    // metafile_recorder.hpp
+struct PrinterDevice;  // printer_device.hpp
 
 // A logical palette: its entries and nothing else.
 struct Palette final : GdiObject {
@@ -237,6 +238,8 @@ struct DeviceContext final : GdiObject {
     // BeginPaint the update region it is limited to (client coordinates).
     std::shared_ptr<WindowSurface> window;
     std::optional<std::vector<RECT>> visible;
+    // A printer DC (CreateDCA): its printer and job; it has no pixels of its own.
+    std::shared_ptr<PrinterDevice> printer;
 };
 
 // Lends a screen DC out of the cache, reset to a new DC's state: for a window's client pixels

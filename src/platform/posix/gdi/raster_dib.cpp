@@ -18,6 +18,9 @@
 // for a top-down DIB and any operation but SRCCOPY it answers the header's negative height.
 // The header is trusted for the size of the bits, as Windows trusts it.
 //
+// On a printer DC, StretchDIBits places the source rectangle on the page as one image
+// (printer_device.hpp) instead of running the raster engine.
+//
 // A metafile DC's recorder gets a call once its header has been read; a Windows metafile DC
 // then answers the source height (StretchDIBits) or the lines given (SetDIBitsToDevice),
 // whatever the rectangles.
@@ -27,6 +30,7 @@
 #include <vector>
 
 #include "platform/posix/gdi/metafile_recorder.hpp"
+#include "platform/posix/gdi/printer_device.hpp"
 #include "platform/posix/gdi/raster.hpp"
 #include "platform/posix/gdi/rop.hpp"
 
@@ -166,6 +170,11 @@ VXPLATFORMAPI int StretchDIBits(HDC dc, int x, int y, int width, int height, int
                                 UINT usage, DWORD rop) {
     try {
         if (bits == nullptr) return 0;
+        std::vector<uint8_t> expandedInfo, expandedBits;
+        if (ExpandRleForPrinter(dc, info, bits, usage, expandedInfo, expandedBits))
+            return StretchDIBits(dc, x, y, width, height, sourceX, sourceY, sourceWidth, sourceHeight,
+                                 expandedBits.data(), reinterpret_cast<const BITMAPINFO*>(expandedInfo.data()), usage,
+                                 rop);
         const auto code = static_cast<uint8_t>(rop >> 16);
         auto objects = Objects();
         DeviceContext* context = objects.find<DeviceContext>(dc);
@@ -194,12 +203,18 @@ VXPLATFORMAPI int StretchDIBits(HDC dc, int x, int y, int width, int height, int
         if (!covers(left, right, dib.surface.width) || !covers(top, bottom, H)) return 0;
         if (std::max({std::abs(left), std::abs(right), std::abs(top), std::abs(bottom)}) > INT32_MAX) return 0;
         const int answer = code == 0xCC || !dib.topDown ? static_cast<int>(H) : info->bmiHeader.biHeight;
+        const RECT sourceRect{static_cast<LONG>(left), static_cast<LONG>(top), static_cast<LONG>(right),
+                              static_cast<LONG>(bottom)};
+        if (context->printer != nullptr) {  // painted onto the page as one image
+            const Surface image = Band(dib, bits, 0, static_cast<int>(H));
+            const RECT dest = ToDeviceRect(context->state, x, y, width, height);
+            return PaintDibOnPrinter(*context->printer, context->state, image, dest, sourceRect) ? answer : 0;
+        }
         const BlitTarget target = TargetOf(objects, *context);
         BlitSource source{Band(dib, bits, 0, static_cast<int>(H)), false, target.background};
         BlitGeometry geometry;
         geometry.dest = ToDeviceRect(context->state, x, y, width, height);
-        geometry.source = RECT{static_cast<LONG>(left), static_cast<LONG>(top), static_cast<LONG>(right),
-                               static_cast<LONG>(bottom)};
+        geometry.source = sourceRect;
         geometry.stretchMode = context->state.stretchMode;
         geometry.rop = code;
         BlitPattern pattern;

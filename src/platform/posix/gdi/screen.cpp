@@ -27,6 +27,7 @@
 #include "platform/posix/gdi/metafile_recorder.hpp"
 #include "platform/posix/gdi/objects.hpp"
 #include "platform/posix/gdi/pixel_formats.hpp"
+#include "platform/posix/gdi/printer_device.hpp"
 #include "platform/posix/gdi/screen.hpp"
 
 namespace vx::posix::gdi {
@@ -194,7 +195,12 @@ VXPLATFORMAPI COLORREF GetNearestColor(HDC dc, COLORREF colour) {
 
 VXPLATFORMAPI int GetDeviceCaps(HDC dc, int index) {
     using namespace vx::posix::gdi;
-    if (Objects().find<DeviceContext>(dc) == nullptr) return 0;
+    {
+        auto objects = Objects();
+        const DeviceContext* context = objects.find<DeviceContext>(dc);
+        if (context == nullptr) return 0;
+        if (context->printer != nullptr) return PrinterCaps(*context->printer, index);
+    }
     constexpr int kWidth = 1280, kHeight = 1024, kDpi = 96;
     constexpr int kRasterCaps = RC_BITBLT | RC_BITMAP64 | 0x0010 /* GDI20_OUTPUT */ | RC_DI_BITMAP | RC_DIBTODEV |
                                 0x0400 /* BIGFONT */ | RC_STRETCHBLT | 0x1000 /* FLOODFILL */ | RC_STRETCHDIB |
