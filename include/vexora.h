@@ -1768,54 +1768,99 @@ VXAPI int VXCALL M_StopMagnify(void);
 /* Printing: jobs                                                            */
 /* ------------------------------------------------------------------------ */
 
-/* Opens a print job on hPrinterDC, or (when NULL) on the printer chosen in
-   the print dialog or the default printer; shows the cancel box. options
-   (in/out) or NULL for defaults. Returns 0, IMGERR_NOTHINGTODO (dialog
-   cancelled), IMGERR_PRINTERDC, 1 (no raster support), -5 (no cancel box),
-   or a negative code from the abort procedure or document start. */
+/* Print jobs: one job at a time per process, kept by the library.
+   PrepareToPrint -> (PrintDIBPage [PrintPageContinue])... -> EndPrint, or PrintDIB /
+   PrintImage for a one-page job. None of these sets the module error code: each returns its
+   own result (codes 23 to 28 of ImgErrorString describe the failures for callers that show
+   them). The layout of a page, in inches: the image's resolution (below) gives its size;
+   fitToPage scales it by min(page width / image width, page height / image height);
+   stretchToPage makes it the page's size on each axis (applied after the fit scale when both
+   are set); centring splits the room left over on that axis. Each piece of the printed
+   rectangle inside a band (the whole page on a printer that does not band) is drawn with
+   StretchDIBits, its source and destination edges rounded by adding 0.5 and truncating. */
+
+/* Opens the job. The printer DC is hPrinterDC; when NULL, options->showPrintDialog != 0 runs
+   the print dialog ("PRINTPAGE", PrintPageProc) and takes the DC it ends with, and 0 opens
+   the default printer of the profile: "device" of section "windows" (127 characters read),
+   cut into name (up to the first comma), driver and port (each up to the next comma or
+   space); the name is kept as the chosen printer (100 characters) and the DC made with the
+   name as kept. options (in/out; NULL: VXPRINTOPTIONS_DEFAULTS) are copied into the job and
+   written back on success, after the dialog has changed them. With useMemoryDC on a printer
+   that is not monochrome the job draws on a memory DC compatible with the printer. Unless
+   noCancelBox is 1 the modeless cancel box "PRINTCANCELDLGBOX" is created (owner hWnd) and
+   PrintAbortProc installed. The document is started with the title (docName after its last
+   backslash; "" for NULL), data type "Tiff Document", application banding.
+   Returns 0; IMGERR_NOTHINGTODO when the dialog is cancelled; IMGERR_PRINTERDC when there is
+   no DC (also when the dialog cannot be shown, or the default printer cannot be opened); 1
+   when the device cannot transfer bitmaps (RC_BITBLT; its DC - even the caller's - is
+   deleted); -5 when the cancel box cannot be created; SetAbortProc's negative answer; -1 when
+   StartDocA fails (or the memory DC cannot be made).
+   Decided here: a failure after the DC was had closes the job again - the cancel box is
+   destroyed, the memory DC and a DC the job opened itself are deleted - and leaves a DC the
+   caller gave to the caller (EndPrint(hPrinterDC) deletes it, as PrintDIB does). A
+   PrepareToPrint while a job is open first ends that job's page and document and lets go of
+   what that job opened itself; a DC its caller gave stays the caller's. */
 VXAPI int VXCALL PrepareToPrint(HWND hWnd, HDC hPrinterDC,
                                 VXPRINTOPTIONS *options, LPCSTR docName,
                                 int pageCount);
 
-/* Lays out and prints one DIB as page `page` (from 0) of the open job,
-   offset by (xOffset, yOffset), band by band, `copies` times; resolution
-   {x, y} dpi or NULL; `reserved` should be 0. Returns 0, or the negative
-   code of a failed band or abort escape (0 at once when no job is open). */
+/* Prints one DIB as page `page` (from 0) of the open job: ends the page in progress first
+   unless PrintPageContinue was called, shows "title  Page: n / total" in the cancel box (with
+   printAllPages), moves the output by (xOffset, yOffset) dots (the window origin, negated as
+   32-bit words), and starts `copies` pages (none for copies < 1), each sent band by band
+   (NEXTBAND on a printer with RC_BANDING) with PrintAbortProc before and after each band. A
+   page is never ended here: the next PrintDIBPage or EndPrint ends it. The image's resolution
+   is the printer's, or with useImageDpi the caller's {x, y} dpi (resolution, when not NULL),
+   else the DIB's pels per metre x 0.025400052 when both are non-zero; a value that is not a
+   positive number counts as absent (the printer's is used on that axis). `reserved` is
+   ignored. Returns 0 at once when no job is open; else 0, the negative answer of a failed
+   band, or, once the job is aborted (Cancel, the abort procedure, a page that cannot be
+   started), the negative answer of the abort escape (0 when it succeeds).
+   Decided here: a DIB that cannot be printed - a null or freed handle, a block shorter than
+   its header, colour table and rows, rows stored any way but BI_RGB (RLE, bit fields) -
+   returns SP_ERROR (-1) before the job is touched: no page is ended or started. Rows of a top-down DIB are addressed as the
+   header's height says (source y = biHeight - bottom). */
 VXAPI int VXCALL PrintDIBPage(HDIB hDIB, const int *resolution, DWORD reserved,
                               int page, int xOffset, int yOffset);
 
-/* Sets the job's continue flag: the next PrintDIBPage goes on without
-   ending the page in progress first. */
+/* Sets the job's continue flag: the next PrintDIBPage draws on the page in progress instead of
+   ending it first. */
 VXAPI void VXCALL PrintPageContinue(void);
 
-/* Ends the page and document, deletes hPrinterDC (and the job's memory DC)
-   and destroys the cancel box. Returns 0, or -1 when ending the document
-   fails. */
+/* With a job open, ends the page in progress and the document; deletes hPrinterDC (when not
+   NULL) and the job's DC when it is a different one, deletes a printer DC the job opened
+   itself (default printer, dialog), destroys the cancel box, and closes the job. Returns 0, or
+   -1 when EndPage or EndDoc answers a negative value. */
 VXAPI int VXCALL EndPrint(HDC hPrinterDC);
 
-/* One-call print of a DIB: PrepareToPrint (one page), PrintDIBPage, then
-   always EndPrint. Returns the first non-zero code of those, else 0. Sets no
-   module error code. */
+/* One-call print of a DIB: PrepareToPrint (one page), PrintDIBPage (page 0, no offset) when
+   that returned 0, then always EndPrint(hPrinterDC). Returns the first non-zero code of those,
+   else 0. */
 VXAPI int VXCALL PrintDIB(HWND hWnd, HDC hPrinterDC, HDIB hDIB, LPCSTR docName,
                           const int *resolution, VXPRINTOPTIONS *options,
                           DWORD reserved);
 
-/* One-call print of a device bitmap: converts it to a DIB (failure: 1), then
-   PrintDIB, then frees the DIB. Returns PrintDIB's result. */
+/* One-call print of a device bitmap: ConvertBitmapToDIB(hBitmap, hPalette) (failure: 1, and
+   nothing else is done - hPrinterDC is not deleted), then PrintDIB, then frees the DIB.
+   Returns PrintDIB's result. The conversion may leave IMGERR_CREATEPALETTE in the module code
+   (see ConvertBitmapToDIB), and so may the palette PrintDIBPage makes (CreateDIBPalette). */
 VXAPI int VXCALL PrintImage(HWND hWnd, HDC hPrinterDC, HBITMAP hBitmap,
                             HPALETTE hPalette, LPCSTR docName,
                             const int *resolution, VXPRINTOPTIONS *options,
                             DWORD reserved);
 
-/* Dialog procedure of the modeless "Cancel Printing" box: any command sets
-   the job's abort flag; message 2024 (WM_USER + 1000) sets the text of
-   control 121 from lParam. */
+/* Dialog procedure of the modeless "Cancel Printing" box: WM_INITDIALOG greys Close in the
+   system menu and takes the focus; any WM_COMMAND (the Cancel button) sets the job's abort
+   flag; message 2024 (WM_USER + 1000) sets the text of control 121 from lParam. Other
+   messages are not handled (FALSE). */
 VXAPI INT_PTR VXCALL PrintCancelDlgProc(HWND hDlg, UINT message, WPARAM wParam,
                                         LPARAM lParam);
 
-/* Abort procedure of the print job: pumps the message queue between bands.
-   Returns TRUE to continue, FALSE once the job is aborted (a non-zero
-   `code` aborts and becomes the job's last error). */
+/* Abort procedure of the print job. A non-zero `code` aborts the job; once aborted (by that,
+   or by Cancel) the code is kept as the job's last error and the answer is FALSE. Otherwise
+   every waiting message of the thread is removed and dispatched (the cancel box's through
+   IsDialogMessageA) until the queue is empty or the job is aborted; the answer is TRUE unless
+   the job was aborted meanwhile. The abort flag stays set until the next PrepareToPrint. */
 VXAPI BOOL VXCALL PrintAbortProc(HDC hDC, int code);
 
 /* ------------------------------------------------------------------------ */

@@ -17,7 +17,9 @@ constexpr size_t kPrinterNameLimit = 100;
 
 struct PrintJob {
     HDC dc = nullptr;             // where the job draws: the printer's DC or a compatible memory DC
-    HWND cancelBox = nullptr;     // the modeless cancel box, or none
+    HDC printerDC = nullptr;      // the printer's DC (dc itself unless drawing through memory)
+    bool ownsPrinterDC = false;   // printerDC was opened by the job (default printer, dialog)
+    HWND cancelBox = nullptr;     // the modeless cancel box, or none; with it the abort procedure
     std::string title;            // the document name after its last backslash
     int pageCount = 0;            // total pages, for "Page: n / total"
     VXPRINTOPTIONS options = VXPRINTOPTIONS_DEFAULTS;  // the options in force
