@@ -10,6 +10,9 @@
 // The tool never shows the print dialog or the cancel box (it runs in a console), and it asks
 // for the image's own resolution always, since that is what a user means by printing an image
 // "at its size". Images are loaded expanded (the job refuses run-length compressed DIBs).
+// Copies are whole pages: the tool prints each image once per copy, since the job's copies
+// option starts the pages of the copies without ending them, and printers then put every copy
+// on one sheet.
 //
 // A PDF file is the printer "PDF:" + path of the Linux library, which writes the file whole at
 // the end of the job (nothing is left behind when the job fails). Windows has no such printer
@@ -140,7 +143,7 @@ int RunPrint(const std::vector<std::string>& args) {
     options.centreVertically = options.centreHorizontally = request.centre ? 1 : 0;
     options.fitToPage = request.fit ? 1 : 0;
     options.stretchToPage = request.stretch ? 1 : 0;
-    options.copies = request.copies;
+    options.copies = 1;
     options.useImageDpi = 1;
 
     HDC printer = OpenPrinter(request);
@@ -155,10 +158,14 @@ int RunPrint(const std::vector<std::string>& args) {
                                 : "";
         throw OperationFailed("cannot start the job: " + PrepareFailure(prepared) + where);
     }
+    // Each copy is a page of its own: PrintDIBPage ends the page before it. The job's own copies
+    // option starts pages without ending them, which most printers fold into a single page.
     int failed = 0;
     for (size_t page = 0; page < images.size() && failed == 0; ++page) {
-        failed = PrintDIBPage(images[page].get(), request.dpiGiven ? request.dpi : nullptr, 0,
-                              static_cast<int>(page), 0, 0);
+        for (int copy = 0; copy < request.copies && failed == 0; ++copy) {
+            failed = PrintDIBPage(images[page].get(), request.dpiGiven ? request.dpi : nullptr, 0,
+                                  static_cast<int>(page), 0, 0);
+        }
     }
     const int ended = EndPrint(printer);
     if (failed != 0) throw OperationFailed("printing stopped: " + ErrorText(IMGERR_NEXTBAND));
