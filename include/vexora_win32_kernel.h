@@ -94,9 +94,11 @@ VXPLATFORMAPI UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, INT default
 
 /*
  * The user's profile (WIN.INI on Windows): sections "windows" and "devices" name the printers.
- * Here they are answered from the printer list (CUPS destinations, plus the PDF printer) and
- * the user profile file $XDG_CONFIG_HOME/vexora/vexora.ini (~/.config when unset), where
- * WriteProfileStringA stores what is written: the chosen default printer persists there. Any
+ * Here they are answered from the user profile file $XDG_CONFIG_HOME/vexora/vexora.ini
+ * (~/.config when unset), whose [devices] section may declare printers of its own ("name=
+ * WINSPOOL,PDF:/path/out.pdf"), and from the CUPS destinations (driver "WINSPOOL", port
+ * "CUPS:"); "device" of "windows" is the file's value, else CUPS's default destination.
+ * WriteProfileStringA stores into the file, so the chosen default printer persists there. Any
  * other section is read from and written to that file alone. The reading rules are those of
  * GetPrivateProfileStringA.
  */
