@@ -380,7 +380,8 @@ TEST(GdiWmf, PlaysBadRecordsAsWindowsDoes) {
         {"slot out of range", MetaBytes(2).record(0x2FC, {0, 0xFF, 0, 0}).record(0x12D, {5}).patBlt(0).end().bytes(),
          white, white},
         {"selected brush deleted",
-         MetaBytes(1).red().record(0x1F0, {0}).record(0x1F0, {7}).patBlt(0).end().bytes(), red, white},
+         MetaBytes(1).red().record(0x1F0, {0}).record(0x1F0, {7}).patBlt(0).end().bytes(), red, white,
+         "Wine's player deletes slot 7 of a one-slot table, past its end: whether it crashes depends on the heap"},
         {"gigantic DIB", huge.patBlt(4).end().bytes(), white, red, "Wine's player crashes on it"},
     };
     vxtest::Canvas canvas(8, 8, 32);
