@@ -1,6 +1,9 @@
-// print_bench.cpp - printing a 4096 x 4096 24-bit DIB of random pixels onto one page of a PDF
-// file printer, end to end: CreateDCA, StartDocA, StartPage, one StretchDIBits of the whole
-// image onto the page, EndPage, EndDoc (the file written and renamed into place), DeleteDC.
+// print_bench.cpp - printing a 4096 x 4096 24-bit DIB onto one page of a PDF file printer, end
+// to end. BM_PrintDib24OnePdfPage: random pixels (the worst case for the file's compression)
+// through the GDI calls: CreateDCA, StartDocA, StartPage, one StretchDIBits of the whole image
+// onto the page, EndPage, EndDoc (the file written and renamed into place), DeleteDC.
+// BM_PrintDIBPhotoLike: the library's PrintDIB (layout, fit, centring, the job) of an image
+// with the smooth gradients and fine detail of a photograph.
 // The case checks first that the job writes a PDF file of at least the image's compressed
 // size (random pixels do not compress) before it is timed. Linux only: on Windows the printers
 // are the spooler's.
@@ -8,13 +11,14 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "vexora_win32.h"
+#include "vexora.h"
 
 namespace {
 
@@ -52,6 +56,41 @@ void BM_PrintDib24OnePdfPage(benchmark::State& state) {
     std::filesystem::remove_all(folder);
 }
 BENCHMARK(BM_PrintDib24OnePdfPage)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_PrintDIBPhotoLike(benchmark::State& state) {
+    const size_t stride = size_t{kSide} * 3;
+    HGLOBAL dib = GlobalAlloc(GHND, sizeof(BITMAPINFOHEADER) + stride * kSide);
+    auto* header = static_cast<BITMAPINFOHEADER*>(GlobalLock(dib));
+    *header = {sizeof(BITMAPINFOHEADER), kSide, kSide, 1, 24, BI_RGB, 0, 11811, 11811, 0, 0};  // 300 dpi
+    auto* bits = reinterpret_cast<uint8_t*>(header + 1);
+    std::mt19937 random(7);
+    for (int y = 0; y < kSide; ++y)
+        for (int x = 0; x < kSide; ++x) {
+            uint8_t* p = bits + size_t(y) * stride + size_t(x) * 3;
+            const int grain = static_cast<int>(random() % 9) - 4;
+            p[0] = static_cast<uint8_t>(std::clamp(x / 16 + grain, 0, 255));
+            p[1] = static_cast<uint8_t>(std::clamp(y / 16 + grain, 0, 255));
+            p[2] = static_cast<uint8_t>(std::clamp((x + y) / 32 + grain, 0, 255));
+        }
+    GlobalUnlock(dib);
+    const auto folder = std::filesystem::temp_directory_path() / ("vexora-print-bench-" + std::to_string(getpid()));
+    std::filesystem::create_directories(folder);
+    const std::string device = "PDF:" + (folder / "photo.pdf").string();
+    auto print = [&] {
+        VXPRINTOPTIONS options = VXPRINTOPTIONS_DEFAULTS;
+        options.noCancelBox = 1;
+        return PrintDIB(nullptr, CreateDCA(nullptr, device.c_str(), nullptr, nullptr), dib, "bench", nullptr, &options, 0);
+    };
+    if (print() != 0) {
+        state.SkipWithError("PrintDIB failed");
+    } else {
+        for (auto _ : state) print();
+        state.SetItemsProcessed(state.iterations() * int64_t{kSide} * kSide);
+    }
+    GlobalFree(dib);
+    std::filesystem::remove_all(folder);
+}
+BENCHMARK(BM_PrintDIBPhotoLike)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 
