@@ -124,7 +124,7 @@ int OpenJob(HWND owner, PrintJob& job) {
     return 0;
 }
 
-int Prepare(HWND owner, HDC given, VXPRINTOPTIONS* options, LPCSTR documentName, int pageCount) {
+VX_EXACT_DOUBLES int Prepare(HWND owner, HDC given, VXPRINTOPTIONS* options, LPCSTR documentName, int pageCount) {
     PrintJob& job = Job();
     if (job.dc != nullptr) {
         EndDocument(job.dc);

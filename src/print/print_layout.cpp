@@ -12,13 +12,13 @@ namespace {
 // The factor from pels per metre to dots per inch that printed pages have always used.
 constexpr double kPelsPerMetreToDpi = 0.025400052;
 
-bool Usable(double resolution) { return resolution > 0 && resolution < 1e300; }
+VX_EXACT_DOUBLES bool Usable(double resolution) { return resolution > 0 && resolution < 1e300; }
 
-int Round(double value) { return TruncToInt32(value + 0.5); }
+VX_EXACT_DOUBLES int Round(double value) { return TruncToInt32(value + 0.5); }
 
 }  // namespace
 
-Resolution ImageResolution(Resolution printer, bool useImageDpi, const int* given, long xPelsPerMeter,
+VX_EXACT_DOUBLES Resolution ImageResolution(Resolution printer, bool useImageDpi, const int* given, long xPelsPerMeter,
                            long yPelsPerMeter) {
     Resolution chosen = printer;
     if (useImageDpi) {
@@ -65,7 +65,7 @@ VX_EXACT_DOUBLES InchRect BandInches(int left, int top, int right, int bottom, R
     return {left / printer.x, top / printer.y, right / printer.x, bottom / printer.y};
 }
 
-bool IntersectInches(const InchRect& a, const InchRect& b, InchRect& common) {
+VX_EXACT_DOUBLES bool IntersectInches(const InchRect& a, const InchRect& b, InchRect& common) {
     common = {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
               std::min(a.bottom, b.bottom)};
     if (common.left < common.right && common.top < common.bottom) return true;
