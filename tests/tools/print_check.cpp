@@ -1,16 +1,16 @@
 // print_check.cpp - `vexora print --pdf` end to end: prints images of a known pattern to PDF
-// files, renders the pages back with poppler's pdftoppm, and checks that each page shows the
-// image where the layout puts it.
+// files, renders the pages back (tests/support/pdf_pages: poppler's pdftoppm), and checks that
+// each page shows the image where the layout puts it.
 //
 // usage: print_check TOOL WORKDIR   (exit 0 when every check passes)
-#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
 
+#include "pdf_pages.hpp"
 #include "vexora.h"
 
 namespace fs = std::filesystem;
@@ -57,43 +57,6 @@ void WriteImage(const std::string& path, int width, int height) {
     GlobalFree(block);
 }
 
-struct Page {
-    int width = 0, height = 0;
-    std::vector<unsigned char> rgb;
-    Rgb at(int x, int y) const {
-        const size_t i = (static_cast<size_t>(y) * width + x) * 3;
-        return {rgb[i], rgb[i + 1], rgb[i + 2]};
-    }
-};
-
-Page ReadPpm(const std::string& path) {
-    Page page;
-    std::ifstream in(path, std::ios::binary);
-    std::string magic;
-    int maxValue = 0;
-    in >> magic >> page.width >> page.height >> maxValue;
-    in.get();
-    page.rgb.resize(static_cast<size_t>(page.width) * page.height * 3);
-    in.read(reinterpret_cast<char*>(page.rgb.data()), static_cast<std::streamsize>(page.rgb.size()));
-    if (magic != "P6" || !in) page = {};
-    return page;
-}
-
-struct Box {
-    int left, top, right, bottom;
-};
-
-Box NonWhite(const Page& page) {
-    Box box{page.width, page.height, 0, 0};
-    for (int y = 0; y < page.height; ++y)
-        for (int x = 0; x < page.width; ++x) {
-            const Rgb c = page.at(x, y);
-            if (c.r + c.g + c.b >= 3 * 250) continue;
-            box = {std::min(box.left, x), std::min(box.top, y), std::max(box.right, x + 1), std::max(box.bottom, y + 1)};
-        }
-    return box;
-}
-
 bool Near(int a, double b) { return a >= b - 2 && a <= b + 2; }
 
 int Run(const std::string& command) {
@@ -102,28 +65,6 @@ int Run(const std::string& command) {
 }
 
 std::string Quoted(const std::string& s) { return "'" + s + "'"; }
-
-// Renders every page of `pdf` at `dpi` and answers the pages, first to last.
-std::vector<Page> Render(const std::string& pdf, int dpi) {
-    const std::string stem = pdf.substr(0, pdf.size() - 4);
-    Check(Run("pdftoppm -r " + std::to_string(dpi) + " " + Quoted(pdf) + " " + Quoted(stem)) == 0,
-          "pdftoppm renders " + pdf);
-    std::vector<Page> pages;
-    for (int n = 1;; ++n) {
-        bool found = false;
-        for (const char* digits : {"%d", "%02d", "%03d"}) {
-            char suffix[16];
-            std::snprintf(suffix, sizeof suffix, digits, n);
-            const std::string path = stem + "-" + suffix + ".ppm";
-            if (fs::exists(path)) {
-                pages.push_back(ReadPpm(path));
-                found = true;
-                break;
-            }
-        }
-        if (!found) return pages;
-    }
-}
 
 }  // namespace
 
@@ -144,18 +85,19 @@ int main(int argc, char** argv) {
     const std::string actual = (work / "actual.pdf").string();
     fs::remove(actual);
     Check(Run(tool + " print " + Quoted(wide) + " --pdf " + Quoted(actual) + " --dpi 100") == 0, "print at 100 dpi");
-    std::vector<Page> pages = Render(actual, 100);
-    Check(pages.size() == 1, "one page at 100 dpi");
-    if (pages.size() == 1) {
-        const Page& page = pages[0];
+    Check(vxtest::PdfPageCount(actual) == 1, "one page at 100 dpi");
+    if (const vxtest::PageRaster page = vxtest::RenderPdfPage(actual, 1, 100); !page.empty()) {
         Check(Near(page.width, 850) && Near(page.height, 1100), "a Letter page");
-        const Box box = NonWhite(page);
+        const vxtest::PixelBox box = vxtest::NonWhiteBounds(page);
         Check(box.left == 0 && box.top == 0 && Near(box.right, 60) && Near(box.bottom, 40), "the image at the top left, 60 x 40");
         int wrong = 0;
         for (int y = 1; y < 39; ++y)
             for (int x = 1; x < 59; ++x) {
-                const Rgb want = Pattern(x, y), got = page.at(x, y);
-                if (std::abs(want.r - got.r) > 6 || std::abs(want.g - got.g) > 6 || std::abs(want.b - got.b) > 6) ++wrong;
+                const Rgb want = Pattern(x, y);
+                const uint32_t got = page.pixel(x, y);
+                if (std::abs(want.r - int(got >> 16)) > 6 || std::abs(want.g - int((got >> 8) & 0xFF)) > 6 ||
+                    std::abs(want.b - int(got & 0xFF)) > 6)
+                    ++wrong;
             }
         Check(wrong == 0, "the pixels of the image (" + std::to_string(wrong) + " differ)");
     }
@@ -166,15 +108,15 @@ int main(int argc, char** argv) {
     Check(Run(tool + " print " + Quoted(wide) + " " + Quoted(tall) + " --pdf " + Quoted(fitted) +
               " --fit --centre --copies 2 --dpi 100 --title Check") == 0,
           "print fitted and centred");
-    pages = Render(fitted, 50);
-    Check(pages.size() == 4, "four pages for two images of two copies (" + std::to_string(pages.size()) + ")");
-    if (pages.size() == 4) {
+    const int pageCount = vxtest::PdfPageCount(fitted);
+    Check(pageCount == 4, "four pages for two images of two copies (" + std::to_string(pageCount) + ")");
+    if (pageCount == 4) {
         // 0.6 x 0.4 inches fitted to 8.5 x 11: 8.5 x 5.667 inches, 2.667 inches from the top.
-        const Box wideBox = NonWhite(pages[1]);
+        const vxtest::PixelBox wideBox = vxtest::NonWhiteBounds(vxtest::RenderPdfPage(fitted, 2, 50));
         Check(Near(wideBox.left, 0) && Near(wideBox.right, 425) && Near(wideBox.top, 133.3) && Near(wideBox.bottom, 416.7),
               "the wide image fitted across the page, centred vertically");
         // 0.3 x 0.5 inches: 6.6 x 11 inches, 0.95 inches from the left.
-        const Box tallBox = NonWhite(pages[3]);
+        const vxtest::PixelBox tallBox = vxtest::NonWhiteBounds(vxtest::RenderPdfPage(fitted, 4, 50));
         Check(Near(tallBox.top, 0) && Near(tallBox.bottom, 550) && Near(tallBox.left, 47.5) && Near(tallBox.right, 377.5),
               "the tall image fitted down the page, centred horizontally");
     }

@@ -1,7 +1,7 @@
 // dialog_strings.cpp - the string calls of the dialogs and the print job: wsprintfA, lstrcpyA,
 // lstrcpynA, lstrcmpiA and lstrlenA.
 //
-// wsprintfA formats as Windows' USER does, which is not printf. A specification is '%', then
+// wsprintfA formats as Windows' USER does, which is not printf. A conversion is '%', then
 // at most one each of '-', '#', '0' in exactly that order, a width, '.' and a precision, one
 // size letter (l, h, w, I64, I32), and a type: c C d i u x X p s S. Anything else in the type's
 // place is written out as itself, after the padding of a right-aligned width, and takes no
@@ -31,7 +31,7 @@ constexpr int kLimit = 1024;  // characters of output, terminator included
 
 enum class Type { Char, WideChar, String, WideString, Signed, Unsigned, Hex, Unknown };
 
-struct Spec {
+struct Conversion {
     bool left = false, prefix = false, zero = false, upper = false, wide64 = false, pointer = false;
     int width = 0, precision = 0;
     Type type = Type::Unknown;
@@ -44,39 +44,39 @@ int Digits(const char*& p) {
     return static_cast<int>(value);
 }
 
-// Reads one specification after its '%'; leaves p on the type character, or on the character
+// Reads one conversion after its '%'; leaves p on the type character, or on the character
 // to print as it is when the type is unknown.
-Spec Parse(const char*& p) {
-    Spec spec;
-    if (*p == '-') spec.left = true, ++p;
-    if (*p == '#') spec.prefix = true, ++p;
-    if (*p == '0') spec.zero = true, ++p;
-    spec.width = Digits(p);
-    if (*p == '.') spec.precision = Digits(++p);
+Conversion Parse(const char*& p) {
+    Conversion conversion;
+    if (*p == '-') conversion.left = true, ++p;
+    if (*p == '#') conversion.prefix = true, ++p;
+    if (*p == '0') conversion.zero = true, ++p;
+    conversion.width = Digits(p);
+    if (*p == '.') conversion.precision = Digits(++p);
     bool longSize = false, shortSize = false, wideSize = false;
     if (*p == 'l') longSize = true, ++p;
     else if (*p == 'h') shortSize = true, ++p;
     else if (*p == 'w') wideSize = true, ++p;
-    else if (*p == 'I' && p[1] == '6' && p[2] == '4') spec.wide64 = true, p += 3;
+    else if (*p == 'I' && p[1] == '6' && p[2] == '4') conversion.wide64 = true, p += 3;
     else if (*p == 'I' && p[1] == '3' && p[2] == '2') p += 3;
     switch (*p) {
-        case 'c': spec.type = longSize ? Type::WideChar : Type::Char; break;
-        case 'C': spec.type = shortSize ? Type::Char : Type::WideChar; break;
+        case 'c': conversion.type = longSize ? Type::WideChar : Type::Char; break;
+        case 'C': conversion.type = shortSize ? Type::Char : Type::WideChar; break;
         case 'd':
-        case 'i': spec.type = Type::Signed; break;
-        case 's': spec.type = longSize || wideSize ? Type::WideString : Type::String; break;
-        case 'S': spec.type = shortSize || wideSize ? Type::String : Type::WideString; break;
-        case 'u': spec.type = Type::Unsigned; break;
+        case 'i': conversion.type = Type::Signed; break;
+        case 's': conversion.type = longSize || wideSize ? Type::WideString : Type::String; break;
+        case 'S': conversion.type = shortSize || wideSize ? Type::String : Type::WideString; break;
+        case 'u': conversion.type = Type::Unsigned; break;
         case 'p':
-            spec.width = 2 * static_cast<int>(sizeof(void*));
-            spec.zero = spec.pointer = spec.upper = true;
-            spec.type = Type::Hex;
+            conversion.width = 2 * static_cast<int>(sizeof(void*));
+            conversion.zero = conversion.pointer = conversion.upper = true;
+            conversion.type = Type::Hex;
             break;
-        case 'X': spec.upper = true; spec.type = Type::Hex; break;
-        case 'x': spec.type = Type::Hex; break;
-        default: spec.type = Type::Unknown; break;
+        case 'X': conversion.upper = true; conversion.type = Type::Hex; break;
+        case 'x': conversion.type = Type::Hex; break;
+        default: conversion.type = Type::Unknown; break;
     }
-    return spec;
+    return conversion;
 }
 
 char Narrow(uint16_t unit) { return unit < 256 ? static_cast<char>(unit) : '?'; }
@@ -112,12 +112,12 @@ void Format(Output& out, const char* format, va_list args) {
             continue;
         }
         if (*p == '\0') break;
-        Spec spec = Parse(p);
+        Conversion conversion = Parse(p);
         const int room = out.room();
-        if (spec.left) spec.zero = false;
-        if (spec.width > room) spec.width = room;
-        if (spec.type == Type::Unknown) {  // its padding still goes out, then the character
-            if (!spec.left) out.repeat(' ', spec.width - spec.precision);
+        if (conversion.left) conversion.zero = false;
+        if (conversion.width > room) conversion.width = room;
+        if (conversion.type == Type::Unknown) {  // its padding still goes out, then the character
+            if (!conversion.left) out.repeat(' ', conversion.width - conversion.precision);
             out.put(*p);
             continue;
         }
@@ -126,15 +126,15 @@ void Format(Output& out, const char* format, va_list args) {
         const char* string = nullptr;
         const uint16_t* wide = nullptr;
         int length = 0;
-        switch (spec.type) {
+        switch (conversion.type) {
             case Type::Char: text[0] = static_cast<char>(va_arg(args, int)); string = text; length = 1; break;
             case Type::WideChar: text[0] = Narrow(static_cast<uint16_t>(va_arg(args, int))); string = text; length = 1; break;
             case Type::String:
             case Type::WideString: {
-                if (spec.type == Type::String) string = va_arg(args, const char*);
+                if (conversion.type == Type::String) string = va_arg(args, const char*);
                 else wide = va_arg(args, const uint16_t*);
                 if (string == nullptr && wide == nullptr) string = "(null)";
-                while ((spec.precision == 0 || length < spec.precision) &&
+                while ((conversion.precision == 0 || length < conversion.precision) &&
                        (string != nullptr ? string[length] != '\0' : wide[length] != 0))
                     ++length;
                 if (length > room) length = room;
@@ -142,45 +142,45 @@ void Format(Output& out, const char* format, va_list args) {
             }
             default: {
                 long long value = 0;
-                if (spec.pointer) value = static_cast<long long>(va_arg(args, intptr_t));
-                else if (spec.wide64) value = va_arg(args, long long);
+                if (conversion.pointer) value = static_cast<long long>(va_arg(args, intptr_t));
+                else if (conversion.wide64) value = va_arg(args, long long);
                 else value = va_arg(args, int);
-                const bool narrow = !spec.pointer && !spec.wide64;
+                const bool narrow = !conversion.pointer && !conversion.wide64;
                 const auto bits = narrow ? static_cast<unsigned long long>(static_cast<uint32_t>(value))
                                          : static_cast<unsigned long long>(value);
-                if (spec.type == Type::Signed) length = std::snprintf(number, sizeof number, "%lld", value);
-                else if (spec.type == Type::Unsigned) length = std::snprintf(number, sizeof number, "%llu", bits);
-                else length = std::snprintf(number, sizeof number, spec.upper ? "%llX" : "%llx", bits);
+                if (conversion.type == Type::Signed) length = std::snprintf(number, sizeof number, "%lld", value);
+                else if (conversion.type == Type::Unsigned) length = std::snprintf(number, sizeof number, "%llu", bits);
+                else length = std::snprintf(number, sizeof number, conversion.upper ? "%llX" : "%llx", bits);
                 if (length > room) length = room;
-                if (spec.precision < length) spec.precision = length;
-                if (spec.precision > room) spec.precision = room;
-                if (spec.zero && spec.width > spec.precision) spec.precision = spec.width;
-                if (spec.prefix) length += 2;
+                if (conversion.precision < length) conversion.precision = length;
+                if (conversion.precision > room) conversion.precision = room;
+                if (conversion.zero && conversion.width > conversion.precision) conversion.precision = conversion.width;
+                if (conversion.prefix) length += 2;
                 break;
             }
         }
-        const bool isNumber = spec.type == Type::Signed || spec.type == Type::Unsigned || spec.type == Type::Hex;
-        if (!isNumber) spec.precision = length;
-        if (!spec.left) out.repeat(' ', spec.width - spec.precision);
+        const bool isNumber = conversion.type == Type::Signed || conversion.type == Type::Unsigned || conversion.type == Type::Hex;
+        if (!isNumber) conversion.precision = length;
+        if (!conversion.left) out.repeat(' ', conversion.width - conversion.precision);
         if (!isNumber) {
             for (int i = 0; i < length; ++i) out.put(string != nullptr ? string[i] : Narrow(wide[i]));
         } else {
             int sign = 0;
-            if (spec.type == Type::Hex && spec.prefix && out.room() > 2) {
+            if (conversion.type == Type::Hex && conversion.prefix && out.room() > 2) {
                 out.put('0');
-                out.put(spec.upper ? 'X' : 'x');
+                out.put(conversion.upper ? 'X' : 'x');
                 length -= 2;
             }
-            if (spec.type != Type::Unsigned && number[0] == '-') {
+            if (conversion.type != Type::Unsigned && number[0] == '-') {
                 out.put('-');
                 sign = 1;
             }
-            out.repeat('0', spec.precision - length);
+            out.repeat('0', conversion.precision - length);
             // '#' on a decimal number counts two characters it never writes: what follows the
             // digits in the number's buffer (its terminator and zeros) goes out in their place.
             for (int i = sign; i < length; ++i) out.put(number[i]);
         }
-        if (spec.left) out.repeat(' ', spec.width - spec.precision);
+        if (conversion.left) out.repeat(' ', conversion.width - conversion.precision);
     }
 }
 
