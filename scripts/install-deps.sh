@@ -15,7 +15,8 @@ set -euo pipefail
 native=(cmake:cmake ninja:ninja-build g++:g++ cc:gcc ccache:ccache pkg-config:pkg-config
   python3:python3 googletest libgtest-dev libbenchmark-dev
   libfreetype-dev libfontconfig-dev fc-match:fontconfig fonts-dejavu-core fonts-dejavu-extra
-  libsdl2-dev Xvfb:xvfb libcairo2-dev libcups2-dev pdftoppm:poppler-utils)
+  libsdl2-dev Xvfb:xvfb libcairo2-dev libcups2-dev pdftoppm:poppler-utils
+  libpng-dev libjpeg62-turbo-dev libtiff-dev libgif-dev)
 # wine is the launcher CMake and the tests call; wine64 holds the 64-bit loader it starts,
 # outside PATH.
 windows=(i686-w64-mingw32-g++-posix:g++-mingw-w64-i686 x86_64-w64-mingw32-g++-posix:g++-mingw-w64-x86-64
