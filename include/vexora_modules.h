@@ -131,6 +131,39 @@ VXMODULEAPI int VXMODULECALL SAVEDIBINCALSFORMAT(LPCSTR fileName, HDIB dib, int 
 
 /* ---- VXPCXR / VXPCXW: PCX and DCX -------------------------------------------------------- */
 
+/* Reading (versions 0 to 5, run-length coded or stored):
+     1 bit x 1 plane      1-bit DIB; the header's EGA palette entries 0 and 1, or black and white
+                          for version 3 files and files whose two entries are equal
+     1 bit x 2 to 4 planes, 2 or 4 bits x 1 plane
+                          4-bit DIB of 4, 8 or 16 entries from the EGA palette (the standard EGA
+                          colours for version 3); 2-bit (CGA) files take entries 0 to 3 of it
+     8 bits x 1 plane     8-bit DIB; the 256-colour palette after the 0x0C marker at 769 bytes
+                          from the end, or the gray ramp when the file has none
+     8 bits x 3 planes    24-bit DIB (planes red, green, blue)
+     8 bits x 4 planes    24-bit DIB, the fourth plane alpha, composited on white
+   The window (xmax - xmin + 1 by ymax - ymin + 1) is the size; the header's dpi the resolution.
+   Lines are decoded as one stream: a run crossing the end of a line continues into the next.
+   A run pair expands to at most 63 bytes, so a file claiming more scan-line bytes than 31.5
+   times its data fails with VXSTATUS_TRUNCATED before anything is allocated (after the pixel
+   limit's VXSTATUS_TOOLARGE). Other depths: VXSTATUS_UNSUPPORTED; lines shorter than the width
+   or an unknown version or encoding: VXSTATUS_CORRUPT.
+   DCX: page `page` (from 1) is at the page-th offset of the table after the signature; its bytes
+   run to the next larger offset or the end of the file. An offset into the table:
+   VXSTATUS_CORRUPT; past the end: VXSTATUS_TRUNCATED.
+   Writing: version 5, run-length coded (runs end at every plane and line), lines padded to an
+   even length: 1-bit DIBs as 1 bit x 1 plane and 4-bit ones as 1 bit x 4 planes with the table
+   in the EGA palette, 8-bit as 8 bits x 1 plane with the 256-colour palette, 24-bit as 8 bits x
+   3 planes; palette info 2 for a gray table, else 1; dpi from the DIB's resolution. Images
+   wider or taller than 65536, or whose padded line exceeds 65535 bytes: IMGERR_DIBSIZE.
+   SaveDIBInPCXFormat: *param (when not null) receives the file's length in bytes.
+   MakeDCXFile: a new file of the signature and a table of 1024 slots, all 0 (4100 bytes), so
+   pages append without moving anything; *param receives 0.
+   SaveDIBInDCXFormat: appends the page to an existing DCX file (the page at the end, then the
+   0 after its slot, its slot last; on failure the file is cut back to its former length);
+   *param receives the new page's number. Not a DCX file: IMGERR_FILEFORMAT; a table with no
+   free slot (1023 pages, or a first page leaving no room for one more slot): IMGERR_PARAMETER;
+   a file that cannot be opened: IMGERR_OPENFILE. */
+
 VXMODULEAPI HDIB VXMODULECALL LoadPCXIntoDIB(LPCSTR fileName, int *status);
 VXMODULEAPI HDIB VXMODULECALL LoadDCXIntoDIB(LPCSTR fileName, int page, int *status);
 VXMODULEAPI int VXMODULECALL SaveDIBInPCXFormat(LPCSTR fileName, HDIB dib, int *param);
@@ -143,6 +176,30 @@ VXMODULEAPI HDIB VXMODULECALL LoadGIFIntoDIB(LPCSTR fileName, int page, int *sta
 VXMODULEAPI int VXMODULECALL SaveDIBInGIFFormat(LPCSTR fileName, HDIB dib, int option, int *param);
 
 /* ---- VXTGAR / VXTGAW: TGA ---------------------------------------------------------------- */
+
+/* Reading (types 1, 2, 3 and their run-length forms 9, 10, 11; every origin corner; packets
+   may cross rows):
+     colour-mapped, 8-bit indices   8-bit DIB whose table is the map placed from its first-entry
+                                    index, up to 256 entries (entries below the first black);
+                                    map entries of 15/16, 24 or 32 bits; an index past the map,
+                                    or a map of 0 entries: VXSTATUS_CORRUPT
+     true colour 15/16 bits         24-bit DIB, 5-5-5 levels scaled to v * 255 / 31 rounded
+     true colour 24 and 32 bits     24-bit DIB
+     gray 8 bits, 16 bits (gray and alpha)
+                                    8-bit DIB with the gray table
+   Alpha (32-bit pixels and map entries, the attribute bit of 16-bit pixels, gray's second
+   byte) is composited on white when a TGA 2.0 footer's extension area says attribute type 3
+   (4: premultiplied, c + 255 - a), or, without an extension area, when the descriptor counts
+   alpha bits; otherwise it is ignored. The resolution is 0. The file must be long enough for
+   its claimed size (one packet of at most 1 + 4 bytes gives 128 pixels), checked before
+   anything is allocated: VXSTATUS_TRUNCATED. Types 32 and 33, and other depths:
+   VXSTATUS_UNSUPPORTED; other types or colour map types: VXSTATUS_NOTFORMAT.
+   Writing: runLength 1 writes types 9, 10, 11 (packets do not cross rows), 0 types 1, 2, 3;
+   mode 1 puts the origin bottom-left (descriptor 0), 0 top-left (descriptor 0x20); other
+   values of either: IMGERR_PARAMETER. 24-bit DIBs as 24-bit true colour; 8-bit DIBs with the
+   256-level gray ramp as 8-bit gray; other 8-bit DIBs and 1- and 4-bit ones, expanded to 8-bit
+   indices, colour-mapped with a 24-bit map of the DIB's table. No identification field and no
+   TGA 2.0 footer. */
 
 VXMODULEAPI HDIB VXMODULECALL LoadTGAIntoDIB(LPCSTR fileName, int *status);
 VXMODULEAPI int VXMODULECALL SaveDIBInTGAFormat(LPCSTR fileName, HDIB dib, int runLength, int mode);
