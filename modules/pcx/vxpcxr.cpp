@@ -39,7 +39,8 @@ using vx::LoadU32;
 // Decodes the scan-line stream: run-length coded or stored, across line ends.
 class ScanStream {
 public:
-    ScanStream(std::span<const uint8_t> data, bool runLength) : at_(data.data()), end_(at_ + data.size()), runLength_(runLength) {}
+    ScanStream(std::span<const uint8_t> data, bool runLength)
+        : at_(data.data()), end_(at_ + data.size()), runLength_(runLength) {}
 
     // Fills `out` with the next `count` bytes; false when the data ends first.
     bool read(uint8_t* out, size_t count) {
@@ -178,12 +179,15 @@ Layout LayoutOf(int bitsPerPixel, int planes) {
     }
 }
 
+// Whether an 8-bit image ends in the 256-colour palette.
+bool HasPaletteTrailer(std::span<const uint8_t> image) {
+    return image.size() >= kHeaderBytes + kTrailerBytes && image[image.size() - kTrailerBytes] == kPaletteMarker;
+}
+
 void SetColourTable(vxmod::NewDib& dib, std::span<const uint8_t> image, int colours, int version) {
     const uint8_t* header = image.data();
     if (colours == 256) {
-        const bool trailer = image.size() >= kHeaderBytes + kTrailerBytes &&
-                             image[image.size() - kTrailerBytes] == kPaletteMarker;
-        if (!trailer) return dib.setGrayPalette();
+        if (!HasPaletteTrailer(image)) return dib.setGrayPalette();
         const uint8_t* entry = image.data() + image.size() - 768;
         for (int i = 0; i < 256; ++i, entry += 3) dib.setPalette(i, entry[0], entry[1], entry[2]);
         return;
@@ -217,8 +221,7 @@ HDIB DecodePcx(std::span<const uint8_t> image, int* status) {
 
     const int colours = layout.dibBits == 24 ? 0 : 1 << (bitsPerPixel * planes);
     std::span<const uint8_t> data = image.subspan(kHeaderBytes);
-    if (colours == 256 && image.size() >= kHeaderBytes + kTrailerBytes && image[image.size() - kTrailerBytes] == kPaletteMarker)
-        data = data.first(data.size() - kTrailerBytes);
+    if (colours == 256 && HasPaletteTrailer(image)) data = data.first(data.size() - kTrailerBytes);
     const size_t scanBytes = bytesPerLine * planes;
     const uint64_t needed = uint64_t(scanBytes) * uint64_t(height);
     const uint64_t mostHeld = encoding == kEncodingRunLength ? uint64_t(data.size()) * kLongestRun / 2 : data.size();

@@ -34,7 +34,8 @@ for f in pcx_nb_mono pcx_nb_planes4 pcx_nb_packed4 pcx_nb_packed2 pcx_nb_8bit pc
 done
 
 # ImageMagick TGA: 24 bits stored and coded, 16 bits (5-5-5), 32 bits with alpha, colour-mapped,
-# gray; all bottom-up.
+# gray; all bottom-up. ImageMagick keeps a file's origin as the image's orientation instead of
+# placing the rows by it, so its pixels are taken with -auto-orient.
 $IM "$tmp/colour.ppm" tga_im_24.tga
 $IM "$tmp/colour.ppm" -compress RLE tga_im_24_rle.tga
 $IM "$tmp/colour.ppm" -depth 5 tga_im_16.tga
@@ -44,9 +45,12 @@ $IM "$tmp/many.ppm" -type palette tga_im_mapped.tga
 $IM "$tmp/many.ppm" -type palette -compress RLE tga_im_mapped_rle.tga
 $IM "$tmp/colour.ppm" -colorspace gray tga_im_gray.tga
 $IM "$tmp/colour.ppm" -colorspace gray -compress RLE tga_im_gray_rle.tga
-for f in tga_im_24 tga_im_24_rle tga_im_16 tga_im_mapped tga_im_mapped_rle; do $IM $f.tga $f.ref.ppm; done
-for f in tga_im_32 tga_im_32_rle; do $IM $f.tga -background white -flatten $f.ref.ppm; done
-for f in tga_im_gray tga_im_gray_rle; do $IM $f.tga $f.ref.pgm; done
+# The 5-bit levels of the 16-bit file come from tgatoppm, which keeps them (maxval 31), where
+# ImageMagick's 8-bit output of them is off by one level here and there.
+tgatoppm tga_im_16.tga > tga_im_16.ref.ppm
+for f in tga_im_24 tga_im_24_rle tga_im_mapped tga_im_mapped_rle; do $IM $f.tga -auto-orient -depth 8 $f.ref.ppm; done
+for f in tga_im_32 tga_im_32_rle; do $IM $f.tga -auto-orient -background white -flatten $f.ref.ppm; done
+for f in tga_im_gray tga_im_gray_rle; do $IM $f.tga -auto-orient $f.ref.pgm; done
 
 # netpbm TGA: true colour and colour-mapped, coded and stored; gray.
 ppmtotga -rgb "$tmp/colour.ppm" > tga_nb_rgb_rle.tga
