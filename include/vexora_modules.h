@@ -199,7 +199,9 @@ VXMODULEAPI int VXMODULECALL SaveDIBInGIFFormat(LPCSTR fileName, HDIB dib, int o
    values of either: IMGERR_PARAMETER. 24-bit DIBs as 24-bit true colour; 8-bit DIBs with the
    256-level gray ramp as 8-bit gray; other 8-bit DIBs and 1- and 4-bit ones, expanded to 8-bit
    indices, colour-mapped with a 24-bit map of the DIB's table. No identification field and no
-   TGA 2.0 footer. */
+   TGA 2.0 footer. A run-length colour-mapped file (type 9, first entry 0) has the 16-bit word 9
+   at offset 2, which GetImageFormat takes for a metafile before it looks at the name: such
+   files load through LoadTGAIntoDIB itself, not through LoadImageIntoDIB. */
 
 VXMODULEAPI HDIB VXMODULECALL LoadTGAIntoDIB(LPCSTR fileName, int *status);
 VXMODULEAPI int VXMODULECALL SaveDIBInTGAFormat(LPCSTR fileName, HDIB dib, int runLength, int mode);

@@ -165,6 +165,7 @@ struct Layout {
 
 // The layout of a bits-per-pixel x planes combination; convert is null for the ones not read.
 Layout LayoutOf(int bitsPerPixel, int planes) {
+    if (bitsPerPixel > 8 || planes > 4) return {0, nullptr};
     switch (bitsPerPixel << 4 | planes) {
         case 0x11: return {1, CopyPacked<1>};
         case 0x12: return {4, CombineBitPlanes<2>};
@@ -249,8 +250,7 @@ HDIB DecodePcx(std::span<const uint8_t> image, int* status) {
 HDIB DecodeDcxPage(std::span<const uint8_t> file, int page, int* status) {
     if (file.size() < 4 || LoadU32(file.data()) != kDcxSignature) return vxmod::FailLoad(status, VXSTATUS_NOTFORMAT);
     std::vector<uint32_t> offsets;
-    for (size_t slot = 0;; ++slot) {
-        if (slot == kDcxMaxPages) break;
+    for (size_t slot = 0; slot < kDcxMaxPages; ++slot) {
         const size_t at = 4 + 4 * slot;
         if (at + 4 > file.size()) return vxmod::FailLoad(status, VXSTATUS_TRUNCATED);
         const uint32_t offset = LoadU32(file.data() + at);

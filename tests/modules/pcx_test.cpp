@@ -36,6 +36,15 @@ TEST(Pcx, FilesOtherToolsWroteDecodeToTheirPixels) {
     }
 }
 
+// A DCX of one page: the table's first offset, then the page.
+Bytes DcxFile(uint32_t offset, const Bytes& page) {
+    Bytes file(12 + page.size(), 0);
+    const uint32_t words[] = {0x3ADE68B1, offset};
+    std::memcpy(file.data(), words, sizeof words);
+    std::copy(page.begin(), page.end(), file.begin() + 12);
+    return file;
+}
+
 TEST(Dcx, PagesAppendedThroughTheLibraryReadBackOneByOne) {
     ScratchDir dir;
     const TestImage pages[] = {Pattern(20, 9, 24), Pattern(33, 5, 1), Pattern(7, 40, 8)};
@@ -58,15 +67,17 @@ TEST(Dcx, PagesAppendedThroughTheLibraryReadBackOneByOne) {
     EXPECT_EQ(SaveThroughLibrary(dir / "not.dcx", pages[0], FMT_DCX), 0);
     EXPECT_EQ(ImgError(), IMGERR_FILEFORMAT);
     EXPECT_EQ(ReadBytes(dir / "not.dcx"), pcx);
-}
 
-// A DCX of one page: the table's first offset, then the page.
-Bytes DcxFile(uint32_t offset, const Bytes& page) {
-    Bytes file(12 + page.size(), 0);
-    const uint32_t words[] = {0x3ADE68B1, offset};
-    std::memcpy(file.data(), words, sizeof words);
-    std::copy(page.begin(), page.end(), file.begin() + 12);
-    return file;
+    // Nor does a DCX whose table is full (1023 pages) or leaves no slot before its first page.
+    for (const auto& [count, firstPage] : {std::pair{1023u, 4100u}, {1u, 12u}}) {
+        Bytes full = DcxFile(firstPage, pcx);
+        full.resize(std::max<size_t>(full.size(), 4100));
+        for (uint32_t slot = 1; slot < count; ++slot) std::memcpy(&full[4 + 4 * slot], &firstPage, 4);
+        WriteBytes(dir / "full.dcx", full);
+        EXPECT_EQ(SaveThroughLibrary(dir / "full.dcx", pages[0], FMT_DCX), 0) << count;
+        EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
+        EXPECT_EQ(ReadBytes(dir / "full.dcx"), full);
+    }
 }
 
 // A header for a PCX of the given geometry, followed by `body`.
