@@ -131,7 +131,7 @@ VXMODULEAPI int VXMODULECALL SAVEDIBINCALSFORMAT(LPCSTR fileName, HDIB dib, int 
 
 /* ---- VXPCXR / VXPCXW: PCX and DCX -------------------------------------------------------- */
 
-/* Reading (versions 0 to 5, run-length coded or stored):
+/* Reading (versions 0, 2, 3, 4 and 5, run-length coded or stored):
      1 bit x 1 plane      1-bit DIB; the header's EGA palette entries 0 and 1, or black and white
                           for version 3 files and files whose two entries are equal
      1 bit x 2 to 4 planes, 2 or 4 bits x 1 plane
