@@ -58,6 +58,9 @@ struct Directory {
     bool inverted = false;  // gray with 0 as white
 };
 
+// More samples per pixel than any colour model here uses with its extra samples.
+constexpr uint16_t kMostSamples = 64;
+
 bool IsAlpha(uint16_t extra) { return extra == EXTRASAMPLE_ASSOCALPHA || extra == EXTRASAMPLE_UNASSALPHA; }
 
 // Fills `d` from the current directory; false with `status` when the page cannot be read.
@@ -81,7 +84,7 @@ bool Classify(TIFF* tif, Directory& d, int* status) {
         return false;
     }
     if (!TIFFIsCODECConfigured(d.compression) || (sampleFormat != SAMPLEFORMAT_UINT && sampleFormat != SAMPLEFORMAT_VOID) ||
-        d.samples == 0 || d.bits == 0) {
+        d.samples == 0 || d.samples > kMostSamples || d.bits == 0) {
         *status = VXSTATUS_UNSUPPORTED;
         return false;
     }
@@ -133,6 +136,9 @@ bool Classify(TIFF* tif, Directory& d, int* status) {
 
 // ---- Bands of rows -------------------------------------------------------------------------
 
+// The largest band decoded at once: every strip of a page within the pixel limit fits.
+constexpr uint64_t kMostBandBytes = sizeof(size_t) > 4 ? uint64_t(1) << 32 : uint64_t(1) << 30;
+
 // The stored rows of a page, top-down in the file's order, each with every sample of a pixel
 // together. Rows are asked for in order; a band (a strip, or a row of tiles) is decoded when
 // its first row is asked for.
@@ -150,7 +156,8 @@ public:
             uint32_t tileWidth = 0, tileHeight = 0;
             TIFFGetField(tif, TIFFTAG_TILEWIDTH, &tileWidth);
             TIFFGetField(tif, TIFFTAG_TILELENGTH, &tileHeight);
-            if (tileWidth == 0 || tileHeight == 0 || tileWidth * planeBits % 8 != 0) {
+            if (tileWidth == 0 || tileHeight == 0 || tileWidth * planeBits % 8 != 0 || tileWidth > (1u << 24) ||
+                tileHeight > (1u << 24)) {
                 *status = VXSTATUS_UNSUPPORTED;
                 return false;
             }
@@ -166,7 +173,7 @@ public:
         }
         const uint64_t pixelRowBytes = (uint64_t(d.width) * d.bits * d.samples + 7) / 8;
         if (rowBytes_ == 0 || (planes_ == 1 && rowBytes_ < pixelRowBytes) || tileBytes_ > (uint64_t(1) << 31) ||
-            rowBytes_ * bandHeight_ * planes_ > (uint64_t(1) << 32)) {
+            rowBytes_ * bandHeight_ * planes_ > kMostBandBytes) {
             *status = VXSTATUS_CORRUPT;
             return false;
         }

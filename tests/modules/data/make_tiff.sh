@@ -32,19 +32,15 @@ tiffcp -c packbits "$work/bilevel.tif" tiff_bilevel_packbits.tif
 
 # Lossy or converted ones: the reference is what the tools decode them to.
 tiffcp -c jpeg "$work/rgb.tif" tiff_rgb_jpeg.tif
-$IM tiff_rgb_jpeg.tif -depth 8 tiff_rgb_jpeg.ppm
 $IM "$work/src.ppm" -depth 16 -compress lzw tiff_rgb16.tif
-$IM tiff_rgb16.tif -depth 16 tiff_rgb16.ppm
 $IM "$work/src.pgm" -depth 16 tiff_gray16.tif
-$IM tiff_gray16.tif -depth 16 tiff_gray16.pgm
 $IM "$work/src.pgm" -depth 4 tiff_gray4.tif
-$IM tiff_gray4.tif -depth 8 tiff_gray4.pgm
 $IM "$work/src.ppm" -colors 4 tiff_palette2.tif
-$IM tiff_palette2.tif -depth 8 tiff_palette2.ppm
 $IM "$work/src.ppm" -colors 14 tiff_palette4.tif
-$IM tiff_palette4.tif -depth 8 tiff_palette4.ppm
 $IM "$work/src.ppm" -colors 200 -compress lzw tiff_palette8.tif
-$IM tiff_palette8.tif -depth 8 tiff_palette8.ppm
+for f in rgb_jpeg.ppm rgb16.ppm gray16.pgm gray4.pgm palette2.ppm palette4.ppm palette8.ppm; do
+    $IM "tiff_${f%.*}.tif" -depth 8 "tiff_$f"
+done
 $IM "$work/src.pbm" -define quantum:polarity=min-is-black -compress lzw tiff_bilevel_black.tif
 $IM "$work/src.ppm" \( -size 37x23 gradient:white-black \) -alpha off -compose copy_opacity -composite \
     -compress zip tiff_rgba.tif
