@@ -3,6 +3,7 @@
 #include "tiff_memory.hpp"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <new>
 

@@ -12,6 +12,7 @@
 // No map procedure is given: every byte libtiff sees goes through the read procedure.
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
 #include <vector>
 

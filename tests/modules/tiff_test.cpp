@@ -87,7 +87,7 @@ TEST(Tiff, OtherToolsFilesDecodeToTheirPixels) {
         {"tiff_gray_lzw.tif", "tiff_gray.pgm", 8, 0},        {"tiff_bilevel_g4.tif", "tiff_bilevel.pbm", 1, 0},
         {"tiff_bilevel_g3.tif", "tiff_bilevel.pbm", 1, 0},   {"tiff_bilevel_packbits.tif", "tiff_bilevel.pbm", 1, 0},
         {"tiff_bilevel_black.tif", "tiff_bilevel.pbm", 1, 0}, {"tiff_rgb_jpeg.tif", "tiff_rgb_jpeg.ppm", 24, 2},
-        {"tiff_rgb16.tif", "tiff_rgb16.ppm", 24, 0},         {"tiff_gray16.tif", "tiff_gray16.pgm", 8, 0},
+        {"tiff_rgb16.tif", "tiff_rgb16.ppm", 24, 0},         {"tiff_rgb16_msb.tif", "tiff_rgb16.ppm", 24, 0},         {"tiff_gray16.tif", "tiff_gray16.pgm", 8, 0},
         {"tiff_gray4.tif", "tiff_gray4.pgm", 8, 0},          {"tiff_palette2.tif", "tiff_palette2.ppm", 4, 1},
         {"tiff_palette4.tif", "tiff_palette4.ppm", 4, 1},    {"tiff_palette8.tif", "tiff_palette8.ppm", 8, 1},
         {"tiff_rgba.tif", "tiff_rgba.ppm", 24, 1},           {"tiff_graya.tif", "tiff_graya.pgm", 8, 1},
@@ -127,6 +127,11 @@ TEST(Tiff, PlanesAndAppendedPagesLoadPageByPage) {
     for (int page = 1; page <= 3; ++page)
         EXPECT_EQ(CompareRgb(LoadThroughLibrary(dir / "pages.tif", page).image, pages[page - 1]), "") << page;
     EXPECT_EQ(StatusOf(dir / "pages.tif", 4), VXSTATUS_NOPAGE);
+    WriteBytes(dir / "other.bmp", Bytes(100, 'B'));
+    HeldDib dib(DibOf(pages[0]));
+    EXPECT_EQ(SaveTiff((dir / "other.bmp").string().c_str(), dib.get(), 0, 2), 0);
+    EXPECT_EQ(ImgError(), IMGERR_FILEFORMAT);
+    EXPECT_EQ(ReadBytes(dir / "other.bmp"), Bytes(100, 'B'));
 }
 
 TEST(Cals, OurRasterReadsBackAndHeadersAreChecked) {
