@@ -33,7 +33,7 @@ tiffcp -c packbits "$work/bilevel.tif" tiff_bilevel_packbits.tif
 # Lossy or converted ones: the reference is what the tools decode them to.
 tiffcp -c jpeg "$work/rgb.tif" tiff_rgb_jpeg.tif
 $IM "$work/src.ppm" -depth 16 -compress lzw tiff_rgb16.tif
-$IM "$work/src.ppm" -depth 16 -endian MSB tiff_rgb16_msb.tif
+$IM "$work/src.ppm" -depth 16 -define tiff:endian=msb tiff_rgb16_msb.tif
 $IM "$work/src.pgm" -depth 16 tiff_gray16.tif
 $IM "$work/src.pgm" -depth 4 tiff_gray4.tif
 $IM "$work/src.ppm" -colors 4 tiff_palette2.tif
