@@ -262,8 +262,11 @@ uint8_t OnWhite(uint8_t c, uint8_t a) {
     else return c;
 }
 
+// Packed indices as stored; the bits past the last pixel are cleared, whatever the file had.
 void CopyRow(const uint8_t* from, uint8_t* to, const RowFormat& f) {
-    std::memcpy(to, from, (size_t(f.width) * f.samples + 7) / 8);  // `samples` holds the bits here
+    const size_t bits = size_t(f.width) * f.samples;  // `samples` holds the bits per pixel here
+    std::memcpy(to, from, (bits + 7) / 8);
+    if (bits % 8 != 0) to[bits / 8] &= static_cast<uint8_t>(0xFF << (8 - bits % 8));
 }
 
 // 2-bit indices to 4-bit ones.

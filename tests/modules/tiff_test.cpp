@@ -50,8 +50,11 @@ TEST(Tiff, EveryDepthRoundTripsThroughEveryCompressionThatHoldsIt) {
     ScratchDir dir;
     TestImage twoColour = Pattern(37, 23, 1, 5);
     twoColour.palette = {{0, 0, 255, 0}, {255, 0, 0, 0}};
+    TestImage whiteFirst = Pattern(37, 23, 1, 9);
+    whiteFirst.palette = {{255, 255, 255, 0}, {0, 0, 0, 0}};
     const struct { const char* name; TestImage image; int readBits; bool groupFour, jpeg; } depths[] = {
         {"1-bit", Pattern(37, 23, 1), 1, true, false},           {"1-bit colours", twoColour, 1, false, false},
+        {"1-bit white first", whiteFirst, 1, true, false},
         {"4-bit", Pattern(37, 23, 4), 4, false, false},          {"4-bit gray", Pattern(37, 23, 4, 2, true), 8, false, false},
         {"8-bit", Pattern(37, 23, 8), 8, false, false},          {"8-bit gray", Pattern(37, 23, 8, 3, true), 8, false, true},
         {"24-bit", Pattern(37, 23, 24), 24, false, true},
