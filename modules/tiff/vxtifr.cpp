@@ -547,7 +547,6 @@ std::optional<Page> DecodeTiff(std::vector<uint8_t>& bytes, int page, int* statu
     return Oriented(std::move(*made), Resolution(tif), status);
 }
 
-
 // ---- CALS ----------------------------------------------------------------------------------
 
 constexpr size_t kCalsHeaderBytes = 2048, kCalsRecordBytes = 128;

@@ -19,7 +19,7 @@ using namespace vxtest;
 template <typename F>
 F Entry(const char* module, const char* name) {
 #if defined(_WIN32)
-    return reinterpret_cast<F>(GetProcAddress(LoadLibraryA((std::string(module) + ".DLL").c_str()), name));
+    return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(LoadLibraryA((std::string(module) + ".DLL").c_str()), name)));
 #else
     Dl_info info{};
     dladdr(reinterpret_cast<void*>(&LoadImageIntoDIB), &info);
