@@ -1,6 +1,8 @@
 // The TIFF and CALS modules: our files read back, other tools' files decoded to their pixels,
 // pages appended and read one by one, and hostile files refused cleanly.
 #include <cstring>
+#include <functional>
+#include <numeric>
 #include <string>
 
 #include "module_test_support.hpp"
@@ -41,9 +43,8 @@ int StatusOf(const std::filesystem::path& path, int page = 1) {
 int CalsStatus(const std::filesystem::path& path) { return StatusOf(path, 0); }
 
 double MeanDifference(const TestImage& a, const TestImage& b) {
-    double sum = 0;
-    for (size_t i = 0; i < a.pixels.size(); ++i) sum += std::abs(int(a.pixels[i]) - int(b.pixels[i]));
-    return sum / double(a.pixels.size());
+    return std::transform_reduce(a.pixels.begin(), a.pixels.end(), b.pixels.begin(), 0.0, std::plus<>(),
+                                 [](int p, int q) { return std::abs(p - q); }) / double(a.pixels.size());
 }
 
 TEST(Tiff, EveryDepthRoundTripsThroughEveryCompressionThatHoldsIt) {
@@ -168,10 +169,8 @@ TEST(Cals, OurRasterReadsBackAndHeadersAreChecked) {
     ASSERT_TRUE(turned.ok);
     for (int y = 0; y < want.height; ++y)
         for (int x = 0; x < want.width; ++x) ASSERT_EQ(turned.image.rgb(x, y), want.rgb(want.width - 1 - x, want.height - 1 - y));
-    const Loaded sideways = LoadThroughLibrary(edited(7, "rorient: 270,180"));
-    ASSERT_TRUE(sideways.ok);
-    EXPECT_EQ(sideways.image.width, want.height);
-    EXPECT_EQ(sideways.image.rgb(0, 0), want.rgb(0, want.height - 1));
+    const Loaded sideways = LoadThroughLibrary(edited(7, "rorient: 270,180"));  // the first line is the right edge
+    EXPECT_TRUE(sideways.ok && sideways.image.width == want.height && sideways.image.rgb(0, 0) == want.rgb(0, want.height - 1));
 }
 
 // Little-endian files only: sets a tag of the first directory to one LONG, or the next-directory link.
@@ -190,8 +189,7 @@ TEST(Tiff, HostileFilesFailCleanly) {
     const Bytes g4 = ReadBytes(DataFile("tiff_bilevel_g4.tif"));
     WriteBytes(dir / "big.tif", Patched(Patched(g4, 256, 100000), 257, 100000));
     EXPECT_EQ(StatusOf(dir / "big.tif"), VXSTATUS_TOOLARGE);
-    const uint32_t first = g4[4] | g4[5] << 8;
-    WriteBytes(dir / "loop.tif", Patched(g4, 0, first));
+    WriteBytes(dir / "loop.tif", Patched(g4, 0, g4[4] | g4[5] << 8));  // the first directory links to itself
     EXPECT_EQ(StatusOf(dir / "loop.tif", 2), VXSTATUS_NOPAGE);
     // No cut version loads (the directory comes last); the changed ones may.
     auto loadTiff = [](const std::filesystem::path& p) { return StatusOf(p) == VXSTATUS_OK; };

@@ -80,12 +80,11 @@ tiffcp -c g4 "$work/plane1.tif" "$work/plane2.tif" "$work/plane3.tif" "$work/pla
 tiffcp -c g4 -r 10000 "$work/bilevel.tif" "$work/onestrip.tif"
 offset=$(tiffdump "$work/onestrip.tif" | sed -n 's/^StripOffsets (273) LONG (4) 1<\([0-9]*\)>.*/\1/p')
 count=$(tiffdump "$work/onestrip.tif" | sed -n 's/^StripByteCounts (279) [A-Z]* ([0-9]) 1<\([0-9]*\)>.*/\1/p')
-record() { printf '%-128s' "$1"; }
 {
-    record "srcdocid: TEST"; record "dstdocid: NONE"; record "txtfilid: NONE"; record "figid: NONE"
-    record "srcgph: NONE"; record "docls: NONE"; record "rtype: 1"; record "rorient: 000,270"
-    record "rpelcnt: 000037,000023"; record "rdensty: 0200"; record "notes: NONE"
-    for i in 1 2 3 4 5; do record ""; done
+    for r in "srcdocid: TEST" "dstdocid: NONE" "txtfilid: NONE" "figid: NONE" "srcgph: NONE" "docls: NONE" \
+        "rtype: 1" "rorient: 000,270" "rpelcnt: 000037,000023" "rdensty: 0200" "notes: NONE" "" "" "" "" ""; do
+        printf '%-128s' "$r"
+    done
     dd if="$work/onestrip.tif" bs=1 skip="$offset" count="$count" 2>/dev/null
 } > cals_g4.cal
 cp "$work/src.pbm" cals_g4.pbm
