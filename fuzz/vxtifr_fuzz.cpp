@@ -26,13 +26,10 @@ void CheckResult(HDIB dib, int status) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const vexora_fuzz::WorkDir dir;
     const std::string input = dir.write("in.tif", data, size);
-    for (int page : {1, 2}) {
+    for (int page : {1, 2, 0}) {  // two TIFF pages, then the file as CALS
         int status = -1;
-        HDIB dib = LoadTiffIntoDIB(input.c_str(), page, &status);
+        HDIB dib = page != 0 ? LoadTiffIntoDIB(input.c_str(), page, &status) : LoadCALSIntoDIB(input.c_str(), &status);
         CheckResult(dib, status);
     }
-    int status = -1;
-    HDIB dib = LoadCALSIntoDIB(input.c_str(), &status);
-    CheckResult(dib, status);
     return 0;
 }

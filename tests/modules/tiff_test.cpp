@@ -96,10 +96,8 @@ TEST(Tiff, OtherToolsFilesDecodeToTheirPixels) {
         {"tiff_palette4.tif", "tiff_palette4.ppm", 4, 1},    {"tiff_palette8.tif", "tiff_palette8.ppm", 8, 1},
         {"tiff_rgba.tif", "tiff_rgba.ppm", 24, 1},           {"tiff_graya.tif", "tiff_graya.pgm", 8, 1},
         {"tiff_cmyk.tif", "tiff_cmyk.ppm", 24, 1},           {"tiff_lab.tif", "tiff_lab.ppm", 24, 0},
-        {"tiff_orient_TopRight.tif", "tiff_orient_TopRight.ppm", 24, 0},
-        {"tiff_orient_BottomRight.tif", "tiff_orient_BottomRight.ppm", 24, 0},
-        {"tiff_orient_LeftTop.tif", "tiff_orient_LeftTop.ppm", 24, 0},
-        {"tiff_orient_RightTop.tif", "tiff_orient_RightTop.ppm", 24, 0},
+        {"tiff_orient_TopRight.tif", "tiff_orient_TopRight.ppm", 24, 0}, {"tiff_orient_LeftTop.tif", "tiff_orient_LeftTop.ppm", 24, 0},
+        {"tiff_orient_BottomRight.tif", "tiff_orient_BottomRight.ppm", 24, 0}, {"tiff_orient_RightTop.tif", "tiff_orient_RightTop.ppm", 24, 0},
         {"tiff_orient_LeftBottom.tif", "tiff_orient_LeftBottom.ppm", 24, 0},
         {"cals_g4.cal", "cals_g4.pbm", 1, 0},
     };
