@@ -110,7 +110,8 @@ step() {  # step NAME COMMAND...: run one step with its output in a log, shown w
 
 # Fetches SOURCE at VERSION into the cache (or, when the archive no longer has it, the newest
 # version of the same upstream version) and prints the Debian version fetched. Clones share the
-# cache, so downloads hold its lock.
+# cache, so downloads hold its lock; a marker written after apt finished tells a complete
+# download from one cut short.
 fetch() {
   local source=$1 version=$2 candidate
   local candidates=("$version")
@@ -122,9 +123,10 @@ fetch() {
   local apt_options=()
   [[ $(id -u) -ne 0 ]] || apt_options=(-o APT::Sandbox::User=root)
   for candidate in "${candidates[@]}"; do
-    if [[ -f "$cache/${source}_${candidate#*:}.dsc" ]] ||
-      (cd "$cache" && flock .lock apt-get source -qq --download-only "${apt_options[@]}" \
-        "$source=$candidate" >>"$work/logs/fetch-$source.log" 2>&1); then
+    local marker="$cache/${source}_${candidate#*:}.fetched"
+    if [[ -f "$marker" ]] ||
+      (cd "$cache" && flock .lock sh -c 'apt-get source -qq --download-only "$@" && touch "$0"' \
+        "$marker" "${apt_options[@]}" "$source=$candidate" >>"$work/logs/fetch-$source.log" 2>&1); then
       [[ "$candidate" == "$version" ]] ||
         echo "build-codecs: warning: $source $version is not in the archive; building $candidate" >&2
       echo "$candidate"
