@@ -1,6 +1,7 @@
 # The codecs of the format modules, as the imported targets PNG::PNG, JPEG::JPEG, TIFF::TIFF and
-# GIF::GIF (and ZLIB::ZLIB under them on Windows). They are GLOBAL: the tool links PNG::PNG for
-# its own PNG writer, from another directory.
+# GIF::GIF (and ZLIB::ZLIB under them on Windows), for the format modules and for the tool,
+# which writes PNG itself. GLOBAL, so that they are seen from every directory whichever one
+# includes this file.
 #
 # Linux: Debian's packages (libpng-dev, libjpeg62-turbo-dev, libtiff-dev, libgif-dev).
 # Windows: the same upstream versions, cross-built from Debian's source packages into static
@@ -37,6 +38,7 @@ if(NOT VEXORA_MINGW_ZLIB OR NOT VEXORA_MINGW_ZLIB_INCLUDE)
     "${CMAKE_FIND_ROOT_PATH}: install the Debian package libz-mingw-w64-dev "
     "(scripts/install-deps.sh windows)")
 endif()
+unset(codec_triple)
 
 # vexora_codec(TARGET LIBRARY [DEPENDENCIES...]): one static archive of the prefix.
 function(vexora_codec target library)
