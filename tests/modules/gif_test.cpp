@@ -1,6 +1,6 @@
 // The GIF module: round trips through the writer and reader, animation frames against the
 // frames ImageMagick coalesces, other tools' files against their own decoding, hostile files.
-#include <cstring>
+#include <tuple>
 
 #include "module_test_support.hpp"
 
@@ -116,11 +116,7 @@ TEST(Gif, HostileFilesFailCleanly) {
     const Bytes data{0x44, 0x01};  // clear code, then pixel 0, in 3-bit codes
     Bytes cutInTable = HandMadeGif(4, 4, 8, 4, 4, 2, data);
     cutInTable.resize(400);
-    const struct {
-        const char* what;
-        Bytes file;
-        int status;
-    } cases[] = {
+    const std::tuple<const char*, Bytes, int> cases[] = {
         {"screen and frame of 65535 x 65535", HandMadeGif(65535, 65535, 1, 65535, 65535, 2, data), VXSTATUS_TOOLARGE},
         {"screen of 65535 x 65535", HandMadeGif(65535, 65535, 1, 4, 4, 2, data), VXSTATUS_TOOLARGE},
         {"LZW code size 12", HandMadeGif(4, 4, 1, 4, 4, 12, data), VXSTATUS_CORRUPT},
@@ -128,10 +124,10 @@ TEST(Gif, HostileFilesFailCleanly) {
         {"data ending early", HandMadeGif(4, 4, 1, 4, 4, 2, data), VXSTATUS_CORRUPT},
         {"file ending in a 256-entry table", cutInTable, VXSTATUS_TRUNCATED},
     };
-    for (const auto& hostile : cases) {
-        WriteBytes(dir / "h.gif", hostile.file);
+    for (const auto& [what, file, status] : cases) {
+        WriteBytes(dir / "h.gif", file);
         const Loaded got = LoadThroughLibrary(dir / "h.gif");
-        EXPECT_TRUE(!got.ok && got.status == hostile.status && got.error != 0) << hostile.what << ": " << got.status;
+        EXPECT_TRUE(!got.ok && got.status == status && got.error != 0) << what << ": " << got.status;
     }
     // Cut and overwritten versions of a real animation: any outcome but a fault.
     SweepHostileVersions(ReadBytes(DataFile("gif_anim.gif")), dir / "s.gif", [](const auto& path) {

@@ -257,7 +257,10 @@ void* ModuleEntry(const std::string& module, const char* entry) {
     HMODULE loaded = LoadLibraryA((module + ".DLL").c_str());
     return loaded ? reinterpret_cast<void*>(GetProcAddress(loaded, entry)) : nullptr;
 #else
-    void* loaded = dlopen((module + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);  // beside libvexora.so: the run path
+    Dl_info info{};  // beside libvexora.so, as the library looks (a sanitizer's dlopen sees no run path)
+    dladdr(reinterpret_cast<void*>(&LoadImageIntoDIB), &info);
+    const std::string library = info.dli_fname ? info.dli_fname : "";
+    void* loaded = dlopen((library.substr(0, library.rfind('/') + 1) + module + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);
     return loaded ? dlsym(loaded, entry) : nullptr;
 #endif
 }
