@@ -27,7 +27,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         BITMAPINFOHEADER header;
         Check(bytes.size() >= sizeof header);
         std::memcpy(&header, bytes.data(), sizeof header);
-        Check(header.biWidth > 0 && header.biHeight > 0 && int64_t{header.biWidth} * header.biHeight <= VXMOD_MAX_PIXELS);
+        Check(header.biWidth > 0 && header.biHeight > 0 &&
+              int64_t{header.biWidth} * header.biHeight <= VXMOD_MAX_PIXELS);
         Check(header.biBitCount == 1 || header.biBitCount == 4 || header.biBitCount == 8 || header.biBitCount == 24);
         HDIB again = LoadGIFIntoDIB(input.c_str(), page, &status);
         Check(again != nullptr && Contents(again) == bytes);

@@ -163,7 +163,8 @@ public:
     explicit GifLoad(const std::vector<uint8_t>& bytes) : input_{bytes.data(), bytes.size()} {
         int error = D_GIF_SUCCEEDED;
         gif_.reset(DGifOpen(&input_, ReadFromMemory, &error));
-        if (!gif_) throw LoadFailure{error == D_GIF_ERR_NOT_GIF_FILE ? VXSTATUS_NOTFORMAT : StatusOfCodecError(input_, error)};
+        if (!gif_)
+            throw LoadFailure{error == D_GIF_ERR_NOT_GIF_FILE ? VXSTATUS_NOTFORMAT : StatusOfCodecError(input_, error)};
     }
 
     // Reads records up to frame `page` (from 1) and gives the picture shown at that frame.
@@ -186,7 +187,8 @@ public:
             if (codeSize == 0) throw LoadFailure{VXSTATUS_CORRUPT};
             ++frame;
             const GifImageDesc frameDesc = gif_->Image;
-            if (frameDesc.Width > 0 && frameDesc.Height > 0 && !vxmod::WithinPixelLimit(frameDesc.Width, frameDesc.Height))
+            const bool empty = frameDesc.Width <= 0 || frameDesc.Height <= 0;
+            if (!empty && !vxmod::WithinPixelLimit(frameDesc.Width, frameDesc.Height))
                 throw LoadFailure{VXSTATUS_TOOLARGE};
             if (screen_.cells.empty()) makeScreen(frameDesc);
             const Clip clip = ClipToScreen(frameDesc, screen_);
@@ -214,7 +216,8 @@ private:
         check(DGifGetExtension(gif_.get(), &code, &block));
         // Only a well-formed graphic control block counts; other extensions are passed over.
         GraphicsControlBlock gcb;
-        if (code == GRAPHICS_EXT_FUNC_CODE && block != nullptr && DGifExtensionToGCB(block[0], block + 1, &gcb) == GIF_OK)
+        if (code == GRAPHICS_EXT_FUNC_CODE && block != nullptr &&
+            DGifExtensionToGCB(block[0], block + 1, &gcb) == GIF_OK)
             control = {gcb.DisposalMode, gcb.TransparentColor};
         while (block != nullptr) check(DGifGetExtensionNext(gif_.get(), &block));
     }
@@ -249,7 +252,8 @@ private:
             const int step = frame.Interlace ? kPassStep[pass] : 1;
             for (int y = frame.Interlace ? kPassStart[pass] : 0; y < frame.Height; y += step) {
                 check(DGifGetLine(gif_.get(), pixels.data(), frame.Width));
-                if (y < clip.height) DrawRow(screen_.row(clip.top + y) + clip.left, pixels.data(), clip.width, slot << 8, transparent);
+                if (y < clip.height)
+                    DrawRow(screen_.row(clip.top + y) + clip.left, pixels.data(), clip.width, slot << 8, transparent);
             }
         }
     }
@@ -340,7 +344,8 @@ HDIB GifLoad::picture() {
     const int entries = std::max(static_cast<int>(table.size()), use.largestIndex + 1);
     const int bits = !paletted ? 24 : entries <= 2 ? 1 : entries <= 16 ? 4 : 8;
     int status = VXSTATUS_OK;
-    std::optional<NewDib> dib = NewDib::Create(screen_.width, screen_.height, bits, bits == 24 ? 0 : 1 << bits, &status);
+    std::optional<NewDib> dib =
+        NewDib::Create(screen_.width, screen_.height, bits, bits == 24 ? 0 : 1 << bits, &status);
     if (!dib) throw LoadFailure{status};
     if (paletted) {
         for (size_t i = 0; i < table.size(); ++i) dib->setPalette(int(i), table[i].Red, table[i].Green, table[i].Blue);

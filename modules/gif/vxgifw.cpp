@@ -46,20 +46,22 @@ size_t PowerOfTwoAtLeast(size_t count) {
 
 template <int Bits>
 void UnpackRow(GifPixelType* out, const uint8_t* row, int width) {
-    constexpr int kPerByte = 8 / Bits;
+    constexpr int kPerByte = 8 / Bits, kMask = (1 << Bits) - 1;
     for (int x = 0; x < width; ++x) {
         if constexpr (Bits == 8)
             out[x] = row[x];
         else
-            out[x] = static_cast<GifPixelType>(row[x / kPerByte] >> (8 - Bits * (x % kPerByte + 1)) & ((1 << Bits) - 1));
+            out[x] = static_cast<GifPixelType>(row[x / kPerByte] >> (8 - Bits * (x % kPerByte + 1)) & kMask);
     }
 }
 
 void FromPaletted(const DibSource& source, IndexedImage& image) {
     const int colours = std::min(source.colours(), 1 << source.bits());
     image.table.assign(size_t(1) << source.bits(), GifColorType{0, 0, 0});
-    for (int i = 0; i < colours; ++i)
-        image.table[size_t(i)] = {source.palette()[i].rgbRed, source.palette()[i].rgbGreen, source.palette()[i].rgbBlue};
+    for (int i = 0; i < colours; ++i) {
+        const RGBQUAD& entry = source.palette()[i];
+        image.table[size_t(i)] = {entry.rgbRed, entry.rgbGreen, entry.rgbBlue};
+    }
     auto unpack = source.bits() == 1 ? UnpackRow<1> : source.bits() == 4 ? UnpackRow<4> : UnpackRow<8>;
     for (int y = 0; y < image.height; ++y) unpack(image.row(y), source.row(y), image.width);
 }
@@ -110,8 +112,8 @@ bool FromQuantised(const DibSource& source, IndexedImage& image) {
     }
     int entries = 256;
     image.table.assign(256, GifColorType{0, 0, 0});
-    if (GifQuantizeBuffer(unsigned(image.width), unsigned(image.height), &entries, red.data(), green.data(), blue.data(),
-                          image.indices.data(), image.table.data()) == GIF_ERROR)
+    if (GifQuantizeBuffer(unsigned(image.width), unsigned(image.height), &entries, red.data(), green.data(),
+                          blue.data(), image.indices.data(), image.table.data()) == GIF_ERROR)
         return false;
     std::array<std::array<uint64_t, 3>, 256> sums{};
     std::array<uint64_t, 256> pixels{};
@@ -170,7 +172,8 @@ int Encode(LPCSTR fileName, IndexedImage& image, bool interlaced, int transparen
     static constexpr int kPassStart[] = {0, 4, 2, 1}, kPassStep[] = {8, 8, 4, 2};
     for (int pass = 0; pass < (interlaced ? 4 : 1); ++pass)
         for (int y = interlaced ? kPassStart[pass] : 0; y < image.height; y += interlaced ? kPassStep[pass] : 1)
-            if (EGifPutLine(gif.get(), image.row(y), image.width) == GIF_ERROR) return FailSave(ErrorOfEncoder(gif->Error));
+            if (EGifPutLine(gif.get(), image.row(y), image.width) == GIF_ERROR)
+                return FailSave(ErrorOfEncoder(gif->Error));
     if (EGifCloseFile(gif.release(), &error) == GIF_ERROR) return FailSave(ErrorOfEncoder(error));
     return out->commit() ? 1 : 0;
 }
