@@ -190,7 +190,38 @@ VXMODULEAPI int VXMODULECALL SaveDIBInDCXFormat(LPCSTR fileName, HDIB dib, int *
 
 /* ---- VXGIFR / VXGIFW: GIF ---------------------------------------------------------------- */
 
+/* GIF reader (giflib). Page N (from 1) is frame N of an animation as a viewer shows it: the
+   logical screen with frames 1 to N drawn in order, each disposed of before the next as its
+   graphic control extension says (0, 1 and the undefined 4 to 7 keep the frame; 2 makes its
+   rectangle transparent again; 3 restores the screen as it was before the frame). The screen
+   starts transparent, the background colour index is not used, transparent pixels let through
+   what is below, and what is transparent at the end shows as white. Frames are clipped to the
+   screen; a screen of no width or height takes the first frame's extent. Interlaced frames are
+   de-interlaced. Frames disposed of before the page asked for are passed over undecoded.
+   Depth: when every pixel shown was drawn with the same colour table (tables with equal entries
+   count as one) and, if white shows, that table has a white entry, the DIB is paletted with
+   that table, padded with black to 2, 16 or 256 entries (1, 4 or 8 bits: the smallest that
+   holds the table and every index drawn; white shows as the first white entry). Otherwise the
+   DIB is 24-bit. Indices past a table read black. A frame with neither a local nor a global
+   table reads its indices through a gray ramp of 2^(LZW code size) levels from black to white.
+   Resolution 0 (the aspect-ratio byte is ignored). Status: not starting with "GIF" ->
+   NOTFORMAT; the file ending inside a record -> TRUNCATED (a file that ends where a record
+   would start ends there, as if the trailer followed); an LZW code size of 0 or over 8, bad
+   codes, too few pixels, unknown records -> CORRUPT; the screen or a frame over the pixel limit
+   -> TOOLARGE, checked before decoding it; no frame N -> NOPAGE. status may be null. */
 VXMODULEAPI HDIB VXMODULECALL LoadGIFIntoDIB(LPCSTR fileName, int page, int *status);
+
+/* GIF writer (giflib). One image with a global table. option: bit 0 interlaced, other bits
+   must be 0. param may be null (as 0). *param on input: 0 no transparency, n in 1..256 writes
+   index n - 1 as transparent in a graphic control extension (and so GIF89a, else GIF87a); an
+   index past the table written, or any other value, is IMGERR_PARAMETER. *param on output
+   (success only): the entries of the colour table written, a power of two from 2 to 256 (the
+   library passes its own copy). Tables: a 1-, 4- or 8-bit DIB writes its table padded with
+   black to 2, 16 or 256 entries (the LZW code size follows the depth). A 24-bit DIB of at most
+   256 colours writes those colours exactly, in the order they first appear top-down, in the
+   smallest power-of-two table; above 256 colours giflib's GifQuantizeBuffer reduces it (median
+   cut over 5-bit samples, no dithering) and each entry is then set to the rounded mean colour
+   of the pixels mapped to it. A side over 65535 is IMGERR_DIBSIZE. */
 VXMODULEAPI int VXMODULECALL SaveDIBInGIFFormat(LPCSTR fileName, HDIB dib, int option, int *param);
 
 /* ---- VXTGAR / VXTGAW: TGA ---------------------------------------------------------------- */
