@@ -7,6 +7,12 @@
 #include <random>
 #include <sstream>
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
 namespace vxtest {
 
 namespace {
@@ -244,6 +250,19 @@ Loaded LoadThroughLibrary(const std::filesystem::path& path, int page) {
 int SaveThroughLibrary(const std::filesystem::path& path, const TestImage& image, int format, int option, int param) {
     HeldDib dib(DibOf(image));
     return SaveDIBInImageFormat(path.string().c_str(), dib.get(), format, option, param);
+}
+
+void* ModuleEntry(const std::string& module, const char* entry) {
+#if defined(_WIN32)
+    HMODULE loaded = LoadLibraryA((module + ".DLL").c_str());
+    return loaded ? reinterpret_cast<void*>(GetProcAddress(loaded, entry)) : nullptr;
+#else
+    Dl_info info{};  // beside libvexora.so, as the library looks (a sanitizer's dlopen sees no run path)
+    dladdr(reinterpret_cast<void*>(&LoadImageIntoDIB), &info);
+    const std::string library = info.dli_fname ? info.dli_fname : "";
+    void* loaded = dlopen((library.substr(0, library.rfind('/') + 1) + module + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    return loaded ? dlsym(loaded, entry) : nullptr;
+#endif
 }
 
 int SweepHostileVersions(const Bytes& good, const std::filesystem::path& scratchFile, const FileLoader& load) {

@@ -96,6 +96,10 @@ Loaded LoadThroughLibrary(const std::filesystem::path& path, int page = 1);
 int SaveThroughLibrary(const std::filesystem::path& path, const TestImage& image, int format, int option = 0,
                        int param = 0);
 
+// An entry point of a module file beside the library, for the options the library never
+// passes; null when the module or the entry is missing. The module stays loaded.
+void* ModuleEntry(const std::string& module, const char* entry);
+
 // Hostile versions of a good file, each loaded by `load` (which must return cleanly, a DIB or
 // not): the file cut at every offset (every offset up to 4096, then 256 evenly spread), and
 // with bytes of the first 256 set to 0x00, 0xFF and 0x80 one at a time. Counts how many loaded.
