@@ -89,7 +89,7 @@ Dib LoadImageFile(const std::string& givenPath, int page) {
     } else if (format == FMT_BMP || format == FMT_UNKNOWN) {
         // Bare packed DIBs have no signature; the bitmap loader knows them.
         dib = LoadBitmapFile(givenPath);
-    } else if (format == FMT_WMF && Extension(givenPath) == ".tga") {
+    } else if ((format == FMT_WMF || format == FMT_PCX) && Extension(givenPath) == ".tga") {
         SetImgError(IMGERR_SUCCESS);
         int status = 0;
         dib = Dib(LoadTgaThroughModule(path, &status));
@@ -139,6 +139,9 @@ std::string TemporaryNameBeside(const std::string& path) {
 void SaveImageFile(const Dib& dib, const std::string& path, const std::string& input, const WriteChoices& choices) {
     if (SameFile(path, input)) throw UsageError("the output '" + path + "' is the input file; choose another name");
     const OutputFormat& format = ChooseOutputFormat(path, choices);
+    if (format.code == FMT_CALS && HeaderOf(dib).biBitCount != 1)
+        throw OperationFailed("cannot write '" + path + "' (cals): a CALS raster holds a 1-bit image; make one first with "
+                              "--halftone or --dither fs:1");
     const std::string temporary = TemporaryNameBeside(path);
     SetImgError(IMGERR_SUCCESS);
     bool saved = false;

@@ -33,9 +33,10 @@ struct ModuleSearch {
 };
 ModuleSearch FindFormatModule(const std::string& moduleFile);
 
-// LoadTGAIntoDIB of the TGA module, called directly: a run-length colour-mapped TGA file has
-// image type 9 in its third byte, which the library's format detection reads as a metafile's
-// header word and never hands to the module. Null when the module or the file cannot be read.
+// LoadTGAIntoDIB of the TGA module, called directly. The library's detection tests signatures
+// before a .tga name, and two kinds of TGA file match one: a run-length colour-mapped file has
+// image type 9 in its third byte, a metafile's header word, and a file with a 10-byte ID field
+// starts with byte 10, the PCX signature. Null when the module or the file cannot be read.
 HDIB LoadTgaThroughModule(const std::string& fileName, int* status);
 
 inline constexpr const char* kInfoHelp =
