@@ -18,6 +18,12 @@ PKG_CONFIG_PATH="$libdir" cc "$here/consumer/consumer.c" -o "$work/pkg-consumer"
   $(PKG_CONFIG_PATH="$libdir" pkg-config --cflags --libs vexora) -Wl,-rpath,"$libdir/.."
 "$work/pkg-consumer"
 
-# The installed tool runs on the installed library, found through its run path.
-env -u LD_LIBRARY_PATH "$prefix/bin/vexora" convert --help >/dev/null
-echo "1 passed, 0 failed: installed copy usable through find_package and pkg-config, tool runs"
+# The installed tool runs on the installed library, found through its run path, and the
+# library finds the installed format modules beside itself: a bitmap through GIF and back.
+tool="$prefix/bin/vexora"
+env -u LD_LIBRARY_PATH "$tool" convert --help >/dev/null
+env -u LD_LIBRARY_PATH "$tool" demo "$work/demo" >/dev/null
+env -u LD_LIBRARY_PATH "$tool" convert "$work/demo/sample-8.bmp" "$work/sample-8.gif" >/dev/null
+env -u LD_LIBRARY_PATH "$tool" info "$work/sample-8.gif" | grep -q "module       VXGIFR.DLL (.*/lib/VXGIFR.so)"
+env -u LD_LIBRARY_PATH "$tool" convert "$work/sample-8.gif" "$work/sample-8-back.bmp" >/dev/null
+echo "1 passed, 0 failed: installed copy usable through find_package and pkg-config, tool and format modules run"
