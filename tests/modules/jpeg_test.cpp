@@ -13,26 +13,21 @@
 
 namespace {
 
-using vxtest::Bytes;
-
 // The writer's entry point called directly, for the qualities the library never passes.
 int SaveJpegWithQuality(const std::filesystem::path& path, const vxtest::TestImage& image, int quality) {
     using SaveFn = int(VXMODULECALL*)(LPCSTR, HDIB, int);
+    vxtest::HeldDib dib(vxtest::DibOf(image));
 #if defined(_WIN32)
     HMODULE module = LoadLibraryA("VXJPGW.DLL");
-    auto save = reinterpret_cast<SaveFn>(reinterpret_cast<void*>(GetProcAddress(module, "SaveDIBInJPEGFile")));
+    const int result = reinterpret_cast<SaveFn>(reinterpret_cast<void*>(GetProcAddress(module, "SaveDIBInJPEGFile")))(
+        path.string().c_str(), dib.get(), quality);
+    FreeLibrary(module);
 #else
-    Dl_info info{};
+    Dl_info info{};  // beside libvexora.so, where the library looks
     dladdr(reinterpret_cast<void*>(&LoadImageIntoDIB), &info);
     const std::string library = info.dli_fname;
     void* module = dlopen((library.substr(0, library.rfind('/') + 1) + "VXJPGW.so").c_str(), RTLD_NOW | RTLD_LOCAL);
-    auto save = reinterpret_cast<SaveFn>(dlsym(module, "SaveDIBInJPEGFile"));
-#endif
-    vxtest::HeldDib dib(vxtest::DibOf(image));
-    const int result = save(path.string().c_str(), dib.get(), quality);
-#if defined(_WIN32)
-    FreeLibrary(module);
-#else
+    const int result = reinterpret_cast<SaveFn>(dlsym(module, "SaveDIBInJPEGFile"))(path.string().c_str(), dib.get(), quality);
     dlclose(module);
 #endif
     return result;
@@ -122,50 +117,17 @@ TEST(JpegWriter, RoundTripsAtQuality100KeepPixelsAndResolution) {
     }
 }
 
-TEST(JpegWriter, QualitiesOutsideOneTo100AreClamped) {
-    vxtest::ScratchDir dir;
-    const auto image = vxtest::Pattern(16, 16, 24, 3);
-    const struct { int quality, same; } cases[] = {{0, 1}, {-7, 1}, {101, 100}, {100000, 100}};
-    for (const auto& c : cases) {
-        ASSERT_EQ(SaveJpegWithQuality(dir / "a.jpg", image, c.quality), 1);
-        ASSERT_EQ(SaveJpegWithQuality(dir / "b.jpg", image, c.same), 1);
-        EXPECT_EQ(vxtest::ReadBytes(dir / "a.jpg"), vxtest::ReadBytes(dir / "b.jpg")) << c.quality;
-    }
-}
-
-TEST(JpegWriter, FailuresSetTheErrorCodeAndLeaveNoFile) {
-    vxtest::ScratchDir dir;
-    SetImgError(0);
-    EXPECT_EQ(SaveDIBInImageFormat((dir / "none.jpg").string().c_str(), nullptr, FMT_JPEG, 0, 0), 0);
-    EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
-    EXPECT_FALSE(std::filesystem::exists(dir / "none.jpg"));
-    SetImgError(0);
-    const auto image = vxtest::Pattern(8, 8, 24);
-    EXPECT_EQ(vxtest::SaveThroughLibrary(dir / "missing" / "x.jpg", image, FMT_JPEG), 0);
-    EXPECT_EQ(ImgError(), IMGERR_OPENFILE);
-}
-
 TEST(JpegReader, HostileFilesFailWithTheErrorCode) {
     vxtest::ScratchDir dir;
-    const Bytes good = vxtest::ReadBytes(vxtest::DataFile("jpeg_baseline.jpg"));
-    // The frame header claims 65000 x 65000: refused before anything is decoded.
-    Bytes huge = good;
-    for (size_t i = 2; i + 9 < huge.size(); ++i)
-        if (huge[i] == 0xFF && huge[i + 1] == 0xC0) {
-            huge[i + 5] = huge[i + 7] = 0xFD;
-            huge[i + 6] = huge[i + 8] = 0xE8;
-            break;
-        }
-    const struct { const char* what; Bytes file; int error; } cases[] = {
-        {"65000 x 65000", huge, IMGERR_DIBSIZE},
-        {"cut in the scan", Bytes(good.begin(), good.end() - 40), IMGERR_IO},
-        {"no end marker", Bytes(good.begin(), good.end() - 2), IMGERR_IO},
+    const struct { const char* name; int error; } cases[] = {
+        {"hostile_huge.jpg", IMGERR_DIBSIZE},  // 65000 x 65000
+        {"hostile_cut.jpg", IMGERR_IO},        // ends in the scan
+        {"hostile_no_eoi.jpg", IMGERR_IO},
     };
     for (const auto& c : cases) {
-        vxtest::WriteBytes(dir / "bad.jpg", c.file);
-        const auto loaded = vxtest::LoadThroughLibrary(dir / "bad.jpg");
-        EXPECT_FALSE(loaded.ok) << c.what;
-        EXPECT_EQ(loaded.error, c.error) << c.what;
+        const auto loaded = vxtest::LoadThroughLibrary(vxtest::DataFile(c.name));
+        EXPECT_FALSE(loaded.ok) << c.name;
+        EXPECT_EQ(loaded.error, c.error) << c.name;
     }
     for (const char* name : {"jpeg_progressive.jpg", "jpeg_arithmetic.jpg", "jpeg_cmyk.jpg"})
         vxtest::SweepHostileVersions(vxtest::ReadBytes(vxtest::DataFile(name)), dir / "hostile.jpg",

@@ -52,6 +52,33 @@ for f in png_*.png; do
   $IM "$f" -background white -alpha remove -alpha off "$f.pnm"
 done
 
+# Hostile PNGs, every byte chosen here: a 4 x 3 8-bit paletted image of two entries, and
+# versions with a huge size, palettes of 0, 300 or no entries, rows cut short in the image data,
+# a damaged header CRC, the file cut in the image data, an ancillary chunk with a bad CRC.
+python3 - <<'PY'
+import struct, zlib
+def chunk(kind, data, crc=None):
+    return struct.pack('>I', len(data)) + kind + data + struct.pack('>I', zlib.crc32(kind + data) if crc is None else crc)
+def png(width=4, height=3, palette=b'\xff\x00\x00\x00\x00\xff', rows=b'\x00\x00\x01\xc8\x01' * 3, before=b'',
+        header_crc=None):
+    header = chunk(b'IHDR', struct.pack('>IIBBBBB', width, height, 8, 3, 0, 0, 0), header_crc)
+    plte = b'' if palette is None else chunk(b'PLTE', palette)
+    return b'\x89PNG\r\n\x1a\n' + header + plte + before + chunk(b'IDAT', zlib.compress(rows)) + chunk(b'IEND', b'')
+files = {
+    'index_past_palette': png(),
+    'huge': png(100000, 100000),
+    'palette0': png(palette=b''),
+    'palette300': png(palette=b'\x07' * 900),
+    'no_palette': png(palette=None),
+    'rows_short': png(rows=b'\x00' * 9),
+    'header_crc': png(header_crc=1),
+    'cut': png()[:-20],
+    'text_crc': png(before=chunk(b'tEXt', b'a\x00b', 1)),
+}
+for name, data in files.items():
+    open('hostile_%s.png' % name, 'wb').write(data)
+PY
+
 # JPEG: cjpeg's baseline (4:2:0), progressive, arithmetic, gray, 4:4:4 and 4:2:2 with restart
 # markers; CMYK (Adobe, inverted) from ImageMagick; densities in dpi and dots per cm; an EXIF
 # resolution without a JFIF segment.
@@ -76,6 +103,15 @@ ifd += struct.pack('>HHIHH', 0x0128, 3, 1, 2, 0) + struct.pack('>I', 0)
 tiff = b'MM\x00\x2a' + struct.pack('>I', 8) + ifd + struct.pack('>IIII', 200, 1, 150, 1)
 app1 = b'Exif\x00\x00' + tiff
 open(sys.argv[2], 'wb').write(data[:2] + b'\xff\xe1' + struct.pack('>H', len(app1) + 2) + app1 + rest)
+PY
+python3 - jpeg_baseline.jpg <<'PY'
+import struct, sys
+data = open(sys.argv[1], 'rb').read()
+frame = data.index(b'\xff\xc0')
+huge = data[:frame + 5] + struct.pack('>HH', 65000, 65000) + data[frame + 9:]
+open('hostile_huge.jpg', 'wb').write(huge)       # refused from the frame header
+open('hostile_cut.jpg', 'wb').write(data[:-40])  # ends in the scan
+open('hostile_no_eoi.jpg', 'wb').write(data[:-2])
 PY
 for f in jpeg_*.jpg; do
   djpeg -pnm "$f" > "$f.pnm"
