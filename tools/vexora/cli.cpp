@@ -1,5 +1,7 @@
 #include "cli.hpp"
 
+#include "output_formats.hpp"
+
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -66,14 +68,6 @@ std::string Extension(const std::string& path) {
     return ext;
 }
 
-int WritingFormat(const std::string& path) {
-    const std::string ext = Extension(path);
-    if (ext == ".clp") return FMT_CLP;
-    if (ext == ".wmf") return FMT_WMF;
-    if (ext == ".emf") return FMT_EMF;
-    return FMT_BMP;
-}
-
 // A text file rendered by LoadASCIIFile: the load dispatch refuses text by design.
 Dib LoadTextFile(const std::string& givenPath, const std::string& path) {
     SetImgError(IMGERR_SUCCESS);
@@ -136,18 +130,24 @@ std::string TemporaryNameBeside(const std::string& path) {
 
 }  // namespace
 
-void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input) {
+void SaveImageFile(const Dib& dib, const std::string& path, const std::string& input, const WriteChoices& choices) {
     if (SameFile(path, input)) throw UsageError("the output '" + path + "' is the input file; choose another name");
+    const OutputFormat& format = ChooseOutputFormat(path, choices);
     const std::string temporary = TemporaryNameBeside(path);
     SetImgError(IMGERR_SUCCESS);
-    const int format = WritingFormat(path);
-    const bool saved = format == FMT_BMP ? SaveDIB(temporary.c_str(), dib.get()) != 0
-                                         : SaveDIBInImageFormat(temporary.c_str(), dib.get(), format, 0, 0) != 0;
+    bool saved = false;
+    try {
+        saved = WriteInFormat(dib, temporary, format, choices);
+    } catch (...) {
+        std::error_code ec;
+        fs::remove(temporary, ec);
+        throw;
+    }
     if (!saved) {
         const std::string reason = LibraryErrorText();
         std::error_code ec;
         fs::remove(temporary, ec);
-        throw OperationFailed("cannot write '" + path + "': " + reason);
+        throw OperationFailed("cannot write '" + path + "' (" + std::string(format.name) + "): " + reason);
     }
     std::error_code ec;
     fs::rename(temporary, path, ec);
@@ -155,6 +155,10 @@ void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& 
         fs::remove(temporary, ec);
         throw OperationFailed("cannot write '" + path + "': " + ec.message());
     }
+}
+
+void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input) {
+    SaveImageFile(dib, path, input, WriteChoices{});
 }
 
 long DotsPerInch(LONG pelsPerMeter) {

@@ -78,10 +78,13 @@ std::string FormatName(int format);
 // Throws OperationFailed with the reason.
 Dib LoadImageFile(const std::string& path, int page = 1);
 
-// Saves through the library into a temporary file beside `path` and renames it into place: a
-// clipboard file, Windows metafile or enhanced metafile when the name ends in .clp, .wmf or
-// .emf (SaveDIBInImageFormat), a bitmap otherwise (SaveDIB). Refuses (UsageError) when `path`
-// names the same file as `input`.
+struct WriteChoices;
+
+// Saves into a temporary file beside `path` and renames it into place, in the format the
+// choices or the name's extension give (output_formats.hpp): a failure leaves no file behind.
+// Refuses (UsageError) when `path` names the same file as `input`, or names no format.
+void SaveImageFile(const Dib& dib, const std::string& path, const std::string& input, const WriteChoices& choices);
+// The same with the format from the extension alone.
 void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input = {});
 
 // Whether two paths name the same existing file.

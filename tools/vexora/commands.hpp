@@ -25,12 +25,22 @@ inline constexpr const char* kToolHelp =
     "Run 'vexora COMMAND --help' for a command's options.\n"
     "Exit status: 0 success, 1 an operation failed, 2 the command line is wrong.\n";
 
+// Where the format module `moduleFile` ("VXPNGR.DLL") was found, or where the library looks.
+struct ModuleSearch {
+    bool found = false;
+    std::string path;   // the file loaded, when found
+    std::string where;  // the places searched, in words
+};
+ModuleSearch FindFormatModule(const std::string& moduleFile);
+
 inline constexpr const char* kInfoHelp =
-    "usage: vexora info FILE...\n"
+    "usage: vexora info [--page N] FILE...\n"
     "\n"
     "Names each file's format as the library detects it. For bitmaps it describes the\n"
     "header: size, depth, colours, compression, resolution in dots per inch, header kind\n"
-    "and where the pixel data lies; a colour fax set is listed page by page; a clipboard\n"
+    "and where the pixel data lies; for TIFF, CALS, PCX, DCX, GIF, TGA, JPEG and PNG the\n"
+    "format module that reads it (or where it was looked for) and the image it gives for\n"
+    "page 1 (--page N for another); a colour fax set is listed page by page; a clipboard\n"
     "file entry by entry (format, length, offset, and the size of its DIB or picture); a\n"
     "metafile by kind, bounds, units and records.\n"
     "Exit status 1 when any file cannot be read.\n";

@@ -8,6 +8,7 @@
 #include "commands.hpp"
 #include "arguments.hpp"
 #include "operations.hpp"
+#include "output_formats.hpp"
 
 namespace vexora_tool {
 
@@ -38,20 +39,29 @@ std::string Wrapped(std::string_view text, size_t indent, size_t width) {
 
 std::string ConvertHelp() {
     std::string help =
-        "usage: vexora convert IN OUT [--page N] [OPERATION...]\n"
+        "usage: vexora convert IN OUT [--page N] [--format NAME] [--compression NAME]\n"
+        "                      [--interlace] [OPERATION...]\n"
         "\n"
         "Loads the image IN, applies the operations in the order given and saves the result\n"
-        "as OUT: a clipboard file, Windows metafile or enhanced metafile when its name ends in\n"
-        ".clp, .wmf or .emf, a bitmap otherwise. OUT is written to a temporary file first and\n"
-        "renamed into place, so a failure leaves no partial file; OUT may not be IN.\n"
+        "as OUT, in the format its extension names (or --format NAME). OUT is written to a\n"
+        "temporary file first and renamed into place, so a failure leaves no partial file; OUT\n"
+        "may not be IN. The output format is checked before IN is read.\n"
         "\n"
         "IN may be any file the library recognises: a bitmap (run-length encoded ones are\n"
-        "expanded), a clipboard file (its CF_DIB entry), a Windows or enhanced metafile (played\n"
-        "at its own size), a colour fax set, or a format read by a format module beside the\n"
-        "library. A text file (.txt, or detected as text) is rendered black on white by\n"
-        "LoadASCIIFile: the library's load dispatch refuses text by design, so the tool calls\n"
-        "the text renderer itself.\n"
-        "  --page N              the page of a multi-page file to load, from 1 (default 1)\n"
+        "expanded), TIFF, CALS, PCX, DCX, GIF, TGA, JPEG and PNG (read by the format modules\n"
+        "beside the library), a clipboard file (its CF_DIB entry), a Windows or enhanced\n"
+        "metafile (played at its own size) or a colour fax set. A text file (.txt, or detected\n"
+        "as text) is rendered black on white by LoadASCIIFile: the library's load dispatch\n"
+        "refuses text by design, so the tool calls the text renderer itself.\n"
+        "  --page N              the page of a multi-page file (TIFF, DCX, GIF frames, fax\n"
+        "                        sets) to load, from 1 (default 1)\n"
+        "  --format NAME         the output format, whatever OUT's extension\n"
+        "  --compression NAME    TIFF: none, g4 (1-bit only), lzw, packbits, deflate, jpeg\n"
+        "                        (default: g4 for 1-bit images, lzw otherwise); TGA: none, rle\n"
+        "  --interlace           GIF: write the rows interlaced\n"
+        "\n"
+        "output formats (the library has no PNG writer: the tool writes PNG through libpng):\n" +
+        WritableFormatsList() +
         "\n"
         "operations:\n";
     for (const auto& op : Operations()) {
@@ -68,6 +78,7 @@ int RunConvert(const std::vector<std::string>& args) {
     std::vector<std::string> files;
     std::vector<std::pair<const Operation*, std::string>> steps;
     long page = 1;
+    WriteChoices choices;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
         if (arg == "--help" || arg == "-h") {
@@ -82,6 +93,19 @@ int RunConvert(const std::vector<std::string>& args) {
             const bool inlinePage = arg.size() > 6;
             if (!inlinePage && i + 1 >= args.size()) throw UsageError("convert: --page needs N");
             page = ParseNumber(inlinePage ? arg.substr(7) : args[++i], "--page", 1, 65535);
+            continue;
+        }
+        if (arg == "--interlace") {
+            choices.interlace = true;
+            continue;
+        }
+        if (arg == "--format" || arg == "--compression" || arg.rfind("--format=", 0) == 0 ||
+            arg.rfind("--compression=", 0) == 0) {
+            const size_t equals = arg.find('=');
+            const std::string option = arg.substr(0, equals);
+            if (equals == std::string::npos && i + 1 >= args.size()) throw UsageError("convert: " + option + " needs NAME");
+            const std::string value = equals == std::string::npos ? args[++i] : arg.substr(equals + 1);
+            (option == "--format" ? choices.format : choices.compression) = value;
             continue;
         }
         std::string name = arg.substr(2), value;
@@ -102,11 +126,12 @@ int RunConvert(const std::vector<std::string>& args) {
     }
     if (files.size() != 2) throw UsageError("convert: name one input and one output file");
 
+    ChooseOutputFormat(files[1], choices);
     for (const auto& [op, value] : steps) op->apply(nullptr, value);
 
     Dib image = LoadImageFile(files[0], static_cast<int>(page));
     for (const auto& [op, value] : steps) op->apply(&image, value);
-    SaveBitmapFile(image, files[1], files[0]);
+    SaveImageFile(image, files[1], files[0], choices);
     const BITMAPINFOHEADER h = HeaderOf(image);
     std::cout << "wrote " << files[1] << " (" << h.biWidth << " x " << h.biHeight << ", " << h.biBitCount
               << " bits per pixel)\n";

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "arguments.hpp"
 #include "commands.hpp"
 #include "metafile_records.hpp"
 
@@ -153,8 +154,38 @@ bool DescribeMetafile(const std::string& path, int format) {
     return true;
 }
 
+// A file a format module reads: the module, then the image it gives for `page`.
+bool DescribeModuleImage(const std::string& path, int format, int page) {
+    const char* module = ReadingModule(format);
+    std::printf("%s\n  format       %s\n", path.c_str(), FormatName(format).c_str());
+    const ModuleSearch search = FindFormatModule(module);
+    if (!search.found) {
+        std::printf("  module       %s is not installed: looked for %s\n", module, search.where.c_str());
+        return false;
+    }
+    std::printf("  module       %s (%s)\n", module, search.path.c_str());
+    SetImgError(IMGERR_SUCCESS);
+    int status = 0;
+    Dib dib(LoadImageIntoDIB(FullPath(path).c_str(), page, &status));
+    if (!dib) {
+        std::printf("  page %-7d cannot be loaded: %s\n", page, LibraryErrorText().c_str());
+        return false;
+    }
+    const BITMAPINFOHEADER h = HeaderOf(dib);
+    if (page != 1) std::printf("  page         %d\n", page);
+    std::printf("  size         %ld x %ld pixels\n", static_cast<long>(h.biWidth), static_cast<long>(h.biHeight));
+    std::printf("  depth        %u bits per pixel%s\n", h.biBitCount,
+                h.biBitCount <= 8 ? (", " + std::to_string(h.biClrUsed ? h.biClrUsed : 1u << h.biBitCount) +
+                                     " colours in the table").c_str() : "");
+    if (h.biXPelsPerMeter > 0 || h.biYPelsPerMeter > 0)
+        std::printf("  resolution   %ld x %ld dots per inch\n", DotsPerInch(h.biXPelsPerMeter), DotsPerInch(h.biYPelsPerMeter));
+    else
+        std::printf("  resolution   not given\n");
+    return true;
+}
+
 // Prints one file; false when the library could not read it.
-bool Describe(const std::string& path) {
+bool Describe(const std::string& path, int page) {
     SetImgError(IMGERR_SUCCESS);
     const HFILE file = _lopen(path.c_str(), OF_READ);
     if (file == HFILE_ERROR) {
@@ -168,10 +199,7 @@ bool Describe(const std::string& path) {
         if (format == FMT_COLORFAX) return DescribeFaxSet(path);
         if (format == FMT_CLP) return DescribeClipboard(path);
         if (format == FMT_WMF || format == FMT_EMF) return DescribeMetafile(path, format);
-        const char* module = ReadingModule(format);
-        std::printf("%s\n  format       %s%s%s\n", path.c_str(), FormatName(format).c_str(),
-                    module ? ", read by the format module " : "", module ? module : "");
-        return true;
+        return DescribeModuleImage(path, format, page);
     }
     Dib info(ReadDIBInfo(file));
     const DWORD fileBytes = FileLength(file);
@@ -212,17 +240,24 @@ bool Describe(const std::string& path) {
 
 int RunInfo(const std::vector<std::string>& args) {
     std::vector<std::string> files;
-    for (const auto& arg : args) {
+    int page = 1;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
         if (arg == "--help" || arg == "-h") {
             std::cout << kInfoHelp;
             return kExitSuccess;
+        }
+        if (arg == "--page") {
+            if (i + 1 >= args.size()) throw UsageError("info: --page needs N");
+            page = static_cast<int>(ParseNumber(args[++i], "--page", 1, 65535));
+            continue;
         }
         if (arg.size() > 1 && arg[0] == '-') throw UsageError("info: unknown option '" + arg + "'");
         files.push_back(arg);
     }
     if (files.empty()) throw UsageError("info: name at least one file");
     bool allRead = true;
-    for (const auto& file : files) allRead = Describe(file) && allRead;
+    for (const auto& file : files) allRead = Describe(file, page) && allRead;
     return allRead ? kExitSuccess : kExitFailed;
 }
 
