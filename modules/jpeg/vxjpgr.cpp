@@ -23,6 +23,10 @@
 // IMGERR_IO for a file that ends early, IMGERR_FILEFORMAT for data the codec rejects,
 // IMGERR_DIBSIZE over the pixel limit, IMGERR_NOMEMORY. Libjpeg's other warnings (bytes
 // skipped before a marker, a restart marker out of place) are recovered from as djpeg does.
+// windows.h (through the module support) before jpeglib.h, so that jpeglib.h takes Windows'
+// boolean and INT32 instead of declaring its own.
+#include "module_support.hpp"
+
 #include <cstdio>
 
 #include <jerror.h>
@@ -33,8 +37,6 @@
 #include <memory>
 #include <new>
 #include <vector>
-
-#include "module_support.hpp"
 
 namespace {
 

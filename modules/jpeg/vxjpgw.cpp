@@ -15,6 +15,10 @@
 //
 // Codec errors reach a setjmp in a function that holds no C++ objects; the output file is
 // removed when anything fails.
+// windows.h (through the module support) before jpeglib.h, so that jpeglib.h takes Windows'
+// boolean and INT32 instead of declaring its own.
+#include "module_support.hpp"
+
 #include <cstdio>
 
 #include <jerror.h>
@@ -26,8 +30,6 @@
 #include <memory>
 #include <new>
 #include <vector>
-
-#include "module_support.hpp"
 
 namespace {
 
