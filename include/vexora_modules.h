@@ -159,7 +159,8 @@ VXMODULEAPI int VXMODULECALL SaveDIBInTGAFormat(LPCSTR fileName, HDIB dib, int r
    of the first image directory; else 0. There is no status word: failures set the module
    error code only (IMGERR_IO when the data ends early, which the codec would otherwise fill
    with gray). The codec's warnings about damaged data it resynchronises past (bytes before a
-   marker, a misplaced restart marker) do not fail the file, as djpeg does not. */
+   marker, a misplaced restart marker) do not fail the file, as djpeg does not. A file of more
+   than 500 scans fails (IMGERR_FILEFORMAT): each scan is a pass over the image. */
 VXMODULEAPI HDIB VXMODULECALL LoadJPEGIntoDIB(LPCSTR fileName);
 
 /* JPEG writer: a baseline JFIF file with cjpeg's defaults, so the file is the one cjpeg writes

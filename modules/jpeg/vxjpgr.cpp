@@ -72,10 +72,25 @@ void OnMessage(j_common_ptr codec, int level) {
     }
 }
 
+// A progressive file may hold any number of scans, each a pass over the whole image: a small
+// file of thousands of empty scans would keep the decoder busy for minutes. Real files have
+// at most a few dozen; more than kMaxScans fails the file (VXSTATUS_CORRUPT).
+constexpr int kMaxScans = 500;
+
+void LimitScans(j_common_ptr codec) {
+    if (reinterpret_cast<j_decompress_ptr>(codec)->input_scan_number > kMaxScans) {
+        auto* trap = reinterpret_cast<ErrorTrap*>(codec->err);
+        trap->failure = VXSTATUS_CORRUPT;
+        std::longjmp(trap->jump, 1);
+    }
+}
+
 struct Decompressor {
     jpeg_decompress_struct codec{};
     ErrorTrap trap;
+    jpeg_progress_mgr progress{};
     Decompressor() {
+        progress.progress_monitor = LimitScans;
         codec.err = jpeg_std_error(&trap.manager);
         trap.manager.error_exit = OnError;
         trap.manager.emit_message = OnMessage;
@@ -86,6 +101,7 @@ struct Decompressor {
 bool ReadHeader(Decompressor& d, const uint8_t* data, size_t size) {
     if (setjmp(d.trap.jump)) return false;
     jpeg_create_decompress(&d.codec);
+    d.codec.progress = &d.progress;
     jpeg_mem_src(&d.codec, data, static_cast<unsigned long>(size));
     jpeg_save_markers(&d.codec, JPEG_APP0 + 1, 0xFFFF);
     jpeg_read_header(&d.codec, TRUE);
