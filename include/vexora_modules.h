@@ -114,18 +114,69 @@ extern "C" {
 
 /* ---- VXTIFR / VXTIFW: TIFF and CALS type 1 rasters ---------------------------------------- */
 
-/* TIFF: page `page` (from 1) of a TIFF file. status may be null (the library passes null). */
+/* TIFF reading (LoadTiffIntoDIB): page `page` (from 1; 0 or less means 1) of a TIFF or BigTIFF
+   file of either byte order; status may be null (the library passes null).
+     - Every compression the libtiff it is built with decodes: none, CCITT RLE, Group 3 and 4,
+       LZW, PackBits, Deflate, JPEG (YCbCr converted to RGB by the JPEG codec), and others libtiff
+       has. Old-style JPEG (compression 6) is read through libtiff's RGBA reader when libtiff
+       can make sense of it, and fails otherwise.
+     - Strips or tiles, one sample plane or one plane per sample, any rows per strip.
+     - Bilevel (1 bit, min-is-white or min-is-black): a 1-bit DIB whose bits are the file's and
+       whose table keeps their meaning (min-is-white: entry 0 white, entry 1 black).
+     - Palette, 1, 2, 4 or 8 bits: a 1-, 4-, 4- or 8-bit DIB with the colour map (2^bits
+       entries; a 16-bit map whose values are all below 256 is taken as 8-bit values).
+     - Gray, 2, 4, 8 or 16 bits (min-is-white inverted): an 8-bit DIB with the gray table,
+       v * 255 / (2^bits - 1) for 2 and 4 bits.
+     - RGB and CMYK (ink set CMYK; R = (255 - C) * (255 - K) / 255 rounded), 8 or 16 bits: 24-bit.
+     - A first extra sample marked as alpha (straight or premultiplied) is composited on white;
+       other extra samples are ignored. Samples that are not unsigned integers: UNSUPPORTED.
+     - Anything else libtiff's RGBA reader takes (YCbCr without JPEG, CIELab, other sample
+       widths): a 24-bit DIB from that reader, whose alpha comes premultiplied (c + 255 - a).
+       Layouts it does not take either: UNSUPPORTED.
+     - The orientation tag is honoured: the DIB shows the image as the tag says it is to be seen
+       (orientations 5 to 8 exchange width and height, and the two resolutions).
+     - Resolution with unit inch or centimetre becomes pels per metre; unit "none" or no
+       resolution gives 0.
+     - A file whose data ends early (a read past the last byte, or a fax-coded strip running out)
+       is TRUNCATED; data libtiff rejects is CORRUPT; a page past the last directory is NOPAGE
+       (a directory chain that loops ends at the loop). libtiff prints nothing.
+   CALS reading (LoadCALSIntoDIB): the 2048-byte header must contain "srcdocid:" (else
+   NOTFORMAT); records are "name: value" in 16 fields of 128 bytes, names in any case.
+     - "rtype" other than 1: UNSUPPORTED (missing: 1).
+     - "rpelcnt: pels,lines" gives the stored size; missing or unreadable: CORRUPT.
+     - "rorient: pel path,line progression" (missing: 000,270): the four turns 000,270 090,000
+       180,090 270,180 and the four mirror images 000,090 090,180 180,270 270,000 are honoured,
+       the DIB showing the image upright; other pairs UNSUPPORTED.
+     - "rdensty" dots per inch becomes pels per metre (missing: 0).
+     - The raster (CCITT Group 4, 0 white) is every byte after the header; a file of 2048 bytes
+       or less is TRUNCATED, and so is a raster that runs out before its last line.
+     - The DIB is 1-bit with entry 0 white and entry 1 black. */
 VXMODULEAPI HDIB VXMODULECALL LoadTiffIntoDIB(LPCSTR fileName, int page, int *status);
-
-/* CALS type 1 (a 2048-byte header of 128-byte records, then a CCITT Group 4 raster): a 1-bit
-   DIB, 0 white. status may be null. */
 VXMODULEAPI HDIB VXMODULECALL LoadCALSIntoDIB(LPCSTR fileName, int *status);
 
-/* TIFF writer. compression: a TIFF compression value. mode: 1 writes a new file, 2 appends a
-   page to an existing TIFF file (or writes a new one). */
+/* TIFF writing (SaveDIBInTiffFormat): compression is a TIFF compression value (the library
+   passes SaveDIBInImageFormat's param): 1 none, 4 CCITT Group 4, 5 LZW, 7 JPEG (quality 75),
+   8 Deflate, 32773 PackBits, or 0 for the default: Group 4 for bilevel DIBs, LZW for the rest.
+   LZW and Deflate use horizontal differencing (predictor 2) on 24-bit and 8-bit gray images.
+     - A 1-bit DIB whose table is white and black is written min-is-white, black and white
+       min-is-black (the bits unchanged); other 1-bit tables, and 4- and 8-bit DIBs whose table
+       is not the full gray ramp, as palette images (the map padded with black); 4- and 8-bit
+       DIBs with the full gray ramp as gray; 24-bit DIBs as RGB (JPEG: YCbCr, subsampled 2 x 2).
+     - Group 4 holds only bilevel DIBs, JPEG only 24-bit and 8-bit gray ones: other depths fail
+       with IMGERR_PARAMETER, as do unknown compression values (this writer's choice, where the
+       writers' general rule would say IMGERR_BITCOUNT).
+     - The resolution is written in dots per inch to the hundredth when the DIB has one.
+     - mode 1 writes a new file; mode 2 appends the DIB as a new page (directory) of an existing
+       TIFF file, or writes a new file when there is none or it is empty; an existing file that
+       is not TIFF fails with IMGERR_FILEFORMAT and is left alone. Other modes: IMGERR_PARAMETER.
+     - The file is composed in memory and written only when complete: a failure leaves no new
+       file, and an appended-to file is changed only by the final write.
+   CALS writing (SAVEDIBINCALSFORMAT; the three ints are ignored): 1-bit DIBs only (else
+   IMGERR_BITCOUNT). The header holds srcdocid, dstdocid, txtfilid, figid, srcgph, docls and
+   notes "NONE", rtype 1, rorient 000,270, rpelcnt from the size (six digits each) and rdensty
+   from biXPelsPerMeter in dots per inch (0200 when there is none). The raster is Group 4 coded
+   by libtiff, 0 white: when the DIB's entry 0 is darker than entry 1 the bits are inverted. */
 VXMODULEAPI int VXMODULECALL SaveDIBInTiffFormat(LPCSTR fileName, HDIB dib, int compression, int mode);
-
-/* CALS type 1 writer: a 1-bit DIB as a Group 4 raster. The three ints are reserved. */
 VXMODULEAPI int VXMODULECALL SAVEDIBINCALSFORMAT(LPCSTR fileName, HDIB dib, int reserved1, int reserved2,
                                                  int reserved3);
 

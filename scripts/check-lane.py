@@ -38,6 +38,14 @@ def count_in(path, pattern):
         return len(re.findall(pattern, text.read(), re.MULTILINE))
 
 
+def count_in_modules(pattern):
+    """Matches of pattern over the CMake files of the format modules' folders."""
+    modules = os.path.join(ROOT, "modules")
+    return sum(count_in(os.path.join("modules", entry, "CMakeLists.txt"), pattern)
+               for entry in sorted(os.listdir(modules))
+               if os.path.isfile(os.path.join(modules, entry, "CMakeLists.txt")))
+
+
 def fuzz_targets(lane):
     """Every fuzz/NAME_fuzz.cpp is a replay, but for the Linux-only ones on Windows lanes."""
     fuzz = os.path.join(ROOT, "fuzz")
@@ -97,6 +105,9 @@ def main():
     if lane.startswith("windows"):
         for check in ("windows_export_table", "windows_resources", "windows_resources_content"):
             need(check in names, f"{check} is not registered")
+        modules = count_in_modules(r"^vexora_module\(")
+        have = sum(name.startswith("windows_module_exports_") for name in names)
+        need(have == modules, f"{have} module DLL checks registered, the tree has {modules} modules")
 
     report = ET.parse(junit).getroot()
     outcome = {case.get("name"): case.get("status") for case in report.iter("testcase")}

@@ -9,9 +9,12 @@
 #   install      an installed copy of the native build found by find_package and by pkg-config
 #   windows-x86  VEXORA.DLL for 32-bit Windows: built, its export table, imports and resources
 #                checked (32-bit Wine cannot be installed on Debian 12 beside the 64-bit one)
+#                and the same of the format module DLLs
 #   windows-x64  VEXORA.DLL for 64-bit Windows: the whole suite and the tool's cases run under
 #                Wine, in one fresh prefix and one virtual X display made for the run
 #
+# The Windows lanes first cross-build the format modules' codecs from Debian's source packages
+# into build/codecs/TRIPLE (scripts/build-codecs.sh; a no-op when they are up to date).
 # Each lane has its own build directory under build/; ccache keeps rebuilds cheap. A lane
 # fails when its tools are missing, when a test fails, and when it ran fewer tests than the
 # tree defines (scripts/check-lane.py): nothing is skipped quietly.
@@ -102,13 +105,20 @@ if wants install; then
   "$root/tests/install/check.sh" "$root/build/native" "$root/build/install-check"
   lane_done install $t
 fi
+codecs() {  # codecs TRIPLE: the format modules' codecs cross-built for TRIPLE into codec_prefix
+  codec_prefix="$root/build/codecs/$1"
+  "$root/scripts/build-codecs.sh" "$1" "$codec_prefix"
+}
 if wants windows-x86; then
   echo "== lane: windows-x86"; t=$SECONDS
-  run_lane windows-x86 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-i686-w64-mingw32.cmake"
+  codecs i686-w64-mingw32
+  run_lane windows-x86 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-i686-w64-mingw32.cmake" \
+    -DVEXORA_CODEC_PREFIX="$codec_prefix"
   lane_done windows-x86 $t
 fi
 if wants windows-x64; then
   echo "== lane: windows-x64"; t=$SECONDS
+  codecs x86_64-w64-mingw32
   start_display
   prefix="$root/build/windows-x64/wineprefix"
   rm -rf "$prefix" && mkdir -p "$(dirname "$prefix")"
@@ -122,7 +132,7 @@ if wants windows-x64; then
   wineserver --wait
   unset WINEPREFIX WINEDEBUG
   configure windows-x64 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-x86_64-w64-mingw32.cmake" \
-    -DVEXORA_WINEPREFIX="$prefix"
+    -DVEXORA_WINEPREFIX="$prefix" -DVEXORA_CODEC_PREFIX="$codec_prefix"
   # A Wine start has been seen to fail once under heavy load (a tool case ending at once with
   # status 1, then passing three times alone). A test gets one more run under Wine; its first
   # failure is still printed above, and a test that fails twice fails the lane.

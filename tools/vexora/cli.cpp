@@ -1,5 +1,6 @@
 #include "cli.hpp"
 
+#include "commands.hpp"
 #include "output_formats.hpp"
 
 #include <cctype>
@@ -88,6 +89,11 @@ Dib LoadImageFile(const std::string& givenPath, int page) {
     } else if (format == FMT_BMP || format == FMT_UNKNOWN) {
         // Bare packed DIBs have no signature; the bitmap loader knows them.
         dib = LoadBitmapFile(givenPath);
+    } else if (format == FMT_WMF && Extension(givenPath) == ".tga") {
+        SetImgError(IMGERR_SUCCESS);
+        int status = 0;
+        dib = Dib(LoadTgaThroughModule(path, &status));
+        if (!dib) throw OperationFailed("cannot load '" + givenPath + "' (TGA): " + LibraryErrorText());
     } else {
         SetImgError(IMGERR_SUCCESS);
         int status = 0;

@@ -74,7 +74,8 @@ std::string FormatName(int format);
 // Loads page `page` of any file the library recognises: bitmaps and bare packed DIBs through
 // the bitmap loader; text files (detected, or named .txt) through LoadASCIIFile, since the load
 // dispatch refuses text by design; clipboard files, metafiles, colour fax sets and the module
-// formats through the format dispatch. Run-length compressed bitmaps come back expanded.
+// formats through the format dispatch; a .tga file the detection takes for a metafile through
+// the TGA module directly. Run-length compressed bitmaps come back expanded.
 // Throws OperationFailed with the reason.
 Dib LoadImageFile(const std::string& path, int page = 1);
 

@@ -33,6 +33,11 @@ struct ModuleSearch {
 };
 ModuleSearch FindFormatModule(const std::string& moduleFile);
 
+// LoadTGAIntoDIB of the TGA module, called directly: a run-length colour-mapped TGA file has
+// image type 9 in its third byte, which the library's format detection reads as a metafile's
+// header word and never hands to the module. Null when the module or the file cannot be read.
+HDIB LoadTgaThroughModule(const std::string& fileName, int* status);
+
 inline constexpr const char* kInfoHelp =
     "usage: vexora info [--page N] FILE...\n"
     "\n"

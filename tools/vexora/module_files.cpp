@@ -1,6 +1,7 @@
 // module_files.cpp - FindFormatModule: whether the format module a file needs can be loaded,
 // and where the library looks for it, so that `vexora info` names a missing module instead of
-// promising one.
+// promising one; and LoadTgaThroughModule, for the TGA files the library's detection takes for
+// metafiles.
 //
 // The search is the library's own: on Linux "NAME.so" beside libvexora.so, then the dynamic
 // loader's path; on Windows "NAME.DLL" through LoadLibraryA's search, which starts in the
@@ -52,6 +53,25 @@ ModuleSearch FindFormatModule(const std::string& moduleFile) {
     }
 #endif
     return search;
+}
+
+HDIB LoadTgaThroughModule(const std::string& fileName, int* status) {
+    using LoadTga = HDIB(VXCALL*)(LPCSTR, int*);
+#if defined(_WIN32)
+    HMODULE module = LoadLibraryA("VXTGAR.DLL");
+    if (module == nullptr) return nullptr;
+    const auto load = reinterpret_cast<LoadTga>(reinterpret_cast<void*>(GetProcAddress(module, "LoadTGAIntoDIB")));
+    HDIB dib = load ? load(fileName.c_str(), status) : nullptr;
+    FreeLibrary(module);
+#else
+    const ModuleSearch search = FindFormatModule("VXTGAR.DLL");
+    void* module = search.found ? dlopen(search.path.c_str(), RTLD_NOW | RTLD_LOCAL) : nullptr;
+    if (module == nullptr) return nullptr;
+    const auto load = reinterpret_cast<LoadTga>(dlsym(module, "LoadTGAIntoDIB"));
+    HDIB dib = load ? load(fileName.c_str(), status) : nullptr;
+    dlclose(module);
+#endif
+    return dib;
 }
 
 }  // namespace vexora_tool
