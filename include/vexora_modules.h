@@ -290,11 +290,43 @@ VXMODULEAPI int VXMODULECALL SaveDIBInTGAFormat(LPCSTR fileName, HDIB dib, int r
 
 /* ---- VXJPGR / VXJPGW: JPEG --------------------------------------------------------------- */
 
+/* JPEG reader (libjpeg-turbo, the accurate integer DCT and fancy upsampling: djpeg's pixels).
+   Baseline, progressive and arithmetic-coded files. Gray gives an 8-bit DIB with the gray
+   ramp; YCbCr and RGB a 24-bit DIB; CMYK and YCCK (YCCK converted to CMYK by the codec) a
+   24-bit DIB from the inverted inks every CMYK JPEG stores: R = (C * K + 127) / 255,
+   G = (M * K + 127) / 255, B = (Y * K + 127) / 255 on the stored values. Resolution: the JFIF
+   density in dots per inch or per centimetre; when the JFIF segment has none (an aspect ratio
+   only, or no segment), EXIF XResolution, YResolution and ResolutionUnit (inch or centimetre)
+   of the first image directory; else 0. There is no status word: failures set the module
+   error code only (IMGERR_IO when the data ends early, which the codec would otherwise fill
+   with gray). The codec's warnings about damaged data it resynchronises past (bytes before a
+   marker, a misplaced restart marker) do not fail the file, as djpeg does not. A file of more
+   than 500 scans fails (IMGERR_FILEFORMAT): each scan is a pass over the image. */
 VXMODULEAPI HDIB VXMODULECALL LoadJPEGIntoDIB(LPCSTR fileName);
+
+/* JPEG writer: a baseline JFIF file with cjpeg's defaults, so the file is the one cjpeg writes
+   from the same pixels. quality 1 to 100, clamped into that range (the library passes 75);
+   YCbCr with 2 x 2 chroma subsampling; the standard Huffman tables (not optimised). 24-bit
+   DIBs are written in colour; 1, 4 and 8-bit DIBs whose every table entry is gray as a gray
+   JPEG of those levels, others in colour through the table (indices past the table black).
+   The resolution is written as the JFIF density in dots per inch, rounded, when both pels per
+   metre are positive (else the density is the aspect ratio 1:1). */
 VXMODULEAPI int VXMODULECALL SaveDIBInJPEGFile(LPCSTR fileName, HDIB dib, int quality);
 
 /* ---- VXPNGR: PNG ------------------------------------------------------------------------- */
 
+/* PNG reader (libpng). Palette images of 1, 4 and 8 bits keep their depth and indices, 2-bit
+   ones become 4-bit; the table is the full table of the DIB's depth, entries past the file's
+   palette black. Gray of 1 bit gives a 1-bit DIB (black, white); gray of 2, 4, 8 and 16 bits
+   an 8-bit DIB with the gray ramp, 2 and 4-bit samples widened as PNG defines (v * 255 /
+   (2^n - 1)); RGB of 8 and 16 bits a 24-bit DIB. Alpha channels and tRNS transparency are
+   composited on white; a palette's tRNS composites its entries and the image stays paletted.
+   Interlaced files are read. pHYs in metres gives the pels per metre (unit unknown: 0).
+   Gamma, chromaticities, sRGB and ICC profiles are ignored: samples are taken as stored.
+   Damage: a CRC error in a critical chunk fails (VXSTATUS_CORRUPT), an ancillary chunk with
+   a bad CRC is dropped (libpng's default), a palette index past the palette shows black; a
+   file that ends before IEND fails with VXSTATUS_TRUNCATED, image data that ends early or a
+   palette of 0 or more than 256 entries with VXSTATUS_CORRUPT. */
 VXMODULEAPI HDIB VXMODULECALL LoadPNGIntoDIB(LPCSTR fileName, int *status);
 
 #ifdef __cplusplus
