@@ -15,7 +15,7 @@
 set -eu
 IM=/usr/bin/convert
 
-gifbuild <<'SPEC' > gif_anim.gif
+gifbuild <<'LAYOUT' > gif_anim.gif
 screen width 16
 screen height 12
 screen colors 4
@@ -100,7 +100,7 @@ b....b
 b.rr.b
 b....b
 bbbbbb
-SPEC
+LAYOUT
 $IM gif_anim.gif -coalesce -background white -alpha remove gif_anim_frame%d.ppm
 for n in 3 2 1 0; do mv gif_anim_frame$n.ppm gif_anim_frame$((n + 1)).ppm; done
 
@@ -116,7 +116,7 @@ for f in gif_im_bilevel gif_im_16 gif_im_256_interlaced gif_im_transparent; do
 done
 
 # giflib's own: an interlaced image with a local table over a global one, decoded by gif2rgb.
-gifbuild <<'SPEC' > gif_gb_local.gif
+gifbuild <<'LAYOUT' > gif_gb_local.gif
 screen width 9
 screen height 10
 screen colors 2
@@ -142,7 +142,7 @@ abcaaacba
 abcccccba
 abbbbbbba
 aaaaaaaaa
-SPEC
+LAYOUT
 gif2rgb -1 -o gif_gb_local.rgb gif_gb_local.gif
 { printf 'P6\n9 10\n255\n'; cat gif_gb_local.rgb; } > gif_gb_local.ppm
 rm gif_gb_local.rgb
