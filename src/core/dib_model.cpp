@@ -98,9 +98,13 @@ Outcome<DibFileHeaders> ReadDibHeaders(HFILE file) {
     } else if (headerSize != kInfoHeaderSize) {
         return Fail(IMGERR_FILEFORMAT);
     }
+    // A table longer than any depth needs must fit in what the file still holds. A file that
+    // cannot tell (a pipe) has no room for one: otherwise a 54-byte header could make the
+    // library allocate gigabytes before reading a byte of it.
     const uint32_t entryBytes = h.core ? 3 : 4;
+    const uint64_t left = BytesLeft(file);
     if (!HasRepresentableSize(header, h.colorCount) ||
-        (h.colorCount > kLargestDepthTable && uint64_t{h.colorCount} * entryBytes > BytesLeft(file)))
+        (h.colorCount > kLargestDepthTable && (left == kUnknownLength || uint64_t{h.colorCount} * entryBytes > left)))
         return Fail(IMGERR_FILEFORMAT);
 
     const int32_t height = LoadI32(header + bih::kHeight);

@@ -9,7 +9,7 @@ bool ReadExactly(HFILE file, void* buffer, uint32_t bytes) {
 
 uint64_t BytesLeft(HFILE file) {
     const LONG here = _llseek(file, 0, FILE_CURRENT);
-    if (here < 0) return UINT64_MAX;
+    if (here < 0) return kUnknownLength;
     const LONG end = _llseek(file, 0, FILE_END);
     _llseek(file, here, FILE_BEGIN);
     return end >= here ? static_cast<uint64_t>(end - here) : 0;

@@ -10,8 +10,11 @@ namespace vx {
 // Reads exactly `bytes` bytes; false on a short read or an error.
 bool ReadExactly(HFILE file, void* buffer, uint32_t bytes);
 
-// Bytes from the current position to the end of the file; UINT64_MAX when the file cannot
-// tell (it does not seek). The position is left where it was.
+// What BytesLeft answers for a file that cannot tell (it does not seek).
+inline constexpr uint64_t kUnknownLength = UINT64_MAX;
+
+// Bytes from the current position to the end of the file, or kUnknownLength. The position is
+// left where it was.
 uint64_t BytesLeft(HFILE file);
 
 }  // namespace vx

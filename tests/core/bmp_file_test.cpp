@@ -2,6 +2,10 @@
 
 #include "export_calls.hpp"
 
+#if !defined(_WIN32)
+#include <unistd.h>
+#endif
+
 using namespace vxtest;
 
 namespace {
@@ -42,6 +46,29 @@ TEST(ReadDIBInfo, ReadsHeaderAndTableAndStopsAtThePixels) {
     EXPECT_EQ(ReadDIBInfo(HFILE_ERROR), nullptr);
     EXPECT_EQ(ImgError(), IMGERR_PARAMETER);
 }
+
+#if !defined(_WIN32)
+// A pipe cannot tell how much it holds: a table longer than 256 entries is refused before
+// anything is allocated for it, while one of up to 256 is read as far as the pipe goes.
+TEST(ReadDIBInfo, AHandleThatCannotSeekHasNoRoomForALongTable) {
+    for (const uint32_t colours : {0x10000000u, 257u, 256u}) {
+        SCOPED_TRACE(colours);
+        Bytes dib = PackedDib({4, 2, 8, 0});
+        dib.resize(40);
+        PutU32(dib, 32, colours);
+        const Bytes file = BmpFile(dib, 0);  // a pipe cannot go back, so the file header says BM
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        ASSERT_EQ(write(ends[1], file.data(), file.size()), 54);
+        close(ends[1]);
+        SetImgError(IMGERR_SUCCESS);
+        Block block(ReadDIBInfo(ends[0]));
+        close(ends[0]);
+        EXPECT_EQ(block != nullptr, colours == 256u);
+        EXPECT_EQ(ImgError(), colours == 256u ? IMGERR_SUCCESS : IMGERR_FILEFORMAT);
+    }
+}
+#endif
 
 // A plain file loads as its packed DIB byte for byte, and saving that gives the file back.
 TEST(LoadDIBFromFile, RoundTripsEveryDepthAtAwkwardWidths) {
