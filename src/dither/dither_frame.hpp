@@ -124,7 +124,6 @@ private:
     int32_t width_ = 0, height_ = 0, padded_ = 0;
     uint32_t sourceBits_ = 0;
     int outBits_ = 0;
-    int32_t xPels_ = 0, yPels_ = 0;
     uint64_t pixelOffset_ = 0, sourceStride_ = 0, rowReadBytes_ = 0;
     Palette palette_{};
     RowLoader colours_ = nullptr, luminance_ = nullptr;

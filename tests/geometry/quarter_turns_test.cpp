@@ -107,7 +107,7 @@ TEST(OrthogonalTransforms, RefusedBlocksGiveNullAndLeaveTheCode) {
                              {"header only", Cut(good, 39), kUntouched}, {"negative height", With(good, 8, uint32_t(-5)), kUntouched}};
     for (const auto& [op, name] : kOps) {
         SCOPED_TRACE(name);
-        ExpectRefusals(Reports::kModuleCode, cases, [op](HDIB dib, auto&, auto) { return op(dib); });
+        ExpectRefusals(Reports::kModuleCode, cases, [call = op](HDIB dib, auto&, auto) { return call(dib); });
         // Zero planes make zero-byte rows: only whole-row copying has nothing to step past.
         EXPECT_EQ(CallOn(With(good, 12, 4 << 16), op).result.empty(), op != FlipDIBVertical);
     }

@@ -25,7 +25,7 @@ std::string Unique(const char* stem) {
 }
 
 // The test printer's PPD: a 300-dpi colour PostScript printer, Letter by default.
-constexpr const char* kTestPpd =
+[[maybe_unused]] constexpr const char* kTestPpd =
     "*PPD-Adobe: \"4.3\"\n"
     "*FormatVersion: \"4.3\"\n"
     "*FileVersion: \"1.0\"\n"
