@@ -4,7 +4,9 @@
 #   scripts/install-deps.sh native    compilers, CMake, GoogleTest, Google Benchmark, and FreeType,
 #                                     fontconfig and the DejaVu fonts the Linux GDI draws text with,
 #                                     SDL2 for `vexora view` and Xvfb for its test, cairo and
-#                                     libcups for the printers, poppler's pdftoppm for the print test
+#                                     libcups for the printers, poppler's pdftoppm for the print test,
+#                                     the codecs of the format modules, and clang with its libFuzzer
+#                                     runtime for the sanitizer lane
 #   scripts/install-deps.sh windows   the MinGW-w64 cross compilers, Wine and a virtual display too,
 #                                     and what scripts/build-codecs.sh needs to cross-build the
 #                                     codecs of the format modules from Debian's source packages:
@@ -19,7 +21,8 @@ native=(cmake:cmake ninja:ninja-build g++:g++ cc:gcc ccache:ccache pkg-config:pk
   python3:python3 googletest libgtest-dev libbenchmark-dev
   libfreetype-dev libfontconfig-dev fc-match:fontconfig fonts-dejavu-core fonts-dejavu-extra
   libsdl2-dev Xvfb:xvfb libcairo2-dev libcups2-dev pdftoppm:poppler-utils
-  libpng-dev libjpeg62-turbo-dev libtiff-dev libgif-dev)
+  libpng-dev libjpeg62-turbo-dev libtiff-dev libgif-dev
+  clang:clang clang++:clang libclang-rt-14-dev)
 # wine is the launcher CMake and the tests call; wine64 holds the 64-bit loader it starts,
 # outside PATH.
 windows=(i686-w64-mingw32-g++-posix:g++-mingw-w64-i686 x86_64-w64-mingw32-g++-posix:g++-mingw-w64-x86-64

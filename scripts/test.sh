@@ -5,7 +5,8 @@
 #   native       the test suite, the tool's cases and the fuzz replays, optimised build; run
 #                twice, the second time with VEXORA_SIMD=scalar: the portable kernels alone,
 #                which the 32-bit DLL ships and no other lane executes
-#   sanitize     the same under AddressSanitizer and UndefinedBehaviorSanitizer
+#   sanitize     the same under AddressSanitizer and UndefinedBehaviorSanitizer, built with clang
+#                (its warnings are errors too), every fuzz target also linked against libFuzzer
 #   install      an installed copy of the native build found by find_package and by pkg-config
 #   windows-x86  VEXORA.DLL for 32-bit Windows: built, its export table, imports and resources
 #                checked (32-bit Wine cannot be installed on Debian 12 beside the 64-bit one)
@@ -96,7 +97,8 @@ fi
 if wants sanitize; then
   echo "== lane: sanitize"; t=$SECONDS
   ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
-    run_lane sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXORA_SANITIZE=ON
+    run_lane sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+      -DVEXORA_LIBFUZZER=ON
   lane_done sanitize $t
 fi
 if wants install; then
