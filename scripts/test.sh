@@ -96,6 +96,9 @@ if wants native; then
 fi
 if wants sanitize; then
   echo "== lane: sanitize"; t=$SECONDS
+  # A build directory configured with another compiler cannot be switched to clang in place.
+  cache="$root/build/sanitize/CMakeCache.txt"
+  if [[ -f "$cache" ]] && ! grep -q '^CMAKE_CXX_COMPILER:[A-Z]*=.*clang' "$cache"; then rm -rf "$root/build/sanitize"; fi
   ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
     run_lane sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
       -DVEXORA_LIBFUZZER=ON
