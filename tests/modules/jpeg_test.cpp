@@ -5,32 +5,13 @@
 
 #include "module_test_support.hpp"
 
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
 namespace {
 
 // The writer's entry point called directly, for the qualities the library never passes.
 int SaveJpegWithQuality(const std::filesystem::path& path, const vxtest::TestImage& image, int quality) {
-    using SaveFn = int(VXMODULECALL*)(LPCSTR, HDIB, int);
+    static const auto save = vxtest::ModuleFunction<decltype(&SaveDIBInJPEGFile)>("VXJPGW", "SaveDIBInJPEGFile");
     vxtest::HeldDib dib(vxtest::DibOf(image));
-#if defined(_WIN32)
-    HMODULE module = LoadLibraryA("VXJPGW.DLL");
-    const int result = reinterpret_cast<SaveFn>(reinterpret_cast<void*>(GetProcAddress(module, "SaveDIBInJPEGFile")))(
-        path.string().c_str(), dib.get(), quality);
-    FreeLibrary(module);
-#else
-    Dl_info info{};  // beside libvexora.so, where the library looks
-    dladdr(reinterpret_cast<void*>(&LoadImageIntoDIB), &info);
-    const std::string library = info.dli_fname;
-    void* module = dlopen((library.substr(0, library.rfind('/') + 1) + "VXJPGW.so").c_str(), RTLD_NOW | RTLD_LOCAL);
-    const int result = reinterpret_cast<SaveFn>(dlsym(module, "SaveDIBInJPEGFile"))(path.string().c_str(), dib.get(), quality);
-    dlclose(module);
-#endif
-    return result;
+    return save(path.string().c_str(), dib.get(), quality);
 }
 
 TEST(JpegReader, DecodesToDjpegsPixelsExactly) {

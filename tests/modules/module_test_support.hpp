@@ -99,6 +99,10 @@ int SaveThroughLibrary(const std::filesystem::path& path, const TestImage& image
 // An entry point of a module file beside the library, for the options the library never
 // passes; null when the module or the entry is missing. The module stays loaded.
 void* ModuleEntry(const std::string& module, const char* entry);
+template <typename Function>
+Function ModuleFunction(const std::string& module, const char* entry) {
+    return reinterpret_cast<Function>(ModuleEntry(module, entry));
+}
 
 // Hostile versions of a good file, each loaded by `load` (which must return cleanly, a DIB or
 // not): the file cut at every offset (every offset up to 4096, then 256 evenly spread), and

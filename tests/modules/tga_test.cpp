@@ -5,30 +5,12 @@
 
 #include "module_test_support.hpp"
 
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
 namespace {
 
 using namespace vxtest;
 
-// An entry point of a module file beside the library. The tests load through the module itself:
-// the library takes a run-length colour-mapped file (type 9 in the 16-bit word at offset 2) for a
-// metafile before it looks at the name.
-void* ModuleEntry(const char* module, const char* entry) {
-#if defined(_WIN32)
-    return reinterpret_cast<void*>(GetProcAddress(LoadLibraryA((std::string(module) + ".DLL").c_str()), entry));
-#else
-    Dl_info info{};
-    dladdr(reinterpret_cast<void*>(&LoadImageIntoDIB), &info);
-    const std::string library = info.dli_fname;
-    return dlsym(dlopen((library.substr(0, library.rfind('/') + 1) + module + ".so").c_str(), RTLD_NOW), entry);
-#endif
-}
-
+// The tests load through the module itself: the library takes a run-length colour-mapped file
+// (type 9 in the 16-bit word at offset 2) for a metafile before it looks at the name.
 using SaveTgaFn = int(VXMODULECALL*)(LPCSTR, HDIB, int, int);
 using LoadTgaFn = HDIB(VXMODULECALL*)(LPCSTR, int*);
 const auto SaveTga = reinterpret_cast<SaveTgaFn>(ModuleEntry("VXTGAW", "SaveDIBInTGAFormat"));

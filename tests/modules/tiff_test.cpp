@@ -7,32 +7,14 @@
 
 #include "module_test_support.hpp"
 
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
 namespace {
 
 using namespace vxtest;
 
-// An entry point of a module file beside the library, for what the library never passes.
-template <typename F>
-F Entry(const char* module, const char* name) {
-#if defined(_WIN32)
-    return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(LoadLibraryA((std::string(module) + ".DLL").c_str()), name)));
-#else
-    Dl_info info{};
-    dladdr(reinterpret_cast<void*>(&LoadImageIntoDIB), &info);
-    const std::string library = info.dli_fname;
-    const std::string file = library.substr(0, library.rfind('/') + 1) + module + ".so";
-    return reinterpret_cast<F>(dlsym(dlopen(file.c_str(), RTLD_NOW), name));
-#endif
-}
-const auto LoadTiff = Entry<decltype(&LoadTiffIntoDIB)>("VXTIFR", "LoadTiffIntoDIB");
-const auto LoadCals = Entry<decltype(&LoadCALSIntoDIB)>("VXTIFR", "LoadCALSIntoDIB");
-const auto SaveTiff = Entry<decltype(&SaveDIBInTiffFormat)>("VXTIFW", "SaveDIBInTiffFormat");
+// Entry points called directly, for what the library never passes.
+const auto LoadTiff = ModuleFunction<decltype(&LoadTiffIntoDIB)>("VXTIFR", "LoadTiffIntoDIB");
+const auto LoadCals = ModuleFunction<decltype(&LoadCALSIntoDIB)>("VXTIFR", "LoadCALSIntoDIB");
+const auto SaveTiff = ModuleFunction<decltype(&SaveDIBInTiffFormat)>("VXTIFW", "SaveDIBInTiffFormat");
 
 int StatusOf(const std::filesystem::path& path, int page = 1) {
     int status = -1;
