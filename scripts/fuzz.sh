@@ -3,6 +3,7 @@
 # while, with what it learns kept in the tree.
 #   scripts/fuzz.sh [TARGET] [MINUTES]    TARGET: a fuzz/TARGET_fuzz.cpp name (default: all of
 #                                         them, one after another); MINUTES each (default 10)
+# A dictionary of the format's magic values, fuzz/dict/TARGET.dict, is used when there is one.
 # New inputs are collected in a scratch directory, then merged into fuzz/corpus/TARGET (only
 # those that add coverage); a crash, leak or timeout is copied there too, so that every lane's
 # replay runs it from then on, and the script fails naming it.
@@ -38,11 +39,13 @@ for name in "${targets[@]}"; do
   corpus="$root/fuzz/corpus/$name" scratch=$(mktemp -d) artifacts=$(mktemp -d)
   mkdir -p "$corpus"
   echo "== $name: $minutes min"
+  dictionary=()
+  [[ -f "$root/fuzz/dict/$name.dict" ]] && dictionary=(-dict="$root/fuzz/dict/$name.dict")
   status=0
   ASAN_OPTIONS=detect_leaks=1 "$build/fuzz/${name}_fuzz" -max_total_time=$((minutes * 60)) -timeout=10 \
-    -rss_limit_mb=4096 -print_final_stats=1 -artifact_prefix="$artifacts/" "$scratch" "$corpus" \
+    -rss_limit_mb=4096 -print_final_stats=1 -artifact_prefix="$artifacts/" "${dictionary[@]}" "$scratch" "$corpus" \
     2>"$scratch.log" || status=$?
-  grep -E "^stat::(number_of_executed_units|average_exec_per_sec|peak_rss_mb)|cov: " "$scratch.log" | tail -n 4
+  grep -E "^stat::(number_of_executed_units|average_exec_per_sec|peak_rss_mb)|cov: " "$scratch.log" | tail -n 4 || true
   "$build/fuzz/${name}_fuzz" -merge=1 "$corpus" "$scratch" >/dev/null 2>&1 || true
   for crash in "$artifacts"/*; do
     [[ -e "$crash" ]] || continue
