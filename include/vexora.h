@@ -1956,6 +1956,21 @@ VXAPI VXMESSAGESINK VXCALL VexoraSetMessageSink(VXMESSAGESINK sink, void *contex
 VXAPI HDIB VXCALL VexoraCropScaleDIB(HDIB dib, int x, int y, int width,
                                      int height, int outWidth, int outHeight);
 
+/* Reads a BMP file the way today's writers make them, where LoadDIBFromFile keeps the classic
+   reader's limits. Returns a new DIB in the classic form (40-byte header, bottom-up rows,
+   1/4/8/24 bits, BI_RGB), or NULL with the module error code set and, when reason is not
+   NULL, a sentence saying why written into reason (at most reasonSize bytes, terminated).
+   (Draft: what it reads and how it maps each variant is documented when it lands.) */
+VXAPI HDIB VXCALL VexoraLoadBMPFile(LPCSTR fileName, char *reason, UINT reasonSize);
+
+/* The same reader over a BMP file's bytes in memory (size bytes at data). */
+VXAPI HDIB VXCALL VexoraReadBMPMemory(const void *data, DWORD size, char *reason, UINT reasonSize);
+
+/* Resamples a DIB to outWidth x outHeight for viewing: each axis is reduced by area
+   averaging and enlarged by a windowed-sinc filter. Returns a new DIB, or NULL.
+   (Draft: depths and rounding are documented when it lands.) */
+VXAPI HDIB VXCALL VexoraResampleDIB(HDIB dib, int outWidth, int outHeight);
+
 
 
 #ifdef __cplusplus
