@@ -32,7 +32,7 @@ std::vector<Operation> ColourTableOperations() {
 
 std::vector<Operation> AllOperations() {
     std::vector<Operation> all = ColourTableOperations();
-    for (auto&& family : {GeometryOperations(), ToneOperations(), DitherOperations(), FormatOperations(), DeviceOperations()}) all.insert(all.end(), family.begin(), family.end());
+    for (auto&& family : {GeometryOperations(), ResizeOperations(), ToneOperations(), DitherOperations(), FormatOperations(), DeviceOperations()}) all.insert(all.end(), family.begin(), family.end());
     return all;
 }
 

@@ -23,6 +23,7 @@ const std::vector<Operation>& Operations();
 
 // The operations of each library family, in the order --help lists them.
 std::vector<Operation> GeometryOperations();
+std::vector<Operation> ResizeOperations();
 std::vector<Operation> ToneOperations();
 std::vector<Operation> DitherOperations();
 std::vector<Operation> FormatOperations();
