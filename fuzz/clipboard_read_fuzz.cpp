@@ -26,12 +26,12 @@ using vexora_fuzz::Check;
 // A metafile picture is played into a bitmap of the size its header gives, up to 2^28 pixels:
 // a 160-byte file may ask for a gigabyte and seconds of drawing, which is the reader's
 // documented limit and not a fault. The work per input is capped by playing only pictures of
-// up to 2^22 pixels; the header and the metafile are still read (and refused) for every input.
+// up to 2^16 pixels; the header and the metafile are still read (and refused) for every input.
 bool PictureWithinLimit(const std::string& file) {
     const auto picture = vx::formats::ReadClipboardPicture(file.c_str());
     if (!picture) return false;
     const vx::formats::PictureSize size = vx::formats::ClipboardPictureSize(*picture);
-    return int64_t{size.width} * size.height <= (int64_t{1} << 22);
+    return int64_t{size.width} * size.height <= (int64_t{1} << 16);
 }
 using vexora_fuzz::WorkDir;
 }  // namespace
