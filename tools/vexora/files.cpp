@@ -1,5 +1,5 @@
-// files.cpp - how the tool meets the file system: CheckInputFile, ReadStandardInput,
-// WriteOutputFile and SystemReason.
+// files.cpp - how the tool meets the file system: CheckInputFile, StandardInputFile,
+// WriteOutputFile, SystemReason, and TemporaryFile beneath them.
 //
 // Inputs. Every file the tool hands to the library is a regular file it can open. The library
 // reads whole files and waits on reads, so a character device (/dev/zero never ends), a FIFO
@@ -11,10 +11,10 @@
 //
 // Outputs. A result is written into a temporary file and then put in place, so a failure leaves
 // nothing half-written behind. What "in place" means depends on what the name is:
-//   - nothing yet, or a regular file: the temporary file sits in the same directory (so the
-//     rename is atomic) under a short name of its own, so that an output name of any length the
-//     file system allows can be written; a replaced file keeps its mode and, where the system
-//     lets the tool, its owner and group;
+//   - nothing yet, or a regular file: the temporary file sits in a private directory with a
+//     short name in the same directory (so the rename is atomic, and an output name of any
+//     length the file system allows can be written); a replaced file keeps its mode and, where
+//     the system lets the tool, its owner and group;
 //   - a symbolic link: followed (link by link) to the file it names, which is replaced in its
 //     own directory as above; the link stays a link;
 //   - a character device or a FIFO (/dev/null, /dev/stdout, a pipe made with mkfifo): written
