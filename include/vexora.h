@@ -1914,6 +1914,13 @@ VXAPI INT_PTR VXCALL PrintPageProc(HWND hDlg, UINT message, WPARAM wParam,
 /* Extensions: calls this library adds to the classic interface             */
 /* ------------------------------------------------------------------------ */
 
+/* The version of this library and its header, the same number as the package's (CMake's
+   project version and pkg-config's Version; the build checks that they agree). */
+#define VEXORA_VERSION_MAJOR 1
+#define VEXORA_VERSION_MINOR 0
+#define VEXORA_VERSION_PATCH 0
+#define VEXORA_VERSION_STRING "1.0.0"
+
 /*
  * A message sink receives what the library would show in a message box: the text, the
  * caption and the box style (MB_ICONEXCLAMATION and friends tell the severity; the loader

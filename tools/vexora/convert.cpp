@@ -40,12 +40,19 @@ std::string Wrapped(std::string_view text, size_t indent, size_t width) {
 std::string ConvertHelp() {
     std::string help =
         "usage: vexora convert IN OUT [--page N] [--format NAME] [--compression NAME]\n"
-        "                      [--interlace] [OPERATION...]\n"
+        "                      [--interlace] [--quiet] [OPERATION...]\n"
         "\n"
         "Loads the image IN, applies the operations in the order given and saves the result\n"
         "as OUT, in the format its extension names (or --format NAME). OUT is written to a\n"
         "temporary file first and renamed into place, so a failure leaves no partial file; OUT\n"
         "may not be IN. The output format is checked before IN is read.\n"
+        "IN '-' is standard input and OUT '-' standard output (a bitmap unless --format says\n"
+        "otherwise; the \"wrote\" line then goes to standard error). A symbolic link as OUT is\n"
+        "followed and the file it names replaced; a replaced file keeps its permissions; a\n"
+        "device or FIFO as OUT is written through, not replaced; a directory, or a file that\n"
+        "is write-protected (no write permission for the user, or none at all in its mode,\n"
+        "even for root), is refused. IN must be a regular file: devices and FIFOs are\n"
+        "refused. A colour fax page is loaded only when every plane file it names loads.\n"
         "\n"
         "IN may be any file the library recognises: a bitmap (run-length encoded ones are\n"
         "expanded), TIFF, CALS, PCX, DCX, GIF, TGA, JPEG and PNG (read by the format modules\n"
@@ -62,6 +69,7 @@ std::string ConvertHelp() {
         "  --compression NAME    TIFF: none, g4 (1-bit only), lzw, packbits, deflate, jpeg\n"
         "                        (default: g4 for 1-bit images, lzw otherwise); TGA: none, rle\n"
         "  --interlace           GIF: write the rows interlaced\n"
+        "  -q, --quiet           print nothing on success\n"
         "\n"
         "output formats (the library has no PNG writer: the tool writes PNG through libpng):\n" +
         WritableFormatsList() +
@@ -102,6 +110,10 @@ int RunConvert(const std::vector<std::string>& args) {
             choices.interlace = true;
             continue;
         }
+        if (arg == "--quiet" || arg == "-q") {
+            quietRun = true;
+            continue;
+        }
         if (arg == "--format" || arg == "--compression" || arg.rfind("--format=", 0) == 0 ||
             arg.rfind("--compression=", 0) == 0) {
             const size_t equals = arg.find('=');
@@ -128,6 +140,8 @@ int RunConvert(const std::vector<std::string>& args) {
         steps.emplace_back(op, value);
     }
     if (files.size() != 2) throw UsageError("convert: name one input and one output file");
+    // Standard output has no extension to name a format: a bitmap unless --format says otherwise.
+    if (files[1] == kStandardStream && choices.format.empty()) choices.format = "bmp";
 
     ChooseOutputFormat(files[1], choices);
     for (const auto& [op, value] : steps) op->apply(nullptr, value);
@@ -135,9 +149,12 @@ int RunConvert(const std::vector<std::string>& args) {
     Dib image = LoadImageFile(files[0], static_cast<int>(page));
     for (const auto& [op, value] : steps) op->apply(&image, value);
     SaveImageFile(image, files[1], files[0], choices);
+    if (quietRun) return kExitSuccess;
     const BITMAPINFOHEADER h = HeaderOf(image);
-    std::cout << "wrote " << files[1] << " (" << h.biWidth << " x " << h.biHeight << ", " << h.biBitCount
-              << " bits per pixel)\n";
+    // With the image on standard output the report goes to standard error.
+    std::ostream& report = files[1] == kStandardStream ? std::cerr : std::cout;
+    report << "wrote " << (files[1] == kStandardStream ? "standard output" : files[1]) << " (" << h.biWidth << " x "
+           << h.biHeight << ", " << h.biBitCount << " bits per pixel)\n";
     return kExitSuccess;
 }
 
