@@ -1981,7 +1981,8 @@ VXAPI HDIB VXCALL VexoraCropScaleDIB(HDIB dib, int x, int y, int width,
        right edge or the top is dropped, pixels the stream never sets are index 0 (black for
        RLE24), and a stream cut short keeps what it decoded.
      - BI_JPEG and BI_PNG: the embedded file is read by the JPEG or PNG format module through
-       a temporary file; a missing module is reported as LoadImageIntoDIB reports one.
+       a temporary file, and the result is the module's DIB, with the BMP header's resolution
+       when it gives one; a missing module is reported as LoadImageIntoDIB reports one.
      - The pixels start at bfOffBits when it lies after the headers and inside the file, and
        right after the colour table otherwise.
      - Uncompressed rows must all be there; only the last row's padding may be missing.

@@ -1,15 +1,14 @@
 #!/usr/bin/python3
-"""Writes bmpsuite/refs.txt: for every file of bmpsuite/g, its size and a hash of its pixels as
-ImageMagick (/usr/bin/convert, Debian's imagemagick) decodes them, for bmp_tolerant_test.cpp.
-
-Each line is "NAME WIDTH HEIGHT HASH": HASH is the 64-bit FNV-1a of the RGB bytes, rows from
-the top. Alpha is composited on white. ImageMagick widens 5- and 6-bit fields by its own
-rounding, which differs by one from the exact (v * 255 + m / 2) / m the reader uses in a few
-values; the field value is recovered (round(c * m / 255)) and scaled exactly, so the reference
-still comes from the independent decode of layout, masks and row order.
-
-Run from anywhere: /usr/bin/python3 tests/formats/data/make_bmpsuite_refs.py
-"""
+# Writes bmpsuite/refs.txt: for every file of bmpsuite/g, its size and a hash of its pixels as
+# ImageMagick (/usr/bin/convert, Debian's imagemagick) decodes them, for bmp_tolerant_test.cpp.
+#
+# Each line is "NAME WIDTH HEIGHT HASH": HASH is the 64-bit FNV-1a of the RGB bytes, rows from
+# the top. Alpha is composited on white. ImageMagick widens 5- and 6-bit fields by its own
+# rounding, which differs by one from the exact (v * 255 + m / 2) / m the reader uses in a few
+# values; the field value is recovered (round(c * m / 255)) and scaled exactly, so the reference
+# still comes from the independent decode of layout, masks and row order.
+#
+# Run from anywhere: /usr/bin/python3 tests/formats/data/make_bmpsuite_refs.py
 import glob, os, struct, subprocess
 
 HERE = os.path.join(os.path.dirname(os.path.abspath(__file__)), 'bmpsuite')
