@@ -21,8 +21,8 @@ def fnv1a(data):
     return h
 
 
+# Widths of the red, green, blue fields of a 16-bit file, or None.
 def field_widths(path):
-    """Widths of the red, green, blue fields of a 16-bit file, or None."""
     d = open(path, 'rb').read()
     bits, comp = struct.unpack_from('<HI', d, 28)
     if bits != 16:
@@ -47,9 +47,7 @@ def decode(path):
     return w, h, bytes(rgb)
 
 
-lines = []
-for path in sorted(glob.glob(os.path.join(HERE, 'g', '*.bmp'))):
-    w, h, rgb = decode(path)
-    lines.append(f'g/{os.path.basename(path)} {w} {h} {fnv1a(rgb):016x}\n')
 with open(os.path.join(HERE, 'refs.txt'), 'w') as out:
-    out.writelines(lines)
+    for path in sorted(glob.glob(os.path.join(HERE, 'g', '*.bmp'))):
+        w, h, rgb = decode(path)
+        out.write(f'g/{os.path.basename(path)} {w} {h} {fnv1a(rgb):016x}\n')
