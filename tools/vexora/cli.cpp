@@ -99,8 +99,7 @@ Dib LoadImageFile(const std::string& givenPath, int page) {
     if (format == FMT_TEXT || (format == FMT_UNKNOWN && Extension(givenPath) == ".txt")) {
         dib = LoadTextFile(givenPath, path);
     } else if (format == FMT_BMP || format == FMT_UNKNOWN) {
-        // Bare packed DIBs have no signature; the bitmap loader knows them.
-        dib = LoadBitmapFile(givenPath);
+        dib = LoadBmpInput(givenPath, path);
     } else if ((format == FMT_WMF || format == FMT_PCX) && Extension(givenPath) == ".tga") {
         SetImgError(IMGERR_SUCCESS);
         int status = 0;

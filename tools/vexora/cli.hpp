@@ -66,6 +66,21 @@ std::string LibraryErrorText();
 // Loads a BMP file through the library, or throws OperationFailed with the library's reason.
 Dib LoadBitmapFile(const std::string& path);
 
+// The tool's pixel limit on inputs (--max-pixels): 2^28 pixels by default, the most the
+// library's BMP reader and format modules make.
+inline constexpr uint64_t kDefaultMaxPixels = uint64_t{1} << 28;
+void SetMaxPixels(uint64_t pixels);
+uint64_t MaxPixels();
+
+// Throws OperationFailed when a loaded image has more pixels than the limit.
+void CheckPixelCount(const Dib& dib, const std::string& path);
+
+// Loads a file GetImageFormat calls a bitmap (or does not recognise): "BM" files through the
+// library's tolerant BMP reader, after checking the header's size against the limit, bare
+// packed DIBs through LoadDIBFromFile. Throws OperationFailed with the library's text and the
+// reader's reason. (bmp_input.cpp)
+Dib LoadBmpInput(const std::string& givenPath, const std::string& path);
+
 // `path` made absolute. The library reads profiles (colour fax sets) through the system's
 // profile calls, which look for a relative name in the Windows directory.
 std::string FullPath(const std::string& path);

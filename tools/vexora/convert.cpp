@@ -40,7 +40,7 @@ std::string Wrapped(std::string_view text, size_t indent, size_t width) {
 std::string ConvertHelp() {
     std::string help =
         "usage: vexora convert IN OUT [--page N] [--format NAME] [--compression NAME]\n"
-        "                      [--interlace] [--quiet] [OPERATION...]\n"
+        "                      [--interlace] [--max-pixels N] [--quiet] [OPERATION...]\n"
         "\n"
         "Loads the image IN, applies the operations in the order given and saves the result\n"
         "as OUT, in the format its extension names (or --format NAME). OUT is written to a\n"
@@ -69,6 +69,8 @@ std::string ConvertHelp() {
         "  --compression NAME    TIFF: none, g4 (1-bit only), lzw, packbits, deflate, jpeg\n"
         "                        (default: g4 for 1-bit images, lzw otherwise); TGA: none, rle\n"
         "  --interlace           GIF: write the rows interlaced\n"
+        "  --max-pixels N        refuse an input of more than N pixels (default 268435456,\n"
+        "                        2^28); BMP headers are checked before decoding\n"
         "  -q, --quiet           print nothing on success\n"
         "\n"
         "output formats (the library has no PNG writer: the tool writes PNG through libpng):\n" +
@@ -104,6 +106,12 @@ int RunConvert(const std::vector<std::string>& args) {
             const bool inlinePage = arg.size() > 6;
             if (!inlinePage && i + 1 >= args.size()) throw UsageError("convert: --page needs N");
             page = ParseNumber(inlinePage ? arg.substr(7) : args[++i], "--page", 1, 65535);
+            continue;
+        }
+        if (arg == "--max-pixels" || arg.rfind("--max-pixels=", 0) == 0) {
+            const bool inlineValue = arg.size() > 12;
+            if (!inlineValue && i + 1 >= args.size()) throw UsageError("convert: --max-pixels needs N");
+            SetMaxPixels(static_cast<uint64_t>(ParseNumber(inlineValue ? arg.substr(13) : args[++i], "--max-pixels", 1, 2147483647)));
             continue;
         }
         if (arg == "--interlace") {
@@ -147,6 +155,7 @@ int RunConvert(const std::vector<std::string>& args) {
     for (const auto& [op, value] : steps) op->apply(nullptr, value);
 
     Dib image = LoadImageFile(files[0], static_cast<int>(page));
+    CheckPixelCount(image, files[0]);
     for (const auto& [op, value] : steps) op->apply(&image, value);
     SaveImageFile(image, files[1], files[0], choices);
     if (quietRun) return kExitSuccess;
