@@ -71,3 +71,19 @@ foreach(image photo-8 odd-4)
     SAME "pic-${image}.bmp|pic-${image}-back.bmp")
   set_tests_properties(tool_pictures_rle_${image}_back PROPERTIES FIXTURES_REQUIRED "${fixture};${fixture}_rle")
 endforeach()
+
+# The run-length files read the strict way, without the library (picture_check.cpp): the 8-bit
+# sample, whose stream from the library passes a row's end, the 4-bit eight colours at even
+# width, and the two odd-width images above.
+add_executable(picture_check picture_check.cpp)
+tool_case(pictures_rle_4 NEEDS 1 EXIT 0 ARGS convert demo/dither-fs-4.bmp pic-even-4-rle.bmp --rle)
+set_tests_properties(tool_pictures_rle_4 PROPERTIES FIXTURES_SETUP pic_even_4_rle)
+foreach(pair "demo/sample-8.bmp|sample-rle.bmp|tool_rle" "demo/dither-fs-4.bmp|pic-even-4-rle.bmp|pic_even_4_rle"
+    "pic-photo-8.bmp|pic-photo-8-rle.bmp|pic_photo_8_rle" "pic-odd-4.bmp|pic-odd-4-rle.bmp|pic_odd_4_rle")
+  string(REPLACE "|" ";" pair "${pair}")
+  list(GET pair 0 source)
+  list(GET pair 1 encoded)
+  list(GET pair 2 fixture)
+  add_test(NAME pictures_strict_${encoded} COMMAND picture_check ${work}/${source} ${work}/${encoded})
+  set_tests_properties(pictures_strict_${encoded} PROPERTIES LABELS tool FIXTURES_REQUIRED "tool_samples;${fixture}")
+endforeach()
