@@ -19,9 +19,10 @@ void ExpectDepth(const Dib& image, std::string_view option, bool ok, std::string
 void ComplementPixels24(Dib& image, const BITMAPINFOHEADER& h) {
     const DWORD stride = ((static_cast<DWORD>(h.biWidth) * 24 + 31) / 32) * 4;
     const DWORD rows = static_cast<DWORD>(h.biHeight < 0 ? -h.biHeight : h.biHeight);
-    if (GlobalSize(image.get()) < h.biSize + static_cast<size_t>(stride) * rows)
+    const size_t offset = h.biSize + size_t{4} * h.biClrUsed;  // a true-colour image may still carry a table
+    if (GlobalSize(image.get()) < offset + static_cast<size_t>(stride) * rows)
         throw OperationFailed("--negative: the image is shorter than its header says");
-    auto* pixels = static_cast<uint8_t*>(GlobalLock(image.get())) + h.biSize;
+    auto* pixels = static_cast<uint8_t*>(GlobalLock(image.get())) + offset;
     for (DWORD y = 0; y < rows; ++y)
         for (DWORD i = 0; i < static_cast<DWORD>(h.biWidth) * 3; ++i) pixels[y * stride + i] = static_cast<uint8_t>(~pixels[y * stride + i]);
     GlobalUnlock(image.get());
