@@ -154,7 +154,8 @@ void Rotate(Dib* image, const std::string& argument) {
         const BITMAPINFOHEADER source = HeaderOf(*image);
         DWORD status = 0;
         // The library turns positive angles anticlockwise; the tool's angles are clockwise.
-        const auto turn = [&](HDIB dib) { return RotateDIB(dib, static_cast<int>(-angle), walk == "fast" ? 1 : 0, &status, nullptr); };
+        const int fast = walk == "fast" ? 1 : 0;
+        const auto turn = [&](HDIB dib) { return RotateDIB(dib, static_cast<int>(-angle), fast, &status, nullptr); };
         TakeResult(*image, turn(image->get()), "rotate", RotationStatusText(status));
         return PaintBackground(source, *image, turn);
     }
@@ -174,10 +175,11 @@ void Skew(Dib* image, const std::string& argument) {
     const long offset = ParseNumber(pixels, "--skew offset", -kLargestSide, kLargestSide);
     if (image == nullptr) return;
     const BITMAPINFOHEADER source = HeaderOf(*image);
+    const int horizontal = direction == "h" ? 1 : 0;
     const auto shear = [&](HDIB dib) {
         DWORD error = 0;
         int corners[8] = {};
-        return SkewDIB(dib, direction == "h" ? 1 : 0, static_cast<int>(offset), &error, corners);
+        return SkewDIB(dib, horizontal, static_cast<int>(offset), &error, corners);
     };
     SetImgError(IMGERR_SUCCESS);
     TakeResult(*image, shear(image->get()), "skew", ModuleReason("the image could not be skewed"));
