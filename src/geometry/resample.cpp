@@ -123,31 +123,32 @@ private:
 };
 
 void HorizontalFirst(const Plan& plan, const AxisTaps& horizontal, const AxisTaps& vertical) {
+    const resample::RowKernels kernels = resample::SelectRowKernels(plan.channels, horizontal);
     const size_t outSamples = size_t{plan.outWidth} * plan.channels;
     ExpandedRows expanded(plan, 1);
     RowRing<int32_t> filtered(vertical.maxTaps, outSamples);
     std::vector<const int32_t*> rows(vertical.maxTaps);
-    std::vector<int32_t> acc(outSamples);
     for (uint32_t j = 0; j < plan.outHeight; ++j) {
         const uint32_t n = vertical.count(j);
         for (uint32_t k = 0; k < n; ++k)
             rows[k] = filtered.get(vertical.first[j] + k, [&](uint32_t y, int32_t* dst) {
-                resample::FilterRowBytes(plan.channels, expanded.row(y), horizontal, dst);
+                kernels.filterBytes(expanded.row(y), horizontal, dst);
             });
-        resample::MixRowsIntermediates(rows.data(), vertical.of(j), n, outSamples, acc.data(), plan.outRow(j));
+        kernels.mixIntermediates(rows.data(), vertical.of(j), n, outSamples, plan.outRow(j));
     }
 }
 
 void VerticalFirst(const Plan& plan, const AxisTaps& horizontal, const AxisTaps& vertical) {
+    const resample::RowKernels kernels = resample::SelectRowKernels(plan.channels, horizontal);
     const size_t inSamples = size_t{plan.source.width} * plan.channels;
     ExpandedRows expanded(plan, vertical.maxTaps);
     std::vector<const uint8_t*> rows(vertical.maxTaps);
-    std::vector<int32_t> acc(inSamples), mixed(inSamples);
+    std::vector<int32_t> mixed(inSamples);
     for (uint32_t j = 0; j < plan.outHeight; ++j) {
         const uint32_t n = vertical.count(j);
         for (uint32_t k = 0; k < n; ++k) rows[k] = expanded.row(vertical.first[j] + k);
-        resample::MixRowsBytes(rows.data(), vertical.of(j), n, inSamples, acc.data(), mixed.data());
-        resample::FilterRowIntermediates(plan.channels, mixed.data(), horizontal, plan.outRow(j));
+        kernels.mixBytes(rows.data(), vertical.of(j), n, inSamples, mixed.data());
+        kernels.filterIntermediates(mixed.data(), horizontal, plan.outRow(j));
     }
 }
 
@@ -206,7 +207,7 @@ Outcome<HDIB> Resample(HDIB dib, int outWidth, int outHeight) {
     const bool horizontalFirst = 2 * inH * tapsH + outW * tapsV <= inW * tapsV + 2 * outH * tapsH;
     const int bitsH = horizontalFirst ? resample::kFirstPassBits : resample::kSecondPassBits;
     const int bitsV = horizontalFirst ? resample::kSecondPassBits : resample::kFirstPassBits;
-    const AxisTaps horizontal = resample::BuildAxisTaps(inW, outW, bitsH);
+    const AxisTaps horizontal = resample::BuildAxisTaps(inW, outW, bitsH, true);
     const AxisTaps vertical = resample::BuildAxisTaps(inH, outH, bitsV);
 
     InfoHeader header{.width = outWidth,

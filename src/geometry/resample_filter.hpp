@@ -31,12 +31,14 @@ inline constexpr int kFirstPassBits = 20;
 inline constexpr int kSecondPassBits = 17;
 
 // The weights of one axis: output sample i reads source samples first[i] .. first[i] + n - 1
-// with weights[offset[i] .. offset[i + 1]), n = offset[i + 1] - offset[i].
+// with weights[offset[i] .. offset[i + 1]), n = offset[i + 1] - offset[i]. A uniform table
+// gives every sample maxTaps weights (zeros fill up), so kernels can unroll a fixed count.
 struct AxisTaps {
     std::vector<uint32_t> first;
     std::vector<uint32_t> offset;  // one more than the outputs
     std::vector<int32_t> weights;  // fixed point, each sample's adding up to 1 << bits
     uint32_t maxTaps = 0;
+    bool uniform = false;
 
     uint32_t count(uint32_t i) const { return offset[i + 1] - offset[i]; }
     const int32_t* of(uint32_t i) const { return weights.data() + offset[i]; }
@@ -45,23 +47,26 @@ struct AxisTaps {
 // sin(pi t) sin(pi t / 3) / (pi^2 t^2 / 3) for |t| < 3, 1 at 0, 0 beyond.
 double Lanczos3(double t);
 
-// The table of an axis of `in` samples resampled to `out`, weights of `bits` fractional bits.
+// The table of an axis of `in` samples resampled to `out`, weights of `bits` fractional bits;
+// `uniform` asks for the padded layout where the axis allows it (few taps, enough samples).
 // Throws std::bad_alloc when the table cannot be had.
-AxisTaps BuildAxisTaps(uint32_t in, uint32_t out, int bits);
+AxisTaps BuildAxisTaps(uint32_t in, uint32_t out, int bits, bool uniform = false);
 
 // Taps an axis costs in total (the length of its weight table), without building it.
 uint64_t AxisTapCount(uint32_t in, uint32_t out);
 
-// Horizontal kernels over rows of `channels` interleaved samples (1 or 3): bytes to
-// intermediates (first pass), intermediates to bytes (second pass).
-void FilterRowBytes(int channels, const uint8_t* src, const AxisTaps& taps, int32_t* dst);
-void FilterRowIntermediates(int channels, const int32_t* src, const AxisTaps& taps, uint8_t* dst);
-
-// Vertical kernels: the weighted sum of n rows of `count` samples; `acc` is scratch of
-// `count` sums.
-void MixRowsBytes(const uint8_t* const* rows, const int32_t* weights, uint32_t n, size_t count,
-                  int32_t* acc, int32_t* dst);
-void MixRowsIntermediates(const int32_t* const* rows, const int32_t* weights, uint32_t n,
-                          size_t count, int32_t* acc, uint8_t* dst);
+// The row kernels of one call, chosen once for its channel count (1 or 3), the layout of its
+// horizontal table and the processor.
+struct RowKernels {
+    // Horizontal: bytes to intermediates (first pass), intermediates to bytes (second pass).
+    void (*filterBytes)(const uint8_t* src, const AxisTaps& taps, int32_t* dst);
+    void (*filterIntermediates)(const int32_t* src, const AxisTaps& taps, uint8_t* dst);
+    // Vertical: the weighted sum of n rows of `count` samples.
+    void (*mixBytes)(const uint8_t* const* rows, const int32_t* weights, uint32_t n, size_t count,
+                     int32_t* dst);
+    void (*mixIntermediates)(const int32_t* const* rows, const int32_t* weights, uint32_t n,
+                             size_t count, uint8_t* dst);
+};
+RowKernels SelectRowKernels(int channels, const AxisTaps& horizontal);
 
 }  // namespace vx::geometry::resample
