@@ -10,10 +10,12 @@
 // operation cache off). The best of several runs is reported, in milliseconds and output
 // megapixels per second.
 //
-// Output is checked, not only timed: the export's result is compared with the peer running
-// the same filter (OpenCV's area average when shrinking, vips's Lanczos-3 when growing), and a
-// case whose mean difference passes one level fails the run (exit 1). The largest and mean
-// differences are printed beside the times.
+// Output is checked, not only timed: the export's result is compared with both peers (the
+// largest and the mean difference are printed beside the times). Shrinking, OpenCV's area
+// average is the same filter and may differ by one level at most; growing, no peer has the
+// same filter and rounding (OpenCV's kernel has four lobes, vips's runs otherwise), so the mean
+// difference from OpenCV must stay under one level. A case that fails says MISMATCH and the
+// run ends with status 1.
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #include <vips/vips.h>
@@ -164,7 +166,7 @@ int main(int, char** argv) {
     vips_cache_set_max(0);
     cv::setNumThreads(0);
     std::printf("%-8s %-6s %-11s %20s %20s %20s %20s  %s\n", "source", "factor", "output", "VexoraResampleDIB",
-                "cv::resize", "vips_reduce", "vips_resize", "export vs peer: largest, mean");
+                "cv::resize", "vips_reduce", "vips_resize", "vs cv: max, mean  vs vips: max, mean");
     bool ok = true;
     for (int bands : {3, 1}) {
         const Image source = Photograph(bands);
@@ -177,8 +179,12 @@ int main(int, char** argv) {
             const bool shrink = factor < 1;
             if (shrink) RunVips(source, factor, true, msReduce);
             const Image vips = RunVips(source, factor, false, msResize);
-            const Difference d = Compare(ours, shrink ? cv : vips);
-            ok = ok && d.mean <= 1.0;
+            // Shrinking, OpenCV's area average is the same filter: one level at most. Growing,
+            // both peers differ in kernel or in rounding between passes: the mean must stay
+            // under a level.
+            const Difference dCv = Compare(ours, cv), dVips = Compare(ours, vips);
+            const bool agrees = shrink ? dCv.largest <= 1 : dCv.mean <= 1.0;
+            ok = ok && agrees;
             const auto cell = [&](double ms) {
                 static char text[4][32];
                 static int next = 0;
@@ -187,9 +193,9 @@ int main(int, char** argv) {
                 else std::snprintf(t, 32, "%7.1f ms %6.1f MP/s", ms, megapixels / (ms / 1000));
                 return t;
             };
-            std::printf("%-8s x%-5g %5dx%-5d %20s %20s %20s %20s  %s %d, %.3f%s\n", bands == 3 ? "24-bit" : "8-bit",
-                        factor, out, out, cell(msVexora), cell(msCv), cell(msReduce), cell(msResize),
-                        shrink ? "cv area" : "vips lanczos3", d.largest, d.mean, d.mean <= 1.0 ? "" : "  MISMATCH");
+            std::printf("%-8s x%-5g %5dx%-5d %20s %20s %20s %20s  %3d %6.3f   %3d %6.3f%s\n", bands == 3 ? "24-bit" : "8-bit",
+                        factor, out, out, cell(msVexora), cell(msCv), cell(msReduce), cell(msResize), dCv.largest,
+                        dCv.mean, dVips.largest, dVips.mean, agrees ? "" : "  MISMATCH");
         }
     }
     vips_shutdown();

@@ -17,6 +17,9 @@
 // export counts the multiply-adds of both orders, horizontal taps double since the vertical
 // mix runs many samples per instruction, and takes the cheaper. The result is within one level
 // of exactly rounded filtering either way (resample_filter.hpp has the bound), not identical.
+// Working memory is the ring: as many rows as the vertical filter has taps, of filtered
+// intermediates (horizontal first) or of expanded source samples (vertical first, palette
+// images only; other rows are read in place). A ring that cannot be had is IMGERR_NOMEMORY.
 //
 // Same size on both axes gives a copy of the source's header, colour table and pixels, depth
 // and all (a core header stays one). Resolution fields are scaled with their axis, so that the
