@@ -122,13 +122,12 @@ void FilterIntermediates(const int32_t* src, const AxisTaps& taps, uint8_t* dst)
 // a row, fewer than a block, take the plain loop.
 constexpr size_t kMixBlock = 32;
 using Lanes = int32_t __attribute__((vector_size(32)));
-using ByteLanes = uint8_t __attribute__((vector_size(8)));
 constexpr size_t kLanes = 8;
 
+// Written lane by lane, which compilers turn into zero-extending loads (a conversion of a byte
+// vector came out as scalar shifts).
 [[gnu::always_inline]] inline void LoadLanes(Lanes& to, const uint8_t* from) {
-    ByteLanes bytes;
-    std::memcpy(&bytes, from, sizeof bytes);
-    to = __builtin_convertvector(bytes, Lanes);
+    for (size_t i = 0; i < kLanes; ++i) to[i] = from[i];
 }
 [[gnu::always_inline]] inline void LoadLanes(Lanes& to, const int32_t* from) { std::memcpy(&to, from, sizeof to); }
 
