@@ -9,9 +9,9 @@
 // weight joins the edge's), and the weights are divided by their sum before the running sums are
 // rounded. Running-sum rounding makes each sample's fixed-point weights add up to exactly one.
 //
-// Kernels. The vertical kernels add whole rows, one weight at a time, into a row of sums: a
-// plain loop over contiguous samples that the compiler turns into vector code, compiled once
-// more for AVX2 and taken when the processor has it (same integers, same bytes). The
+// Kernels. The vertical kernels add whole rows into blocks of sums held in vector registers,
+// compiled once for the baseline and once more for AVX2, taken when the processor has it (same
+// integers, same bytes; VEXORA_SIMD=scalar keeps the baseline). The
 // horizontal kernels gather each output sample's taps; they are instantiated per channel count
 // and, for a uniform table, per tap count (1 to 4, or 6), so the inner loop is unrolled and
 // carries no test of the layout.
