@@ -1,6 +1,7 @@
 // emf_play_fuzz.cpp - fuzz target for the enhanced metafile player: the input is handed to
 // SetEnhMetaFileBits as it is, and a metafile it accepts is played into a 32 x 32 memory DC of
-// a 32-bit DIB section, once onto its own frame scaled into the DC and once unscaled. Record
+// a 32-bit DIB section, onto its own frame scaled into the DC (inputs of even length) or
+// unscaled (odd length). Record
 // sizes, counts, object slots and the offsets of bitmaps inside records are all the input's,
 // so AddressSanitizer reports any read past a record or the metafile. The header and bits
 // calls are exercised on the same handle. Built against the static library, on Linux only:
@@ -31,9 +32,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     HBITMAP section = CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &pixels, nullptr, 0);
     HDC dc = CreateCompatibleDC(nullptr);
     HGDIOBJ previous = SelectObject(dc, section);
+    // One play per input, the kind chosen by the input's length: fitted onto a rectangle
+    // (the frame scaled into it) or unscaled.
     const RECT rect{2, 3, 30, 29};
-    PlayEnhMetaFile(dc, metafile, &rect);
-    PlayEnhMetaFile(dc, metafile, nullptr);
+    PlayEnhMetaFile(dc, metafile, size % 2 == 0 ? &rect : nullptr);
     SelectObject(dc, previous);
     DeleteDC(dc);
     DeleteObject(section);

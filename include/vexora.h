@@ -1914,6 +1914,13 @@ VXAPI INT_PTR VXCALL PrintPageProc(HWND hDlg, UINT message, WPARAM wParam,
 /* Extensions: calls this library adds to the classic interface             */
 /* ------------------------------------------------------------------------ */
 
+/* The version of this library and its header, the same number as the package's (CMake's
+   project version and pkg-config's Version; the build checks that they agree). */
+#define VEXORA_VERSION_MAJOR 1
+#define VEXORA_VERSION_MINOR 0
+#define VEXORA_VERSION_PATCH 0
+#define VEXORA_VERSION_STRING "1.0.0"
+
 /*
  * A message sink receives what the library would show in a message box: the text, the
  * caption and the box style (MB_ICONEXCLAMATION and friends tell the severity; the loader
@@ -1957,13 +1964,55 @@ VXAPI HDIB VXCALL VexoraCropScaleDIB(HDIB dib, int x, int y, int width,
                                      int height, int outWidth, int outHeight);
 
 /* Reads a BMP file the way today's writers make them, where LoadDIBFromFile keeps the classic
-   reader's limits. Returns a new DIB in the classic form (40-byte header, bottom-up rows,
-   1/4/8/24 bits, BI_RGB), or NULL with the module error code set and, when reason is not
-   NULL, a sentence saying why written into reason (at most reasonSize bytes, terminated).
-   (Draft: what it reads and how it maps each variant is documented when it lands.) */
+   reader's limits. Returns a new DIB in the classic form: a 40-byte header, bottom-up rows,
+   1, 4, 8 or 24 bits, BI_RGB, biSizeImage filled in, the file's resolution kept, and for 1, 4
+   and 8 bits a colour table of exactly 2^bits entries (biClrUsed says so); or NULL with the
+   module error code set and, when reason is not NULL, a sentence saying why written into
+   reason (at most reasonSize bytes, always terminated; empty on success). Success leaves the
+   module error code as it was.
+   Reads: the "BM" signature only; headers of 12 (OS/2 1.x), 16 and 64 (OS/2 2.x), 40, 52, 56,
+   108 and 124 bytes; planes 1.
+     - 1, 4, 8 and 24 bits stay; 2 bits become 4 (same indices); 16 and 32 bits become 24.
+       BI_RGB 16 bits is 5-5-5, BI_RGB 32 bits is 8-8-8 with the fourth byte ignored.
+       BI_BITFIELDS and BI_ALPHABITFIELDS take any contiguous, non-overlapping masks inside
+       the pixel; a field of n bits holding v becomes (v * 255 + m / 2) / m, m = 2^n - 1.
+     - Alpha: when the header carries an alpha mask (52 bytes or more, or BI_ALPHABITFIELDS)
+       that is not 0, each colour is composited on white, c' = (c * a + 255 * (255 - a) +
+       127) / 255, as the format modules do. A 24-bit file's colour table is ignored.
+     - Colour tables: biClrUsed 0 means 2^bits entries, more than 2^bits is cut to 2^bits, a
+       table running into the pixel data is cut there; missing entries, and so indices past
+       the table, are black.
+     - Top-down files (negative height) come out bottom-up.
+     - RLE8, RLE4 and OS/2's RLE24 (compression 4 under a 16- or 64-byte header) are decoded
+       with their own bounds: delta and end-of-line move without wrapping, what passes the
+       right edge or the top is dropped, pixels the stream never sets are index 0 (black for
+       RLE24), and a stream cut short keeps what it decoded.
+     - BI_JPEG and BI_PNG: the embedded file is read by the JPEG or PNG format module through
+       a temporary file, and the result is the module's DIB, with the BMP header's resolution
+       when it gives one; a missing module is reported as LoadImageIntoDIB reports one.
+     - The pixels start at bfOffBits when it lies after the headers and inside the file, and
+       right after the colour table otherwise.
+     - Uncompressed rows must all be there; only the last row's padding may be missing.
+   Refuses (the code, and the cause named in reason):
+     IMGERR_OPENFILE    the file cannot be opened (fileName NULL included);
+     IMGERR_PARAMETER   data is NULL;
+     IMGERR_IO          the file ends inside its headers, masks, colour table or rows
+                        ("the pixel data needs 4.2 GB but the file holds 58 bytes");
+     IMGERR_FILEFORMAT  no "BM", another header size, planes not 1, a bit count that is not a
+                        BMP depth ("bit count 30000 is not a BMP depth"; 64-bit pixels are not
+                        read), width below 1 or height 0, a compression the depth cannot have
+                        or that is not read (OS/2 Huffman, CMYK, unknown codes), masks that
+                        overlap, have gaps or pass the pixel, top-down run-length data, an
+                        embedded image its module cannot read;
+     IMGERR_DIBSIZE     a side over 65535 (VXMOD_MAX_SIDE), more than 2^28 pixels
+                        (VXMOD_MAX_PIXELS), or a run-length image of more than 2^24 pixels
+                        and more than 1024 per byte of its stream;
+     IMGERR_NOMEMORY    the result cannot be allocated.
+   Every refusal is decided before the result is allocated. */
 VXAPI HDIB VXCALL VexoraLoadBMPFile(LPCSTR fileName, char *reason, UINT reasonSize);
 
-/* The same reader over a BMP file's bytes in memory (size bytes at data). */
+/* The same reader over a BMP file's bytes in memory (size bytes at data; nothing is read
+   past them). */
 VXAPI HDIB VXCALL VexoraReadBMPMemory(const void *data, DWORD size, char *reason, UINT reasonSize);
 
 /* Resamples a DIB to outWidth x outHeight for viewing, each axis on its own: an axis that

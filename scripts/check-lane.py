@@ -79,7 +79,9 @@ def main():
 
     runs_programs = lane in ("native", "sanitize", "windows-x64")
     if runs_programs:
-        tool_cases = count_in("tests/tools/CMakeLists.txt", r"^tool_case\(")
+        tool_cases = sum(count_in(os.path.join("tests", "tools", name), r"^tool_case\(")
+                         for name in sorted(os.listdir(os.path.join(ROOT, "tests", "tools")))
+                         if name == "CMakeLists.txt" or name.endswith("_cases.cmake"))
         have = sum(name.startswith("tool_") for name in names)
         need(have == tool_cases, f"{have} tool cases registered, the tree has {tool_cases}")
         replays = len(fuzz_targets(lane))

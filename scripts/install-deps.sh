@@ -6,7 +6,8 @@
 #                                     SDL2 for `vexora view` and Xvfb for its test, cairo and
 #                                     libcups for the printers, poppler's pdftoppm for the print test,
 #                                     the codecs of the format modules, and clang with its libFuzzer
-#                                     runtime for the sanitizer lane
+#                                     runtime for the sanitizer lane, and LLVM's coverage tools for
+#                                     scripts/coverage.sh
 #   scripts/install-deps.sh windows   the MinGW-w64 cross compilers, Wine and a virtual display too,
 #                                     and what scripts/build-codecs.sh needs to cross-build the
 #                                     codecs of the format modules from Debian's source packages:
@@ -25,7 +26,7 @@ native=(cmake:cmake ninja:ninja-build g++:g++ cc:gcc ccache:ccache pkg-config:pk
   libfreetype-dev libfontconfig-dev fc-match:fontconfig fonts-dejavu-core fonts-dejavu-extra
   libsdl2-dev Xvfb:xvfb libcairo2-dev libcups2-dev pdftoppm:poppler-utils
   libpng-dev libjpeg62-turbo-dev libtiff-dev libgif-dev
-  clang:clang clang++:clang libclang-rt-14-dev)
+  clang:clang clang++:clang libclang-rt-14-dev llvm-cov-14:llvm-14 llvm-profdata-14:llvm-14)
 # wine is the launcher CMake and the tests call; wine64 holds the 64-bit loader it starts,
 # outside PATH.
 windows=(i686-w64-mingw32-g++-posix:g++-mingw-w64-i686 x86_64-w64-mingw32-g++-posix:g++-mingw-w64-x86-64

@@ -26,4 +26,10 @@ env -u LD_LIBRARY_PATH "$tool" demo "$work/demo" >/dev/null
 env -u LD_LIBRARY_PATH "$tool" convert "$work/demo/sample-8.bmp" "$work/sample-8.gif" >/dev/null
 env -u LD_LIBRARY_PATH "$tool" info "$work/sample-8.gif" | grep -q "module       VXGIFR.DLL (.*/lib/VXGIFR.so)"
 env -u LD_LIBRARY_PATH "$tool" convert "$work/sample-8.gif" "$work/sample-8-back.bmp" >/dev/null
+# The manual page and the bash completion are installed, and the tool, its header and
+# pkg-config tell one version.
+test -f "$prefix/share/man/man1/vexora.1"
+test -f "$prefix/share/bash-completion/completions/vexora"
+version=$(PKG_CONFIG_PATH="$libdir" pkg-config --modversion vexora)
+env -u LD_LIBRARY_PATH "$tool" --version | grep -qx "vexora $version"
 echo "1 passed, 0 failed: installed copy usable through find_package and pkg-config, tool and format modules run"

@@ -225,7 +225,8 @@ ScratchDir::ScratchDir() {
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = "vexora-modules";
     if (test) name += std::string("-") + test->test_suite_name() + "-" + test->name();
-    path_ = std::filesystem::temp_directory_path() / name;
+    // A random suffix keeps two builds' runs of the same test (two lanes, two work trees) apart.
+    path_ = std::filesystem::temp_directory_path() / (name + "-" + std::to_string(std::random_device{}()));
     std::filesystem::remove_all(path_);
     std::filesystem::create_directories(path_);
 }

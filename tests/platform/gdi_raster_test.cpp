@@ -77,6 +77,32 @@ TEST(GdiRaster, EveryRopAtOffsetsAndOverlaps) {
 // Monochrome and colour meet through the DCs' colours: a 1-bit device bitmap reads as the
 // destination's text (0) and background (1) colours and takes 1 where a colour source has the
 // source DC's background colour; 1-bit DIB sections convert through their own tables.
+// Long 1-bit runs of a fill and of a pattern 8 pixels wide (written a byte at a time between
+// their partial ends) at every bit offset and length around a byte, against the pixel model.
+TEST(GdiRaster, LongMonochromeRunsAtEveryOffset) {
+    Dib dest(100, 2, 1), tile(8, 2, 1);
+    tile.row(0)[0] = 0xB4, tile.row(1)[0] = 0x1D;
+    const vx::OwnedObject<HBRUSH> brush(CreatePatternBrush(tile.bitmap()));
+    for (const DWORD rop : {PATCOPY, WHITENESS})
+        for (int x = 0; x < 10; ++x)
+            for (const int width : {1, 7, 8, 9, 17, 64, 81}) {
+                for (int i = 0; i < dest.stride() * 2; ++i) dest.row(0)[i] = Noise(i, x, width);
+                std::vector<uint32_t> model;
+                for (int y = 0; y < 2; ++y)
+                    for (int px = 0; px < 100; ++px) {
+                        const bool inside = px >= x && px < x + width;
+                        model.push_back(!inside ? vxtest::PixelAt(dest.row(y), 1, px)
+                                        : rop == WHITENESS ? 1 : vxtest::PixelAt(tile.row(y), 1, px % 8));
+                    }
+                SelectObject(dest.dc(), brush.get());
+                ASSERT_TRUE(PatBlt(dest.dc(), x, 0, width, 2, rop));
+                std::vector<uint32_t> got;
+                for (int y = 0; y < 2; ++y)
+                    for (int px = 0; px < 100; ++px) got.push_back(vxtest::PixelAt(dest.row(y), 1, px));
+                ASSERT_EQ(got, model) << "at " << x << ", " << width << " wide, rop " << std::hex << rop;
+            }
+}
+
 TEST(GdiRaster, MonochromeAndColour) {
     Dib monoBw(4, 1, 1, kBlackWhite), monoRb(4, 1, 1, kRedBlue), colour(4, 1, 32), four(4, 1, 8, kFour),
         monoBw2(4, 1, 1, kBlackWhite);

@@ -137,3 +137,22 @@ TEST(Profiles, IntegersParseLikeTheWindowsCall) {
     }
     EXPECT_EQ(static_cast<int>(GetPrivateProfileIntA("Nowhere", "dec", -3, file.c_str())), -3);
 }
+
+#ifndef _WIN32
+// The library's reader keeps a line's first 64 KiB and reads no more than 4 MiB of a file, so
+// a file without line breaks, or /dev/zero, costs a bounded amount of memory and time.
+TEST(Profiles, ReadingIsBoundedForFilesThatAreNoProfiles) {
+    TempDir dir;
+    const std::string longLine = dir.write("long.ini", Text(std::string(1 << 20, 'x') + "\n[ColorFax]\nTotalPages=3\n"));
+    EXPECT_EQ(static_cast<int>(GetPrivateProfileIntA("ColorFax", "TotalPages", -1, longLine.c_str())), 3);
+    const std::string late = dir.write("late.ini", Text(std::string(5 << 20, '\n') + "[ColorFax]\nTotalPages=3\n"));
+    EXPECT_EQ(static_cast<int>(GetPrivateProfileIntA("ColorFax", "TotalPages", -1, late.c_str())), -1);
+    char buffer[8];
+    EXPECT_EQ(GetPrivateProfileStringA(nullptr, nullptr, "", buffer, sizeof buffer, "/dev/zero"), 0u);
+    EXPECT_EQ(GetNumberOfImagesInFaxFile("/dev/zero"), -1);
+    int status = 0;
+    const std::string plane = dir.write("zero-plane.fax",
+        Text("[ColorFax]\nTotalPages=1\nPlanes=1\nFiles=1\nBitsPixel=1\n[Page1]\nPlane0=/dev/zero\n"));
+    EXPECT_EQ(LoadColorFaxPage(plane.c_str(), 1, &status), nullptr);
+}
+#endif

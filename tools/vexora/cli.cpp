@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <system_error>
 
 namespace vexora_tool {
@@ -26,7 +25,7 @@ BITMAPINFOHEADER HeaderOf(const Dib& dib) {
 
 std::string LibraryErrorText() {
     char text[64] = {};
-    if (ImgError() == IMGERR_SUCCESS) return ImgErrorString(text, IMGERR_NOMEMORY);
+    if (ImgError() == IMGERR_SUCCESS) return "the library failed without giving a reason";
     return ImgErrorString(text, -1);
 }
 
@@ -81,26 +80,38 @@ Dib LoadTextFile(const std::string& givenPath, const std::string& path) {
 }
 
 Dib LoadImageFile(const std::string& givenPath, int page) {
+    if (givenPath == kStandardStream) {
+        const StandardInputFile input;
+        try {
+            return LoadImageFile(input.path(), page);
+        } catch (const OperationFailed& e) {
+            // The messages name the temporary copy; the user gave standard input.
+            std::string message = e.what();
+            for (size_t at; (at = message.find("'" + input.path() + "'")) != std::string::npos;)
+                message.replace(at, input.path().size() + 2, "standard input");
+            throw OperationFailed(message);
+        }
+    }
+    CheckInputFile(givenPath, givenPath);
     const std::string path = FullPath(givenPath);
     const int format = GetImageFormat(path.c_str());
     Dib dib;
     if (format == FMT_TEXT || (format == FMT_UNKNOWN && Extension(givenPath) == ".txt")) {
         dib = LoadTextFile(givenPath, path);
     } else if (format == FMT_BMP || format == FMT_UNKNOWN) {
-        // Bare packed DIBs have no signature; the bitmap loader knows them.
-        dib = LoadBitmapFile(givenPath);
+        dib = LoadBmpInput(givenPath, path);
     } else if ((format == FMT_WMF || format == FMT_PCX) && Extension(givenPath) == ".tga") {
         SetImgError(IMGERR_SUCCESS);
         int status = 0;
         dib = Dib(LoadTgaThroughModule(path, &status));
         if (!dib) throw OperationFailed("cannot load '" + givenPath + "' (TGA): " + LibraryErrorText());
     } else {
+        if (format == FMT_COLORFAX)
+            if (const std::string problem = FaxPageProblem(path, page); !problem.empty())
+                throw OperationFailed("cannot load '" + givenPath + "': " + problem);
         SetImgError(IMGERR_SUCCESS);
         int status = 0;
         dib = Dib(LoadImageIntoDIB(path.c_str(), page, &status));
-        if (!dib && ImgError() == IMGERR_SUCCESS && format == FMT_COLORFAX)
-            throw OperationFailed("cannot load '" + givenPath + "': it has no page " + std::to_string(page) +
-                                  " (it has " + std::to_string(GetNumberOfImagesInFaxFile(path.c_str())) + ")");
         if (!dib)
             throw OperationFailed("cannot load '" + givenPath + "' (" + FormatName(format) + "): " + LibraryErrorText());
     }
@@ -120,50 +131,17 @@ bool SameFile(const std::string& a, const std::string& b) {
            fs::equivalent(a, b, ec);
 }
 
-namespace {
-
-std::string TemporaryNameBeside(const std::string& path) {
-    std::random_device entropy;
-    const fs::path target(path);
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        fs::path candidate = target;
-        candidate += ".tmp-" + std::to_string(entropy() % 1000000);
-        std::error_code ec;
-        if (!fs::exists(candidate, ec)) return candidate.string();
-    }
-    throw OperationFailed("cannot find a temporary name beside '" + path + "'");
-}
-
-}  // namespace
-
 void SaveImageFile(const Dib& dib, const std::string& path, const std::string& input, const WriteChoices& choices) {
     if (SameFile(path, input)) throw UsageError("the output '" + path + "' is the input file; choose another name");
     const OutputFormat& format = ChooseOutputFormat(path, choices);
     if (format.code == FMT_CALS && HeaderOf(dib).biBitCount != 1)
         throw OperationFailed("cannot write '" + path + "' (cals): a CALS raster holds a 1-bit image; make one first with "
                               "--halftone or --dither fs:1");
-    const std::string temporary = TemporaryNameBeside(path);
-    SetImgError(IMGERR_SUCCESS);
-    bool saved = false;
-    try {
-        saved = WriteInFormat(dib, temporary, format, choices);
-    } catch (...) {
-        std::error_code ec;
-        fs::remove(temporary, ec);
-        throw;
-    }
-    if (!saved) {
-        const std::string reason = LibraryErrorText();
-        std::error_code ec;
-        fs::remove(temporary, ec);
-        throw OperationFailed("cannot write '" + path + "' (" + std::string(format.name) + "): " + reason);
-    }
-    std::error_code ec;
-    fs::rename(temporary, path, ec);
-    if (ec) {
-        fs::remove(temporary, ec);
-        throw OperationFailed("cannot write '" + path + "': " + ec.message());
-    }
+    WriteOutputFile(path, [&](const std::string& temporary) {
+        SetImgError(IMGERR_SUCCESS);
+        if (!WriteInFormat(dib, temporary, format, choices))
+            throw OperationFailed("cannot write '" + path + "' (" + std::string(format.name) + "): " + LibraryErrorText());
+    });
 }
 
 void SaveBitmapFile(const Dib& dib, const std::string& path, const std::string& input) {

@@ -9,7 +9,8 @@
 namespace vexora_tool {
 
 inline constexpr const char* kToolHelp =
-    "usage: vexora COMMAND [ARGS...]\n"
+    "usage: vexora [--quiet] COMMAND [ARGS...]\n"
+    "       vexora --version | --help | help COMMAND\n"
     "\n"
     "Load, convert and inspect device-independent bitmaps with the Vexora library.\n"
     "\n"
@@ -22,7 +23,13 @@ inline constexpr const char* kToolHelp =
     "  print FILE...         print images, one page each, to a printer or a PDF file\n"
     "  printers              list the printers and the default one\n"
     "\n"
-    "Run 'vexora COMMAND --help' for a command's options.\n"
+    "options:\n"
+    "  -q, --quiet           report only failures (no \"wrote ...\" lines)\n"
+    "  --version             the tool's and the library's versions\n"
+    "\n"
+    "A file name '-' is standard input or standard output. Only regular files are read;\n"
+    "messages name the file and give the library's reason, then the system's.\n"
+    "Run 'vexora help COMMAND' or 'vexora COMMAND --help' for a command's options.\n"
     "Exit status: 0 success, 1 an operation failed, 2 the command line is wrong.\n";
 
 // Where the format module `moduleFile` ("VXPNGR.DLL") was found, or where the library looks.
@@ -32,6 +39,9 @@ struct ModuleSearch {
     std::string where;  // the places searched, in words
 };
 ModuleSearch FindFormatModule(const std::string& moduleFile);
+
+// The file the library was loaded from (libvexora.so.1.0.0, VEXORA.DLL), for --version.
+std::string LibraryLocation();
 
 // LoadTGAIntoDIB of the TGA module, called directly. The library's detection tests signatures
 // before a .tga name, and two kinds of TGA file match one: a run-length colour-mapped file has
@@ -46,7 +56,8 @@ inline constexpr const char* kInfoHelp =
     "header: size, depth, colours, compression, resolution in dots per inch, header kind\n"
     "and where the pixel data lies; for TIFF, CALS, PCX, DCX, GIF, TGA, JPEG and PNG the\n"
     "format module that reads it (or where it was looked for) and the image it gives for\n"
-    "page 1 (--page N for another); a colour fax set is listed page by page; a clipboard\n"
+    "page 1 (--page N for another); a colour fax set is listed page by page (50 pages from\n"
+    "page 1, or from --page N), each checked plane by plane; a clipboard\n"
     "file entry by entry (format, length, offset, and the size of its DIB or picture); a\n"
     "metafile by kind, bounds, units and records.\n"
     "Exit status 1 when any file cannot be read.\n";

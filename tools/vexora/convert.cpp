@@ -40,12 +40,19 @@ std::string Wrapped(std::string_view text, size_t indent, size_t width) {
 std::string ConvertHelp() {
     std::string help =
         "usage: vexora convert IN OUT [--page N] [--format NAME] [--compression NAME]\n"
-        "                      [--interlace] [OPERATION...]\n"
+        "                      [--interlace] [--max-pixels N] [--quiet] [OPERATION...]\n"
         "\n"
         "Loads the image IN, applies the operations in the order given and saves the result\n"
         "as OUT, in the format its extension names (or --format NAME). OUT is written to a\n"
         "temporary file first and renamed into place, so a failure leaves no partial file; OUT\n"
         "may not be IN. The output format is checked before IN is read.\n"
+        "IN '-' is standard input and OUT '-' standard output (a bitmap unless --format says\n"
+        "otherwise; the \"wrote\" line then goes to standard error). A symbolic link as OUT is\n"
+        "followed and the file it names replaced; a replaced file keeps its permissions; a\n"
+        "device or FIFO as OUT is written through, not replaced; a directory, or a file that\n"
+        "is write-protected (no write permission for the user, or none at all in its mode,\n"
+        "even for root), is refused. IN must be a regular file: devices and FIFOs are\n"
+        "refused. A colour fax page is loaded only when every plane file it names loads.\n"
         "\n"
         "IN may be any file the library recognises: a bitmap (run-length encoded ones are\n"
         "expanded), TIFF, CALS, PCX, DCX, GIF, TGA, JPEG and PNG (read by the format modules\n"
@@ -62,6 +69,9 @@ std::string ConvertHelp() {
         "  --compression NAME    TIFF: none, g4 (1-bit only), lzw, packbits, deflate, jpeg\n"
         "                        (default: g4 for 1-bit images, lzw otherwise); TGA: none, rle\n"
         "  --interlace           GIF: write the rows interlaced\n"
+        "  --max-pixels N        refuse an input of more than N pixels (default 268435456,\n"
+        "                        2^28); BMP headers are checked before decoding\n"
+        "  -q, --quiet           print nothing on success\n"
         "\n"
         "output formats (the library has no PNG writer: the tool writes PNG through libpng):\n" +
         WritableFormatsList() +
@@ -98,8 +108,18 @@ int RunConvert(const std::vector<std::string>& args) {
             page = ParseNumber(inlinePage ? arg.substr(7) : args[++i], "--page", 1, 65535);
             continue;
         }
+        if (arg == "--max-pixels" || arg.rfind("--max-pixels=", 0) == 0) {
+            const bool inlineValue = arg.size() > 12;
+            if (!inlineValue && i + 1 >= args.size()) throw UsageError("convert: --max-pixels needs N");
+            SetMaxPixels(static_cast<uint64_t>(ParseNumber(inlineValue ? arg.substr(13) : args[++i], "--max-pixels", 1, 2147483647)));
+            continue;
+        }
         if (arg == "--interlace") {
             choices.interlace = true;
+            continue;
+        }
+        if (arg == "--quiet" || arg == "-q") {
+            quietRun = true;
             continue;
         }
         if (arg == "--format" || arg == "--compression" || arg.rfind("--format=", 0) == 0 ||
@@ -128,16 +148,22 @@ int RunConvert(const std::vector<std::string>& args) {
         steps.emplace_back(op, value);
     }
     if (files.size() != 2) throw UsageError("convert: name one input and one output file");
+    // Standard output has no extension to name a format: a bitmap unless --format says otherwise.
+    if (files[1] == kStandardStream && choices.format.empty()) choices.format = "bmp";
 
     ChooseOutputFormat(files[1], choices);
     for (const auto& [op, value] : steps) op->apply(nullptr, value);
 
     Dib image = LoadImageFile(files[0], static_cast<int>(page));
+    CheckPixelCount(image, files[0]);
     for (const auto& [op, value] : steps) op->apply(&image, value);
     SaveImageFile(image, files[1], files[0], choices);
+    if (quietRun) return kExitSuccess;
     const BITMAPINFOHEADER h = HeaderOf(image);
-    std::cout << "wrote " << files[1] << " (" << h.biWidth << " x " << h.biHeight << ", " << h.biBitCount
-              << " bits per pixel)\n";
+    // With the image on standard output the report goes to standard error.
+    std::ostream& report = files[1] == kStandardStream ? std::cerr : std::cout;
+    report << "wrote " << (files[1] == kStandardStream ? "standard output" : files[1]) << " (" << h.biWidth << " x "
+           << h.biHeight << ", " << h.biBitCount << " bits per pixel)\n";
     return kExitSuccess;
 }
 

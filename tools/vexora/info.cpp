@@ -1,4 +1,6 @@
-// info.cpp - `vexora info FILE...`: what the library reads from each file's header.
+// info.cpp - `vexora info FILE...`: what the library reads from each file's header. Only
+// regular files are opened (a device or FIFO would never end); a colour fax set's listing is
+// bounded, since a set may claim billions of pages.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -56,26 +58,37 @@ const char* ReadingModule(int format) {
     }
 }
 
-// A colour fax set, page by page as the library loads them.
-bool DescribeFaxSet(const std::string& path) {
+// A set may claim any number of pages (2^31 - 1 is a valid TotalPages), and each page is a
+// load of its planes: the listing stops after this many, from the page asked for.
+constexpr long long kFaxPagesListed = 50;
+
+// A colour fax set, page by page as the library loads them, from page `from`.
+bool DescribeFaxSet(const std::string& path, int from) {
     const std::string full = FullPath(path);
     const int pages = GetNumberOfImagesInFaxFile(full.c_str());
     std::printf("%s\n  format       colour fax set, %d page%s\n", path.c_str(), pages, pages == 1 ? "" : "s");
+    const long long last = std::min(FaxPageCount(full), from + kFaxPagesListed - 1);
     bool allRead = true;
-    for (int page = 1; page <= pages; ++page) {
+    for (long long page = from; page <= last; ++page) {
+        if (const std::string problem = FaxPageProblem(full, static_cast<int>(page)); !problem.empty()) {
+            std::printf("  page %-7lld cannot be loaded: %s\n", page, problem.c_str());
+            allRead = false;
+            continue;
+        }
         SetImgError(IMGERR_SUCCESS);
         int status = 0;
-        Dib dib(LoadColorFaxPage(full.c_str(), page, &status));
+        Dib dib(LoadColorFaxPage(full.c_str(), static_cast<int>(page), &status));
         if (!dib) {
-            std::printf("  page %-7d cannot be loaded: %s\n", page,
-                        ImgError() == IMGERR_SUCCESS ? "outside the set's pages" : LibraryErrorText().c_str());
+            std::printf("  page %-7lld cannot be loaded: %s\n", page, LibraryErrorText().c_str());
             allRead = false;
             continue;
         }
         const BITMAPINFOHEADER h = HeaderOf(dib);
-        std::printf("  page %-7d %ld x %ld pixels, %u bits per pixel\n", page, static_cast<long>(h.biWidth),
+        std::printf("  page %-7lld %ld x %ld pixels, %u bits per pixel\n", page, static_cast<long>(h.biWidth),
                     static_cast<long>(h.biHeight), h.biBitCount);
     }
+    if (const long long rest = FaxPageCount(full) - std::max(last, from - 1LL); rest > 0)
+        std::printf("  ...          %lld more page%s not listed (--page N lists from page N)\n", rest, rest == 1 ? "" : "s");
     return allRead;
 }
 
@@ -186,6 +199,13 @@ bool DescribeModuleImage(const std::string& path, int format, int page) {
 
 // Prints one file; false when the library could not read it.
 bool Describe(const std::string& path, int page) {
+    try {
+        CheckInputFile(path, path);
+    } catch (const OperationFailed& e) {
+        const std::string message = e.what();
+        std::cerr << "vexora: " << path << ": " << message.substr(message.find("': ") + 3) << "\n";
+        return false;
+    }
     SetImgError(IMGERR_SUCCESS);
     const HFILE file = _lopen(path.c_str(), OF_READ);
     if (file == HFILE_ERROR) {
@@ -196,7 +216,7 @@ bool Describe(const std::string& path, int page) {
     const int format = GetImageFormat(FullPath(path).c_str());
     if (format != FMT_BMP && format != FMT_UNKNOWN) {
         _lclose(file);
-        if (format == FMT_COLORFAX) return DescribeFaxSet(path);
+        if (format == FMT_COLORFAX) return DescribeFaxSet(path, page);
         if (format == FMT_CLP) return DescribeClipboard(path);
         if (format == FMT_WMF || format == FMT_EMF) return DescribeMetafile(path, format);
         return DescribeModuleImage(path, format, page);

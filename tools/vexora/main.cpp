@@ -1,9 +1,11 @@
-// main.cpp - the vexora command-line tool: dispatch to a subcommand, and one place that turns
-// failures into plain words and exit codes (0 success, 1 operation failed, 2 usage error).
+// main.cpp - the vexora command-line tool: the global options (--quiet, --version, --help),
+// dispatch to a subcommand, and one place that turns failures into plain words and exit codes
+// (0 success, 1 operation failed, 2 usage error).
 #include <exception>
 #include <iostream>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vexora.h"
@@ -11,6 +13,11 @@
 #include "commands.hpp"
 
 using namespace vexora_tool;
+
+// The tool is built with the package's version (CMake's project version); the header that
+// states the library's must say the same.
+static_assert(std::string_view(VEXORA_TOOL_VERSION) == VEXORA_VERSION_STRING,
+              "project(VERSION) and VEXORA_VERSION_STRING in vexora.h differ");
 
 namespace {
 
@@ -21,11 +28,27 @@ int MessageToStandardError(const char* text, const char* caption, UINT /*style*/
     return IDOK;
 }
 
+using Command = int (*)(const std::vector<std::string>&);
+
+Command CommandNamed(const std::string& name) {
+    if (name == "info") return RunInfo;
+    if (name == "convert") return RunConvert;
+    if (name == "demo") return RunDemo;
+    if (name == "view") return RunView;
+    if (name == "print") return RunPrint;
+    if (name == "printers") return RunPrinters;
+    return nullptr;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     VexoraSetMessageSink(MessageToStandardError, nullptr);
     std::vector<std::string> args(argv + 1, argv + argc);
+    while (!args.empty() && (args.front() == "--quiet" || args.front() == "-q")) {
+        quietRun = true;
+        args.erase(args.begin());
+    }
     if (args.empty()) {
         std::cerr << kToolHelp;
         return kExitUsage;
@@ -33,16 +56,21 @@ int main(int argc, char** argv) {
     const std::string command = args.front();
     args.erase(args.begin());
     try {
-        if (command == "--help" || command == "-h" || command == "help") {
+        if (command == "--version" || command == "-V") {
+            std::cout << "vexora " << VEXORA_TOOL_VERSION << "\n"
+                      << "library " << VEXORA_VERSION_STRING << " (" << LibraryLocation() << ")\n";
+            return kExitSuccess;
+        }
+        if (command == "--help" || command == "-h" || (command == "help" && args.empty())) {
             std::cout << kToolHelp;
             return kExitSuccess;
         }
-        if (command == "info") return RunInfo(args);
-        if (command == "convert") return RunConvert(args);
-        if (command == "demo") return RunDemo(args);
-        if (command == "view") return RunView(args);
-        if (command == "print") return RunPrint(args);
-        if (command == "printers") return RunPrinters(args);
+        if (command == "help") {
+            const Command run = CommandNamed(args.front());
+            if (run == nullptr) throw UsageError("help: unknown command '" + args.front() + "'");
+            return run({"--help"});
+        }
+        if (const Command run = CommandNamed(command)) return run(args);
         throw UsageError("unknown command '" + command + "'");
     } catch (const UsageError& e) {
         std::cerr << "vexora: " << e.what() << "\n"

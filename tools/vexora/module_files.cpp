@@ -1,4 +1,4 @@
-// module_files.cpp - FindFormatModule: whether the format module a file needs can be loaded,
+// module_files.cpp - LibraryLocation, the library's file for --version; FindFormatModule: whether the format module a file needs can be loaded,
 // and where the library looks for it, so that `vexora info` names a missing module instead of
 // promising one; and LoadTgaThroughModule, for the TGA files the library's detection takes for
 // metafiles.
@@ -7,6 +7,8 @@
 // loader's path; on Windows "NAME.DLL" through LoadLibraryA's search, which starts in the
 // program's directory (where VEXORA.DLL sits beside the tool).
 #include "commands.hpp"
+
+#include <cstdlib>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -53,6 +55,21 @@ ModuleSearch FindFormatModule(const std::string& moduleFile) {
     }
 #endif
     return search;
+}
+
+std::string LibraryLocation() {
+#if defined(_WIN32)
+    char path[MAX_PATH] = {};
+    const DWORD n = GetModuleFileNameA(GetModuleHandleA("VEXORA.DLL"), path, MAX_PATH);
+    return n > 0 ? std::string(path, n) : std::string("VEXORA.DLL");
+#else
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&LoadImageIntoDIB), &info) == 0 || info.dli_fname == nullptr) return "libvexora.so";
+    char* real = realpath(info.dli_fname, nullptr);
+    const std::string path = real != nullptr ? real : info.dli_fname;
+    std::free(real);
+    return path;
+#endif
 }
 
 HDIB LoadTgaThroughModule(const std::string& fileName, int* status) {

@@ -124,9 +124,20 @@ Filter ParseFilter(const std::string& text, std::string_view option, long larges
     return f;
 }
 
+// A kernel file must be a regular file the tool can read: a FIFO would stall the library's reader.
+void CheckKernelFile(const std::string& file, const std::string& option) {
+    if (file.empty()) return;
+    try {
+        CheckInputFile(file, file);
+    } catch (const OperationFailed& e) {
+        throw OperationFailed("--" + option + ": " + e.what());
+    }
+}
+
 void ConvolveGray(Dib* image, const std::string& argument) {
     const Filter f = ParseFilter(argument, "convolve", 1L << 30);
     if (image == nullptr) return;
+    CheckKernelFile(f.file, "convolve");
     std::vector<int> kernel(f.weights.begin(), f.weights.end());
     DWORD error = 0;
     HDIB result = Convolve(image->get(), TRUE, f.type, f.size, f.file.empty() ? nullptr : f.file.c_str(),
@@ -139,6 +150,7 @@ void ConvolveColour(Dib* image, const std::string& argument) {
     if (!gray.empty() && gray != "weighted") throw UsageError("--colour-convolve takes FILTER or FILTER+weighted");
     const Filter f = ParseFilter(filterText, "colour-convolve", 32767);
     if (image == nullptr) return;
+    CheckKernelFile(f.file, "colour-convolve");
     std::vector<short> kernel(f.weights.begin(), f.weights.end());
     DWORD error = 0;
     HDIB result = ColorConvolution(image->get(), TRUE, gray == "weighted" ? 1 : 0, static_cast<short>(f.type), f.size,

@@ -34,10 +34,16 @@
 // (binary), then digits of that base up to the first character that is not one, accumulated
 // in 32 bits with wrap-around.
 //
+// Two limits keep a profile's cost bounded whatever the file is (a huge file without line
+// breaks, /dev/zero named as a profile): a line keeps its first 64 KiB, the rest of it skipped,
+// and reading stops after the first 4 MiB of the file, as if it ended there. Real profiles are
+// a few kilobytes; the Windows calls have limits of their own far below these.
+//
 // The file name is used as it is: a relative name is relative to the working directory (on
 // Windows, profile calls resolve it against the Windows directory). A null name, or a file
 // that cannot be opened, reads as an empty profile. Nothing is cached: every call reads the
 // file afresh, and a value look-up stops reading at the end of the section it needs.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -105,7 +111,10 @@ Line Classify(std::string_view raw) {
     return line;
 }
 
-// Reads a profile one line at a time; memory is bounded by the longest line.
+constexpr size_t kMaxLineLength = size_t{64} << 10;
+constexpr size_t kMaxProfileBytes = size_t{4} << 20;
+
+// Reads a profile one line at a time, within the limits above.
 class ProfileFile {
 public:
     explicit ProfileFile(const char* fileName)
@@ -126,7 +135,8 @@ public:
             const char* end = buffer_ + filled_;
             const char* stop = begin;
             while (stop != end && *stop != '\n' && *stop != '\r') ++stop;
-            line.append(begin, stop);
+            const size_t room = kMaxLineLength - line.size();
+            line.append(begin, std::min(static_cast<size_t>(stop - begin), room));
             at_ = static_cast<size_t>(stop - buffer_);
             if (stop != end) {
                 ++at_;  // a CR LF pair ends a line and leaves a blank one, which is skipped
@@ -137,8 +147,9 @@ public:
 
 private:
     bool refill() {
-        if (file_ == nullptr) return false;
-        filled_ = std::fread(buffer_, 1, sizeof buffer_, file_);
+        if (file_ == nullptr || consumed_ >= kMaxProfileBytes) return false;
+        filled_ = std::fread(buffer_, 1, std::min(sizeof buffer_, kMaxProfileBytes - consumed_), file_);
+        consumed_ += filled_;
         at_ = 0;
         if (first_) {
             first_ = false;
@@ -152,6 +163,7 @@ private:
     char buffer_[16384];
     size_t at_ = 0;
     size_t filled_ = 0;
+    size_t consumed_ = 0;
     bool first_ = true;
 };
 

@@ -32,6 +32,7 @@
 // left and top. The inside is filled as PatBlt fills (RunBlit with the realised brush and the
 // ternary operation equivalent to the binary one), so brushes are dithered and tiled alike.
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -177,6 +178,26 @@ Segment MakeSegment(POINT from, POINT to) {
     return s;
 }
 
+// Whether every pixel of the segment lies outside `box`: its pixels lie within the box spanned
+// by its start and the point `major` steps along and `minor` steps across.
+bool Outside(const Segment& s, const RECT& box) {
+    const int64_t endX = s.x + s.xStep * (s.xMajor ? s.major : s.minor);
+    const int64_t endY = s.y + s.yStep * (s.xMajor ? s.minor : s.major);
+    return std::max(s.x, endX) < box.left || std::min(s.x, endX) >= box.right || std::max(s.y, endY) < box.top ||
+           std::min(s.y, endY) >= box.bottom;
+}
+
+// The same test for the commonest segment of a curve's outline, one step to a neighbour, which
+// lights its first point only (no point of it is far enough to be cropped): decided before the
+// segment is made.
+bool UnitStepOutside(POINT from, POINT to, const RECT& box) {
+    const LONG dx = to.x - from.x, dy = to.y - from.y;
+    if (dx < -1 || dx > 1 || dy < -1 || dy > 1 || (dx == 0 && dy == 0)) return false;
+    constexpr LONG kNear = 0x10000000 - 2;
+    if (from.x <= -kNear || from.x >= kNear || from.y <= -kNear || from.y >= kNear) return false;
+    return from.x < box.left || from.x >= box.right || from.y < box.top || from.y >= box.bottom;
+}
+
 // Lights the segment's pixels inside the visible rectangles.
 template <int Bits>
 void DrawSegment(const Surface& surface, const std::vector<RECT>& visible, const Segment& s, const Stroke& stroke) {
@@ -219,9 +240,26 @@ void DrawPolyline(const Canvas& canvas, const Pen& pen, const POINT* device, siz
                                  : canvas.Pixel(state.backgroundColour);
         stroke.off = MasksFor(canvas.rop2, gap);
     }
+    // The box around every visible rectangle: a segment that lies wholly outside it lights
+    // nothing and only moves the dash pattern on, which keeps the outline of a curve far larger
+    // than the surface (millions of one-pixel segments) cheap.
+    RECT reach{INT_MAX, INT_MAX, INT_MIN, INT_MIN};
+    for (const RECT& rect : canvas.visible) {
+        reach = {std::min(reach.left, rect.left), std::min(reach.top, rect.top), std::max(reach.right, rect.right),
+                 std::max(reach.bottom, rect.bottom)};
+    }
     const size_t segments = close ? count : count - 1;
     for (size_t i = 0; i < segments; ++i) {
-        const Segment s = MakeSegment(device[i], device[(i + 1) % count]);
+        const POINT from = device[i], to = device[(i + 1) % count];
+        if (UnitStepOutside(from, to, reach)) {
+            stroke.offset += 1;
+            continue;
+        }
+        const Segment s = MakeSegment(from, to);
+        if (Outside(s, reach)) {
+            stroke.offset += s.major;
+            continue;
+        }
         switch (canvas.surface.bitsPerPixel) {
             case 1: DrawSegment<1>(canvas.surface, canvas.visible, s, stroke); break;
             case 4: DrawSegment<4>(canvas.surface, canvas.visible, s, stroke); break;

@@ -129,6 +129,34 @@ PixelOps OpsFor() {
     ops.pick = [](const uint8_t* row, const Group* groups, int count, int shift, uint32_t* out) {
         for (int i = 0; i < count; ++i) out[i] = Get<B>(row, groups[i].high + shift);
     };
+    if constexpr (B == 1) {
+        // Whole bytes at a time between the partial bytes at the ends: a fill is a byte of all
+        // ones or all zeros, and a tile 8 pixels wide (every brush pattern) is its one byte
+        // turned to the phase at the first whole byte.
+        ops.fill = [](uint8_t* row, int x, int count, uint32_t value) {
+            int i = 0;
+            for (; i < count && ((x + i) & 7) != 0; ++i) Put<1>(row, x + i, value);
+            const int bytes = (count - i) / 8;
+            std::memset(row + ((x + i) >> 3), (value & 1) != 0 ? 0xFF : 0x00, static_cast<size_t>(bytes));
+            for (i += 8 * bytes; i < count; ++i) Put<1>(row, x + i, value);
+        };
+        ops.tile = [](uint8_t* row, int x, int count, const uint8_t* tile, int width, int phase) {
+            int i = 0;
+            if (width == 8) {
+                for (; i < count && ((x + i) & 7) != 0; ++i) Put<1>(row, x + i, Get<1>(tile, (phase + i) & 7));
+                const int bytes = (count - i) / 8;
+                const int turn = (phase + i) & 7;
+                const auto pattern = static_cast<uint8_t>(turn == 0 ? tile[0] : tile[0] << turn | tile[0] >> (8 - turn));
+                std::memset(row + ((x + i) >> 3), pattern, static_cast<size_t>(bytes));
+                i += 8 * bytes;
+                phase = (phase + i) & 7;
+            }
+            for (; i < count; ++i) {
+                Put<1>(row, x + i, Get<1>(tile, phase));
+                if (++phase == width) phase = 0;
+            }
+        };
+    }
     return ops;
 }
 
