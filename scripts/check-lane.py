@@ -83,7 +83,9 @@ def main():
                          for name in sorted(os.listdir(os.path.join(ROOT, "tests", "tools")))
                          if name == "CMakeLists.txt" or name.endswith("_cases.cmake"))
         have = sum(name.startswith("tool_") for name in names)
-        need(have == tool_cases, f"{have} tool cases registered, the tree has {tool_cases}")
+        # Groups register cases in loops and helper functions, so the calls written out in
+        # the files are a lower bound of what a lane must register.
+        need(have >= tool_cases, f"{have} tool cases registered, the tree writes out {tool_cases}")
         replays = len(fuzz_targets(lane))
         have = sum(name.endswith("_fuzz_replay") for name in names)
         need(have == replays, f"{have} fuzz replays registered, the tree has {replays}")

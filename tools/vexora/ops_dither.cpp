@@ -48,6 +48,12 @@ void HalftoneImage(Dib* image, const std::string& argument) {
     if (mode == 3) throw UsageError("--halftone takes threshold, diffuse or screen, then :BRIGHTNESS, not '" + argument + "'");
     const long brightness = brightnessText.empty() ? 0 : ParseNumber(brightnessText, "--halftone brightness", -255, 255);
     if (image == nullptr) return;
+    // Halftone walks a 24-bit image's rows at the wrong length (most of the result comes out
+    // black, kept for its callers), so a 24-bit image goes through its weighted gray first.
+    if (HeaderOf(*image).biBitCount == 24) {
+        SetImgError(IMGERR_SUCCESS);
+        TakeResult(*image, ConvColorDIBtoGrayscale(image->get(), 0, TRUE), "halftone", LibraryErrorText());
+    }
     WORD error = IMGERR_SUCCESS;
     HDIB result = Halftone(image->get(), mode, static_cast<int>(brightness), &error);
     char text[64] = {};
@@ -66,7 +72,8 @@ std::vector<Operation> DitherOperations() {
          Dither},
         {"halftone", "MODE[:BRIGHTNESS]",
          "make a black-and-white image of a 4-, 8- or 24-bit one after adding BRIGHTNESS (-255 to 255) to every "
-         "gray level: threshold (white from 129 up), diffuse (error diffusion) or screen (16 x 16 ordered screen)",
+         "gray level: threshold (white from 129 up), diffuse (error diffusion) or screen (16 x 16 ordered screen); a "
+         "24-bit image is made 8-bit gray (--gray weighted) first",
          HalftoneImage},
     };
 }

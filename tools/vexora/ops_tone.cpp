@@ -77,6 +77,8 @@ void Tone(Dib* image, const std::string& argument) {
     const long brightness = ParseNumber(parts[1], "--tone brightness", -255, 255);
     const auto origin = ParseOrigin(at, "tone");
     if (image == nullptr) return;
+    // The tone tables map 8-bit pixels and give gray anyway: a 24-bit image is made gray first.
+    if (HeaderOf(*image).biBitCount == 24) Gray(image, "weighted");
     HGLOBAL histogram = WindowHistogram(*image, origin, "tone");
     DWORD error = 0;
     HGLOBAL table = ComputeLUT(nullptr, TABLE_CREATE, nullptr, 0, 0, &error);
@@ -134,8 +136,11 @@ void CheckKernelFile(const std::string& file, const std::string& option) {
     }
 }
 
+void ConvolveColour(Dib* image, const std::string& argument);
+
 void ConvolveGray(Dib* image, const std::string& argument) {
     const Filter f = ParseFilter(argument, "convolve", 1L << 30);
+    if (image != nullptr && HeaderOf(*image).biBitCount == 24) return ConvolveColour(image, argument);
     if (image == nullptr) return;
     CheckKernelFile(f.file, "convolve");
     std::vector<int> kernel(f.weights.begin(), f.weights.end());
@@ -187,11 +192,12 @@ std::vector<Operation> ToneOperations() {
         {"histogram", "X,Y", "print the histogram of the 256 x 256 window at X,Y of an 8-bit image (unchanged)",
          Histogram},
         {"tone", "CONTRAST,BRIGHTNESS[@X,Y]",
-         "apply a tone curve pivoted on the mean of the window at X,Y (default 0,0); the result is 8-bit gray",
+         "apply a tone curve pivoted on the mean of the window at X,Y (default 0,0); the result is 8-bit gray (a "
+         "24-bit image is made gray by --gray weighted first)",
          Tone},
         {"convolve", "TYPE:SIZE|@FILE:SIZE|W,...,W/DIV",
          "filter an 8-bit image: built-in TYPE 3 mean, 4 smoothing, 5 and 6 sharpening, a kernel file, or "
-         "the N x N weights and divisor given",
+         "the N x N weights and divisor given; a 24-bit image is filtered as --colour-convolve does",
          ConvolveGray},
         {"colour-convolve", "FILTER[+weighted]",
          "filter a 24-bit image through its gray values, hue kept (FILTER as for --convolve)", ConvolveColour},

@@ -1,8 +1,13 @@
+// sample_image.cpp - the demo's sample pictures (MakeSample24, MakeSampleGray8,
+// MakeSampleMono1), the disc mask it pastes through (MakeDiscMask) and block copies
+// (Duplicate). The colour picture is painted top-down on a small canvas with a 5 x 7 font and
+// stored bottom-up; the gray and black-and-white ones are derived from it.
 #include "sample_image.hpp"
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace vexora_tool {
@@ -175,17 +180,9 @@ Dib MakeSampleGray8(const Dib& sample24) {
 }
 
 Dib MakeSampleMono1(const Dib& gray8) {
-    Dib dib = AllocateDib(kSampleWidth, kSampleHeight, 1, 2);
-    const auto* src = static_cast<const uint8_t*>(GlobalLock(gray8.get())) + 40 + 1024;
-    auto* out = static_cast<uint8_t*>(GlobalLock(dib.get()));
-    std::memset(out + 44, 255, 3);  // entry 0 black, entry 1 white
-    uint8_t* dst = out + 48;
-    const uint32_t srcStride = Stride(kSampleWidth, 8), dstStride = Stride(kSampleWidth, 1);
-    for (int y = 0; y < kSampleHeight; ++y)
-        for (int x = 0; x < kSampleWidth; ++x)
-            if (src[y * srcStride + x] >= 128) dst[y * dstStride + x / 8] |= static_cast<uint8_t>(0x80 >> (x % 8));
-    GlobalUnlock(dib.get());
-    GlobalUnlock(gray8.get());
+    WORD error = IMGERR_SUCCESS;
+    Dib dib(Halftone(gray8.get(), 1, 0, &error));
+    if (!dib) throw OperationFailed("the 1-bit sample could not be made (error " + std::to_string(error) + ")");
     return dib;
 }
 

@@ -14,7 +14,8 @@ inline constexpr int kSampleHeight = 240;
 Dib MakeSample24();
 // The same picture as an 8-bit DIB with a 256-level gray colour table (weighted luminance).
 Dib MakeSampleGray8(const Dib& sample24);
-// The same picture as a 1-bit DIB (black below mid-gray, white above).
+// The same picture as a 1-bit DIB, black and white by error diffusion (the diffusing halftone),
+// so that ramps and gradients survive as dot densities.
 Dib MakeSampleMono1(const Dib& gray8);
 
 // A 1-bit DIB of the given size: a white disc (colour 1) filling it, on black (colour 0).

@@ -191,7 +191,7 @@ bool Outside(const Segment& s, const RECT& box) {
 // lights its first point only (no point of it is far enough to be cropped): decided before the
 // segment is made.
 bool UnitStepOutside(POINT from, POINT to, const RECT& box) {
-    const LONG dx = to.x - from.x, dy = to.y - from.y;
+    const int64_t dx = int64_t{to.x} - from.x, dy = int64_t{to.y} - from.y;
     if (dx < -1 || dx > 1 || dy < -1 || dy > 1 || (dx == 0 && dy == 0)) return false;
     constexpr LONG kNear = 0x10000000 - 2;
     if (from.x <= -kNear || from.x >= kNear || from.y <= -kNear || from.y >= kNear) return false;
