@@ -2015,9 +2015,29 @@ VXAPI HDIB VXCALL VexoraLoadBMPFile(LPCSTR fileName, char *reason, UINT reasonSi
    past them). */
 VXAPI HDIB VXCALL VexoraReadBMPMemory(const void *data, DWORD size, char *reason, UINT reasonSize);
 
-/* Resamples a DIB to outWidth x outHeight for viewing: each axis is reduced by area
-   averaging and enlarged by a windowed-sinc filter. Returns a new DIB, or NULL.
-   (Draft: depths and rounding are documented when it lands.) */
+/* Resamples a DIB to outWidth x outHeight for viewing, each axis on its own: an axis that
+   shrinks is averaged over the exact area each output pixel covers (a box over its
+   footprint, partly covered pixels weighted by their share); an axis that grows is filtered
+   by Lanczos-3 (sinc windowed by sinc over three lobes, pixel centres aligned, the edge pixel
+   repeated past the edge); an axis that keeps its size is copied. Both sizes equal to the
+   source's give a copy of its header, colour table and pixels.
+   Depths: 24 bits give 24 bits. An 8-bit image whose colour table is the gray ramp, and any
+   1-, 4- or 8-bit image whose entries are all gray, give 8 bits with the 256-entry gray
+   ramp; other 1-, 4- and 8-bit images are expanded through their colour table and give 24
+   bits (an index past the table reads as black). The result has a 40-byte header, bottom-up
+   rows, BI_RGB, biClrUsed 0, and resolution fields scaled with their axis (rounded half up;
+   zero or negative ones kept), so the picture keeps its physical size. Top-down and
+   12-byte-header sources are accepted.
+   Arithmetic is integer with fixed-point weights; each level is rounded half up and clamped
+   to 0..255, and lies within one level of exact filtering for any reduction down to 1/300
+   per axis.
+   Returns a new DIB, or NULL with the module error code set: IMGERR_PARAMETER for a null
+   handle or a size below 1; IMGERR_LOCKMEMORY when the block cannot be locked;
+   IMGERR_HEADERBITCOUNT for depths other than 1, 4, 8 and 24; IMGERR_COMPRESSED for a
+   compressed DIB; IMGERR_DIBSIZE for a header other than 40 or 12 bytes, a width or height
+   below 1, a block shorter than its header says, or a source or result of more than
+   VXMOD_MAX_PIXELS (2^28) pixels; IMGERR_NOMEMORY when memory runs out. The code is left
+   alone on success. */
 VXAPI HDIB VXCALL VexoraResampleDIB(HDIB dib, int outWidth, int outHeight);
 
 

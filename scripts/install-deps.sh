@@ -12,6 +12,9 @@
 #                                     and what scripts/build-codecs.sh needs to cross-build the
 #                                     codecs of the format modules from Debian's source packages:
 #                                     dpkg-source, nasm, MinGW's zlib, and a deb-src entry for apt
+#   scripts/install-deps.sh bench     what native needs, and the peer libraries the side-by-side
+#                                     benchmark programs in bench/ compare the library with
+#                                     (OpenCV and libvips)
 #   scripts/install-deps.sh all       the same as windows
 # A package can be installed while its program is gone (removed by hand, a partial install):
 # the check after the install names the missing program and its package, and fails.
@@ -32,12 +35,15 @@ windows=(i686-w64-mingw32-g++-posix:g++-mingw-w64-i686 x86_64-w64-mingw32-g++-po
   x86_64-w64-mingw32-windres:binutils-mingw-w64-x86-64
   wine:wine wineboot:wine wineserver:wine /usr/lib/wine/wine64:wine64 Xvfb:xvfb xvfb-run:xvfb xauth:xauth
   dpkg-source:dpkg-dev nasm:nasm libz-mingw-w64-dev)
+# The peers of the benchmark programs: packages only, found by pkg-config at configure time.
+bench=(libopencv-dev libvips-dev)
 
 wanted=("${native[@]}")
 case "${1:-native}" in
   native) ;;
   windows|all) wanted+=("${windows[@]}") ;;
-  *) echo "usage: $0 [native|windows|all]" >&2; exit 2 ;;
+  bench) wanted+=("${bench[@]}") ;;
+  *) echo "usage: $0 [native|windows|bench|all]" >&2; exit 2 ;;
 esac
 
 sudo=""
@@ -53,7 +59,7 @@ as_root() {  # as_root COMMAND...: run as root, through sudo when not root alrea
 # deb-src entry. One is written for this release when apt has none, and the source index is
 # fetched when it is not there yet.
 source_index_updated=0
-if [[ "${1:-native}" != native ]]; then
+if [[ "${1:-native}" == windows || "${1:-native}" == all ]]; then
   if ! grep -qrs --include='*.list' --include='*.sources' --include=sources.list -E \
       '^[[:space:]]*(deb-src[[:space:]]|Types:.*deb-src)' /etc/apt/sources.list /etc/apt/sources.list.d; then
     codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
