@@ -46,7 +46,7 @@ for name in "${targets[@]}"; do
     -rss_limit_mb=4096 -print_final_stats=1 -artifact_prefix="$artifacts/" "${dictionary[@]}" "$scratch" "$corpus" \
     2>"$scratch.log" || status=$?
   grep -E "^stat::(number_of_executed_units|average_exec_per_sec|peak_rss_mb)|cov: " "$scratch.log" | tail -n 4 || true
-  "$build/fuzz/${name}_fuzz" -merge=1 "$corpus" "$scratch" >/dev/null 2>&1 || true
+  "$build/fuzz/${name}_fuzz" -merge=1 -artifact_prefix="$artifacts/" "$corpus" "$scratch" >/dev/null 2>&1 || true
   for crash in "$artifacts"/*; do
     [[ -e "$crash" ]] || continue
     cp "$crash" "$corpus/regression-$(basename "$crash")"
