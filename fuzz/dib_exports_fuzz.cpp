@@ -1,6 +1,6 @@
 // dib_exports_fuzz.cpp - fuzz target for every export that takes a DIB block: the quarter and
-// half turns, flips, rotation by any angle, skew, both scalers, crop-and-scale, histogram and
-// tone table, gray conversions, convolutions, depth expansion, brightness and contrast, the
+// half turns, flips, rotation by any angle, skew, both scalers, crop-and-scale, the resampler,
+// histogram and tone table, gray conversions, convolutions, depth expansion, brightness and contrast, the
 // four dithers, halftone, run-length compression and expansion, the colour-table inversions
 // and the palette made from a DIB.
 //
@@ -155,6 +155,10 @@ const Export kExports[] = {
     {kKeepsSource,
      [](HDIB d, const Parameters& p, const auto&) -> HGLOBAL {
          return VexoraCropScaleDIB(d, p.low(p.a) - 2, p.high(p.a), p.low(p.b), p.high(p.b), p.low(p.c), p.high(p.c));
+     }},
+    {kKeepsSource,
+     [](HDIB d, const Parameters& p, const auto&) -> HGLOBAL {
+         return VexoraResampleDIB(d, p.low(p.c) - 1, p.high(p.c) - 1);
      }},
     {kKeepsSource, [](HDIB d, const Parameters& p, const auto&) { return Histogram(d, p); }},
     {kKeepsSource, [](HDIB d, const Parameters& p, const auto&) { return ThroughLut(d, p, TRUE); }},
