@@ -65,12 +65,14 @@ inline constexpr const char* kInfoHelp =
 inline constexpr const char* kDemoHelp =
     "usage: vexora demo [DIR]\n"
     "\n"
-    "Synthesises a sample image (24-bit and 8-bit: gradients, colour bars, fine lines and\n"
-    "small lettering), runs every operation of the library on it and writes each result as\n"
-    "a BMP file into DIR (default: vexora-demo), with an index.html that shows them side by\n"
-    "side with captions. It also renders a text file, and takes the samples through a\n"
-    "clipboard file, a Windows metafile and an enhanced metafile and back. Every file\n"
-    "written is read back and compared.\n";
+    "Synthesises sample images (24-bit, 8-bit gray and a dithered 1-bit one: gradients,\n"
+    "colour bars, fine lines and small lettering), runs every operation of the library on\n"
+    "them and writes each result as a BMP file into DIR (default: vexora-demo), with an\n"
+    "index.html in sections (geometry, tone, convolution, dithering, halftones, formats)\n"
+    "that shows each result beside its source at true size, with the command that made it.\n"
+    "Oddities an export keeps for compatibility are labelled as such. It also renders a\n"
+    "text file, and takes the samples through a clipboard file, a Windows metafile and an\n"
+    "enhanced metafile and back. Every file written is read back and compared.\n";
 
 inline constexpr const char* kPrintHelp =
     "usage: vexora print FILE... [--printer NAME | --pdf OUT.pdf] [--fit | --stretch]\n"
