@@ -85,34 +85,32 @@ void AppendLanczos(AxisTaps& taps, uint32_t in, uint32_t out, uint32_t i, int bi
     });
 }
 
+// One horizontal pass over a row of samples of type In; store(i, sum) keeps output sample i.
 // Taps is the fixed count of a uniform table, 0 for a table read count by count.
-template <int Channels, int Taps>
-void FilterBytes(const uint8_t* src, const AxisTaps& taps, int32_t* dst) {
+template <int Channels, int Taps, typename In, typename Store>
+void FilterRow(const In* src, const AxisTaps& taps, Store store) {
     const auto outputs = static_cast<uint32_t>(taps.first.size());
     for (uint32_t x = 0; x < outputs; ++x) {
-        const uint8_t* s = src + size_t{taps.first[x]} * Channels;
+        const In* s = src + size_t{taps.first[x]} * Channels;
         const int32_t* w = taps.of(x);
         const uint32_t n = Taps != 0 ? Taps : taps.count(x);
         int32_t sum[Channels] = {};
         for (uint32_t k = 0; k < n; ++k)
             for (int c = 0; c < Channels; ++c) sum[c] += w[k] * s[k * Channels + c];
-        for (int c = 0; c < Channels; ++c) dst[x * Channels + c] = (sum[c] + kFirstHalf) >> kFirstShift;
+        for (int c = 0; c < Channels; ++c) store(size_t{x} * Channels + c, sum[c]);
     }
+}
+
+// Bytes to intermediates (the first pass) and intermediates to bytes (the second).
+template <int Channels, int Taps>
+void FilterBytes(const uint8_t* src, const AxisTaps& taps, int32_t* dst) {
+    FilterRow<Channels, Taps>(src, taps, [dst](size_t i, int32_t sum) { dst[i] = (sum + kFirstHalf) >> kFirstShift; });
 }
 
 template <int Channels, int Taps>
 void FilterIntermediates(const int32_t* src, const AxisTaps& taps, uint8_t* dst) {
-    const auto outputs = static_cast<uint32_t>(taps.first.size());
-    for (uint32_t x = 0; x < outputs; ++x) {
-        const int32_t* s = src + size_t{taps.first[x]} * Channels;
-        const int32_t* w = taps.of(x);
-        const uint32_t n = Taps != 0 ? Taps : taps.count(x);
-        int32_t sum[Channels] = {};
-        for (uint32_t k = 0; k < n; ++k)
-            for (int c = 0; c < Channels; ++c) sum[c] += w[k] * s[k * Channels + c];
-        for (int c = 0; c < Channels; ++c)
-            dst[x * Channels + c] = ClampToByte((sum[c] + kSecondHalf) >> kSecondShift);
-    }
+    FilterRow<Channels, Taps>(src, taps,
+                              [dst](size_t i, int32_t sum) { dst[i] = ClampToByte((sum + kSecondHalf) >> kSecondShift); });
 }
 
 // The vertical loops, compiled twice: for the baseline and for AVX2. They run over blocks of
