@@ -14,7 +14,7 @@
 #                                     dpkg-source, nasm, MinGW's zlib, and a deb-src entry for apt
 #   scripts/install-deps.sh bench     what native needs, and the peer libraries the side-by-side
 #                                     benchmark programs in bench/ compare the library with
-#                                     (OpenCV and libvips)
+#                                     (OpenCV, libvips, Leptonica and FreeImage)
 #   scripts/install-deps.sh all       the same as windows
 # A package can be installed while its program is gone (removed by hand, a partial install):
 # the check after the install names the missing program and its package, and fails.
@@ -36,7 +36,7 @@ windows=(i686-w64-mingw32-g++-posix:g++-mingw-w64-i686 x86_64-w64-mingw32-g++-po
   wine:wine wineboot:wine wineserver:wine /usr/lib/wine/wine64:wine64 Xvfb:xvfb xvfb-run:xvfb xauth:xauth
   dpkg-source:dpkg-dev nasm:nasm libz-mingw-w64-dev)
 # The peers of the benchmark programs: packages only, found by pkg-config at configure time.
-bench=(libopencv-dev libvips-dev)
+bench=(libopencv-dev libvips-dev libleptonica-dev libfreeimage-dev)
 
 wanted=("${native[@]}")
 case "${1:-native}" in
