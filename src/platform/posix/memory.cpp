@@ -64,20 +64,40 @@ uint8_t* MapAligned(size_t bytes) {
     return p;
 }
 
+// Builds with AddressSanitizer fill blocks asked for without GMEM_ZEROINIT with a pattern, so a
+// kernel that skips the zero fill but leaves a byte unwritten gives other bytes there and its
+// tests fail, instead of passing on fresh pages that happen to read as zero.
+#if defined(__SANITIZE_ADDRESS__)
+#define VX_POISON_UNZEROED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VX_POISON_UNZEROED 1
+#endif
+#endif
+
+Storage Poisoned(Storage s, size_t bytes, bool zero) {
+#ifdef VX_POISON_UNZEROED
+    if (!zero && s.data != nullptr) std::memset(s.data, 0xA5, bytes);
+#else
+    (void)bytes, (void)zero;
+#endif
+    return s;
+}
+
 class StoragePool {
 public:
     Storage acquire(size_t bytes, bool zero) {
         if (bytes < kMapThreshold) {
             void* p = zero ? std::calloc(bytes ? bytes : 1, 1) : std::malloc(bytes ? bytes : 1);
-            return Storage{static_cast<uint8_t*>(p), p ? bytes : 0, false};
+            return Poisoned(Storage{static_cast<uint8_t*>(p), p ? bytes : 0, false}, bytes, zero);
         }
         const size_t capacity = RoundUp(bytes, bytes >= kHugePage ? kHugePage : kPageSize);
         if (Storage reused = takeCached(capacity); reused.data != nullptr) {
             if (zero) std::memset(reused.data, 0, bytes);
-            return reused;
+            return Poisoned(reused, bytes, zero);
         }
         uint8_t* p = MapAligned(capacity);  // fresh anonymous pages read as zero
-        return p ? Storage{p, capacity, true} : Storage{};
+        return Poisoned(p ? Storage{p, capacity, true} : Storage{}, bytes, zero);
     }
 
     void release(Storage s) {
