@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "simd.hpp"
+
 namespace vx::geometry {
 
 enum class Orthogonal { Rotate90, Rotate270, Rotate180, FlipVertical, FlipHorizontal };
@@ -43,20 +45,25 @@ struct SourceRows {
     uint32_t height;
 };
 
-// Pixel rows of a zero-filled result, `stride` bytes apart. The rows of a quarter turn are as
+// Pixel rows of a result, `stride` bytes apart. The rows of a quarter turn are as
 // many as the source is wide; the block holds kResultSlackBytes more after the last one.
 struct ResultRows {
     uint8_t* bits;
     uint64_t stride;
 };
 
-// Kernels for 1, 4, 8 and 24 bits; any other depth leaves the result zero.
-void TurnClockwise(const SourceRows& source, const ResultRows& result, uint32_t bitCount);
-// Source row y goes to result column height - y: column 0 is left zero and the bottom row
-// lands one pixel past the end of each result row.
-void TurnAnticlockwiseShifted(const SourceRows& source, const ResultRows& result, uint32_t bitCount);
-void TurnHalf(const SourceRows& source, const ResultRows& result, uint32_t bitCount);
-void MirrorRows(const SourceRows& source, const ResultRows& result, uint32_t bitCount);
+// Kernels for 1, 4, 8 and 24 bits: each writes every byte of the result's rows, padding
+// included, and for any other depth writes nothing (the result must then be zero-filled).
+// They take the fastest path `level` allows (the exports pass ActiveSimdLevel()); every
+// level gives the same bytes.
+void TurnClockwise(const SourceRows& source, const ResultRows& result, uint32_t bitCount, SimdLevel level);
+// Source row y goes to result column height - y: column 0 is zero and the bottom row lands one
+// pixel past the end of each result row, which ORs it into the byte there: the slack after the
+// last row must be zero beforehand.
+void TurnAnticlockwiseShifted(const SourceRows& source, const ResultRows& result, uint32_t bitCount,
+                              SimdLevel level);
+void TurnHalf(const SourceRows& source, const ResultRows& result, uint32_t bitCount, SimdLevel level);
+void MirrorRows(const SourceRows& source, const ResultRows& result, uint32_t bitCount, SimdLevel level);
 // Whole rows (padding included) in reverse order, for any depth; strides are equal.
 void ReverseRowOrder(const SourceRows& source, const ResultRows& result);
 

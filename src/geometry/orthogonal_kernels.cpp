@@ -37,6 +37,10 @@
 #if defined(VX_SIMD_SSE2)
 #include <emmintrin.h>
 #endif
+#if defined(VX_SIMD_SSE2) && defined(VX_SIMD_TARGETS)
+#include <immintrin.h>
+#define VX_MIRROR_AVX2 1
+#endif
 
 namespace vx::geometry {
 namespace {
@@ -227,17 +231,18 @@ void TurnPacked(const SourceRows& s, const ResultRows& d) {
 
 // The squares the policy allows: SSE2 bytes for 8-bit pixels, words otherwise.
 template <unsigned E, bool Clockwise>
-void TurnPackedAtActiveLevel(const SourceRows& s, const ResultRows& d) {
+void TurnPackedAt(SimdLevel level, const SourceRows& s, const ResultRows& d) {
 #if defined(VX_SIMD_SSE2)
     if constexpr (E == 8) {
-        if (SimdAllows(SimdLevel::kSse2)) return TurnPacked<E, Clockwise, ByteSquareSse2>(s, d);
+        if (level >= SimdLevel::kSse2) return TurnPacked<E, Clockwise, ByteSquareSse2>(s, d);
     }
 #endif
+    (void)level;
     TurnPacked<E, Clockwise, WordSquare<E>>(s, d);
 }
 
-// The same for 24-bit pixels, from column 1 for the anticlockwise turn (column 0 has no
-// source row). Staging rows carry one spare byte for the 4-byte pixel moves.
+// The same for 24-bit pixels; the anticlockwise turn's column 0, which has no source row, is
+// written as zero. Staging rows carry one spare byte for the 4-byte pixel moves.
 template <bool Clockwise>
 void Turn24(const SourceRows& s, const ResultRows& d) {
     constexpr uint64_t kColumns = 128;  // result columns (source rows) per stage
@@ -245,14 +250,19 @@ void Turn24(const SourceRows& s, const ResultRows& d) {
     const uint64_t width = s.width;
     const uint64_t height = s.height;
     alignas(64) uint8_t stage[kRows][kColumns * 3 + 1];
-    for (uint64_t c0 = Clockwise ? 0 : 1; c0 < height; c0 += kColumns) {
+    for (uint64_t c0 = 0; c0 < height; c0 += kColumns) {
         const uint64_t columns = std::min(kColumns, height - c0);
         for (uint64_t x0 = 0; x0 < width; x0 += kRows) {
             const uint64_t count = std::min(kRows, width - x0);
             // A 4-byte load reads one byte of the next pixel: not past the row's last one.
             const uint64_t wide = x0 + count < width ? count : count - 1;
             for (uint64_t t = 0; t < columns; ++t) {
-                const uint8_t* in = SourceRowOf<Clockwise>(s, c0 + t) + x0 * 3;
+                const uint8_t* row = SourceRowOf<Clockwise>(s, c0 + t);
+                if (row == nullptr) {
+                    for (uint64_t k = 0; k < count; ++k) std::memset(&stage[k][t * 3], 0, 3);
+                    continue;
+                }
+                const uint8_t* in = row + x0 * 3;
                 uint64_t k = 0;
                 for (; k < wide; ++k) std::memcpy(&stage[k][t * 3], in + k * 3, 4);
                 for (; k < count; ++k) std::memcpy(&stage[k][t * 3], in + k * 3, 3);
@@ -320,42 +330,169 @@ void ReverseRow(const uint8_t* in, uint8_t* out, uint64_t width) {
     else ReverseRowPacked<Bits>(in, out, width);
 }
 
-template <bool Clockwise>
-void Turn(const SourceRows& source, const ResultRows& result, uint32_t bitCount) {
+#if defined(VX_MIRROR_AVX2)
+// Mirrored rows in AVX2 registers: 32 result bytes per step, read from the far end of the
+// source row. A row's last step overlaps the one before it rather than running past the row,
+// and rows too short for one step take the portable path.
+
+// The 32 bytes of v in reverse order.
+VX_TARGET_AVX2 inline __m256i ReverseBytes(__m256i v) {
+    const __m256i lane = _mm256_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0,  //
+                                          15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+    return _mm256_permute4x64_epi64(_mm256_shuffle_epi8(v, lane), 0x4E);
+}
+
+VX_TARGET_AVX2 inline __m256i Load32(const uint8_t* p) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+VX_TARGET_AVX2 inline void Store32(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+
+VX_TARGET_AVX2 void ReverseRow8Avx2(const uint8_t* in, uint8_t* out, uint64_t width) {
+    if (width < 32) return ReverseRowPacked<8>(in, out, width);
+    uint64_t j = 0;
+    for (; j + 64 <= width; j += 64) {
+        const __m256i a = Load32(in + width - 32 - j), b = Load32(in + width - 64 - j);
+        Store32(out + j, ReverseBytes(a));
+        Store32(out + j + 32, ReverseBytes(b));
+    }
+    for (; j + 32 <= width; j += 32) Store32(out + j, ReverseBytes(Load32(in + width - 32 - j)));
+    if (j < width) Store32(out + width - 32, ReverseBytes(Load32(in)));
+}
+
+// 24-bit pixels five at a time: 16 bytes loaded from one byte before a group of five, the
+// group reversed into the first 15 bytes of the store; its 16th byte is the next group's
+// first, written again by the step that follows (or by the portable tail). The groups stop
+// short of the source's first pixel, which leaves at least one pixel to the tail.
+VX_TARGET_AVX2 void ReverseRow24Avx2(const uint8_t* in, uint8_t* out, uint64_t width) {
+    const __m128i group = _mm_setr_epi8(13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, -1);
+    const __m256i pair = _mm256_broadcastsi128_si256(group);
+    uint64_t x = 0;  // result pixels done
+    for (; x + 11 <= width; x += 10) {
+        // Two groups: source pixels width - 5 - x .. (lane 0) and width - 10 - x .. (lane 1).
+        const uint8_t* first = in + (width - 5 - x) * 3 - 1;
+        const __m256i v = _mm256_setr_m128i(_mm_loadu_si128(reinterpret_cast<const __m128i*>(first)),
+                                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(first - 15)));
+        const __m256i r = _mm256_shuffle_epi8(v, pair);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 3), _mm256_castsi256_si128(r));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 3 + 15), _mm256_extracti128_si256(r, 1));
+    }
+    for (; x + 6 <= width; x += 5) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + (width - 5 - x) * 3 - 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 3), _mm_shuffle_epi8(v, group));
+    }
+    for (; x < width; ++x) std::memcpy(out + x * 3, in + (width - 1 - x) * 3, 3);
+}
+
+// 1-bit rows: result byte j holds the eight source pixels that start at bit 8 k + r, where
+// k = width / 8 - 1 - j and r = width % 8, in reverse order. Each step builds 32 such bytes
+// from two loads one byte apart, reverses the bits of every byte through two nibble tables
+// and then the order of the bytes. The last result byte, which has only r pixels, is made
+// alone; with r = 0 the second load is the first again, its bits all shifted out.
+VX_TARGET_AVX2 inline __m256i ReverseBitsOfBytes(__m256i v) {
+    const __m256i low = _mm256_setr_epi8(0x00, 0x08, 0x04, 0x0C, 0x02, 0x0A, 0x06, 0x0E, 0x01, 0x09, 0x05, 0x0D, 0x03,
+                                         0x0B, 0x07, 0x0F, 0x00, 0x08, 0x04, 0x0C, 0x02, 0x0A, 0x06, 0x0E, 0x01, 0x09,
+                                         0x05, 0x0D, 0x03, 0x0B, 0x07, 0x0F);
+    const __m256i high = _mm256_slli_epi16(low, 4);  // the same table, in the high nibble
+    const __m256i nibble = _mm256_set1_epi8(0x0F);
+    const __m256i lowNibbles = _mm256_and_si256(v, nibble);
+    const __m256i highNibbles = _mm256_and_si256(_mm256_srli_epi16(v, 4), nibble);
+    return _mm256_or_si256(_mm256_shuffle_epi8(high, lowNibbles), _mm256_shuffle_epi8(low, highNibbles));
+}
+
+// The 32 result bytes that start at source byte k, shifted up by r bits (with the bits of
+// the next byte moved in), bit-reversed and in reverse byte order.
+VX_TARGET_AVX2 inline __m256i MirroredBits(const uint8_t* at, const uint8_t* next, __m128i up, __m128i down,
+                                           __m256i keepUp, __m256i keepDown) {
+    const __m256i a = _mm256_and_si256(_mm256_sll_epi16(Load32(at), up), keepUp);
+    const __m256i b = _mm256_and_si256(_mm256_srl_epi16(Load32(next), down), keepDown);
+    return ReverseBytes(ReverseBitsOfBytes(_mm256_or_si256(a, b)));
+}
+
+VX_TARGET_AVX2 void ReverseRow1Avx2(const uint8_t* in, uint8_t* out, uint64_t width) {
+    const uint64_t whole = width / 8;
+    if (whole < 32) return ReverseRowPacked<1>(in, out, width);
+    const unsigned r = width % 8;
+    const __m128i up = _mm_cvtsi32_si128(static_cast<int>(r)), down = _mm_cvtsi32_si128(static_cast<int>(8 - r));
+    const __m256i keepUp = _mm256_set1_epi8(static_cast<char>(0xFF << r & 0xFF));
+    const __m256i keepDown = _mm256_set1_epi8(static_cast<char>(0xFF >> (8 - r)));
+    const uint8_t* next = r != 0 ? in + 1 : in;
+    uint64_t j = 0;
+    for (; j + 32 <= whole; j += 32) {
+        const uint64_t k = whole - 32 - j;
+        Store32(out + j, MirroredBits(in + k, next + k, up, down, keepUp, keepDown));
+    }
+    if (j < whole) Store32(out + whole - 32, MirroredBits(in, next, up, down, keepUp, keepDown));
+    if (r != 0) {
+        const uint8_t last = static_cast<uint8_t>(in[0] >> (8 - r));
+        out[whole] = static_cast<uint8_t>(ReverseElements<1>(last) >> 56);
+    }
+}
+#endif
+
+using RowReverser = void (*)(const uint8_t* in, uint8_t* out, uint64_t width);
+
+// The row mirror for Bits-bit pixels at the fastest path `level` allows.
+template <unsigned Bits>
+RowReverser RowReverserAt(SimdLevel level) {
+#if defined(VX_MIRROR_AVX2)
+    if (level >= SimdLevel::kAvx2) {
+        if constexpr (Bits == 1) return ReverseRow1Avx2;
+        if constexpr (Bits == 8) return ReverseRow8Avx2;
+        if constexpr (Bits == 24) return ReverseRow24Avx2;
+    }
+#endif
+    (void)level;
+    return ReverseRow<Bits>;
+}
+
+// Each source row mirrored into result row r (MirrorRows) or height - 1 - r (TurnHalf), its
+// padding written as zero.
+template <bool UpsideDown>
+void MirrorEachRow(const SourceRows& s, const ResultRows& d, uint32_t bitCount, SimdLevel level) {
     DispatchDepth(bitCount, [&](auto depth) {
         constexpr unsigned kBits = decltype(depth)::value;
+        const RowReverser reverse = RowReverserAt<kBits>(level);
+        const uint64_t used = (uint64_t{s.width} * kBits + 7) / 8;
+        for (uint64_t r = 0; r < s.height; ++r) {
+            uint8_t* out = d.bits + (UpsideDown ? s.height - 1 - r : r) * d.stride;
+            reverse(s.bits + r * s.stride, out, s.width);
+            std::memset(out + used, 0, d.stride - used);
+        }
+    });
+}
+
+// A quarter turn: the padding of every result row (the bytes past its `height` pixels) is
+// zeroed first, since the anticlockwise turn's extra column may fall there.
+template <bool Clockwise>
+void Turn(const SourceRows& source, const ResultRows& result, uint32_t bitCount, SimdLevel level) {
+    DispatchDepth(bitCount, [&](auto depth) {
+        constexpr unsigned kBits = decltype(depth)::value;
+        const uint64_t used = (uint64_t{source.height} * kBits + 7) / 8;
+        if (used < result.stride)
+            for (uint64_t r = 0; r < source.width; ++r) std::memset(result.bits + r * result.stride + used, 0, result.stride - used);
         if constexpr (kBits == 24) Turn24<Clockwise>(source, result);
-        else TurnPackedAtActiveLevel<kBits, Clockwise>(source, result);
+        else TurnPackedAt<kBits, Clockwise>(level, source, result);
         if constexpr (!Clockwise) SpillBottomRow<kBits>(source, result);
     });
 }
 
 }  // namespace
 
-void TurnClockwise(const SourceRows& source, const ResultRows& result, uint32_t bitCount) {
-    Turn<true>(source, result, bitCount);
+void TurnClockwise(const SourceRows& source, const ResultRows& result, uint32_t bitCount, SimdLevel level) {
+    Turn<true>(source, result, bitCount, level);
 }
 
-void TurnAnticlockwiseShifted(const SourceRows& source, const ResultRows& result, uint32_t bitCount) {
-    Turn<false>(source, result, bitCount);
+void TurnAnticlockwiseShifted(const SourceRows& source, const ResultRows& result, uint32_t bitCount,
+                              SimdLevel level) {
+    Turn<false>(source, result, bitCount, level);
 }
 
-void TurnHalf(const SourceRows& source, const ResultRows& result, uint32_t bitCount) {
-    DispatchDepth(bitCount, [&](auto depth) {
-        constexpr unsigned kBits = decltype(depth)::value;
-        for (uint64_t r = 0; r < source.height; ++r)
-            ReverseRow<kBits>(source.bits + r * source.stride,
-                              result.bits + (source.height - 1 - r) * result.stride, source.width);
-    });
+void TurnHalf(const SourceRows& source, const ResultRows& result, uint32_t bitCount, SimdLevel level) {
+    MirrorEachRow<true>(source, result, bitCount, level);
 }
 
-void MirrorRows(const SourceRows& source, const ResultRows& result, uint32_t bitCount) {
-    DispatchDepth(bitCount, [&](auto depth) {
-        constexpr unsigned kBits = decltype(depth)::value;
-        for (uint64_t r = 0; r < source.height; ++r)
-            ReverseRow<kBits>(source.bits + r * source.stride, result.bits + r * result.stride,
-                              source.width);
-    });
+void MirrorRows(const SourceRows& source, const ResultRows& result, uint32_t bitCount, SimdLevel level) {
+    MirrorEachRow<false>(source, result, bitCount, level);
 }
 
 void ReverseRowOrder(const SourceRows& source, const ResultRows& result) {

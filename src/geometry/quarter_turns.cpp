@@ -2,8 +2,9 @@
 // FlipDIBHorizontal: the five orthogonal transforms of an uncompressed DIB into a new one.
 //
 // Each export locks the source, checks that the block holds what its header says, allocates a
-// zero-filled result, copies the header and colour table into it, adjusts the header and runs
-// a kernel of orthogonal_kernels.cpp. The source is read as the library has always read it,
+// result, copies the header and colour table into it, adjusts the header and runs a kernel of
+// orthogonal_kernels.cpp. The kernels write every byte of the rows, padding included, so the
+// result is zero-filled only where they move no pixels (depths other than 1, 4, 8 and 24). The source is read as the library has always read it,
 // and applications depend on the exact bytes that follow from that:
 //   - The header is taken to be 40 bytes whatever biSize says: the pixels start at
 //     40 + PaletteSize, and exactly those 40 + PaletteSize bytes are copied to the result.
@@ -30,6 +31,7 @@
 // does not fit 32 bits), where rows would overlap and the moves would leave both blocks; and a
 // result that would need more than 2^32 - 1 bytes.
 #include <cstdint>
+#include <cstring>
 #include <optional>
 
 #include "vexora.h"
@@ -68,22 +70,30 @@ void TurnHeader(uint8_t* header, const OrthogonalPlan& plan) {
     StoreU32(header + bih::kSizeImage, static_cast<uint32_t>(plan.resultStride * plan.width));
 }
 
-// Fills a result whose header and table have been copied. Cannot fail.
+// Whether the kernel of `op` writes every pixel byte of the result, padding included, so that
+// the block need not be zero-filled first: all but the pixel movers at depths they skip.
+constexpr bool WritesEveryByte(Orthogonal op, uint32_t bitCount) {
+    return op == Orthogonal::FlipVertical || MovesPixels(bitCount);
+}
+
+// Fills a result whose header and table have been copied, its slack included. Cannot fail.
 void Transform(Orthogonal op, const OrthogonalPlan& plan, const uint8_t* source, uint8_t* result) {
     const SourceRows from{source + plan.headerAndTable, plan.sourceStride, plan.width, plan.height};
     const ResultRows to{result + plan.headerAndTable, plan.resultStride};
+    std::memset(to.bits + plan.resultPixelBytes(), 0, kResultSlackBytes);
+    const SimdLevel level = ActiveSimdLevel();
     switch (op) {
     case Orthogonal::Rotate90:
         TurnHeader(result, plan);
-        TurnClockwise(from, to, plan.bitCount);
+        TurnClockwise(from, to, plan.bitCount, level);
         break;
     case Orthogonal::Rotate270:
         TurnHeader(result, plan);
-        TurnAnticlockwiseShifted(from, to, plan.bitCount);
+        TurnAnticlockwiseShifted(from, to, plan.bitCount, level);
         break;
-    case Orthogonal::Rotate180: TurnHalf(from, to, plan.bitCount); break;
+    case Orthogonal::Rotate180: TurnHalf(from, to, plan.bitCount, level); break;
     case Orthogonal::FlipVertical: ReverseRowOrder(from, to); break;
-    case Orthogonal::FlipHorizontal: MirrorRows(from, to, plan.bitCount); break;
+    case Orthogonal::FlipHorizontal: MirrorRows(from, to, plan.bitCount, level); break;
     }
 }
 
@@ -94,8 +104,9 @@ Outcome<HDIB> Orthogonally(HDIB dib, Orthogonal op) {
     if (!source) return Fail();
     const auto plan = PlanOrthogonal(source.data(), source.size(), op);
     if (!plan) return Fail();
-    auto result =
-        AllocateDibLike(source.data(), plan->headerAndTable, plan->resultPixelBytes(), kResultSlackBytes);
+    const BlockFill fill = WritesEveryByte(op, plan->bitCount) ? BlockFill::kWrittenWhole : BlockFill::kZero;
+    auto result = AllocateDibLike(source.data(), plan->headerAndTable, plan->resultPixelBytes(), kResultSlackBytes,
+                                  false, fill);
     if (!result) return Fail();
     platform::WaitCursor wait;
     Transform(op, *plan, source.data(), result->data());
