@@ -242,31 +242,111 @@ void TurnPackedAt(SimdLevel level, const SourceRows& s, const ResultRows& d) {
 }
 
 // The same for 24-bit pixels; the anticlockwise turn's column 0, which has no source row, is
-// written as zero. Staging rows carry one spare byte for the 4-byte pixel moves.
+// written as zero. A stage holds kStage24Rows result rows of kStage24Columns pixels, with
+// spare bytes for moves wider than a pixel.
+constexpr uint64_t kStage24Columns = 128;  // result columns (source rows) per stage
+constexpr uint64_t kStage24Rows = 32;      // result rows (source columns) per stage
+using Stage24 = uint8_t[kStage24Rows][kStage24Columns * 3 + 8];
+
+// Pixels x0 + k of the source rows rows[t] into stage[k][3 t], for t in [t0, columns) and k
+// in [k0, count); a null row gives zero pixels. `lastOfRow` says that pixel x0 + count - 1
+// is the last of its row, which a 4-byte move must not read past.
+void StagePixels24(const uint8_t* const* rows, uint64_t x0, uint64_t t0, uint64_t columns, uint64_t k0,
+                   uint64_t count, bool lastOfRow, Stage24& stage) {
+    const uint64_t wide = lastOfRow ? count - 1 : count;
+    for (uint64_t t = t0; t < columns; ++t) {
+        if (rows[t] == nullptr) {
+            for (uint64_t k = k0; k < count; ++k) std::memset(&stage[k][t * 3], 0, 3);
+            continue;
+        }
+        const uint8_t* in = rows[t] + x0 * 3;
+        uint64_t k = k0;
+        for (; k < wide; ++k) std::memcpy(&stage[k][t * 3], in + k * 3, 4);
+        for (; k < count; ++k) std::memcpy(&stage[k][t * 3], in + k * 3, 3);
+    }
+}
+
+#if defined(VX_MIRROR_AVX2)
+VX_TARGET_AVX2 inline __m256i Load32(const uint8_t* p) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+VX_TARGET_AVX2 inline void Store32(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+
+// Squares of 8 x 8 pixels in AVX2 registers: each source row's 24 bytes are widened to eight
+// 4-byte lanes, the square is transposed as 32-bit elements (three rounds of unpacks), and
+// each result row is narrowed back to 24 bytes and stored with 8 bytes to spare. The pixels
+// around the squares go as in StagePixels24, three bytes at a time (the squares are already
+// staged beside them).
+VX_TARGET_AVX2 inline __m256i LoadPixels24(const uint8_t* row) {
+    if (row == nullptr) return _mm256_setzero_si256();
+    // Lane 0: bytes 0-15 (pixels 0-3 from byte 0); lane 1: bytes 8-23 (pixels 4-7 from byte 4).
+    const __m256i v = _mm256_setr_m128i(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row)),
+                                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 8)));
+    const __m256i widen = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1,  //
+                                           4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
+    return _mm256_shuffle_epi8(v, widen);
+}
+
+VX_TARGET_AVX2 inline void StorePixels24(uint8_t* out, __m256i v) {
+    const __m256i narrow = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
+                                            0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    const __m256i packed = _mm256_shuffle_epi8(v, narrow);
+    Store32(out, _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7)));
+}
+
+VX_TARGET_AVX2 void StageSquares24Avx2(const uint8_t* const* rows, uint64_t x0, uint64_t columns, uint64_t count,
+                                       bool lastOfRow, Stage24& stage) {
+    const uint64_t squareColumns = columns / 8 * 8, squareRows = count / 8 * 8;
+    for (uint64_t t = 0; t < squareColumns; t += 8) {
+        for (uint64_t k = 0; k < squareRows; k += 8) {
+            __m256i r[8], a[8], b[8];
+            for (unsigned i = 0; i < 8; ++i) r[i] = LoadPixels24(rows[t + i] ? rows[t + i] + (x0 + k) * 3 : nullptr);
+            for (unsigned i = 0; i < 8; i += 2) {
+                a[i] = _mm256_unpacklo_epi32(r[i], r[i + 1]);
+                a[i + 1] = _mm256_unpackhi_epi32(r[i], r[i + 1]);
+            }
+            for (unsigned i = 0; i < 8; i += 4) {
+                b[i] = _mm256_unpacklo_epi64(a[i], a[i + 2]);
+                b[i + 1] = _mm256_unpackhi_epi64(a[i], a[i + 2]);
+                b[i + 2] = _mm256_unpacklo_epi64(a[i + 1], a[i + 3]);
+                b[i + 3] = _mm256_unpackhi_epi64(a[i + 1], a[i + 3]);
+            }
+            for (unsigned i = 0; i < 4; ++i) {
+                StorePixels24(&stage[k + i][t * 3], _mm256_permute2x128_si256(b[i], b[i + 4], 0x20));
+                StorePixels24(&stage[k + i + 4][t * 3], _mm256_permute2x128_si256(b[i], b[i + 4], 0x31));
+            }
+        }
+    }
+    StagePixels24(rows, x0, 0, squareColumns, squareRows, count, lastOfRow, stage);
+    StagePixels24(rows, x0, squareColumns, columns, 0, count, lastOfRow, stage);
+}
+#endif
+
+using Stager24 = void (*)(const uint8_t* const* rows, uint64_t x0, uint64_t columns, uint64_t count, bool lastOfRow,
+                          Stage24& stage);
+
+void StagePortable24(const uint8_t* const* rows, uint64_t x0, uint64_t columns, uint64_t count, bool lastOfRow,
+                     Stage24& stage) {
+    StagePixels24(rows, x0, 0, columns, 0, count, lastOfRow, stage);
+}
+
 template <bool Clockwise>
-void Turn24(const SourceRows& s, const ResultRows& d) {
-    constexpr uint64_t kColumns = 128;  // result columns (source rows) per stage
-    constexpr uint64_t kRows = 32;     // result rows (source columns) per stage
+void Turn24(const SourceRows& s, const ResultRows& d, SimdLevel level) {
+    Stager24 fill = StagePortable24;
+#if defined(VX_MIRROR_AVX2)
+    if (level >= SimdLevel::kAvx2) fill = StageSquares24Avx2;
+#endif
+    (void)level;
     const uint64_t width = s.width;
     const uint64_t height = s.height;
-    alignas(64) uint8_t stage[kRows][kColumns * 3 + 1];
-    for (uint64_t c0 = 0; c0 < height; c0 += kColumns) {
-        const uint64_t columns = std::min(kColumns, height - c0);
-        for (uint64_t x0 = 0; x0 < width; x0 += kRows) {
-            const uint64_t count = std::min(kRows, width - x0);
-            // A 4-byte load reads one byte of the next pixel: not past the row's last one.
-            const uint64_t wide = x0 + count < width ? count : count - 1;
-            for (uint64_t t = 0; t < columns; ++t) {
-                const uint8_t* row = SourceRowOf<Clockwise>(s, c0 + t);
-                if (row == nullptr) {
-                    for (uint64_t k = 0; k < count; ++k) std::memset(&stage[k][t * 3], 0, 3);
-                    continue;
-                }
-                const uint8_t* in = row + x0 * 3;
-                uint64_t k = 0;
-                for (; k < wide; ++k) std::memcpy(&stage[k][t * 3], in + k * 3, 4);
-                for (; k < count; ++k) std::memcpy(&stage[k][t * 3], in + k * 3, 3);
-            }
+    alignas(64) Stage24 stage;
+    const uint8_t* rows[kStage24Columns];
+    for (uint64_t c0 = 0; c0 < height; c0 += kStage24Columns) {
+        const uint64_t columns = std::min(kStage24Columns, height - c0);
+        for (uint64_t t = 0; t < columns; ++t) rows[t] = SourceRowOf<Clockwise>(s, c0 + t);
+        for (uint64_t x0 = 0; x0 < width; x0 += kStage24Rows) {
+            const uint64_t count = std::min(kStage24Rows, width - x0);
+            fill(rows, x0, columns, count, x0 + count == width, stage);
             for (uint64_t k = 0; k < count; ++k)
                 std::memcpy(d.bits + ResultRowOf<Clockwise>(s, x0 + k) * d.stride + c0 * 3, stage[k], columns * 3);
         }
@@ -341,11 +421,6 @@ VX_TARGET_AVX2 inline __m256i ReverseBytes(__m256i v) {
                                           15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
     return _mm256_permute4x64_epi64(_mm256_shuffle_epi8(v, lane), 0x4E);
 }
-
-VX_TARGET_AVX2 inline __m256i Load32(const uint8_t* p) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-}
-VX_TARGET_AVX2 inline void Store32(uint8_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
 
 VX_TARGET_AVX2 void ReverseRow8Avx2(const uint8_t* in, uint8_t* out, uint64_t width) {
     if (width < 32) return ReverseRowPacked<8>(in, out, width);
@@ -470,7 +545,7 @@ void Turn(const SourceRows& source, const ResultRows& result, uint32_t bitCount,
         const uint64_t used = (uint64_t{source.height} * kBits + 7) / 8;
         if (used < result.stride)
             for (uint64_t r = 0; r < source.width; ++r) std::memset(result.bits + r * result.stride + used, 0, result.stride - used);
-        if constexpr (kBits == 24) Turn24<Clockwise>(source, result);
+        if constexpr (kBits == 24) Turn24<Clockwise>(source, result, level);
         else TurnPackedAt<kBits, Clockwise>(level, source, result);
         if constexpr (!Clockwise) SpillBottomRow<kBits>(source, result);
     });

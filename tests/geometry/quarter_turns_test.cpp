@@ -103,7 +103,7 @@ TEST(OrthogonalTransforms, EveryByteMatchesTheDocumentedLoops) {
 // The kernels at every SIMD level the processor offers, into a block whose every byte starts
 // as 0xA5: each writes every byte of its rows, padding included, and gives the documented
 // loops' bytes. The widths sit around the 32-byte steps of the fast mirrors (and their
-// overlapping last step) and the 5-pixel groups of 24-bit rows.
+// overlapping last step) and the 5-pixel groups of 24-bit rows; the planes make padding.
 TEST(OrthogonalTransforms, EverySimdLevelWritesEveryByteOfTheDocumentedResult) {
     using namespace vx::geometry;
     const struct { Op op; Orthogonal kind; } kKernels[] = {{RotateDIB90, Orthogonal::Rotate90},
@@ -113,7 +113,9 @@ TEST(OrthogonalTransforms, EverySimdLevelWritesEveryByteOfTheDocumentedResult) {
     for (int32_t w : {1, 255, 256, 257, 263, 264, 519, 775}) shapes.push_back({w, 3, 1});
     for (int32_t w : {1, 31, 32, 33, 63, 64, 65, 95, 129}) shapes.push_back({w, 3, 8});
     for (int32_t w : {1, 5, 6, 10, 11, 12, 15, 16, 21, 37}) shapes.push_back({w, 3, 24});
-    for (Shape s : {Shape{263, 4, 1, 2}, Shape{65, 5, 8, 3}, Shape{21, 2, 24, 2}, Shape{67, 9, 4}}) shapes.push_back(s);
+    // 24-bit quarter turns move squares of 8 x 8 pixels: whole ones, cut ones and none.
+    for (Shape s : {Shape{263, 4, 1, 2}, Shape{65, 5, 8, 3}, Shape{21, 2, 24, 2}, Shape{67, 9, 4}, Shape{8, 8, 24},
+                    Shape{21, 19, 24}, Shape{33, 131, 24}, Shape{17, 9, 24, 2}}) shapes.push_back(s);
     uint32_t seed = 100;
     for (const Shape& shape : shapes) {
         const Bytes source = RandomDib(shape, ++seed);
