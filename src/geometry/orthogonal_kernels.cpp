@@ -1,6 +1,8 @@
-// orthogonal_kernels.cpp - the pixel work behind the quarter turns, the half turn and the
-// mirrors. Every function here runs after its export has checked the geometry and allocated a
-// zero-filled result, so none of them can fail.
+// orthogonal_kernels.cpp - TurnClockwise, TurnAnticlockwiseShifted, TurnHalf, MirrorRows and
+// ReverseRowOrder: the pixel work behind the quarter turns, the half turn and the mirrors.
+// Every function here runs after its export has checked the geometry and allocated the
+// result, so none of them can fail. The result is not zero-filled beforehand: each kernel
+// writes every byte of its rows, padding included, as zero where no pixel goes.
 //
 // Method. Rows of 1, 4 and 8 bits are handled 64 bits at a time, loaded most significant byte
 // first so that the leftmost pixel of a word is its top element:
@@ -16,14 +18,20 @@
 //     strides are powers of two and would alias in the cache.
 //   - Which source row feeds which result column is all that tells the two directions apart.
 //     The anticlockwise turn's column 0 has no source row and is written as zero; its extra
-//     column (the bottom row, one pixel past each result row) is ORed in by a last pass, since
-//     it may share a byte with the row's last pixel or fall on the next row's first one.
+//     column (the bottom row, one pixel past each result row) is ORed in by a last pass, after
+//     the padding has been zeroed, since it may share a byte with the row's last pixel, fall
+//     in the padding or on the next row's first pixel.
 //   - A mirrored row is built word by word: 64 source bits read at any bit offset (one load
 //     and a shift), their elements reversed (byte swap, then nibble, pair and bit swaps as the
 //     depth needs). Bits before the row's first pixel read as zero, so the result's padding
 //     bits come out zero as they must.
 // 24-bit pixels move as 4-byte loads and stores whose fourth byte the next pixel overwrites,
 // never past a row's last pixel; their quarter turns are staged the same way, pixel by pixel.
+//
+// Where the policy allows AVX2, mirrored rows of 1, 8 and 24 bits take 32 result bytes per
+// step (bytes reversed by a shuffle and a lane swap; 1-bit bytes first shifted into place by
+// the row's spare bits and bit-reversed through nibble tables; 24-bit pixels five to a
+// 16-byte half), and 24-bit quarter turns move squares of 8 x 8 pixels widened to 32 bits.
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -39,7 +47,7 @@
 #endif
 #if defined(VX_SIMD_SSE2) && defined(VX_SIMD_TARGETS)
 #include <immintrin.h>
-#define VX_MIRROR_AVX2 1
+#define VX_ORTHOGONAL_AVX2 1
 #endif
 
 namespace vx::geometry {
@@ -266,7 +274,7 @@ void StagePixels24(const uint8_t* const* rows, uint64_t x0, uint64_t t0, uint64_
     }
 }
 
-#if defined(VX_MIRROR_AVX2)
+#if defined(VX_ORTHOGONAL_AVX2)
 VX_TARGET_AVX2 inline __m256i Load32(const uint8_t* p) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
 }
@@ -333,7 +341,7 @@ void StagePortable24(const uint8_t* const* rows, uint64_t x0, uint64_t columns, 
 template <bool Clockwise>
 void Turn24(const SourceRows& s, const ResultRows& d, SimdLevel level) {
     Stager24 fill = StagePortable24;
-#if defined(VX_MIRROR_AVX2)
+#if defined(VX_ORTHOGONAL_AVX2)
     if (level >= SimdLevel::kAvx2) fill = StageSquares24Avx2;
 #endif
     (void)level;
@@ -410,7 +418,7 @@ void ReverseRow(const uint8_t* in, uint8_t* out, uint64_t width) {
     else ReverseRowPacked<Bits>(in, out, width);
 }
 
-#if defined(VX_MIRROR_AVX2)
+#if defined(VX_ORTHOGONAL_AVX2)
 // Mirrored rows in AVX2 registers: 32 result bytes per step, read from the far end of the
 // source row. A row's last step overlaps the one before it rather than running past the row,
 // and rows too short for one step take the portable path.
@@ -509,7 +517,7 @@ using RowReverser = void (*)(const uint8_t* in, uint8_t* out, uint64_t width);
 // The row mirror for Bits-bit pixels at the fastest path `level` allows.
 template <unsigned Bits>
 RowReverser RowReverserAt(SimdLevel level) {
-#if defined(VX_MIRROR_AVX2)
+#if defined(VX_ORTHOGONAL_AVX2)
     if (level >= SimdLevel::kAvx2) {
         if constexpr (Bits == 1) return ReverseRow1Avx2;
         if constexpr (Bits == 8) return ReverseRow8Avx2;
