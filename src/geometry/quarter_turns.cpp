@@ -4,8 +4,9 @@
 // Each export locks the source, checks that the block holds what its header says, allocates a
 // result, copies the header and colour table into it, adjusts the header and runs a kernel of
 // orthogonal_kernels.cpp. The kernels write every byte of the rows, padding included, so the
-// result is zero-filled only where they move no pixels (depths other than 1, 4, 8 and 24). The source is read as the library has always read it,
-// and applications depend on the exact bytes that follow from that:
+// result is zero-filled only where they move no pixels (depths other than 1, 4, 8 and 24).
+// The source is read as the library has always read it, and applications depend on the exact
+// bytes that follow from that:
 //   - The header is taken to be 40 bytes whatever biSize says: the pixels start at
 //     40 + PaletteSize, and exactly those 40 + PaletteSize bytes are copied to the result.
 //   - Rows are biPlanes x biBitCount bits per pixel wide, but pixels are moved at biBitCount
