@@ -70,7 +70,13 @@ public:
     Resampler(const Frame& frame, Method method);
 
     template <typename Split, typename Merge>
-    void Run(Split&& split, Merge&& merge);
+    void Run(Split&& split, Merge&& merge) {
+        Run(split, merge, [](uint32_t) { return static_cast<uint8_t*>(nullptr); });
+    }
+    // As Run(split, merge), where target(row) may name where the samples of output row `row`
+    // are to be combined (null: in the resampler's own row); merge then receives that pointer.
+    template <typename Split, typename Merge, typename Target>
+    void Run(Split&& split, Merge&& merge, Target&& target);
 
 private:
     // Splits source row `row`, writes its guards and scales it horizontally into `slot`.
@@ -78,10 +84,11 @@ private:
     void Load(Split& split, uint32_t row, uint8_t* slot);
     void ScaleRow(const uint8_t* samples, uint8_t* out);
 
-    template <typename Split, typename Merge>
-    void RunBilinear(Split& split, Merge& merge);
-    template <typename Split, typename Merge>
-    void RunCubic(Split& split, Merge& merge);
+    template <typename Split, typename Merge, typename Target>
+    void RunBilinear(Split& split, Merge& merge, Target& target);
+    template <typename Split, typename Merge, typename Target>
+    void RunCubic(Split& split, Merge& merge, Target& target);
+    uint8_t* Destination(uint8_t* target) { return target != nullptr ? target : combined_.data(); }
 
     Frame frame_;
     Method method_;
@@ -179,15 +186,15 @@ void Resampler<Channels>::Load(Split& split, uint32_t row, uint8_t* slot) {
     else ScaleRow(s, slot);
 }
 template <unsigned Channels>
-template <typename Split, typename Merge>
-void Resampler<Channels>::Run(Split&& split, Merge&& merge) {
-    if (method_ == Method::Bilinear) RunBilinear(split, merge);
-    else RunCubic(split, merge);
+template <typename Split, typename Merge, typename Target>
+void Resampler<Channels>::Run(Split&& split, Merge&& merge, Target&& target) {
+    if (method_ == Method::Bilinear) RunBilinear(split, merge, target);
+    else RunCubic(split, merge, target);
 }
 
 template <unsigned Channels>
-template <typename Split, typename Merge>
-void Resampler<Channels>::RunBilinear(Split& split, Merge& merge) {
+template <typename Split, typename Merge, typename Target>
+void Resampler<Channels>::RunBilinear(Split& split, Merge& merge, Target& target) {
     const Frame& f = frame_;
     uint8_t* a = slots_.data();              // scaled row p
     uint8_t* b = slots_.data() + rowBytes_;  // scaled row p + 1
@@ -206,15 +213,16 @@ void Resampler<Channels>::RunBilinear(Split& split, Merge& merge) {
         if (v.wp1 == 0) {
             merge(j, static_cast<const uint8_t*>(a));  // T[255][v] = v, T[0][v] = 0
         } else {
-            CombineBilinear(a, b, v.wp1, rowBytes_, combined_.data());
-            merge(j, static_cast<const uint8_t*>(combined_.data()));
+            uint8_t* out = Destination(target(j));
+            CombineBilinear(a, b, v.wp1, rowBytes_, out);
+            merge(j, static_cast<const uint8_t*>(out));
         }
     }
 }
 
 template <unsigned Channels>
-template <typename Split, typename Merge>
-void Resampler<Channels>::RunCubic(Split& split, Merge& merge) {
+template <typename Split, typename Merge, typename Target>
+void Resampler<Channels>::RunCubic(Split& split, Merge& merge, Target& target) {
     const Frame& f = frame_;
     // slot[k] holds source row p - 1 + k: black above the first row, the last row repeated
     // below the last.
@@ -242,8 +250,9 @@ void Resampler<Channels>::RunCubic(Split& split, Merge& merge) {
         if (v.w0 == 0 && v.w1 == 255 && v.w2 == 0 && v.w3 == 0) {
             merge(j, static_cast<const uint8_t*>(slot[1]));
         } else {
-            CombineCubic(slot, v, rowBytes_, combined_.data());
-            merge(j, static_cast<const uint8_t*>(combined_.data()));
+            uint8_t* out = Destination(target(j));
+            CombineCubic(slot, v, rowBytes_, out);
+            merge(j, static_cast<const uint8_t*>(out));
         }
     }
 }
