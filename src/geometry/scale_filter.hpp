@@ -97,7 +97,9 @@ private:
     std::vector<uint32_t> offsets_;   // per output pixel: the first tap's sample offset
     std::vector<uint8_t> weights_;    // taps_ rows of rowBytes_: each tap's weight per sample
     std::vector<uint8_t> gathered_;   // taps_ rows of rowBytes_ + 8: the samples at the taps
-    std::vector<uint8_t> splitRow_;   // (1 guard + srcW + 3 guards) x Channels
+    std::vector<uint32_t> blockBase_;  // per 16 bytes of a scaled row: its first pixel's offset
+    std::vector<uint8_t> blockShuffle_;  // per 16 bytes: each byte's sample, from that offset
+    std::vector<uint8_t> splitRow_;   // (1 guard + srcW + 3 guards) x Channels, and slack
     std::vector<uint8_t> slots_;      // 2 or 4 scaled rows
     std::vector<uint8_t> combined_;   // one output row
 };
@@ -111,6 +113,12 @@ void MixCubic(const uint8_t* const x[4], const uint8_t* const w[4], uint64_t n, 
 // The vertical combinations, one weight for the whole row: (255 - w) a + w b, and the cubic sum.
 void CombineBilinear(const uint8_t* a, const uint8_t* b, uint32_t w, uint64_t n, uint8_t* out);
 void CombineCubic(const uint8_t* const rows[4], const CubicTap& weights, uint64_t n, uint8_t* out);
+// The horizontal mix by shuffles: block b of 16 scaled samples takes tap k's samples from the
+// 16 bytes at first + base[b] + k x channels, shuffled by shuffle[16 b ..]; weights as
+// MixBilinear's and MixCubic's. Answers how many blocks it did: none where the SIMD policy
+// or the build rules shuffles out, and the caller mixes the rest its own way.
+uint32_t MixShuffled(const uint8_t* first, unsigned channels, const uint32_t* base, const uint8_t* shuffle,
+                     uint32_t blocks, unsigned taps, const uint8_t* const* weights, uint8_t* out);
 // Copies the samples at the taps of each output pixel into taps rows: row k receives the pixel
 // at offsets[i] + k x Channels (bilinear, p and p + 1; the cubic offsets start at p - 1).
 template <unsigned Channels>
@@ -149,7 +157,24 @@ Resampler<Channels>::Resampler(const Frame& frame, Method method)
         for (unsigned k = 0; k < taps_; ++k)
             for (unsigned c = 0; c < C; ++c) weights_[k * rowBytes_ + uint64_t{i} * C + c] = w[k];
     }
-    splitRow_.resize(uint64_t{C} * (frame.srcW + 4));
+    // Shuffle plan: each block of 16 scaled samples must find every tap's samples within 16
+    // bytes of its first pixel's; a scale that spreads further is mixed from gathered rows.
+    const uint64_t blocks = rowBytes_ / 16;
+    blockBase_.resize(blocks);
+    blockShuffle_.resize(blocks * 16);
+    uint64_t planned = 0;  // the blocks that qualify, a prefix of the row
+    for (uint64_t b = 0; b < blocks; ++b) {
+        blockBase_[b] = offsets_[b * 16 / C];
+        for (uint64_t o = b * 16; o < b * 16 + 16; ++o) {
+            const uint64_t at = offsets_[o / C] + o % C - blockBase_[b];
+            if (at > 15) break;
+            blockShuffle_[o] = static_cast<uint8_t>(at);
+            if (o == b * 16 + 15) planned = b + 1;
+        }
+        if (planned != b + 1) break;
+    }
+    blockBase_.resize(planned);
+    splitRow_.resize(uint64_t{C} * (frame.srcW + 4) + 32);  // the shuffles' loads may pass the guards
     slots_.resize(taps_ * rowBytes_);
     combined_.resize(rowBytes_);
 }
@@ -164,9 +189,16 @@ void Resampler<Channels>::ScaleRow(const uint8_t* samples, uint8_t* out) {
     }
     // Bilinear taps start at pixel p, cubic taps at pixel p - 1.
     const uint8_t* first = method_ == Method::Bilinear ? samples : samples - Channels;
-    GatherTaps<Channels>(first, offsets_.data(), frame_.dstW, taps_, rows);
-    if (method_ == Method::Bilinear) MixBilinear(rows[0], weights[0], rows[1], weights[1], rowBytes_, out);
-    else MixCubic(rows, weights, rowBytes_, out);
+    const uint32_t shuffled = MixShuffled(first, Channels, blockBase_.data(), blockShuffle_.data(),
+                                          static_cast<uint32_t>(blockBase_.size()), taps_, weights, out);
+    // The rest from its first whole pixel (a few samples may be computed twice, alike).
+    const uint32_t from = static_cast<uint32_t>(uint64_t{shuffled} * 16 / Channels);
+    if (from >= frame_.dstW) return;
+    const uint64_t skip = uint64_t{from} * Channels;
+    GatherTaps<Channels>(first, offsets_.data() + from, frame_.dstW - from, taps_, rows);
+    for (unsigned k = 0; k < taps_; ++k) weights[k] += skip;
+    if (method_ == Method::Bilinear) MixBilinear(rows[0], weights[0], rows[1], weights[1], rowBytes_ - skip, out + skip);
+    else MixCubic(rows, weights, rowBytes_ - skip, out + skip);
 }
 
 template <unsigned Channels>
