@@ -5,9 +5,18 @@
 // member over the whole picture; the method flag is ignored). 4-, 8- and 24-bit images are
 // filtered, bilinear for method 0 and cubic for any other value (scale_filter.hpp): every row
 // is split into blue, green and red samples (24-bit pixels as they are, 4- and 8-bit pixels
-// through their colour-table entry), each colour filtered on its own, and merged back; for 4- and 8-bit images each filtered
-// colour becomes the index GetNearestPaletteIndex gives in a palette made from the colour
-// table (nearest_index.hpp).
+// through their colour-table entry), each colour filtered on its own, and merged back; for 4-
+// and 8-bit images each filtered colour becomes the index of the nearest palette entry, as
+// GetNearestPaletteIndex answers in a palette made from the colour table (nearest_index.hpp).
+// Three shortcuts give the same bytes for less work:
+// - both sides whole multiples of the output's: every weight is (255, 0) or (0, 255, 0, 0), so
+//   the result is every k-th pixel of every k-th row (scale_sampling.hpp), an index becoming
+//   the nearest index of its own colour;
+// - a colour table of grays only: the three colours of every sample are equal, so one plane of
+//   levels is filtered and a level L becomes the nearest index of (L, L, L) through a 256-entry
+//   table built once per call; the gray ramp needs no table (level L is index L);
+// - any other table: the nearest index of each distinct colour is searched once (memoised).
+// Every row is written whole, padding included, so the result block is not zero-filled first.
 //
 // ScaleGrayDIB crops a rectangle and magnifies it by two whole factors with the same filters.
 // 4- and 8-bit images are filtered as one plane of gray levels: an index becomes the red

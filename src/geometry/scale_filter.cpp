@@ -20,12 +20,14 @@
 //
 // Row kernels. A filtered sample adds products of samples and 8-bit weights (Product(), the
 // product table's values) and clips: to 255 for bilinear; to 0..255 for cubic, whose outer
-// products are subtracted. Horizontally, the samples under each output pixel's taps are first
-// gathered into one row per tap (two or four), the weights having been laid out the same way
-// once per call; the weighted sums then run over whole rows, like the vertical combinations,
-// sixteen samples at a time with SSE2 where the build has it and the SIMD policy allows it (the
-// plain loop finishes each row, and is otherwise the whole path). The products in 16-bit lanes
-// are the same integers as Product().
+// products are subtracted. Horizontally, the weights are laid out once per call as one row per
+// tap (two or four), and the samples under each output pixel's taps are brought into the same
+// layout: sixteen at a time by a byte shuffle where a block of sixteen outputs finds all its
+// samples within sixteen bytes (the shuffle plan, made once per call; growing and mild
+// shrinking), otherwise gathered one by one. The weighted sums then run over whole rows, like
+// the vertical combinations: thirty-two samples per step with AVX2, sixteen with SSE2, where
+// the build has them and the SIMD policy allows them; the plain loop finishes each row, and is
+// otherwise the whole path. The products in 16-bit lanes are the same integers as Product().
 #include "geometry/scale_filter.hpp"
 
 #include <cmath>
