@@ -19,6 +19,8 @@
 #include <utility>
 #include <vector>
 
+#include "geometry/scale_sampling.hpp"
+
 namespace vx::geometry::filter {
 
 inline uint32_t Product(uint32_t weight, uint32_t value) {
@@ -214,13 +216,26 @@ void Resampler<Channels>::Load(Split& split, uint32_t row, uint8_t* slot) {
         const uint8_t last = s[uint64_t{w - 1} * C + c];
         for (unsigned g = 0; g < 3; ++g) s[uint64_t{w + g} * C + c] = last;
     }
-    if (w == frame_.dstW) std::memcpy(slot, s, rowBytes_);  // every tap is (p = i, weight 255)
-    else ScaleRow(s, slot);
+    // A whole multiple: every tap is (p = i k, weight 255), the row is every k-th pixel.
+    if (w == frame_.dstW) std::memcpy(slot, s, rowBytes_);
+    else if (w % frame_.dstW != 0) ScaleRow(s, slot);
+    else if constexpr (C == 1) SampleBytes(s, w / frame_.dstW, frame_.dstW, slot);
+    else SamplePixels24(s, w / frame_.dstW, frame_.dstW, slot);
 }
 template <unsigned Channels>
 template <typename Split, typename Merge, typename Target>
 void Resampler<Channels>::Run(Split&& split, Merge&& merge, Target&& target) {
-    if (method_ == Method::Bilinear) RunBilinear(split, merge, target);
+    if (frame_.srcH % frame_.dstH == 0) {
+        // A whole multiple: every row's weights are (255, 0) or (0, 255, 0, 0), the output
+        // row j is the scaled source row j k, and no other row is needed.
+        const uint32_t step = frame_.srcH / frame_.dstH;
+        for (uint32_t j = 0; j < frame_.dstH; ++j) {
+            uint8_t* into = target(j);
+            if (into == nullptr) into = slots_.data();
+            Load(split, j * step, into);
+            merge(j, static_cast<const uint8_t*>(into));
+        }
+    } else if (method_ == Method::Bilinear) RunBilinear(split, merge, target);
     else RunCubic(split, merge, target);
 }
 

@@ -191,13 +191,14 @@ void Paint(Bytes& bytes, size_t tableEnd, Table kind, uint32_t seed) {
 
 TEST(ScaleDIB, EveryDepthMatchesThePixelModel) {
     // Width and height 1, widths off multiples of 8 and 32, up, down, 1:1 and mixed; whole
-    // multiples (every k-th pixel); rows long enough for the vector kernels, growing and
+    // multiples on both axes or one (every k-th pixel, row); rows long enough for the vector kernels, growing and
     // shrinking.
     const Size4 sizes[] = {{1, 1, 1, 1},    {1, 1, 5, 3},    {1, 7, 3, 1},   {7, 1, 1, 9},   {13, 9, 13, 9},
                            {13, 9, 29, 17}, {37, 29, 11, 7}, {33, 5, 70, 12}, {9, 31, 40, 3}, {64, 3, 31, 65},
                            {5, 5, 1, 1},    {3, 40, 3, 41},  {31, 4, 33, 4},  {2, 2, 9, 9},   {8, 8, 24, 24},
                            {26, 14, 13, 7}, {39, 9, 13, 3},  {70, 6, 35, 2},  {66, 4, 33, 4}, {97, 5, 201, 11},
-                           {150, 4, 67, 5}, {41, 3, 250, 4}};
+                           {150, 4, 67, 5}, {41, 3, 250, 4}, {26, 9, 13, 17}, {13, 12, 29, 4}, {66, 8, 33, 5},
+                           {40, 9, 70, 3}};
     for (int bits : {1, 4, 8, 24})
         for (const Size4& s : sizes)
             for (int method : {0, 1, -7})
