@@ -102,12 +102,13 @@ inline uint8_t ClipHigh(uint32_t v) { return static_cast<uint8_t>(v > 255 ? 255 
 inline uint8_t Clip(int v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
 
 #if defined(VX_SIMD_SSE2)
-// Sixteen samples at a time in 16-bit lanes: w v + 129 <= 65,154 and u + (u >> 8) <= 65,408, so
-// nothing wraps; a sum of products lies in -510..510, and the signed-to-unsigned saturating
-// pack is exactly the clip to 0..255.
+// Sixteen samples at a time in 16-bit lanes. A product is floor(y / 255) for y = w v + 128
+// <= 65,153, which is (y x 0x8081) >> 23 for every 16-bit y: the high half of the unsigned
+// 16-bit product, shifted by 7. A sum of products lies in -510..510, and the signed-to-unsigned
+// saturating pack is exactly the clip to 0..255.
 inline __m128i Product16(__m128i w, __m128i v) {
-    const __m128i u = _mm_add_epi16(_mm_mullo_epi16(w, v), _mm_set1_epi16(129));
-    return _mm_srli_epi16(_mm_add_epi16(u, _mm_srli_epi16(u, 8)), 8);
+    const __m128i y = _mm_add_epi16(_mm_mullo_epi16(w, v), _mm_set1_epi16(128));
+    return _mm_srli_epi16(_mm_mulhi_epu16(y, _mm_set1_epi16(static_cast<short>(0x8081))), 7);
 }
 inline __m128i Load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 inline __m128i Low(__m128i v) { return _mm_unpacklo_epi8(v, _mm_setzero_si128()); }
@@ -183,8 +184,8 @@ void Cubic(const uint8_t* const r[4], const W w[4], uint64_t n, uint8_t* out) {
 // The same sums, thirty-two samples at a time in AVX2 registers; unpacking and packing work
 // within 128-bit halves, so every sample keeps its place.
 VX_TARGET_AVX2 inline __m256i Product32(__m256i w, __m256i v) {
-    const __m256i u = _mm256_add_epi16(_mm256_mullo_epi16(w, v), _mm256_set1_epi16(129));
-    return _mm256_srli_epi16(_mm256_add_epi16(u, _mm256_srli_epi16(u, 8)), 8);
+    const __m256i y = _mm256_add_epi16(_mm256_mullo_epi16(w, v), _mm256_set1_epi16(128));
+    return _mm256_srli_epi16(_mm256_mulhi_epu16(y, _mm256_set1_epi16(static_cast<short>(0x8081))), 7);
 }
 VX_TARGET_AVX2 inline __m256i Load32(const uint8_t* p) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
@@ -200,11 +201,12 @@ VX_TARGET_AVX2 inline Terms Products(__m256i w, __m256i v) {
     return {Product32(Half(w, false), Half(v, false)), Product32(Half(w, true), Half(v, true))};
 }
 // Sums the products of 2 (bilinear) or 4 (cubic: 1 + 2 - 0 - 3) taps and stores 32 samples.
-VX_TARGET_AVX2 inline void StoreSum(uint8_t* out, const __m256i* samples, const __m256i* weights, unsigned taps) {
+template <unsigned taps>
+VX_TARGET_AVX2 inline void StoreSum(uint8_t* out, const __m256i* samples, const __m256i* weights) {
     Terms t[4];
     for (unsigned k = 0; k < taps; ++k) t[k] = Products(weights[k], samples[k]);
     __m256i lo, hi;
-    if (taps == 2) {
+    if constexpr (taps == 2) {
         lo = _mm256_add_epi16(t[0].lo, t[1].lo);
         hi = _mm256_add_epi16(t[0].hi, t[1].hi);
     } else {
@@ -214,8 +216,8 @@ VX_TARGET_AVX2 inline void StoreSum(uint8_t* out, const __m256i* samples, const 
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm256_packus_epi16(lo, hi));
 }
 // Rows of samples with a row of weights per tap.
-VX_TARGET_AVX2 uint64_t MixRowsAvx2(const uint8_t* const* rows, const uint8_t* const* weights, unsigned taps,
-                                    uint64_t n, uint8_t* out) {
+template <unsigned taps>
+VX_TARGET_AVX2 uint64_t MixRowsAvx2(const uint8_t* const* rows, const uint8_t* const* weights, uint64_t n, uint8_t* out) {
     __m256i w[4], v[4];
     uint64_t x = 0;
     for (; x + 32 <= n; x += 32) {
@@ -223,25 +225,26 @@ VX_TARGET_AVX2 uint64_t MixRowsAvx2(const uint8_t* const* rows, const uint8_t* c
             v[k] = Load32(rows[k] + x);
             w[k] = Load32(weights[k] + x);
         }
-        StoreSum(out + x, v, w, taps);
+        StoreSum<taps>(out + x, v, w);
     }
     return x;
 }
 // Rows of samples with one weight per tap.
-VX_TARGET_AVX2 uint64_t CombineRowsAvx2(const uint8_t* const* rows, const uint8_t* fixed, unsigned taps,
-                                        uint64_t n, uint8_t* out) {
+template <unsigned taps>
+VX_TARGET_AVX2 uint64_t CombineRowsAvx2(const uint8_t* const* rows, const uint8_t* fixed, uint64_t n, uint8_t* out) {
     __m256i w[4], v[4];
     for (unsigned k = 0; k < taps; ++k) w[k] = _mm256_set1_epi8(static_cast<char>(fixed[k]));
     uint64_t x = 0;
     for (; x + 32 <= n; x += 32) {
         for (unsigned k = 0; k < taps; ++k) v[k] = Load32(rows[k] + x);
-        StoreSum(out + x, v, w, taps);
+        StoreSum<taps>(out + x, v, w);
     }
     return x;
 }
+template <unsigned taps>
 VX_TARGET_AVX2 uint32_t MixShuffledAvx2(const uint8_t* first, unsigned channels, const uint32_t* base,
-                                        const uint8_t* shuffle, uint32_t blocks, unsigned taps,
-                                        const uint8_t* const* weights, uint8_t* out) {
+                                        const uint8_t* shuffle, uint32_t blocks, const uint8_t* const* weights,
+                                        uint8_t* out) {
     __m256i w[4], v[4];
     uint32_t b = 0;
     for (; b + 2 <= blocks; b += 2) {
@@ -255,7 +258,7 @@ VX_TARGET_AVX2 uint32_t MixShuffledAvx2(const uint8_t* first, unsigned channels,
             v[k] = _mm256_shuffle_epi8(window, order);
             w[k] = Load32(weights[k] + x);
         }
-        StoreSum(out + x, v, w, taps);
+        StoreSum<taps>(out + x, v, w);
     }
     return b;
 }
@@ -290,7 +293,8 @@ uint64_t MixRowsWide(const uint8_t* const* rows, const uint8_t* const* weights, 
                      unsigned taps, uint64_t n, uint8_t* out) {
 #if defined(VX_SIMD_TARGETS) && defined(VX_SIMD_SSE2)
     if (SimdAllows(SimdLevel::kAvx2))
-        return fixed != nullptr ? CombineRowsAvx2(rows, fixed, taps, n, out) : MixRowsAvx2(rows, weights, taps, n, out);
+        return fixed != nullptr ? (taps == 2 ? CombineRowsAvx2<2>(rows, fixed, n, out) : CombineRowsAvx2<4>(rows, fixed, n, out))
+                                : (taps == 2 ? MixRowsAvx2<2>(rows, weights, n, out) : MixRowsAvx2<4>(rows, weights, n, out));
 #endif
     (void)rows, (void)weights, (void)fixed, (void)taps, (void)n, (void)out;
     return 0;
@@ -302,7 +306,8 @@ uint32_t MixShuffled(const uint8_t* first, unsigned channels, const uint32_t* ba
                      uint32_t blocks, unsigned taps, const uint8_t* const* weights, uint8_t* out) {
 #if defined(VX_SIMD_TARGETS) && defined(VX_SIMD_SSE2)
     if (SimdAllows(SimdLevel::kAvx2)) {
-        const uint32_t done = MixShuffledAvx2(first, channels, base, shuffle, blocks, taps, weights, out);
+        const uint32_t done = taps == 2 ? MixShuffledAvx2<2>(first, channels, base, shuffle, blocks, weights, out)
+                                        : MixShuffledAvx2<4>(first, channels, base, shuffle, blocks, weights, out);
         const uint8_t* rest[4];
         for (unsigned k = 0; k < taps; ++k) rest[k] = weights[k] + uint64_t{done} * 16;
         return done + MixShuffledSsse3(first, channels, base + done, shuffle + uint64_t{done} * 16, blocks - done,

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "export_calls.hpp"
+#include "geometry/scale_filter.hpp"
 #include "scale_models.hpp"
 
 namespace {
@@ -222,6 +223,26 @@ TEST(ScaleDIB, EveryDepthMatchesThePixelModel) {
         const Bytes bytes = SeededDib(s.srcW, s.srcH, 24, uint32_t(s.dstW));
         SCOPED_TRACE(testing::Message() << s.srcW << " -> " << s.dstW);
         ExpectSameBytes(Scaled(bytes, 1, s.dstW, s.dstH), ModelScaleDib(Dib{bytes}, 1, s.dstW, s.dstH));
+    }
+}
+
+// The row kernels' products are the product table's, T[w][v] = floor((w v + 128) / 255), for
+// every weight and sample, in both the added (bilinear, cubic inner) and subtracted (cubic
+// outer) terms, whichever vector width runs.
+TEST(ScaleDIB, RowKernelsMultiplyAsTheProductTable) {
+    namespace f = vx::geometry::filter;
+    std::vector<uint8_t> ramp(256), zeros(256, 0), full(256, 255), out(256);
+    for (int v = 0; v < 256; ++v) ramp[size_t(v)] = uint8_t(v);
+    for (uint8_t w = 0;; ++w) {
+        f::CombineBilinear(zeros.data(), ramp.data(), w, 256, out.data());
+        const uint8_t* subtracted[4] = {ramp.data(), full.data(), zeros.data(), zeros.data()};
+        std::vector<uint8_t> less(256);
+        f::CombineCubic(subtracted, f::CubicTap{0, w, 255, 0, 0}, 256, less.data());
+        for (int v = 0; v < 256; ++v) {
+            ASSERT_EQ(out[size_t(v)], T(w, v)) << "w " << int(w) << " v " << v;
+            ASSERT_EQ(less[size_t(v)], 255 - T(w, v)) << "w " << int(w) << " v " << v;
+        }
+        if (w == 255) break;
     }
 }
 
