@@ -310,9 +310,8 @@ Outcome<HDIB> ScaleFiltered(const uint8_t* block, const DibLayout& layout, bool 
             map.index[i] = (*nearest)(uint8_t(i), uint8_t(i), uint8_t(i));
             map.identity = map.identity && map.index[i] == i;
         }
-        const bool rampLevels = Bits == 8 && std::all_of(levels.begin(), levels.end(), [&](const uint8_t& l) {
-                                    return l == &l - levels.data();
-                                });
+        bool rampLevels = Bits == 8;  // index i splits into level i: rows are copied
+        for (uint32_t i = 0; i < 256; ++i) rampLevels = rampLevels && levels[i] == i;
         Resampler<1> resampler(frame, method);
         auto split = [&](uint32_t row, uint8_t* samples) {
             if (rampLevels) std::memcpy(samples, source->row(row), frame.srcW);
