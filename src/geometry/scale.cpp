@@ -5,9 +5,18 @@
 // member over the whole picture; the method flag is ignored). 4-, 8- and 24-bit images are
 // filtered, bilinear for method 0 and cubic for any other value (scale_filter.hpp): every row
 // is split into blue, green and red samples (24-bit pixels as they are, 4- and 8-bit pixels
-// through their colour-table entry), each colour filtered on its own, and merged back; for 4- and 8-bit images each filtered
-// colour becomes the index GetNearestPaletteIndex gives in a palette made from the colour
-// table (nearest_index.hpp).
+// through their colour-table entry), each colour filtered on its own, and merged back; for 4-
+// and 8-bit images each filtered colour becomes the index of the nearest palette entry, as
+// GetNearestPaletteIndex answers in a palette made from the colour table (nearest_index.hpp).
+// Three shortcuts give the same bytes for less work:
+// - both sides whole multiples of the output's: every weight is (255, 0) or (0, 255, 0, 0), so
+//   the result is every k-th pixel of every k-th row (scale_sampling.hpp), an index becoming
+//   the nearest index of its own colour;
+// - a colour table of grays only: the three colours of every sample are equal, so one plane of
+//   levels is filtered and a level L becomes the nearest index of (L, L, L) through a 256-entry
+//   table built once per call; the gray ramp needs no table (level L is index L);
+// - any other table: the nearest index of each distinct colour is searched once (memoised).
+// Every row is written whole, padding included, so the result block is not zero-filled first.
 //
 // ScaleGrayDIB crops a rectangle and magnifies it by two whole factors with the same filters.
 // 4- and 8-bit images are filtered as one plane of gray levels: an index becomes the red
@@ -46,6 +55,7 @@
 #include "geometry/crop_scale.hpp"
 #include "geometry/nearest_index.hpp"
 #include "geometry/scale_filter.hpp"
+#include "geometry/scale_sampling.hpp"
 #include "guards.hpp"
 #include "outcome.hpp"
 #include "pixels.hpp"
@@ -90,10 +100,11 @@ std::optional<FilterSource> ReadFilterSource(const uint8_t* block, const DibLayo
 
 // The result of the filters: the source's 40-byte header and colour table, then dstH rows.
 std::optional<NewDib> AllocateFiltered(const uint8_t* block, const DibLayout& layout,
-                                       const Frame& frame, uint64_t& stride) {
+                                       const Frame& frame, uint64_t& stride,
+                                       BlockFill fill = BlockFill::kZero) {
     stride = RowStride64(frame.dstW, layout.bitCount);
     const uint64_t pixelBytes = stride * frame.dstH;
-    auto dib = AllocateDibLike(block, kInfoHeaderSize + layout.paletteBytes, pixelBytes);
+    auto dib = AllocateDibLike(block, kInfoHeaderSize + layout.paletteBytes, pixelBytes, 0, false, fill);
     if (!dib) return std::nullopt;
     StoreU32(dib->data() + bih::kWidth, frame.dstW);
     StoreU32(dib->data() + bih::kHeight, frame.dstH);
@@ -131,20 +142,15 @@ void SplitGray(const uint8_t* row, uint32_t x0, uint32_t n, const uint8_t* level
 
 // ---- merging samples into rows ----------------------------------------------------------------
 
-// Nearest palette indices of a row, with the one-entry cache that starts at black -> 0.
-template <unsigned Bits>
-void MergeIndexed(const uint8_t* samples, uint32_t n, NearestIndexMemo& nearest, uint8_t* out) {
-    uint32_t lastColour = 0;
-    UINT lastIndex = 0;
-    auto indexAt = [&](uint32_t x) {
-        const uint8_t* s = samples + uint64_t{x} * 3;
-        const uint32_t colour = uint32_t{s[0]} | uint32_t{s[1]} << 8 | uint32_t{s[2]} << 16;
-        if (colour != lastColour) {
-            lastIndex = nearest(s[2], s[1], s[0]);
-            lastColour = colour;
-        }
-        return lastIndex;
-    };
+// Zero from `written` to the end of the row: result blocks are not zero-filled beforehand.
+void PadRow(uint8_t* out, uint64_t written, uint64_t stride) {
+    std::memset(out + written, 0, stride - written);
+}
+
+// Writes n indices of a 4- or 8-bit row, indexAt(x) giving pixel x's; 4-bit pairs are packed
+// as (first << 4) | second, as they come (an index above 15 spills into the other nibble).
+template <unsigned Bits, typename IndexAt>
+void WriteIndices(uint32_t n, IndexAt&& indexAt, uint8_t* out) {
     if constexpr (Bits == 8) {
         for (uint32_t x = 0; x < n; ++x) out[x] = static_cast<uint8_t>(indexAt(x));
     } else {
@@ -156,18 +162,96 @@ void MergeIndexed(const uint8_t* samples, uint32_t n, NearestIndexMemo& nearest,
     }
 }
 
+// Nearest palette indices of a row, with the one-entry cache that starts at black -> 0.
+template <unsigned Bits>
+void MergeIndexed(const uint8_t* samples, uint32_t n, NearestIndexMemo& nearest, uint8_t* out) {
+    uint32_t lastColour = 0;
+    UINT lastIndex = 0;
+    WriteIndices<Bits>(n, [&](uint32_t x) {
+        const uint8_t* s = samples + uint64_t{x} * 3;
+        const uint32_t colour = uint32_t{s[0]} | uint32_t{s[1]} << 8 | uint32_t{s[2]} << 16;
+        if (colour != lastColour) {
+            lastIndex = nearest(s[2], s[1], s[0]);
+            lastColour = colour;
+        }
+        return lastIndex;
+    }, out);
+}
+
+// Filtered gray levels of a palette whose entries are all gray: level L becomes the nearest
+// index of (L, L, L), except that the row's leading run of black keeps index 0 (the one-entry
+// cache's black -> 0, which no other colour can reach).
+struct LevelIndices {
+    std::array<UINT, 256> index{};
+    bool identity = false;  // index[L] = L for every level: the rows are copied
+};
+
+template <unsigned Bits>
+void MergeLevels(const uint8_t* levels, uint32_t n, const LevelIndices& map, uint8_t* out) {
+    if (Bits == 8 && map.identity) {
+        if (out != levels) std::memcpy(out, levels, n);
+        return;
+    }
+    uint32_t blackRun = 0;
+    while (blackRun < n && levels[blackRun] == 0) ++blackRun;
+    WriteIndices<Bits>(n, [&](uint32_t x) { return x < blackRun ? UINT{0} : map.index[levels[x]]; }, out);
+}
+
 template <unsigned Bits>
 void MergeGray(const uint8_t* levels, uint32_t n, const uint8_t* indices, uint8_t* out) {
-    if constexpr (Bits == 8) {
-        for (uint32_t x = 0; x < n; ++x) out[x] = indices[levels[x]];
-    } else {
-        for (uint32_t x = 0; x + 1 < n; x += 2)
-            out[x / 2] = static_cast<uint8_t>(indices[levels[x]] << 4 | indices[levels[x + 1]]);
-        if (n & 1) out[n / 2] = static_cast<uint8_t>(indices[levels[n - 1]] << 4);
-    }
+    WriteIndices<Bits>(n, [&](uint32_t x) { return UINT{indices[levels[x]]}; }, out);
 }
 
 // ---- ScaleDIB ---------------------------------------------------------------------------------
+
+// The source's colour-table entries as the rows split them (all 2^Bits, read from the block).
+template <unsigned Bits>
+std::array<std::array<uint8_t, 4>, 256> SplitTable(const uint8_t* block, uint64_t blockBytes) {
+    std::array<std::array<uint8_t, 4>, 256> table{};
+    for (uint32_t i = 0; i < (1u << Bits); ++i) table[i] = TableEntry(block, blockBytes, i);
+    return table;
+}
+
+// Both sides whole multiples of the output's: every k-th pixel of every k-th row. Indexed
+// pixels still go through the nearest index of their own colour (an entry duplicated earlier
+// in the table answers with the earlier index), black first in a row giving 0.
+template <unsigned Bits>
+void ScaleBySampling(const FilterSource& source, const Frame& frame, const NearestColour* nearest,
+                     const std::array<std::array<uint8_t, 4>, 256>& table, uint8_t* outBits, uint64_t outStride) {
+    const uint32_t stepX = frame.srcW / frame.dstW, stepY = frame.srcH / frame.dstH;
+    const uint64_t written = (uint64_t{frame.dstW} * Bits + 7) / 8;
+    std::array<UINT, 256> ownIndex{};
+    std::array<bool, 256> black{};
+    bool identity = true;  // every index maps to itself and no black entry but 0 exists
+    if constexpr (Bits != 24) {
+        for (uint32_t i = 0; i < (1u << Bits); ++i) {
+            ownIndex[i] = (*nearest)(table[i][2], table[i][1], table[i][0]);
+            black[i] = table[i][0] == 0 && table[i][1] == 0 && table[i][2] == 0;
+            identity = identity && ownIndex[i] == i && (i == 0 || !black[i]);
+        }
+    }
+    std::vector<uint8_t> sampled(Bits == 4 ? frame.dstW : 0);
+    for (uint32_t j = 0; j < frame.dstH; ++j) {
+        const uint8_t* in = source.row(uint64_t{j} * stepY);
+        uint8_t* out = outBits + j * outStride;
+        if constexpr (Bits == 24) {
+            SamplePixels24(in, stepX, frame.dstW, out);
+        } else if constexpr (Bits == 8) {
+            SampleBytes(in, stepX, frame.dstW, out);
+            if (!identity) {
+                uint32_t blackRun = 0;
+                while (blackRun < frame.dstW && black[out[blackRun]]) out[blackRun++] = 0;
+                for (uint32_t x = blackRun; x < frame.dstW; ++x) out[x] = static_cast<uint8_t>(ownIndex[out[x]]);
+            }
+        } else {
+            for (uint32_t x = 0; x < frame.dstW; ++x) sampled[x] = GetPixel<4>(in, uint64_t{x} * stepX);
+            uint32_t blackRun = 0;
+            while (blackRun < frame.dstW && black[sampled[blackRun]]) ++blackRun;
+            WriteIndices<4>(frame.dstW, [&](uint32_t x) { return x < blackRun ? UINT{0} : ownIndex[sampled[x]]; }, out);
+        }
+        PadRow(out, written, outStride);
+    }
+}
 
 template <unsigned Bits>
 Outcome<HDIB> ScaleFiltered(const uint8_t* block, const DibLayout& layout, bool cubic, uint32_t dstW,
@@ -177,33 +261,81 @@ Outcome<HDIB> ScaleFiltered(const uint8_t* block, const DibLayout& layout, bool 
     const Frame frame{source->width, source->height, dstW, dstH};
 
     uint64_t outStride = 0;
-    auto result = AllocateFiltered(block, layout, frame, outStride);
+    auto result = AllocateFiltered(block, layout, frame, outStride, BlockFill::kWrittenWhole);
     if (!result) return Fail(IMGERR_NOMEMORY);
-
-    // Indexed images: the palette the filtered colours are matched in, and the entries the
-    // indices split into.
-    OwnedPalette palette;
-    std::array<std::array<uint8_t, 4>, 256> table{};
-    if constexpr (Bits != 24) {
-        palette = PaletteFromColourTable(block + kInfoHeaderSize, layout.blockBytes - kInfoHeaderSize,
-                                         static_cast<uint16_t>(layout.colorCount));
-        if (!palette) return Fail(IMGERR_NOMEMORY);
-        for (uint32_t i = 0; i < (1u << Bits); ++i) table[i] = TableEntry(block, layout.blockBytes, i);
-    }
-    std::optional<NearestIndexMemo> nearest;
-    if constexpr (Bits != 24) nearest.emplace(palette.get());
-    Resampler<3> resampler(frame, cubic ? Method::Cubic : Method::Bilinear);
-
     uint8_t* outBits = result->data() + kInfoHeaderSize + layout.paletteBytes;
-    resampler.Run(
-        [&](uint32_t row, uint8_t* samples) {
-            SplitColour<Bits>(source->row(row), 0, frame.srcW, table.data(), samples);
-        },
-        [&](uint32_t row, const uint8_t* samples) {
-            uint8_t* out = outBits + row * outStride;
-            if constexpr (Bits == 24) std::memcpy(out, samples, uint64_t{frame.dstW} * 3);
-            else MergeIndexed<Bits>(samples, frame.dstW, *nearest, out);
-        });
+    const uint64_t written = (uint64_t{frame.dstW} * Bits + 7) / 8;
+
+    // Indexed images: the entries the indices split into, and the nearest entry of a colour
+    // among the palette's (the palette is made as before: a table it refuses cannot be scaled).
+    std::array<std::array<uint8_t, 4>, 256> table{};
+    std::optional<NearestColour> nearest;
+    bool gray = false;
+    if constexpr (Bits != 24) {
+        const auto count = static_cast<uint16_t>(layout.colorCount);
+        if (!PaletteFromColourTable(block + kInfoHeaderSize, layout.blockBytes - kInfoHeaderSize, count))
+            return Fail(IMGERR_NOMEMORY);
+        nearest.emplace(block + kInfoHeaderSize, layout.blockBytes - kInfoHeaderSize, count);
+        table = SplitTable<Bits>(block, layout.blockBytes);
+        gray = std::all_of(table.begin(), table.begin() + (1 << Bits),
+                           [](const auto& e) { return e[0] == e[1] && e[1] == e[2]; });
+    }
+    const NearestColour* nearestColour = nearest ? &*nearest : nullptr;
+
+    if (frame.srcW % frame.dstW == 0 && frame.srcH % frame.dstH == 0) {
+        ScaleBySampling<Bits>(*source, frame, nearestColour, table, outBits, outStride);
+        return result->release();
+    }
+    const Method method = cubic ? Method::Cubic : Method::Bilinear;
+    auto outRow = [&](uint32_t row) { return outBits + row * outStride; };
+
+    if constexpr (Bits == 24) {
+        Resampler<3> resampler(frame, method);
+        resampler.Run(
+            [&](uint32_t row, uint8_t* samples) { SplitColour<24>(source->row(row), 0, frame.srcW, nullptr, samples); },
+            [&](uint32_t row, const uint8_t* samples) {
+                uint8_t* out = outRow(row);
+                if (out != samples) std::memcpy(out, samples, uint64_t{frame.dstW} * 3);
+                PadRow(out, written, outStride);
+            },
+            outRow);
+    } else if (gray) {
+        // The three colours of every entry are equal, and so are the three filtered planes:
+        // one plane of levels is filtered, and levels go back to indices through a table.
+        std::array<uint8_t, 256> levels{};
+        LevelIndices map;
+        map.identity = true;
+        for (uint32_t i = 0; i < 256; ++i) {
+            levels[i] = table[i][2];
+            map.index[i] = (*nearest)(uint8_t(i), uint8_t(i), uint8_t(i));
+            map.identity = map.identity && map.index[i] == i;
+        }
+        bool rampLevels = Bits == 8;  // index i splits into level i: rows are copied
+        for (uint32_t i = 0; i < 256; ++i) rampLevels = rampLevels && levels[i] == i;
+        Resampler<1> resampler(frame, method);
+        auto split = [&](uint32_t row, uint8_t* samples) {
+            if (rampLevels) std::memcpy(samples, source->row(row), frame.srcW);
+            else SplitGray<Bits>(source->row(row), 0, frame.srcW, levels.data(), samples);
+        };
+        auto merge = [&](uint32_t row, const uint8_t* samples) {
+            uint8_t* out = outRow(row);
+            MergeLevels<Bits>(samples, frame.dstW, map, out);
+            PadRow(out, written, outStride);
+        };
+        if (Bits == 8 && map.identity) resampler.Run(split, merge, outRow);
+        else resampler.Run(split, merge, [](uint32_t) { return static_cast<uint8_t*>(nullptr); });
+    } else {
+        NearestIndexMemo memo(*nearest);
+        Resampler<3> resampler(frame, method);
+        resampler.Run(
+            [&](uint32_t row, uint8_t* samples) { SplitColour<Bits>(source->row(row), 0, frame.srcW, table.data(), samples); },
+            [&](uint32_t row, const uint8_t* samples) {
+                uint8_t* out = outRow(row);
+                MergeIndexed<Bits>(samples, frame.dstW, memo, out);
+                PadRow(out, written, outStride);
+            },
+            [](uint32_t) { return static_cast<uint8_t*>(nullptr); });
+    }
     return result->release();
 }
 

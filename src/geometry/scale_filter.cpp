@@ -20,12 +20,14 @@
 //
 // Row kernels. A filtered sample adds products of samples and 8-bit weights (Product(), the
 // product table's values) and clips: to 255 for bilinear; to 0..255 for cubic, whose outer
-// products are subtracted. Horizontally, the samples under each output pixel's taps are first
-// gathered into one row per tap (two or four), the weights having been laid out the same way
-// once per call; the weighted sums then run over whole rows, like the vertical combinations,
-// sixteen samples at a time with SSE2 where the build has it and the SIMD policy allows it (the
-// plain loop finishes each row, and is otherwise the whole path). The products in 16-bit lanes
-// are the same integers as Product().
+// products are subtracted. Horizontally, the weights are laid out once per call as one row per
+// tap (two or four), and the samples under each output pixel's taps are brought into the same
+// layout: sixteen at a time by a byte shuffle where a block of sixteen outputs finds all its
+// samples within sixteen bytes (the shuffle plan, made once per call; growing and mild
+// shrinking), otherwise gathered one by one. The weighted sums then run over whole rows, like
+// the vertical combinations: thirty-two samples per step with AVX2, sixteen with SSE2, where
+// the build has them and the SIMD policy allows them; the plain loop finishes each row, and is
+// otherwise the whole path. The products in 16-bit lanes are the same integers as Product().
 #include "geometry/scale_filter.hpp"
 
 #include <cmath>
@@ -36,7 +38,7 @@
 #include "simd.hpp"
 
 #if defined(VX_SIMD_SSE2)
-#include <emmintrin.h>
+#include <immintrin.h>
 #endif
 
 namespace vx::geometry::filter {
@@ -100,12 +102,13 @@ inline uint8_t ClipHigh(uint32_t v) { return static_cast<uint8_t>(v > 255 ? 255 
 inline uint8_t Clip(int v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
 
 #if defined(VX_SIMD_SSE2)
-// Sixteen samples at a time in 16-bit lanes: w v + 129 <= 65,154 and u + (u >> 8) <= 65,408, so
-// nothing wraps; a sum of products lies in -510..510, and the signed-to-unsigned saturating
-// pack is exactly the clip to 0..255.
+// Sixteen samples at a time in 16-bit lanes. A product is floor(y / 255) for y = w v + 128
+// <= 65,153, which is (y x 0x8081) >> 23 for every 16-bit y: the high half of the unsigned
+// 16-bit product, shifted by 7. A sum of products lies in -510..510, and the signed-to-unsigned
+// saturating pack is exactly the clip to 0..255.
 inline __m128i Product16(__m128i w, __m128i v) {
-    const __m128i u = _mm_add_epi16(_mm_mullo_epi16(w, v), _mm_set1_epi16(129));
-    return _mm_srli_epi16(_mm_add_epi16(u, _mm_srli_epi16(u, 8)), 8);
+    const __m128i y = _mm_add_epi16(_mm_mullo_epi16(w, v), _mm_set1_epi16(128));
+    return _mm_srli_epi16(_mm_mulhi_epu16(y, _mm_set1_epi16(static_cast<short>(0x8081))), 7);
 }
 inline __m128i Load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 inline __m128i Low(__m128i v) { return _mm_unpacklo_epi8(v, _mm_setzero_si128()); }
@@ -177,26 +180,175 @@ void Cubic(const uint8_t* const r[4], const W w[4], uint64_t n, uint8_t* out) {
                       static_cast<int>(Product(w[0].scalar(x), r[0][x]) + Product(w[3].scalar(x), r[3][x])));
 }
 
+#if defined(VX_SIMD_TARGETS) && defined(VX_SIMD_SSE2)
+// The same sums, thirty-two samples at a time in AVX2 registers; unpacking and packing work
+// within 128-bit halves, so every sample keeps its place.
+VX_TARGET_AVX2 inline __m256i Product32(__m256i w, __m256i v) {
+    const __m256i y = _mm256_add_epi16(_mm256_mullo_epi16(w, v), _mm256_set1_epi16(128));
+    return _mm256_srli_epi16(_mm256_mulhi_epu16(y, _mm256_set1_epi16(static_cast<short>(0x8081))), 7);
+}
+VX_TARGET_AVX2 inline __m256i Load32(const uint8_t* p) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+VX_TARGET_AVX2 inline __m256i Half(__m256i v, bool high) {
+    return high ? _mm256_unpackhi_epi8(v, _mm256_setzero_si256()) : _mm256_unpacklo_epi8(v, _mm256_setzero_si256());
+}
+// Tap k's sum term of 32 samples: its samples v and weights w, both as bytes.
+struct Terms {
+    __m256i lo, hi;
+};
+VX_TARGET_AVX2 inline Terms Products(__m256i w, __m256i v) {
+    return {Product32(Half(w, false), Half(v, false)), Product32(Half(w, true), Half(v, true))};
+}
+// Sums the products of 2 (bilinear) or 4 (cubic: 1 + 2 - 0 - 3) taps and stores 32 samples.
+template <unsigned taps>
+VX_TARGET_AVX2 inline void StoreSum(uint8_t* out, const __m256i* samples, const __m256i* weights) {
+    Terms t[4];
+    for (unsigned k = 0; k < taps; ++k) t[k] = Products(weights[k], samples[k]);
+    __m256i lo, hi;
+    if constexpr (taps == 2) {
+        lo = _mm256_add_epi16(t[0].lo, t[1].lo);
+        hi = _mm256_add_epi16(t[0].hi, t[1].hi);
+    } else {
+        lo = _mm256_sub_epi16(_mm256_add_epi16(t[1].lo, t[2].lo), _mm256_add_epi16(t[0].lo, t[3].lo));
+        hi = _mm256_sub_epi16(_mm256_add_epi16(t[1].hi, t[2].hi), _mm256_add_epi16(t[0].hi, t[3].hi));
+    }
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm256_packus_epi16(lo, hi));
+}
+// Rows of samples with a row of weights per tap.
+template <unsigned taps>
+VX_TARGET_AVX2 uint64_t MixRowsAvx2(const uint8_t* const* rows, const uint8_t* const* weights, uint64_t n, uint8_t* out) {
+    __m256i w[4], v[4];
+    uint64_t x = 0;
+    for (; x + 32 <= n; x += 32) {
+        for (unsigned k = 0; k < taps; ++k) {
+            v[k] = Load32(rows[k] + x);
+            w[k] = Load32(weights[k] + x);
+        }
+        StoreSum<taps>(out + x, v, w);
+    }
+    return x;
+}
+// Rows of samples with one weight per tap.
+template <unsigned taps>
+VX_TARGET_AVX2 uint64_t CombineRowsAvx2(const uint8_t* const* rows, const uint8_t* fixed, uint64_t n, uint8_t* out) {
+    __m256i w[4], v[4];
+    for (unsigned k = 0; k < taps; ++k) w[k] = _mm256_set1_epi8(static_cast<char>(fixed[k]));
+    uint64_t x = 0;
+    for (; x + 32 <= n; x += 32) {
+        for (unsigned k = 0; k < taps; ++k) v[k] = Load32(rows[k] + x);
+        StoreSum<taps>(out + x, v, w);
+    }
+    return x;
+}
+template <unsigned taps>
+VX_TARGET_AVX2 uint32_t MixShuffledAvx2(const uint8_t* first, unsigned channels, const uint32_t* base,
+                                        const uint8_t* shuffle, uint32_t blocks, const uint8_t* const* weights,
+                                        uint8_t* out) {
+    __m256i w[4], v[4];
+    uint32_t b = 0;
+    for (; b + 2 <= blocks; b += 2) {
+        const __m256i order = Load32(shuffle + uint64_t{b} * 16);
+        const uint64_t x = uint64_t{b} * 16;
+        for (unsigned k = 0; k < taps; ++k) {
+            const uint8_t* at = first + uint64_t{k} * channels;
+            const __m256i window = _mm256_inserti128_si256(
+                _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at + base[b]))),
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + base[b + 1])), 1);
+            v[k] = _mm256_shuffle_epi8(window, order);
+            w[k] = Load32(weights[k] + x);
+        }
+        StoreSum<taps>(out + x, v, w);
+    }
+    return b;
+}
+#endif
+
+#if defined(VX_SIMD_TARGETS) && defined(VX_SIMD_SSE2)
+VX_TARGET_SSSE3 uint32_t MixShuffledSsse3(const uint8_t* first, unsigned channels, const uint32_t* base,
+                                          const uint8_t* shuffle, uint32_t blocks, unsigned taps,
+                                          const uint8_t* const* weights, uint8_t* out) {
+    for (uint32_t b = 0; b < blocks; ++b) {
+        const __m128i order = Load16(shuffle + uint64_t{b} * 16);
+        const uint64_t x = uint64_t{b} * 16;
+        __m128i lo[4], hi[4];
+        for (unsigned k = 0; k < taps; ++k) {
+            const __m128i v = _mm_shuffle_epi8(Load16(first + uint64_t{k} * channels + base[b]), order);
+            const __m128i w = Load16(weights[k] + x);
+            lo[k] = Product16(Low(w), Low(v));
+            hi[k] = Product16(High(w), High(v));
+        }
+        if (taps == 2)
+            Store16(out + x, _mm_add_epi16(lo[0], lo[1]), _mm_add_epi16(hi[0], hi[1]));
+        else
+            Store16(out + x, _mm_sub_epi16(_mm_add_epi16(lo[1], lo[2]), _mm_add_epi16(lo[0], lo[3])),
+                    _mm_sub_epi16(_mm_add_epi16(hi[1], hi[2]), _mm_add_epi16(hi[0], hi[3])));
+    }
+    return blocks;
+}
+#endif
+
+// The first samples of a row mix done with AVX2 where allowed; the rest is the caller's.
+uint64_t MixRowsWide(const uint8_t* const* rows, const uint8_t* const* weights, const uint8_t* fixed,
+                     unsigned taps, uint64_t n, uint8_t* out) {
+#if defined(VX_SIMD_TARGETS) && defined(VX_SIMD_SSE2)
+    if (SimdAllows(SimdLevel::kAvx2))
+        return fixed != nullptr ? (taps == 2 ? CombineRowsAvx2<2>(rows, fixed, n, out) : CombineRowsAvx2<4>(rows, fixed, n, out))
+                                : (taps == 2 ? MixRowsAvx2<2>(rows, weights, n, out) : MixRowsAvx2<4>(rows, weights, n, out));
+#endif
+    (void)rows, (void)weights, (void)fixed, (void)taps, (void)n, (void)out;
+    return 0;
+}
+
 }  // namespace
+
+uint32_t MixShuffled(const uint8_t* first, unsigned channels, const uint32_t* base, const uint8_t* shuffle,
+                     uint32_t blocks, unsigned taps, const uint8_t* const* weights, uint8_t* out) {
+#if defined(VX_SIMD_TARGETS) && defined(VX_SIMD_SSE2)
+    if (SimdAllows(SimdLevel::kAvx2)) {
+        const uint32_t done = taps == 2 ? MixShuffledAvx2<2>(first, channels, base, shuffle, blocks, weights, out)
+                                        : MixShuffledAvx2<4>(first, channels, base, shuffle, blocks, weights, out);
+        const uint8_t* rest[4];
+        for (unsigned k = 0; k < taps; ++k) rest[k] = weights[k] + uint64_t{done} * 16;
+        return done + MixShuffledSsse3(first, channels, base + done, shuffle + uint64_t{done} * 16, blocks - done,
+                                       taps, rest, out + uint64_t{done} * 16);
+    }
+    if (SimdAllows(SimdLevel::kSsse3))
+        return MixShuffledSsse3(first, channels, base, shuffle, blocks, taps, weights, out);
+#endif
+    (void)first, (void)channels, (void)base, (void)shuffle, (void)blocks, (void)taps, (void)weights, (void)out;
+    return 0;
+}
 
 void MixBilinear(const uint8_t* a, const uint8_t* wa, const uint8_t* b, const uint8_t* wb,
                  uint64_t n, uint8_t* out) {
-    Bilinear(a, RowWeights{wa}, b, RowWeights{wb}, n, out);
+    const uint8_t* rows[2] = {a, b};
+    const uint8_t* weights[2] = {wa, wb};
+    const uint64_t x = MixRowsWide(rows, weights, nullptr, 2, n, out);
+    Bilinear(a + x, RowWeights{wa + x}, b + x, RowWeights{wb + x}, n - x, out + x);
 }
 
 void MixCubic(const uint8_t* const x[4], const uint8_t* const w[4], uint64_t n, uint8_t* out) {
-    const RowWeights weights[4] = {{w[0]}, {w[1]}, {w[2]}, {w[3]}};
-    Cubic(x, weights, n, out);
+    const uint64_t done = MixRowsWide(x, w, nullptr, 4, n, out);
+    const uint8_t* rows[4] = {x[0] + done, x[1] + done, x[2] + done, x[3] + done};
+    const RowWeights weights[4] = {{w[0] + done}, {w[1] + done}, {w[2] + done}, {w[3] + done}};
+    Cubic(rows, weights, n - done, out + done);
 }
 
 void CombineBilinear(const uint8_t* a, const uint8_t* b, uint32_t w, uint64_t n, uint8_t* out) {
-    Bilinear(a, FixedWeight(255 - w), b, FixedWeight(w), n, out);
+    const uint8_t* rows[2] = {a, b};
+    const uint8_t fixed[2] = {static_cast<uint8_t>(255 - w), static_cast<uint8_t>(w)};
+    const uint64_t x = MixRowsWide(rows, nullptr, fixed, 2, n, out);
+    Bilinear(a + x, FixedWeight(255 - w), b + x, FixedWeight(w), n - x, out + x);
 }
 
 void CombineCubic(const uint8_t* const rows[4], const CubicTap& t, uint64_t n, uint8_t* out) {
+    const uint8_t fixed[4] = {t.w0, t.w1, t.w2, t.w3};
+    const uint64_t done = MixRowsWide(rows, nullptr, fixed, 4, n, out);
+    const uint8_t* rest[4] = {rows[0] + done, rows[1] + done, rows[2] + done, rows[3] + done};
     const FixedWeight weights[4] = {FixedWeight(t.w0), FixedWeight(t.w1), FixedWeight(t.w2),
                                     FixedWeight(t.w3)};
-    Cubic(rows, weights, n, out);
+    Cubic(rest, weights, n - done, out + done);
 }
 
 }  // namespace vx::geometry::filter

@@ -19,6 +19,8 @@
 #include <utility>
 #include <vector>
 
+#include "geometry/scale_sampling.hpp"
+
 namespace vx::geometry::filter {
 
 inline uint32_t Product(uint32_t weight, uint32_t value) {
@@ -70,7 +72,13 @@ public:
     Resampler(const Frame& frame, Method method);
 
     template <typename Split, typename Merge>
-    void Run(Split&& split, Merge&& merge);
+    void Run(Split&& split, Merge&& merge) {
+        Run(split, merge, [](uint32_t) { return static_cast<uint8_t*>(nullptr); });
+    }
+    // As Run(split, merge), where target(row) may name where the samples of output row `row`
+    // are to be combined (null: in the resampler's own row); merge then receives that pointer.
+    template <typename Split, typename Merge, typename Target>
+    void Run(Split&& split, Merge&& merge, Target&& target);
 
 private:
     // Splits source row `row`, writes its guards and scales it horizontally into `slot`.
@@ -78,10 +86,11 @@ private:
     void Load(Split& split, uint32_t row, uint8_t* slot);
     void ScaleRow(const uint8_t* samples, uint8_t* out);
 
-    template <typename Split, typename Merge>
-    void RunBilinear(Split& split, Merge& merge);
-    template <typename Split, typename Merge>
-    void RunCubic(Split& split, Merge& merge);
+    template <typename Split, typename Merge, typename Target>
+    void RunBilinear(Split& split, Merge& merge, Target& target);
+    template <typename Split, typename Merge, typename Target>
+    void RunCubic(Split& split, Merge& merge, Target& target);
+    uint8_t* Destination(uint8_t* target) { return target != nullptr ? target : combined_.data(); }
 
     Frame frame_;
     Method method_;
@@ -90,7 +99,9 @@ private:
     std::vector<uint32_t> offsets_;   // per output pixel: the first tap's sample offset
     std::vector<uint8_t> weights_;    // taps_ rows of rowBytes_: each tap's weight per sample
     std::vector<uint8_t> gathered_;   // taps_ rows of rowBytes_ + 8: the samples at the taps
-    std::vector<uint8_t> splitRow_;   // (1 guard + srcW + 3 guards) x Channels
+    std::vector<uint32_t> blockBase_;  // per 16 bytes of a scaled row: its first pixel's offset
+    std::vector<uint8_t> blockShuffle_;  // per 16 bytes: each byte's sample, from that offset
+    std::vector<uint8_t> splitRow_;   // (1 guard + srcW + 3 guards) x Channels, and slack
     std::vector<uint8_t> slots_;      // 2 or 4 scaled rows
     std::vector<uint8_t> combined_;   // one output row
 };
@@ -104,6 +115,12 @@ void MixCubic(const uint8_t* const x[4], const uint8_t* const w[4], uint64_t n, 
 // The vertical combinations, one weight for the whole row: (255 - w) a + w b, and the cubic sum.
 void CombineBilinear(const uint8_t* a, const uint8_t* b, uint32_t w, uint64_t n, uint8_t* out);
 void CombineCubic(const uint8_t* const rows[4], const CubicTap& weights, uint64_t n, uint8_t* out);
+// The horizontal mix by shuffles: block b of 16 scaled samples takes tap k's samples from the
+// 16 bytes at first + base[b] + k x channels, shuffled by shuffle[16 b ..]; weights as
+// MixBilinear's and MixCubic's. Answers how many blocks it did: none where the SIMD policy
+// or the build rules shuffles out, and the caller mixes the rest its own way.
+uint32_t MixShuffled(const uint8_t* first, unsigned channels, const uint32_t* base, const uint8_t* shuffle,
+                     uint32_t blocks, unsigned taps, const uint8_t* const* weights, uint8_t* out);
 // Copies the samples at the taps of each output pixel into taps rows: row k receives the pixel
 // at offsets[i] + k x Channels (bilinear, p and p + 1; the cubic offsets start at p - 1).
 template <unsigned Channels>
@@ -142,7 +159,24 @@ Resampler<Channels>::Resampler(const Frame& frame, Method method)
         for (unsigned k = 0; k < taps_; ++k)
             for (unsigned c = 0; c < C; ++c) weights_[k * rowBytes_ + uint64_t{i} * C + c] = w[k];
     }
-    splitRow_.resize(uint64_t{C} * (frame.srcW + 4));
+    // Shuffle plan: each block of 16 scaled samples must find every tap's samples within 16
+    // bytes of its first pixel's; a scale that spreads further is mixed from gathered rows.
+    const uint64_t blocks = rowBytes_ / 16;
+    blockBase_.resize(blocks);
+    blockShuffle_.resize(blocks * 16);
+    uint64_t planned = 0;  // the blocks that qualify, a prefix of the row
+    for (uint64_t b = 0; b < blocks; ++b) {
+        blockBase_[b] = offsets_[b * 16 / C];
+        for (uint64_t o = b * 16; o < b * 16 + 16; ++o) {
+            const uint64_t at = offsets_[o / C] + o % C - blockBase_[b];
+            if (at > 15) break;
+            blockShuffle_[o] = static_cast<uint8_t>(at);
+            if (o == b * 16 + 15) planned = b + 1;
+        }
+        if (planned != b + 1) break;
+    }
+    blockBase_.resize(planned);
+    splitRow_.resize(uint64_t{C} * (frame.srcW + 4) + 32);  // the shuffles' loads may pass the guards
     slots_.resize(taps_ * rowBytes_);
     combined_.resize(rowBytes_);
 }
@@ -157,9 +191,16 @@ void Resampler<Channels>::ScaleRow(const uint8_t* samples, uint8_t* out) {
     }
     // Bilinear taps start at pixel p, cubic taps at pixel p - 1.
     const uint8_t* first = method_ == Method::Bilinear ? samples : samples - Channels;
-    GatherTaps<Channels>(first, offsets_.data(), frame_.dstW, taps_, rows);
-    if (method_ == Method::Bilinear) MixBilinear(rows[0], weights[0], rows[1], weights[1], rowBytes_, out);
-    else MixCubic(rows, weights, rowBytes_, out);
+    const uint32_t shuffled = MixShuffled(first, Channels, blockBase_.data(), blockShuffle_.data(),
+                                          static_cast<uint32_t>(blockBase_.size()), taps_, weights, out);
+    // The rest from its first whole pixel (a few samples may be computed twice, alike).
+    const uint32_t from = static_cast<uint32_t>(uint64_t{shuffled} * 16 / Channels);
+    if (from >= frame_.dstW) return;
+    const uint64_t skip = uint64_t{from} * Channels;
+    GatherTaps<Channels>(first, offsets_.data() + from, frame_.dstW - from, taps_, rows);
+    for (unsigned k = 0; k < taps_; ++k) weights[k] += skip;
+    if (method_ == Method::Bilinear) MixBilinear(rows[0], weights[0], rows[1], weights[1], rowBytes_ - skip, out + skip);
+    else MixCubic(rows, weights, rowBytes_ - skip, out + skip);
 }
 
 template <unsigned Channels>
@@ -175,19 +216,32 @@ void Resampler<Channels>::Load(Split& split, uint32_t row, uint8_t* slot) {
         const uint8_t last = s[uint64_t{w - 1} * C + c];
         for (unsigned g = 0; g < 3; ++g) s[uint64_t{w + g} * C + c] = last;
     }
-    if (w == frame_.dstW) std::memcpy(slot, s, rowBytes_);  // every tap is (p = i, weight 255)
-    else ScaleRow(s, slot);
+    // A whole multiple: every tap is (p = i k, weight 255), the row is every k-th pixel.
+    if (w == frame_.dstW) std::memcpy(slot, s, rowBytes_);
+    else if (w % frame_.dstW != 0) ScaleRow(s, slot);
+    else if constexpr (C == 1) SampleBytes(s, w / frame_.dstW, frame_.dstW, slot);
+    else SamplePixels24(s, w / frame_.dstW, frame_.dstW, slot);
 }
 template <unsigned Channels>
-template <typename Split, typename Merge>
-void Resampler<Channels>::Run(Split&& split, Merge&& merge) {
-    if (method_ == Method::Bilinear) RunBilinear(split, merge);
-    else RunCubic(split, merge);
+template <typename Split, typename Merge, typename Target>
+void Resampler<Channels>::Run(Split&& split, Merge&& merge, Target&& target) {
+    if (frame_.srcH % frame_.dstH == 0) {
+        // A whole multiple: every row's weights are (255, 0) or (0, 255, 0, 0), the output
+        // row j is the scaled source row j k, and no other row is needed.
+        const uint32_t step = frame_.srcH / frame_.dstH;
+        for (uint32_t j = 0; j < frame_.dstH; ++j) {
+            uint8_t* into = target(j);
+            if (into == nullptr) into = slots_.data();
+            Load(split, j * step, into);
+            merge(j, static_cast<const uint8_t*>(into));
+        }
+    } else if (method_ == Method::Bilinear) RunBilinear(split, merge, target);
+    else RunCubic(split, merge, target);
 }
 
 template <unsigned Channels>
-template <typename Split, typename Merge>
-void Resampler<Channels>::RunBilinear(Split& split, Merge& merge) {
+template <typename Split, typename Merge, typename Target>
+void Resampler<Channels>::RunBilinear(Split& split, Merge& merge, Target& target) {
     const Frame& f = frame_;
     uint8_t* a = slots_.data();              // scaled row p
     uint8_t* b = slots_.data() + rowBytes_;  // scaled row p + 1
@@ -206,15 +260,16 @@ void Resampler<Channels>::RunBilinear(Split& split, Merge& merge) {
         if (v.wp1 == 0) {
             merge(j, static_cast<const uint8_t*>(a));  // T[255][v] = v, T[0][v] = 0
         } else {
-            CombineBilinear(a, b, v.wp1, rowBytes_, combined_.data());
-            merge(j, static_cast<const uint8_t*>(combined_.data()));
+            uint8_t* out = Destination(target(j));
+            CombineBilinear(a, b, v.wp1, rowBytes_, out);
+            merge(j, static_cast<const uint8_t*>(out));
         }
     }
 }
 
 template <unsigned Channels>
-template <typename Split, typename Merge>
-void Resampler<Channels>::RunCubic(Split& split, Merge& merge) {
+template <typename Split, typename Merge, typename Target>
+void Resampler<Channels>::RunCubic(Split& split, Merge& merge, Target& target) {
     const Frame& f = frame_;
     // slot[k] holds source row p - 1 + k: black above the first row, the last row repeated
     // below the last.
@@ -242,8 +297,9 @@ void Resampler<Channels>::RunCubic(Split& split, Merge& merge) {
         if (v.w0 == 0 && v.w1 == 255 && v.w2 == 0 && v.w3 == 0) {
             merge(j, static_cast<const uint8_t*>(slot[1]));
         } else {
-            CombineCubic(slot, v, rowBytes_, combined_.data());
-            merge(j, static_cast<const uint8_t*>(combined_.data()));
+            uint8_t* out = Destination(target(j));
+            CombineCubic(slot, v, rowBytes_, out);
+            merge(j, static_cast<const uint8_t*>(out));
         }
     }
 }

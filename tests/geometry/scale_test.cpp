@@ -6,6 +6,7 @@
 #include <random>
 
 #include "export_calls.hpp"
+#include "geometry/scale_filter.hpp"
 #include "scale_models.hpp"
 
 namespace {
@@ -175,35 +176,73 @@ Bytes Scaled(const Bytes& src, int method, int width, int height) {
     return CallOn(src, [&](HDIB d) { return ScaleDIB(d, method, width, height); }).result;
 }
 
+// Colour tables that steer indexed images down each of the filters' ways: random colours
+// (per-colour look-up), few levels (duplicate and equidistant entries, black entries), the gray
+// ramp (filtered levels are the indices), and grays in any order with duplicates and black
+// away from index 0 (one plane of levels, mapped back through the nearest gray).
+enum class Table { kRandom, kFewLevels, kGrayRamp, kGrays };
+
+void Paint(Bytes& bytes, size_t tableEnd, Table kind, uint32_t seed) {
+    std::mt19937 random(seed);
+    for (size_t i = 40, entry = 0; i + 3 < tableEnd + 1 && kind != Table::kRandom; i += 4, ++entry) {
+        const uint8_t gray = kind == Table::kGrayRamp ? uint8_t(entry) : uint8_t(random() % 5 == 0 ? 0 : random() % 9 * 31);
+        for (size_t k = 0; k < 3; ++k) bytes[i + k] = kind == Table::kFewLevels ? uint8_t(random() % 3 * 127) : gray;
+    }
+}
+
 TEST(ScaleDIB, EveryDepthMatchesThePixelModel) {
-    // Width and height 1, widths off multiples of 8 and 32, up, down, 1:1 and mixed.
+    // Width and height 1, widths off multiples of 8 and 32, up, down, 1:1 and mixed; whole
+    // multiples on both axes or one (every k-th pixel, row); rows long enough for the vector kernels, growing and
+    // shrinking.
     const Size4 sizes[] = {{1, 1, 1, 1},    {1, 1, 5, 3},    {1, 7, 3, 1},   {7, 1, 1, 9},   {13, 9, 13, 9},
                            {13, 9, 29, 17}, {37, 29, 11, 7}, {33, 5, 70, 12}, {9, 31, 40, 3}, {64, 3, 31, 65},
-                           {5, 5, 1, 1},    {3, 40, 3, 41},  {31, 4, 33, 4},  {2, 2, 9, 9},   {8, 8, 24, 24}};
+                           {5, 5, 1, 1},    {3, 40, 3, 41},  {31, 4, 33, 4},  {2, 2, 9, 9},   {8, 8, 24, 24},
+                           {26, 14, 13, 7}, {39, 9, 13, 3},  {70, 6, 35, 2},  {66, 4, 33, 4}, {97, 5, 201, 11},
+                           {150, 4, 67, 5}, {41, 3, 250, 4}, {26, 9, 13, 17}, {13, 12, 29, 4}, {66, 8, 33, 5},
+                           {40, 9, 70, 3}};
     for (int bits : {1, 4, 8, 24})
         for (const Size4& s : sizes)
-            for (int method : {0, 1, -7}) {
-                const uint32_t seed = uint32_t(bits * 1000 + s.srcW * 37 + s.dstH + method * 5 + 11);
-                SCOPED_TRACE(testing::Message() << bits << "-bit " << s.srcW << "x" << s.srcH << " -> " << s.dstW
-                                                << "x" << s.dstH << " seed " << seed << " method " << method);
-                DibShape shape{s.srcW, s.srcH, uint16_t(bits), 0, false, seed};
-                if (bits == 4 && seed % 3 == 0) shape.clrUsed = 9;  // indices without an entry
-                Bytes bytes = PackedDib(shape);
-                // Tables of few levels: duplicate and equidistant entries, which the memoised
-                // palette look-up must answer as GetNearestPaletteIndex does (the lowest index),
-                // and black entries, which the row's one-entry cache answers with index 0 first.
-                for (size_t i = 40; seed % 3 == 1 && i < PixelOffset(shape); ++i) bytes[i] = uint8_t(bytes[i] % 3 * 127);
-                const Outcome o = CallOn(bytes, [&](HDIB d) { return ScaleDIB(d, method, s.dstW, s.dstH); });
-                EXPECT_EQ(o.result, bits == 1 ? ModelCropScale(bytes, 0, 0, s.srcW, s.srcH, s.dstW, s.dstH)
-                                              : ModelScaleDib(Dib{bytes}, method, s.dstW, s.dstH));
-                EXPECT_TRUE(o.sourceUnchanged);
-            }
+            for (int method : {0, 1, -7})
+                for (Table kind : {Table::kRandom, Table::kFewLevels, Table::kGrayRamp, Table::kGrays}) {
+                    if ((bits == 1 || bits == 24) && kind != Table::kRandom) continue;
+                    const uint32_t seed = uint32_t(bits * 1000 + s.srcW * 37 + s.dstH + method * 5 + 11 + int(kind) * 7);
+                    SCOPED_TRACE(testing::Message() << bits << "-bit " << s.srcW << "x" << s.srcH << " -> " << s.dstW << "x"
+                                                    << s.dstH << " seed " << seed << " method " << method << " table " << int(kind));
+                    DibShape shape{s.srcW, s.srcH, uint16_t(bits), 0, false, seed};
+                    if (bits == 4 && seed % 3 == 0) shape.clrUsed = 9;  // indices without an entry
+                    Bytes bytes = PackedDib(shape);
+                    Paint(bytes, PixelOffset(shape), kind, seed);
+                    const Outcome o = CallOn(bytes, [&](HDIB d) { return ScaleDIB(d, method, s.dstW, s.dstH); });
+                    EXPECT_EQ(o.result, bits == 1 ? ModelCropScale(bytes, 0, 0, s.srcW, s.srcH, s.dstW, s.dstH)
+                                                  : ModelScaleDib(Dib{bytes}, method, s.dstW, s.dstH));
+                    EXPECT_TRUE(o.sourceUnchanged);
+                }
     // Over long axes the truncated cubic weights depend on the exact double arithmetic of the
     // fraction; small images never reach those cases.
     for (const Size4& s : {Size4{65535, 1, 65534, 1}, {1000, 1, 65521, 1}, {40000, 1, 777, 1}, {3, 1, 65535, 1}, {65535, 1, 40961, 1}}) {
         const Bytes bytes = SeededDib(s.srcW, s.srcH, 24, uint32_t(s.dstW));
         SCOPED_TRACE(testing::Message() << s.srcW << " -> " << s.dstW);
         ExpectSameBytes(Scaled(bytes, 1, s.dstW, s.dstH), ModelScaleDib(Dib{bytes}, 1, s.dstW, s.dstH));
+    }
+}
+
+// The row kernels' products are the product table's, T[w][v] = floor((w v + 128) / 255), for
+// every weight and sample, in both the added (bilinear, cubic inner) and subtracted (cubic
+// outer) terms, whichever vector width runs.
+TEST(ScaleDIB, RowKernelsMultiplyAsTheProductTable) {
+    namespace f = vx::geometry::filter;
+    std::vector<uint8_t> ramp(256), zeros(256, 0), full(256, 255), out(256);
+    for (int v = 0; v < 256; ++v) ramp[size_t(v)] = uint8_t(v);
+    for (uint8_t w = 0;; ++w) {
+        f::CombineBilinear(zeros.data(), ramp.data(), w, 256, out.data());
+        const uint8_t* subtracted[4] = {ramp.data(), full.data(), zeros.data(), zeros.data()};
+        std::vector<uint8_t> less(256);
+        f::CombineCubic(subtracted, f::CubicTap{0, w, 255, 0, 0}, 256, less.data());
+        for (int v = 0; v < 256; ++v) {
+            ASSERT_EQ(out[size_t(v)], T(w, v)) << "w " << int(w) << " v " << v;
+            ASSERT_EQ(less[size_t(v)], 255 - T(w, v)) << "w " << int(w) << " v " << v;
+        }
+        if (w == 255) break;
     }
 }
 
