@@ -162,7 +162,7 @@ public:
 private:
     Setting setting_;
     // Results from this size on are stored around the cache.
-    static constexpr uint64_t kStreamBytes = uint64_t{16} << 20;
+    static constexpr uint64_t kStreamBytes = uint64_t{8} << 20;
     uint64_t have_;
     bool stream_;
     bool avx2_ = false;
@@ -188,24 +188,6 @@ void MapRows(const uint8_t* src, uint8_t* out, const RangeMapper& mapper, uint64
         }
         if (end < have) std::memset(out + end, 0, have - end);
     }
-}
-
-// The result block, zero-filled unless every byte of it is written.
-std::optional<NewDib> AllocateResult(CheckedSource& checked, uint64_t bytes, BlockFill fill) {
-    if (fill == BlockFill::kZero) return checked.allocate(bytes, true);
-    OwnedBlock block = OwnedBlock::Allocate(bytes, GMEM_MOVEABLE);
-    if (!block) block = OwnedBlock::Allocate(bytes, GMEM_MOVEABLE);
-    if (!block) {
-        checked.require(false, IMGERR_NOMEMORY);
-        return std::nullopt;
-    }
-    NewDib dib{std::move(block), BlockLock()};
-    dib.lock = BlockLock(dib.block.get());
-    if (!dib.lock) {
-        checked.require(false, IMGERR_LOCKMEMORY);
-        return std::nullopt;
-    }
-    return dib;
 }
 
 Outcome<HDIB> Adjust(HDIB dib, int brightnessArg, int contrastArg) {
@@ -236,7 +218,7 @@ Outcome<HDIB> Adjust(HDIB dib, int brightnessArg, int contrastArg) {
     const uint64_t stride24 = RowStride(static_cast<uint32_t>(width), 24) & 0xFFFF;
     const bool writtenWhole = bits == 4 || bits == 8 || (bits == 24 && RowsWrittenWhole(width, stride24));
     std::optional<NewDib> result =
-        AllocateResult(checked, pixels + imageBytes, writtenWhole ? BlockFill::kWrittenWhole : BlockFill::kZero);
+        checked.allocate(pixels + imageBytes, true, writtenWhole ? BlockFill::kWrittenWhole : BlockFill::kZero);
     if (!result) return checked.refusal();
 
     const uint8_t* src = checked.data();

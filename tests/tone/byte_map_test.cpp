@@ -1,5 +1,6 @@
 // ByteMap and IndexBits: the AVX2 workers against the portable ones (and those against a plain
-// look-up), over lengths that reach every tail, in place and not, for tables of every kind.
+// look-up), over lengths that reach every tail, in place and not, for tables of every kind; and
+// the gray rows of a result large enough to be streamed, against the portable rows.
 
 #include <gtest/gtest.h>
 
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "tone/byte_map.hpp"
+#include "tone/luminance.hpp"
 
 namespace {
 
@@ -14,7 +16,10 @@ using Bytes = std::vector<uint8_t>;
 
 Bytes RandomBytes(std::mt19937& random, size_t n) {
     Bytes b(n);
-    for (auto& v : b) v = static_cast<uint8_t>(random());
+    for (size_t i = 0; i < n; i += 4) {
+        const uint32_t r = random();
+        for (size_t k = 0; k < 4 && i + k < n; ++k) b[i + k] = static_cast<uint8_t>(r >> 8 * k);
+    }
     return b;
 }
 
@@ -68,6 +73,20 @@ TEST(IndexBits, EveryWorkerPacksTheFlagsFirstInTheTopBit) {
                 EXPECT_EQ(out, want);
             }
         }
+}
+
+TEST(GrayRows, LargeResultsMatchThePortableRows) {
+    std::mt19937 random(3);
+    const uint64_t width = 2901, height = 2900, srcStride = 8704, dstStride = 2904;
+    const Bytes src = RandomBytes(random, srcStride * height);
+    for (bool weighted : {false, true}) {
+        Bytes want(dstStride * height, 0xEE), got = want;
+        vx::tone::GrayRows(vx::tone::GrayRowPath::Portable, weighted, src.data(), srcStride, want.data(), dstStride,
+                           width, height);
+        vx::tone::GrayRows(vx::tone::FastestGrayRowPath(), weighted, src.data(), srcStride, got.data(), dstStride, width,
+                           height);
+        EXPECT_TRUE(got == want) << "weighted " << weighted;
+    }
 }
 
 }  // namespace

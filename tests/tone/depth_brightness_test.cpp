@@ -129,6 +129,13 @@ TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
                         }
 }
 
+// A result of 8 MiB and more is stored around the cache from the first 32-byte boundary of
+// each row on; odd rows (3 x 1671 bytes) put that boundary everywhere.
+TEST(ColorBrightnessContrast, LargeResultsMatchTheModel) {
+    const Bytes src = SeededDib(1671, 1700, 24, 77);
+    ExpectResult(src, BrightnessModel(src, -23, 61), true, [&](HDIB d) { return ColorBrightnessContrast(d, -23, 61); });
+}
+
 TEST(ColorBrightnessContrast, RefusalsInTheirOrder) {
     struct Case { const char* what; Source source; int code, brightness = 0, contrast = 0; };
     const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE;
