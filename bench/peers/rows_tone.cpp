@@ -7,7 +7,9 @@
 // colour adjustment, in place). A tone table is cv::LUT, Leptonica's curve map (in place) or
 // gamma curve (a new picture), FreeImage's curve (in place only: it has no form that returns
 // a new picture). The threshold of a colour picture is a gray conversion then a threshold
-// for the peers that threshold gray pictures only.
+// for the peers that threshold gray pictures only; OpenCV's threshold writes a byte per pixel
+// where the others pack bits, and it has no error diffusion or ordered screen (nor has
+// Leptonica a 16 x 16 screen), so those rows leave it out.
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -91,7 +93,8 @@ RowMaker LutInPlace(int side) {
                 auto s = std::make_shared<ToneSources>(Photo(side, side, 8));
                 ToneSources* t = s.get();
                 return Row{name,
-                           {Plain("Vexora", [t] { Check(ApplyLUT(t->s.dib.handle(), t->lut, FALSE, nullptr), "ApplyLUT"); }),
+                           {Plain("Vexora",
+                                  [t] { Check(ApplyLUT(t->s.dib.handle(), t->lut, FALSE, nullptr), "ApplyLUT"); }),
                             Plain("OpenCV", [t] { cv::LUT(t->s.mat, t->mat, t->s.out); }),
                             Plain("Leptonica", [t] { pixTRCMap(t->s.pix.get(), nullptr, t->numa); }),
                             Plain("FreeImage", [t] { FreeImageCurve(t->s.bitmap.get(), t->table.data()); })},

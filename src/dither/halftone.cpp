@@ -144,7 +144,6 @@ struct Source {
         }
         return t;
     }
-
 };
 
 // The levels of plane row y, `width` entries, for each source depth.
@@ -157,8 +156,10 @@ public:
     PlaneRows(const Source& s, const Levels& levels)
         : s_(s), byIndex_(s.tableLevels<256>(levels)), map_(byIndex_.data()) {}
     void row(uint64_t y, uint8_t* out) const { map_.map(s_.row(y), out, s_.width); }
-    // The fixed threshold, straight from the indices: index i is white where its level is.
-    void whiteRow(uint64_t y, const tone::IndexBits& white, uint8_t* out) const { white.pack(s_.row(y), s_.width, out); }
+    // The fixed threshold, straight from the indices: index i is white where its level is above it.
+    void whiteRow(uint64_t y, const tone::IndexBits& white, uint8_t* out) const {
+        white.pack(s_.row(y), s_.width, out);
+    }
     tone::IndexBits whiteIndices() const {
         uint8_t white[256];
         for (unsigned i = 0; i < 256; ++i) white[i] = byIndex_[i] > kFixedThreshold[0] ? 1 : 0;
@@ -240,9 +241,7 @@ private:
     // Levels of n blue-green-red pixels from `offset`; bytes past the block read as 0.
     void convert(uint64_t offset, uint64_t n, uint8_t* out) const {
         const uint64_t inside = offset < s_.size ? std::min(n, (s_.size - offset) / 3) : 0;
-        if (inside != 0) {
-            pixels_(s_.block + offset, inside, out, brightness_);
-        }
+        if (inside != 0) pixels_(s_.block + offset, inside, out, brightness_);
         for (uint64_t k = inside; k < n; ++k) {
             const uint64_t o = offset + 3 * k;
             out[k] = levels_[WeightedQuotient(s_.at(o + 2), s_.at(o + 1), s_.at(o))];

@@ -108,7 +108,8 @@ VX_TARGET_AVX2 inline __m256i ScaledHalf(const SettingLanes& s, __m256i x) {
 VX_TARGET_AVX2 inline __m256i Levels32(const SettingLanes& s, __m256i v) {
     const __m256i x = _mm256_subs_epu8(_mm256_adds_epu8(v, s.up), s.down);
     const __m256i zero = _mm256_setzero_si256();
-    return _mm256_packus_epi16(ScaledHalf(s, _mm256_unpacklo_epi8(x, zero)), ScaledHalf(s, _mm256_unpackhi_epi8(x, zero)));
+    return _mm256_packus_epi16(ScaledHalf(s, _mm256_unpacklo_epi8(x, zero)),
+                               ScaledHalf(s, _mm256_unpackhi_epi8(x, zero)));
 }
 
 // With `stream`, the result goes around the cache (the bytes up to the first 32-byte boundary

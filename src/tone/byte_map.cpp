@@ -122,7 +122,7 @@ VX_TARGET_AVX2 inline uint32_t BitsOf32(__m256i x, __m256i lowBits, __m256i high
     return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_shuffle_epi8(flags, reverse)));
 }
 
-// The same where the set indices are those from `from` on (1 ... 255), as a gray ramp makes
+// The same where the set indices are those above `below` (0 ... 254), as a gray ramp makes
 // them: one unsigned comparison, as a signed one of both sides less 128.
 VX_TARGET_AVX2 inline uint32_t StepBitsOf32(__m256i x, __m256i below) {
     const __m256i flags = _mm256_cmpgt_epi8(_mm256_xor_si256(x, _mm256_set1_epi8(-128)), below);
@@ -171,13 +171,10 @@ VX_TARGET_AVX2 void Avx2Bits(const uint8_t* index, uint64_t width, uint8_t* out,
 
 }  // namespace
 
-ByteMap::ByteMap(const uint8_t* table, bool portable) : row_(PortableRow), vectored_(false) {
+ByteMap::ByteMap(const uint8_t* table, bool portable) : row_(PortableRow) {
     std::memcpy(table_, table, sizeof table_);
 #if defined(VX_SIMD_TARGETS)
-    if (!portable && SimdAllows(SimdLevel::kAvx2)) {
-        row_ = Avx2Row;
-        vectored_ = true;
-    }
+    if (!portable && SimdAllows(SimdLevel::kAvx2)) row_ = Avx2Row;
 #else
     (void)portable;
 #endif

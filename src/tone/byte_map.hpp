@@ -24,13 +24,9 @@ public:
     // dst[i] = table[src[i]] for n bytes. dst may be src; otherwise they must not overlap.
     void map(const uint8_t* src, uint8_t* dst, uint64_t n) const { row_(src, dst, n, table_); }
 
-    // Whether the worker is the AVX2 one.
-    bool vectored() const { return vectored_; }
-
 private:
     alignas(32) uint8_t table_[256];
     Row row_;
-    bool vectored_;
 };
 
 // Bits of a black-and-white row from 8-bit indices: bit x of the row (most significant first

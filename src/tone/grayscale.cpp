@@ -120,8 +120,8 @@ Outcome<HDIB> ConvertColor(HDIB dib, int monoMode, bool weighted) {
 
     const uint64_t slack = bits == 1 || bits == 24 ? RenderSlack(width) : 0;
     // A 24-bit source's result is written whole: header, ramp, rows, and padding and slack as 0.
-    std::optional<NewDib> result =
-        checked.allocate(outPixels + sizeImage + slack, false, bits == 24 ? BlockFill::kWrittenWhole : BlockFill::kZero);
+    const BlockFill fill = bits == 24 ? BlockFill::kWrittenWhole : BlockFill::kZero;
+    std::optional<NewDib> result = checked.allocate(outPixels + sizeImage + slack, false, fill);
     if (!result) return checked.refusal();
 
     const uint8_t* src = checked.data();

@@ -118,7 +118,8 @@ template <bool Weighted>
 VX_TARGET_AVX2 void WideRows(const uint8_t* src, uint64_t srcStride, uint8_t* dst, uint64_t dstStride, uint64_t width,
                              uint64_t height) {
     if (width * height < kStreamBytes) {
-        for (uint64_t y = 0; y < height; ++y, src += srcStride, dst += dstStride) WideRow<Weighted, false>(src, dst, width);
+        for (uint64_t y = 0; y < height; ++y, src += srcStride, dst += dstStride)
+            WideRow<Weighted, false>(src, dst, width);
         return;
     }
     for (uint64_t y = 0; y < height; ++y, src += srcStride, dst += dstStride) WideRow<Weighted, true>(src, dst, width);

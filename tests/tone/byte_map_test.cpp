@@ -81,10 +81,9 @@ TEST(GrayRows, LargeResultsMatchThePortableRows) {
     const Bytes src = RandomBytes(random, srcStride * height);
     for (bool weighted : {false, true}) {
         Bytes want(dstStride * height, 0xEE), got = want;
-        vx::tone::GrayRows(vx::tone::GrayRowPath::Portable, weighted, src.data(), srcStride, want.data(), dstStride,
-                           width, height);
-        vx::tone::GrayRows(vx::tone::FastestGrayRowPath(), weighted, src.data(), srcStride, got.data(), dstStride, width,
-                           height);
+        using vx::tone::GrayRows;
+        GrayRows(vx::tone::GrayRowPath::Portable, weighted, src.data(), srcStride, want.data(), dstStride, width, height);
+        GrayRows(vx::tone::FastestGrayRowPath(), weighted, src.data(), srcStride, got.data(), dstStride, width, height);
         EXPECT_TRUE(got == want) << "weighted " << weighted;
     }
 }
