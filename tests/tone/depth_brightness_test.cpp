@@ -129,11 +129,12 @@ TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
                         }
 }
 
-// A result of 8 MiB and more is stored around the cache from the first 32-byte boundary of
-// each row on; odd rows (3 x 1671 bytes) put that boundary everywhere.
+// Pixels of 8 MiB and more are stored around the cache from an aligned boundary on; odd rows
+// (3 x 1671 bytes) put that boundary everywhere.
 TEST(ColorBrightnessContrast, LargeResultsMatchTheModel) {
-    const Bytes src = SeededDib(1671, 1700, 24, 77);
-    ExpectResult(src, BrightnessModel(src, -23, 61), true, [&](HDIB d) { return ColorBrightnessContrast(d, -23, 61); });
+    for (const Bytes& src : {SeededDib(1671, 1700, 24, 77), SeededDib(2901, 2900, 8, 78)})
+        ExpectResult(src, BrightnessModel(src, -23, 61), true,
+                     [&](HDIB d) { return ColorBrightnessContrast(d, -23, 61); });
 }
 
 TEST(ColorBrightnessContrast, RefusalsInTheirOrder) {
