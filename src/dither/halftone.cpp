@@ -461,8 +461,8 @@ Outcome<HalftonePlan> CheckHalftone(BlockLock& lock, WORD mode) {
     return plan;
 }
 
-// The work of Halftone: the result's header, its black and white table and its rows, in a
-// zero-filled block. Cannot fail.
+// The work of Halftone: the result's header, its black and white table and its rows, every
+// byte of the block (row padding as 0). Cannot fail.
 void RenderHalftone(const HalftonePlan& plan, WORD mode, int32_t brightness, uint8_t* o) {
     const Source& s = plan.source;
     WriteInfoHeader(o, {.width = LoadI32(plan.header + bih::kWidth),
@@ -472,7 +472,8 @@ void RenderHalftone(const HalftonePlan& plan, WORD mode, int32_t brightness, uin
                         .xPels = LoadI32(plan.header + bih::kXPels),
                         .yPels = LoadI32(plan.header + bih::kYPels),
                         .clrUsed = 2});
-    std::memset(o + kInfoHeaderSize + 4, 255, 3);  // entry 1 white; entry 0 stays black
+    const uint8_t table[8] = {0, 0, 0, 0, 255, 255, 255, 0};  // black, white
+    std::memcpy(o + kInfoHeaderSize, table, sizeof table);
 
     uint8_t* pixels = o + kResultHeaderAndTable;
     switch (plan.bits) {
@@ -480,6 +481,10 @@ void RenderHalftone(const HalftonePlan& plan, WORD mode, int32_t brightness, uin
     case 8: Render<8>(s, brightness, mode, pixels, plan.outStride); break;
     default: Render<24>(s, brightness, mode, pixels, plan.outStride); break;
     }
+    const uint64_t used = (s.width + 7) / 8;  // the bytes each row's pixels fill
+    if (plan.outStride > used)
+        for (uint64_t y = 0; y < s.height; ++y)
+            std::memset(pixels + y * plan.outStride + used, 0, plan.outStride - used);
 }
 
 Outcome<HDIB> Halftone(HDIB dib, WORD mode, int32_t brightness) {
@@ -490,7 +495,7 @@ Outcome<HDIB> Halftone(HDIB dib, WORD mode, int32_t brightness) {
     const auto plan = CheckHalftone(lock, mode);
     if (!plan) return plan.refusal();
 
-    OwnedBlock result = OwnedBlock::Allocate(plan->resultBytes);
+    OwnedBlock result = OwnedBlock::Allocate(plan->resultBytes, GMEM_MOVEABLE);  // written whole
     if (!result) return Fail(IMGERR_NOMEMORY);
     BlockLock out(result.get());
     if (!out) return Fail(IMGERR_NOMEMORY);
