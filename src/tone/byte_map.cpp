@@ -94,6 +94,8 @@ VX_TARGET_AVX2 void Avx2Row(const uint8_t* src, uint8_t* dst, uint64_t n, const 
     const Slices t = LoadSlices(table);
     uint64_t i = 0;
     for (; i + 32 <= n; i += 32) {
+        // A kilobyte ahead: more reads in flight than the hardware prefetcher keeps alone.
+        _mm_prefetch(reinterpret_cast<const char*>(src + i + 1024), _MM_HINT_T0);
         const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), LookUp(t, x));
     }
@@ -136,6 +138,7 @@ template <typename BitsOf>
 VX_TARGET_AVX2 inline void Avx2PackRow(const uint8_t* index, uint64_t width, uint8_t* out, BitsOf bitsOf) {
     uint64_t x = 0;
     for (; x + 32 <= width; x += 32, out += 4) {
+        _mm_prefetch(reinterpret_cast<const char*>(index + x + 1024), _MM_HINT_T0);  // as in Avx2Row
         const uint32_t packed = bitsOf(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(index + x)));
         std::memcpy(out, &packed, 4);
     }

@@ -100,6 +100,9 @@ VX_TARGET_AVX2 void WideRow(const uint8_t* __restrict src, uint8_t* __restrict d
     }
     for (; x + 34 <= width; x += 32) {
         const uint8_t* p = src + 3 * x;
+        // A kilobyte ahead: more reads in flight than the hardware prefetcher keeps alone.
+        _mm_prefetch(reinterpret_cast<const char*>(p + 1024), _MM_HINT_T0);
+        _mm_prefetch(reinterpret_cast<const char*>(p + 1088), _MM_HINT_T0);
         const __m256i low = Quotients<Weighted>(_mm256_hadd_epi16(PairSums<Weighted>(p, spread, weights),
                                                                    PairSums<Weighted>(p + 24, spread, weights)));
         const __m256i high = Quotients<Weighted>(_mm256_hadd_epi16(PairSums<Weighted>(p + 48, spread, weights),
