@@ -73,11 +73,15 @@ public:
     // The refusal of the first failed check; the source is unlocked when this guard goes.
     Refusal refusal() const { return checks_.refusal(); }
 
-    // A zero-filled, locked result block of `bytes` (tried twice when `retry`). Empty after
-    // recording IMGERR_NOMEMORY, or IMGERR_LOCKMEMORY with the block freed. Blocks are sized
-    // in 32 bits: a larger result cannot be allocated.
-    std::optional<NewDib> allocate(uint64_t bytes, bool retry) {
-        NewDib dib{retry ? AllocateRetrying(bytes) : OwnedBlock::Allocate(bytes), BlockLock()};
+    // A locked result block of `bytes` (tried twice when `retry`), zero-filled unless the
+    // kernel writes all of it (dib_result.hpp). Empty after recording IMGERR_NOMEMORY, or
+    // IMGERR_LOCKMEMORY with the block freed. Blocks are sized in 32 bits: a larger result
+    // cannot be allocated.
+    std::optional<NewDib> allocate(uint64_t bytes, bool retry, BlockFill fill = BlockFill::kZero) {
+        const UINT flags = fill == BlockFill::kZero ? GMEM_MOVEABLE | GMEM_ZEROINIT : GMEM_MOVEABLE;
+        OwnedBlock block = OwnedBlock::Allocate(bytes, flags);
+        if (!block && retry) block = OwnedBlock::Allocate(bytes, flags);
+        NewDib dib{std::move(block), BlockLock()};
         if (!dib.block) {
             require(false, IMGERR_NOMEMORY);
             return std::nullopt;

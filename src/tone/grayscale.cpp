@@ -119,7 +119,9 @@ Outcome<HDIB> ConvertColor(HDIB dib, int monoMode, bool weighted) {
     if (checked.refused()) return checked.refusal();
 
     const uint64_t slack = bits == 1 || bits == 24 ? RenderSlack(width) : 0;
-    std::optional<NewDib> result = checked.allocate(outPixels + sizeImage + slack, false);
+    // A 24-bit source's result is written whole: header, ramp, rows, and padding and slack as 0.
+    const BlockFill fill = bits == 24 ? BlockFill::kWrittenWhole : BlockFill::kZero;
+    std::optional<NewDib> result = checked.allocate(outPixels + sizeImage + slack, false, fill);
     if (!result) return checked.refusal();
 
     const uint8_t* src = checked.data();
@@ -140,8 +142,11 @@ Outcome<HDIB> ConvertColor(HDIB dib, int monoMode, bool weighted) {
         } else if constexpr (kBits == 24) {
             WriteGrayRamp(out + kInfoHeaderSize, false);
             platform::WaitCursor wait;
-            GrayRows(FastestGrayRowPath(), weighted, src + srcPixels, *srcStride, out + outPixels, *outStride, width,
-                     height);
+            uint8_t* rows = out + outPixels;
+            GrayRows(FastestGrayRowPath(), weighted, src + srcPixels, *srcStride, rows, *outStride, width, height);
+            if (*outStride > width)
+                for (uint64_t y = 0; y < height; ++y) std::memset(rows + y * *outStride + width, 0, *outStride - width);
+            std::memset(rows + sizeImage, 0, slack);
         } else {
             WriteGrayRamp(out + kInfoHeaderSize, false);
             const MonoSource mono{src, checked.size(), srcPixels, *srcStride, width, height, false};

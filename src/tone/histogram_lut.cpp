@@ -36,13 +36,14 @@
 //
 // Applying a table. A 256-entry map folds the source colour table into the tone table
 // (gray = (blue + green + red + 1) / 3, map[k] = LUT[gray]), so each pixel costs one byte
-// lookup. All 256 colour-table entries are read and a 256-entry gray ramp is written whatever
-// biClrUsed says; with fewer entries the ramp runs over the first pixel bytes, which in place
-// are then mapped as pixels, and in a new DIB are covered by the mapped pixels. Bytes of the
-// table beyond the block read as 0 and ramp bytes beyond it are dropped. Row padding is never
-// written. A new DIB is sized as the library always sized it, in 32-bit arithmetic from
-// biClrUsed and biSizeImage (or stride x biHeight); pixels that fall beyond a block sized
-// smaller are dropped.
+// lookup (byte_map.hpp: 32 bytes a step in AVX2). All 256 colour-table entries are read and a
+// 256-entry gray ramp is written whatever biClrUsed says; with fewer entries the ramp runs over
+// the first pixel bytes, which in place are then mapped as pixels, and in a new DIB are covered
+// by the mapped pixels. Bytes of the table beyond the block read as 0 and ramp bytes beyond it
+// are dropped. Row padding is never written in place and is 0 in a new DIB (written as 0 where
+// the new block is not zero-filled: with a full table every byte of it is written). A new DIB
+// is sized as the library always sized it, in 32-bit arithmetic from biClrUsed and biSizeImage
+// (or stride x biHeight); pixels that fall beyond a block sized smaller are dropped.
 //
 // Errors go to the caller's error word only (a CallerWord32), never to the module code: 0 on
 // entry, the code of the first failed check on failure. Checks follow the documented order; the additions that
@@ -61,6 +62,7 @@
 #include "dib_result.hpp"
 #include "guards.hpp"
 #include "outcome.hpp"
+#include "tone/byte_map.hpp"
 
 // The table arithmetic is IEEE double, operation by operation. 32-bit x86 builds would
 // otherwise evaluate it on the x87 stack in extended precision and round differently.
@@ -316,20 +318,6 @@ Outcome<HGLOBAL> ComputeLut(HGLOBAL hist, HGLOBAL lut, int contrast, int brightn
 // ---------------------------------------------------------------------------------------------
 // Applying a table
 
-// dst[x] = map[src[x]] for n bytes; dst may be src. Eight lookups are gathered into one word
-// before they are stored, so that the loads of a group never wait on its stores.
-void MapBytes(const uint8_t* src, uint8_t* dst, uint64_t n, const uint8_t (&map)[256]) {
-    uint64_t i = 0;
-    for (; i + 8 <= n; i += 8) {
-        uint64_t in;
-        std::memcpy(&in, src + i, 8);
-        uint64_t out = 0;
-        for (unsigned k = 0; k < 8; ++k) out |= uint64_t{map[(in >> (8 * k)) & 0xFF]} << (8 * k);
-        std::memcpy(dst + i, &out, 8);
-    }
-    for (; i < n; ++i) dst[i] = map[src[i]];
-}
-
 // The new DIB's size as the library computes it, in 32-bit arithmetic: 40 + table bytes
 // (biClrUsed x 4, or 1024) + image bytes (biSizeImage, or stride x biHeight). Wraps as it
 // always has.
@@ -359,11 +347,17 @@ Outcome<HDIB> ApplyTable(HDIB dib, HGLOBAL lut, bool newDib) {
 
     OwnedBlock result;
     BlockLock resultLock;
+    // With a full colour table the pixels start right after the ramp: every byte of the new
+    // block is then written here (row padding and anything past the rows as 0), so the block
+    // need not be zero-filled first.
+    const bool writtenWhole = image.pixelOffset == kRampOffset + kRampBytes;
     if (newDib) {
         const uint32_t bytes = NewDibBytes(source.data());
         // No 32-bit process can hold a block of 2 GiB; such a size only comes from wrapping.
         if (bytes > INT32_MAX) return Fail(IMGERR_NOMEMORY);
-        result = AllocateRetrying(bytes);
+        const UINT flags = writtenWhole ? GMEM_MOVEABLE : GMEM_MOVEABLE | GMEM_ZEROINIT;
+        result = OwnedBlock::Allocate(bytes, flags);
+        if (!result) result = OwnedBlock::Allocate(bytes, flags);
         if (!result) return Fail(IMGERR_NOMEMORY);
         resultLock = BlockLock(result.get());
         if (!resultLock) return Fail(IMGERR_LOCKMEMORY);
@@ -384,7 +378,8 @@ Outcome<HDIB> ApplyTable(HDIB dib, HGLOBAL lut, bool newDib) {
     }
     table.unlock();
     uint8_t levels[256];
-    std::memcpy(levels, map, sizeof levels);  // a copy no pixel store can alias
+    std::memcpy(levels, map, sizeof levels);
+    const ByteMap mapper(levels);  // holds its own copy, which no pixel store can alias
 
     uint8_t* out = newDib ? resultLock.data() : source.data();
     const uint64_t outBytes = newDib ? resultLock.size() : image.blockBytes;
@@ -397,11 +392,20 @@ Outcome<HDIB> ApplyTable(HDIB dib, HGLOBAL lut, bool newDib) {
     }
     StoreClipped(out, outBytes, kRampOffset, ramp, kRampBytes);
 
+    const uint64_t columns = image.columns();
+    uint64_t end = image.pixelOffset;  // the end of the last row written
     for (uint64_t r = 0; r < image.rows(); ++r) {
         const uint64_t at = image.pixelOffset + r * image.stride;
         if (at >= outBytes) break;
-        MapBytes(image.storedRow(r), out + at, std::min(image.columns(), outBytes - at), levels);
+        const uint64_t n = std::min(columns, outBytes - at);
+        mapper.map(image.storedRow(r), out + at, n);
+        end = at + n;
+        if (newDib && writtenWhole) {
+            end = std::min(at + image.stride, outBytes);
+            std::memset(out + at + n, 0, end - (at + n));
+        }
     }
+    if (newDib && writtenWhole && end < outBytes) std::memset(out + end, 0, outBytes - end);
     if (!newDib) return dib;
     resultLock.unlock();
     return result.release();

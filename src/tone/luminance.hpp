@@ -35,6 +35,7 @@ constexpr uint8_t Luminance(uint32_t blue, uint32_t green, uint32_t red, bool we
 enum class GrayRowPath {
     Portable,  // any processor: sixteen pixels at a time through plain arrays
     Shuffled,  // x86 with SSSE3 byte shuffles: a per-pixel loop the compiler deinterleaves
+    Wide,      // x86 with AVX2
 };
 
 GrayRowPath FastestGrayRowPath();

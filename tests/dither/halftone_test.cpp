@@ -83,7 +83,7 @@ Bytes GrayDib(int width, int height, int gray) {
 }
 
 TEST(Halftone, MatchesThePlaneModelOnRandomSourcesForEveryModeAndBrightness) {
-    const int sizes[][2] = {{1, 1}, {3, 2}, {7, 1}, {9, 2}, {17, 1}, {33, 2}, {1, 6}, {13, 9}, {45, 37}, {40000, 2}};
+    const int sizes[][2] = {{1, 1}, {3, 2}, {7, 1}, {9, 2}, {17, 1}, {33, 2}, {1, 6}, {13, 9}, {45, 37}, {64, 3}, {95, 2}, {40000, 2}};
     uint32_t seed = 7;
     for (int bits : {4, 8, 24})
         for (const auto& size : sizes) {

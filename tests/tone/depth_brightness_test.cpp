@@ -129,6 +129,14 @@ TEST(ColorBrightnessContrast, MatchesTheModelForEveryDepthAndImageSize) {
                         }
 }
 
+// Pixels of 8 MiB and more are stored around the cache from an aligned boundary on; odd rows
+// (3 x 1671 bytes) put that boundary everywhere.
+TEST(ColorBrightnessContrast, LargeResultsMatchTheModel) {
+    for (const Bytes& src : {SeededDib(1671, 1700, 24, 77), SeededDib(2901, 2900, 8, 78)})
+        ExpectResult(src, BrightnessModel(src, -23, 61), true,
+                     [&](HDIB d) { return ColorBrightnessContrast(d, -23, 61); });
+}
+
 TEST(ColorBrightnessContrast, RefusalsInTheirOrder) {
     struct Case { const char* what; Source source; int code, brightness = 0, contrast = 0; };
     const int P = IMGERR_PARAMETER, S = IMGERR_DIBSIZE;

@@ -112,7 +112,7 @@ Bytes MonoResultModel(const Bytes& src, int mode) {
 // Calls f(width, height) for sizes around the byte, nibble and dword boundaries of 1-bit rows.
 template <typename F>
 void ForEachSize(F f) {
-    for (int w : {1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 31, 33, 63, 65})
+    for (int w : {1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 31, 33, 63, 65, 100})
         for (int h : {1, 2, 3, 4, 5, 6, 7, 11}) f(w, h);
 }
 
