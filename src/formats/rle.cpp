@@ -66,6 +66,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "vexora.h"
@@ -306,6 +307,20 @@ size_t EncodeRle8Marked(const uint8_t* row, uint32_t width, const uint64_t* mark
     Rle8RowCoder coder(row, width, marks, out);
     while (coder.roomy()) coder.step();
     return static_cast<size_t>(coder.finish() - out);
+}
+
+std::pair<size_t, size_t> EncodeRle8MarkedPair(uint32_t width, const Rle8Row& first, const Rle8Row& second) {
+    // Each code depends on where the one before it ended, through a load, a shift and a bit
+    // count: a chain the processor cannot shorten, but it runs the chains of two rows at once.
+    Rle8RowCoder a(first.pixels, width, first.marks, first.out), b(second.pixels, width, second.marks, second.out);
+    while (a.roomy() && b.roomy()) {
+        a.step();
+        b.step();
+    }
+    while (a.roomy()) a.step();
+    while (b.roomy()) b.step();
+    const auto firstLength = static_cast<size_t>(a.finish() - first.out);
+    return {firstLength, static_cast<size_t>(b.finish() - second.out)};
 }
 
 size_t EncodeRle8Row(const uint8_t* row, uint32_t width, uint8_t* out) {
@@ -605,27 +620,45 @@ Outcome<HDIB> Compress(HDIB dib) {
     BlockLock scratch(scratchBlock.get());
     if (!scratch) return Fail(IMGERR_NOMEMORY);
 
-    // A row whose reads past its end would leave the block (the last rows, when the block ends
-    // there) is encoded from a copy followed by zeros.
     const uint64_t rowBytes = (static_cast<uint64_t>(width) * bits + 7) / 8;
     const uint64_t readsPast = bits == 8 ? kRle8RowSlack : kRle4ReadsPastRow;
     const SimdLevel level = ActiveSimdLevel();
-    std::vector<uint64_t> marks(bits == 8 ? Rle8MarkWords(static_cast<uint32_t>(width)) : 0);
-    std::vector<uint8_t> extended;
-    uint8_t* o = scratch.data();
-    for (uint64_t y = 0; y < static_cast<uint64_t>(height); ++y) {
+    const uint32_t w = static_cast<uint32_t>(width);
+    std::vector<uint64_t> marks(bits == 8 ? 2 * size_t{Rle8MarkWords(w)} : 0);
+    std::vector<uint8_t> extended, pairCodes(bits == 8 ? static_cast<size_t>(MaxRle8RowBytes(w) + kRle8RowSlack) : 0);
+    // The pixels of row y, from a copy followed by zeros when reads past the row would leave
+    // the block (the last rows, when the block ends there).
+    auto rowAt = [&](uint64_t y) {
         const uint64_t at = offset + y * *stride;
-        const uint8_t* row = s + at;
-        if (width != 0 && at + rowBytes + readsPast > source.size()) {
-            extended.assign(static_cast<size_t>(rowBytes + readsPast), 0);
-            std::memcpy(extended.data(), row, static_cast<size_t>(std::min(source.size() - at, rowBytes + readsPast)));
-            row = extended.data();
+        if (width == 0 || at + rowBytes + readsPast <= source.size()) return s + at;
+        extended.assign(static_cast<size_t>(rowBytes + readsPast), 0);
+        std::memcpy(extended.data(), s + at, static_cast<size_t>(std::min(source.size() - at, rowBytes + readsPast)));
+        return static_cast<const uint8_t*>(extended.data());
+    };
+    uint8_t* o = scratch.data();
+    uint64_t y = 0;
+    if (bits == 8 && width != 0) {
+        // Rows in pairs while neither needs the copy: the second row's codes are made aside
+        // and moved after the first row's end-of-line code.
+        uint64_t* const firstMarks = marks.data() + Rle8MarkWords(w);
+        for (; y + 1 < static_cast<uint64_t>(height) && offset + (y + 1) * *stride + rowBytes + readsPast <= source.size(); y += 2) {
+            const Rle8Row first{s + offset + y * *stride, firstMarks, o};
+            const Rle8Row second{first.pixels + *stride, marks.data(), pairCodes.data()};
+            MarkEqualNeighbours(first.pixels, w, firstMarks, level);
+            MarkEqualNeighbours(second.pixels, w, marks.data(), level);
+            const auto [firstLength, secondLength] = EncodeRle8MarkedPair(w, first, second);
+            o = PutCode(o + firstLength, 0, 0);
+            std::memcpy(o, pairCodes.data(), secondLength);
+            o = PutCode(o + secondLength, 0, 0);
         }
+    }
+    for (; y < static_cast<uint64_t>(height); ++y) {
+        const uint8_t* row = rowAt(y);
         if (bits == 8) {
-            MarkEqualNeighbours(row, static_cast<uint32_t>(width), marks.data(), level);
-            o += EncodeRle8Marked(row, static_cast<uint32_t>(width), marks.data(), o);
+            MarkEqualNeighbours(row, w, marks.data(), level);
+            o += EncodeRle8Marked(row, w, marks.data(), o);
         } else {
-            o += EncodeRle4Row(row, static_cast<uint32_t>(width), o);
+            o += EncodeRle4Row(row, w, o);
         }
         o = PutCode(o, 0, 0);
     }

@@ -17,6 +17,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "simd.hpp"
 
@@ -47,6 +48,13 @@ inline constexpr uint64_t kRle8RowSlack = 64;
 uint32_t Rle8MarkWords(uint32_t width);
 void MarkEqualNeighbours(const uint8_t* row, uint32_t width, uint64_t* marks, SimdLevel level);
 size_t EncodeRle8Marked(const uint8_t* row, uint32_t width, const uint64_t* marks, uint8_t* out);
+// Two rows of the same width at once, each as EncodeRle8Marked would; returns both lengths.
+struct Rle8Row {
+    const uint8_t* pixels;
+    const uint64_t* marks;
+    uint8_t* out;
+};
+std::pair<size_t, size_t> EncodeRle8MarkedPair(uint32_t width, const Rle8Row& first, const Rle8Row& second);
 size_t EncodeRle4Row(const uint8_t* row, uint32_t width, uint8_t* out);
 
 // The rows a decoder writes into: row y starts at base + y * stride (y = 0 is the bottom row).
