@@ -272,30 +272,65 @@ TEST(RleRoundTrip, PixelsComeBack) {
             }
 }
 
-// Random streams of every kind of code. Small pictures reach the exact steps; wide ones, with
-// longer runs and groups, mostly the 8-bit decoder's 32-byte stores and what it zeroes around
-// them (a row left early, skipped by a delta, or never reached).
+// A random stream of every kind of code; `wide` gives more codes, longer runs and groups.
+Bytes RandomStream(std::mt19937& rnd, int bits, bool wide) {
+    const uint32_t longest = wide ? 70 : 20;
+    Bytes s;
+    for (int codes = int(rnd() % (wide ? 400 : 60)); codes > 0; --codes) {
+        const uint32_t pick = rnd() % (wide ? 40 : 16), n = pick % 16 < 14 ? 3 + rnd() % longest : 3 + rnd() % 253;
+        if (pick < 7 || pick >= 16) s.insert(s.end(), {uint8_t(pick % 8 < 5 ? 1 + rnd() % longest : 1 + rnd() % 255), uint8_t(rnd())});
+        else if (pick < 10) s.insert(s.end(), {0, 0});
+        else if (pick < 12) s.insert(s.end(), {0, 2, uint8_t(rnd() % 50), uint8_t(rnd() % 3 ? 0 : rnd() % 4)});
+        else if (pick < 15) s.push_back(0), s.push_back(uint8_t(n)), s.resize(s.size() + ((bits == 8 ? n : (n + 1) / 2) + 1) / 2 * 2, uint8_t(rnd()));
+        else s.insert(s.end(), {0, 1});
+    }
+    if (rnd() % 4 == 0) s.resize(rnd() % (s.size() + 1));
+    return s.empty() ? Bytes{0} : s;
+}
+
+// Small pictures reach the exact steps; wide ones mostly the 8-bit decoder's 32-byte stores
+// and what it zeroes around them (a row left early, skipped by a delta, or never reached).
 TEST(ExpandCompressedDIB, MatchesThePlainDecoderOnRandomStreams) {
     std::mt19937 rnd(31337);
     for (int trial = 0; trial < 4000; ++trial) {
         SCOPED_TRACE(testing::Message() << "trial " << trial);
         const int bits = trial % 2 ? 4 : 8;
         const bool wide = trial % 4 >= 2;
-        const uint32_t longest = wide ? 70 : 20;
-        Bytes s;
-        for (int codes = int(rnd() % (wide ? 400 : 60)); codes > 0; --codes) {
-            const uint32_t pick = rnd() % (wide ? 40 : 16), n = pick % 16 < 14 ? 3 + rnd() % longest : 3 + rnd() % 253;
-            if (pick < 7 || pick >= 16) s.insert(s.end(), {uint8_t(pick % 8 < 5 ? 1 + rnd() % longest : 1 + rnd() % 255), uint8_t(rnd())});
-            else if (pick < 10) s.insert(s.end(), {0, 0});
-            else if (pick < 12) s.insert(s.end(), {0, 2, uint8_t(rnd() % 50), uint8_t(rnd() % 3 ? 0 : rnd() % 4)});
-            else if (pick < 15) s.push_back(0), s.push_back(uint8_t(n)), s.resize(s.size() + ((bits == 8 ? n : (n + 1) / 2) + 1) / 2 * 2, uint8_t(rnd()));
-            else s.insert(s.end(), {0, 1});
-        }
-        if (rnd() % 4 == 0) s.resize(rnd() % (s.size() + 1));
+        const Bytes s = RandomStream(rnd, bits, wide);
         const int width = wide ? 100 + int(rnd() % 600) : int(rnd() % 40);
-        const Bytes source = Dib(width, 1 + int(rnd() % 6), uint16_t(bits), Rle(bits), s.empty() ? Bytes{0} : s);
+        const Bytes source = Dib(width, 1 + int(rnd() % 6), uint16_t(bits), Rle(bits), s);
         ASSERT_EQ(Call(ExpandCompressedDIB, source), PlainExpand(source));
     }
+}
+
+// The 8-bit decoder writes every byte of its rows, padding included, so rows that hold
+// anything beforehand come out as the plain decoder's zero-filled ones.
+TEST(ExpandCompressedDIB, TheRle8DecoderNeedsNoZeroFill) {
+    std::mt19937 rnd(99);
+    for (int trial = 0; trial < 500; ++trial) {
+        SCOPED_TRACE(testing::Message() << "trial " << trial);
+        const Bytes s = RandomStream(rnd, 8, trial % 2);
+        const int width = 1 + int(rnd() % 700), height = 1 + int(rnd() % 6);
+        const Bytes want = PlainExpand(Dib(width, height, 8, 1, s));
+        Bytes rows(want.size() - Offset(8), 0xCD);
+        vx::formats::DecodeRle8(s.data(), s.size(), {rows.data(), Stride(width, 8), width, height});
+        ASSERT_TRUE(std::equal(rows.begin(), rows.end(), want.begin() + Offset(8)));
+    }
+}
+
+// The marks of equal neighbours at every level the processor offers, against the rule itself,
+// at widths around the 8-, 16- and 32-pixel steps.
+TEST(CompressDIB, MarksOfEqualNeighboursAtEveryLevel) {
+    std::mt19937 rnd(5);
+    using vx::SimdLevel;
+    for (const SimdLevel level : {SimdLevel::kScalar, SimdLevel::kSse2, SimdLevel::kAvx2})
+        for (uint32_t w = 1; w <= 130 && vx::SimdAllows(level); ++w) {
+            const Bytes row = RandomBytes(rnd, w + vx::formats::kRle8RowSlack, 0);
+            std::vector<uint64_t> marks(vx::formats::Rle8MarkWords(w));
+            vx::formats::MarkEqualNeighbours(row.data(), w, marks.data(), level);
+            for (uint32_t i = 0; i < w; ++i)
+                ASSERT_EQ(marks[i / 64] >> (i % 64) & 1, uint64_t{row[i] == row[i + 1]}) << int(level) << " " << w << " " << i;
+        }
 }
 
 TEST(RleRefusals, CodesInOrder) {
