@@ -83,7 +83,10 @@ RowMaker DecodeRow(std::string name, Dib (*picture)()) {
                 Encoded* t = e.get();
                 std::vector<Contender> contenders{
                     Vexora([t] { return ExpandCompressedDIB(t->compressed); }),
-                    Plain("OpenCV", [t] { cv::imdecode(t->file, cv::IMREAD_UNCHANGED, &t->sources.out); })};
+                    Plain("OpenCV", [t] {
+                        cv::imdecode(t->file, cv::IMREAD_UNCHANGED, &t->sources.out);
+                        if (t->sources.out.rows != t->sources.dib.height()) Refused("cv::imdecode");
+                    })};
                 if (FIBITMAP* probe = FreeImageDecodeBmp(t->file.data(), t->file.size())) {
                     FreeImageUnload(probe);
                     contenders.push_back(FreeImage([t] { return FreeImageDecodeBmp(t->file.data(), t->file.size()); }));
