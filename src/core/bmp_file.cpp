@@ -74,8 +74,8 @@ VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName) {
         }
         block.reset();
         if (kept < pixelOffset) std::memset(into.data() + kept, 0, static_cast<size_t>(pixelOffset - kept));
-        const uint64_t read = ReadUpTo(file.get(), into.data() + pixelOffset, pixelBytes);
-        const uint64_t filled = std::max(kept, pixelOffset + read);
+        const uint64_t arrived = ReadUpTo(file.get(), into.data() + pixelOffset, pixelBytes);
+        const uint64_t filled = std::max(kept, pixelOffset + arrived);
         std::memset(into.data() + filled, 0, static_cast<size_t>(total - filled));
         into.unlock();
         return whole.release();
