@@ -1,11 +1,13 @@
 // bmp_file.cpp - Windows bitmap files: LoadDIBFromFile, SaveDIB and FileLength.
 //
 // A BMP file is a 14-byte BITMAPFILEHEADER followed by a packed DIB. Loading goes through
-// ReadDIBInfo (header and colour table, the file left at the pixels), grows the block to hold
-// the pixels and reads them in one go; a file cut short leaves the missing rows zero rather
-// than failing, because damaged scans are still worth showing. Saving writes the file header
-// and then the whole memory block as it is, slack at its end included: bfSize counts the
-// block, not the DIB, and applications compare files written this way byte for byte.
+// ReadDIBInfo (header and colour table, the file left at the pixels), then reads the pixels in
+// one go straight into a block of the final size that is not zero-filled first; a file cut
+// short leaves the missing rows zero rather than failing, because damaged scans are still
+// worth showing, and only those bytes are zeroed. Saving writes the file header and then the
+// whole memory block as it is, slack at its end included (one gathered write on POSIX
+// systems, over the pages of the file it replaces: see FileRewrite): bfSize counts the block,
+// not the DIB, and applications compare files written this way byte for byte.
 //
 // Both report through the module code: IMGERR_OPENFILE for a file that cannot be opened or
 // created, SaveDIB also IMGERR_PARAMETER for a block it cannot save and IMGERR_IO for a failed
@@ -21,36 +23,6 @@
 #include "guards.hpp"
 #include "outcome.hpp"
 #include "platform/platform.hpp"
-
-namespace vx {
-namespace {
-
-// The compatibility calls take a signed 32-bit count on Windows: move larger areas in pieces.
-constexpr uint64_t kLargestTransfer = uint64_t{1} << 30;
-
-void ReadInto(HFILE file, uint8_t* at, uint64_t bytes) {
-    while (bytes > 0) {
-        const long chunk = static_cast<long>(std::min(bytes, kLargestTransfer));
-        const long got = _hread(file, at, chunk);
-        if (got <= 0) return;
-        at += got;
-        bytes -= static_cast<uint64_t>(got);
-        if (got < chunk) return;
-    }
-}
-
-bool WriteAll(HFILE file, const uint8_t* from, uint64_t bytes) {
-    while (bytes > 0) {
-        const long chunk = static_cast<long>(std::min(bytes, kLargestTransfer));
-        if (_hwrite(file, reinterpret_cast<LPCCH>(from), chunk) != chunk) return false;
-        from += chunk;
-        bytes -= static_cast<uint64_t>(chunk);
-    }
-    return true;
-}
-
-}  // namespace
-}  // namespace vx
 
 using namespace vx;
 
@@ -87,16 +59,26 @@ VXAPI HDIB VXCALL LoadDIBFromFile(LPCSTR fileName) {
         }
         const uint64_t total = pixelOffset + pixelBytes;
         if (total > kMaxBlockBytes) return Fail();
-        // Growth is zeroed so that rows a short file leaves out read as zero; Windows does that
-        // only when asked.
-        HGLOBAL grown = GlobalReAlloc(block.get(), static_cast<size_t>(total), GMEM_ZEROINIT);
-        if (grown == nullptr) return Fail();
-        block.assign(grown);
-
-        BlockLock lock(block.get());
-        if (lock) ReadInto(file.get(), lock.data() + pixelOffset, pixelBytes);
-        lock.unlock();
-        return block.release();
+        // The block for header, table and pixels is a new one, not zero-filled: the pixels are
+        // read straight into it and only what the file does not hold is zeroed (Windows zeroes
+        // growth only when asked; rows a short file leaves out read as zero here).
+        OwnedBlock whole = OwnedBlock::Allocate(total, GMEM_MOVEABLE);
+        BlockLock into(whole.get());
+        if (!into) return Fail();
+        uint64_t kept = 0;
+        {
+            BlockLock info(block.get());
+            if (!info) return Fail();
+            kept = std::min<uint64_t>(info.size(), total);
+            std::memcpy(into.data(), info.data(), static_cast<size_t>(kept));
+        }
+        block.reset();
+        if (kept < pixelOffset) std::memset(into.data() + kept, 0, static_cast<size_t>(pixelOffset - kept));
+        const uint64_t arrived = ReadUpTo(file.get(), into.data() + pixelOffset, pixelBytes);
+        const uint64_t filled = std::max(kept, pixelOffset + arrived);
+        std::memset(into.data() + filled, 0, static_cast<size_t>(total - filled));
+        into.unlock();
+        return whole.release();
     });
 }
 
@@ -107,8 +89,7 @@ VXAPI BOOL VXCALL SaveDIB(LPCSTR fileName, HDIB dib) {
         BlockLock lock(dib);
         const auto layout = lock ? InspectDib(lock.data(), lock.size()) : std::nullopt;
         if (!layout || !layout->holdsHeaderAndTable()) return Fail(IMGERR_PARAMETER);
-        OFSTRUCT info;
-        FileHandle file(OpenFile(fileName, &info, OF_CREATE | OF_READWRITE));
+        FileRewrite file(fileName);
         if (!file.valid()) return Fail(IMGERR_OPENFILE);
         platform::WaitCursor wait;
         const uint64_t blockBytes = lock.size();
@@ -116,9 +97,7 @@ VXAPI BOOL VXCALL SaveDIB(LPCSTR fileName, HDIB dib) {
         StoreU16(fileHeader, kBmpSignature);
         StoreU32(fileHeader + 2, static_cast<uint32_t>(blockBytes + kFileHeaderSize));
         StoreU32(fileHeader + 10, static_cast<uint32_t>(kFileHeaderSize + layout->pixelOffset));
-        if (_lwrite(file.get(), reinterpret_cast<LPCCH>(fileHeader), sizeof fileHeader) != sizeof fileHeader ||
-            !WriteAll(file.get(), lock.data(), blockBytes))
-            return Fail(IMGERR_IO);
+        if (!file.write(fileHeader, sizeof fileHeader, lock.data(), blockBytes)) return Fail(IMGERR_IO);
         return TRUE;
     });
 }

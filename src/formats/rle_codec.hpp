@@ -8,13 +8,18 @@
 //     MaxRle8RowBytes(width) bytes; EncodeRle4Row reads row[0 .. (width + 1) / 2 + 1] (two
 //     bytes past the last pixel byte) and writes at most MaxRle4RowBytes(width) bytes. Neither
 //     writes the end-of-line code.
-//   - DecodeRle8 and DecodeRle4 read only stream[0 .. size - 1] and write only the pixel bytes
-//     of rows 0 .. height - 1 (stride bytes apart; the first (width * bits + 7) / 8 bytes of each
-//     row, which the stride must hold).
+//   - DecodeRle8 and DecodeRle4 read only stream[0 .. size - 1] and write only rows
+//     0 .. height - 1 (stride bytes apart; the stride must hold (width * bits + 7) / 8 bytes).
+//     DecodeRle4 writes only the pixels the stream sets. DecodeRle8 writes every byte of the
+//     rows, padding included: the stream's pixels and zero elsewhere, so that its target needs
+//     no zero fill.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
+
+#include "simd.hpp"
 
 namespace vx::formats {
 
@@ -31,6 +36,25 @@ inline constexpr uint64_t kRle4ReadsPastRow = 2;
 
 // Encodes one row; returns the number of bytes written to `out`.
 size_t EncodeRle8Row(const uint8_t* row, uint32_t width, uint8_t* out);
+
+// The fast form of EncodeRle8Row that CompressDIB uses, in two steps per row. The row and the
+// output each need kRle8RowSlack bytes of room past what EncodeRle8Row touches: the steps read
+// up to row[width + kRle8RowSlack - 1] and write up to kRle8RowSlack bytes past their codes.
+// Only row[0 .. width] decides the codes, as in EncodeRle8Row.
+//   - MarkEqualNeighbours sets bit i of `marks` (Rle8MarkWords(width) words, bit 0 first) where
+//     row[i] == row[i + 1], for i < width, with the instructions `level` allows.
+//   - EncodeRle8Marked writes the row's codes from the pixels and their marks.
+inline constexpr uint64_t kRle8RowSlack = 64;
+uint32_t Rle8MarkWords(uint32_t width);
+void MarkEqualNeighbours(const uint8_t* row, uint32_t width, uint64_t* marks, SimdLevel level);
+size_t EncodeRle8Marked(const uint8_t* row, uint32_t width, const uint64_t* marks, uint8_t* out);
+// Two rows of the same width at once, each as EncodeRle8Marked would; returns both lengths.
+struct Rle8Row {
+    const uint8_t* pixels;
+    const uint64_t* marks;
+    uint8_t* out;
+};
+std::pair<size_t, size_t> EncodeRle8MarkedPair(uint32_t width, const Rle8Row& first, const Rle8Row& second);
 size_t EncodeRle4Row(const uint8_t* row, uint32_t width, uint8_t* out);
 
 // The rows a decoder writes into: row y starts at base + y * stride (y = 0 is the bottom row).

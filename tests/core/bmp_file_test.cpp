@@ -132,12 +132,14 @@ TEST(LoadDIBFromFile, WidensCoreHeadersAndToleratesOddSizesAndDamage) {
     }
 }
 
+// A file of the same name, longer or shorter, is replaced whole.
 TEST(SaveDIB, WritesTheFileHeaderAndTheWholeBlockSlackIncluded) {
     TempDir dir;
     for (const DibShape& shape : {DibShape{7, 3, 4}, DibShape{7, 3, 8, 0, true}}) {
         Block dib(MakeDib(shape, 16));  // the slack is written too, and counted in bfSize
         const Bytes bytes = BlockBytes(dib.get());
         SetImgError(IMGERR_OPENFILE);  // success does not clear it
+        dir.write("out.bmp", Bytes(shape.bitCount == 4 ? 5000 : 7, 0xEE));
         ASSERT_TRUE(SaveDIB(dir.path("out.bmp").c_str(), dib.get()));
         EXPECT_EQ(ReadFileBytes(dir.path("out.bmp")), BmpFile(bytes, 14 + PixelOffset(shape)));
         EXPECT_EQ(ImgError(), IMGERR_OPENFILE);

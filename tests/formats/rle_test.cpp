@@ -3,7 +3,9 @@
 // stops early) on random images and streams; worked streams for the encoder's quirks; the effect
 // of each kind of hostile stream; refusals; RLE8 files by ImageMagick against uncompressed twins.
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <initializer_list>
 #include <random>
 
@@ -178,6 +180,51 @@ TEST(CompressDIB, EveryShortRowStaysWithinItsBound) {
         }
 }
 
+// The fast 8-bit steps at every instruction level the processor offers, on rows whose codes
+// reach the edges of their 57-mark window, their 32-byte copy and the 250-pixel cap, with
+// noise past row[width], which must decide nothing: each row's codes are the plain steps',
+// alone and paired with another row.
+TEST(CompressDIB, FastStepsMatchThePlainStepsAtEveryLevel) {
+    std::mt19937 rnd(4242);
+    const uint32_t edges[] = {1, 2, 3, 4, 31, 32, 33, 34, 55, 56, 57, 58, 63, 64, 65, 249, 250, 251};
+    using vx::SimdLevel;
+    for (const SimdLevel level : {SimdLevel::kScalar, SimdLevel::kSse2, SimdLevel::kAvx2}) {
+        if (!vx::SimdAllows(level)) continue;
+        for (int trial = 0; trial < 300; ++trial) {
+            // Runs and literal groups of edge lengths, then noise; widths up to about 700.
+            Bytes rows[2];
+            for (Bytes& row : rows) {
+                for (int part = int(rnd() % 8); part > 0; --part) {
+                    const uint32_t n = edges[rnd() % std::size(edges)];
+                    const Bytes piece = rnd() % 2 ? Bytes(n, uint8_t(rnd() % 3)) : RandomBytes(rnd, n, 3);
+                    row.insert(row.end(), piece.begin(), piece.end());
+                }
+                row.resize(std::max<size_t>({row.size(), rows[0].size(), 2}), uint8_t(rnd()));
+            }
+            const uint32_t w = uint32_t(rows[0].size()) - 1;  // the last byte is the one after the row
+            SCOPED_TRACE(testing::Message() << "level " << int(level) << " trial " << trial << " width " << w);
+            Bytes want[2], got[2], marks[2];
+            for (int r = 0; r < 2; ++r) {
+                rows[r].resize(w + 1 + vx::formats::kRle8RowSlack);
+                std::generate(rows[r].begin() + w + 1, rows[r].end(), [&] { return uint8_t(rnd()); });
+                PlainRow(8, w, [&](uint32_t i) { return int(rows[r][i]); }, want[r]);
+                marks[r].assign(8 * vx::formats::Rle8MarkWords(w), 0);
+                vx::formats::MarkEqualNeighbours(rows[r].data(), w, reinterpret_cast<uint64_t*>(marks[r].data()), level);
+                got[r].assign(vx::formats::MaxRle8RowBytes(w) + vx::formats::kRle8RowSlack, 0);
+            }
+            auto marksOf = [&](int r) { return reinterpret_cast<const uint64_t*>(marks[r].data()); };
+            got[0].resize(vx::formats::EncodeRle8Marked(rows[0].data(), w, marksOf(0), got[0].data()));
+            ASSERT_EQ(got[0], want[0]);
+            Bytes paired[2] = {Bytes(got[1].size()), got[1]};
+            const auto [first, second] = vx::formats::EncodeRle8MarkedPair(
+                w, {rows[0].data(), marksOf(0), paired[0].data()}, {rows[1].data(), marksOf(1), paired[1].data()});
+            paired[0].resize(first), paired[1].resize(second);
+            ASSERT_EQ(paired[0], want[0]);
+            ASSERT_EQ(paired[1], want[1]);
+        }
+    }
+}
+
 // What the documented cuts, wraps and skips do to a 5 x 2 picture, through the export and
 // through the plain decoder, which the random streams below compare against.
 TEST(ExpandCompressedDIB, HostileStreamsHaveTheirDocumentedEffect) {
@@ -225,24 +272,65 @@ TEST(RleRoundTrip, PixelsComeBack) {
             }
 }
 
+// A random stream of every kind of code; `wide` gives more codes, longer runs and groups.
+Bytes RandomStream(std::mt19937& rnd, int bits, bool wide) {
+    const uint32_t longest = wide ? 70 : 20;
+    Bytes s;
+    for (int codes = int(rnd() % (wide ? 400 : 60)); codes > 0; --codes) {
+        const uint32_t pick = rnd() % (wide ? 40 : 16), n = pick % 16 < 14 ? 3 + rnd() % longest : 3 + rnd() % 253;
+        if (pick < 7 || pick >= 16) s.insert(s.end(), {uint8_t(pick % 8 < 5 ? 1 + rnd() % longest : 1 + rnd() % 255), uint8_t(rnd())});
+        else if (pick < 10) s.insert(s.end(), {0, 0});
+        else if (pick < 12) s.insert(s.end(), {0, 2, uint8_t(rnd() % 50), uint8_t(rnd() % 3 ? 0 : rnd() % 4)});
+        else if (pick < 15) s.push_back(0), s.push_back(uint8_t(n)), s.resize(s.size() + ((bits == 8 ? n : (n + 1) / 2) + 1) / 2 * 2, uint8_t(rnd()));
+        else s.insert(s.end(), {0, 1});
+    }
+    if (rnd() % 4 == 0) s.resize(rnd() % (s.size() + 1));
+    return s.empty() ? Bytes{0} : s;
+}
+
+// Small pictures reach the exact steps; wide ones mostly the 8-bit decoder's 32-byte stores
+// and what it zeroes around them (a row left early, skipped by a delta, or never reached).
 TEST(ExpandCompressedDIB, MatchesThePlainDecoderOnRandomStreams) {
     std::mt19937 rnd(31337);
-    for (int trial = 0; trial < 3000; ++trial) {
+    for (int trial = 0; trial < 4000; ++trial) {
         SCOPED_TRACE(testing::Message() << "trial " << trial);
         const int bits = trial % 2 ? 4 : 8;
-        Bytes s;
-        for (int codes = int(rnd() % 60); codes > 0; --codes) {
-            const uint32_t pick = rnd() % 16, n = pick < 14 ? 3 + rnd() % 20 : 3 + rnd() % 253;
-            if (pick < 7) s.insert(s.end(), {uint8_t(pick < 5 ? 1 + rnd() % 12 : 1 + rnd() % 255), uint8_t(rnd())});
-            else if (pick < 10) s.insert(s.end(), {0, 0});
-            else if (pick < 12) s.insert(s.end(), {0, 2, uint8_t(rnd() % 50), uint8_t(rnd() % 3 ? 0 : rnd() % 4)});
-            else if (pick < 15) s.push_back(0), s.push_back(uint8_t(n)), s.resize(s.size() + ((bits == 8 ? n : (n + 1) / 2) + 1) / 2 * 2, uint8_t(rnd()));
-            else s.insert(s.end(), {0, 1});
-        }
-        if (rnd() % 4 == 0) s.resize(rnd() % (s.size() + 1));
-        const Bytes source = Dib(int(rnd() % 40), 1 + int(rnd() % 6), uint16_t(bits), Rle(bits), s.empty() ? Bytes{0} : s);
+        const bool wide = trial % 4 >= 2;
+        const Bytes s = RandomStream(rnd, bits, wide);
+        const int width = wide ? 100 + int(rnd() % 600) : int(rnd() % 40);
+        const Bytes source = Dib(width, 1 + int(rnd() % 6), uint16_t(bits), Rle(bits), s);
         ASSERT_EQ(Call(ExpandCompressedDIB, source), PlainExpand(source));
     }
+}
+
+// The 8-bit decoder writes every byte of its rows, padding included, so rows that hold
+// anything beforehand come out as the plain decoder's zero-filled ones.
+TEST(ExpandCompressedDIB, TheRle8DecoderNeedsNoZeroFill) {
+    std::mt19937 rnd(99);
+    for (int trial = 0; trial < 500; ++trial) {
+        SCOPED_TRACE(testing::Message() << "trial " << trial);
+        const Bytes s = RandomStream(rnd, 8, trial % 2);
+        const int width = 1 + int(rnd() % 700), height = 1 + int(rnd() % 6);
+        const Bytes want = PlainExpand(Dib(width, height, 8, 1, s));
+        Bytes rows(want.size() - Offset(8), 0xCD);
+        vx::formats::DecodeRle8(s.data(), s.size(), {rows.data(), Stride(width, 8), width, height});
+        ASSERT_TRUE(std::equal(rows.begin(), rows.end(), want.begin() + Offset(8)));
+    }
+}
+
+// The marks of equal neighbours at every level the processor offers, against the rule itself,
+// at widths around the 8-, 16- and 32-pixel steps.
+TEST(CompressDIB, MarksOfEqualNeighboursAtEveryLevel) {
+    std::mt19937 rnd(5);
+    using vx::SimdLevel;
+    for (const SimdLevel level : {SimdLevel::kScalar, SimdLevel::kSse2, SimdLevel::kAvx2})
+        for (uint32_t w = 1; w <= 130 && vx::SimdAllows(level); ++w) {
+            const Bytes row = RandomBytes(rnd, w + vx::formats::kRle8RowSlack, 0);
+            std::vector<uint64_t> marks(vx::formats::Rle8MarkWords(w));
+            vx::formats::MarkEqualNeighbours(row.data(), w, marks.data(), level);
+            for (uint32_t i = 0; i < w; ++i)
+                ASSERT_EQ(marks[i / 64] >> (i % 64) & 1, uint64_t{row[i] == row[i + 1]}) << int(level) << " " << w << " " << i;
+        }
 }
 
 TEST(RleRefusals, CodesInOrder) {
