@@ -26,21 +26,6 @@ namespace vx::tone {
 namespace {
 
 using Taps = std::array<int16_t, kMaxKernel * kMaxKernel>;  // a 7 x 7 matrix, row by row
-using Line = std::array<int16_t, kMaxKernel>;
-
-constexpr Line BinomialLine(int n) {
-    Line l{};
-    const int16_t three[] = {1, 2, 1}, four[] = {1, 3, 3, 1};
-    for (int i = 0; i < n; ++i) l[i] = n == 3 ? three[i] : four[i];
-    return l;
-}
-
-constexpr Line OnesLine(int n) {
-    Line l{};
-    for (int i = 0; i < n; ++i) l[i] = 1;
-    return l;
-}
-
 constexpr Taps Outer(const Line& v, const Line& h) {
     Taps t{};
     for (int a = 0; a < kMaxKernel; ++a)
@@ -238,23 +223,6 @@ bool BuiltInKernel(int type, int n, Kernel& k) {
     k.divisor = type <= 4 ? SumOf(t) : 1;
     k.clamp = type >= 5;
     return true;
-}
-
-Divider MakeDivider(int32_t divisor) {
-    Divider d;
-    if (divisor >= 1 && divisor <= 64 && std::has_single_bit(static_cast<uint32_t>(divisor))) {
-        d.mode = Divider::Mode::kShift;
-        d.shift = static_cast<unsigned>(std::countr_zero(static_cast<uint32_t>(divisor)));
-    } else if (divisor >= 3 && divisor <= 32767) {
-        const auto u = static_cast<uint32_t>(divisor);
-        const unsigned l = static_cast<unsigned>(std::bit_width(u - 1));  // 2^(l-1) < d <= 2^l
-        d.mode = Divider::Mode::kMagic;
-        d.magic = static_cast<uint16_t>(((uint64_t{1} << (15 + l)) + u - 1) / u);
-        d.shift = l - 1;
-    } else {
-        d.mode = Divider::Mode::kZero;  // 32768 and up, or negative: no sum reaches it
-    }
-    return d;
 }
 
 VectorLevel CurrentVectorLevel() {

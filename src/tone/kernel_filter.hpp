@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -51,6 +52,23 @@ VectorLevel CurrentVectorLevel();
 
 inline constexpr int kMaxKernel = 7;
 inline constexpr int kWeightLimit = 127;
+
+// One line of a kernel that is an outer product: the ones of the mean, the binomial weights of
+// the smoothing kernels of sizes 3 (1 2 1) and 4 (1 3 3 1).
+using Line = std::array<int16_t, kMaxKernel>;
+
+constexpr Line BinomialLine(int n) {
+    Line l{};
+    const int16_t three[] = {1, 2, 1}, four[] = {1, 3, 3, 1};
+    for (int i = 0; i < n; ++i) l[i] = n == 3 ? three[i] : four[i];
+    return l;
+}
+
+constexpr Line OnesLine(int n) {
+    Line l{};
+    for (int i = 0; i < n; ++i) l[i] = 1;
+    return l;
+}
 
 // A kernel ready to run. weights[a][b] multiplies the value at stored row y + n/2 - a and
 // column x + n/2 - b for output pixel (y, x): a true convolution, reflected, with the image's
@@ -155,7 +173,31 @@ struct Divider {
     uint16_t magic = 0;
 };
 
-Divider MakeDivider(int32_t divisor);
+constexpr Divider MakeDivider(int32_t divisor) {
+    Divider d;
+    if (divisor >= 1 && divisor <= 64 && std::has_single_bit(static_cast<uint32_t>(divisor))) {
+        d.mode = Divider::Mode::kShift;
+        d.shift = static_cast<unsigned>(std::countr_zero(static_cast<uint32_t>(divisor)));
+    } else if (divisor >= 3 && divisor <= 32767) {
+        const auto u = static_cast<uint32_t>(divisor);
+        const auto l = static_cast<unsigned>(std::bit_width(u - 1));  // 2^(l-1) < d <= 2^l
+        d.mode = Divider::Mode::kMagic;
+        d.magic = static_cast<uint16_t>(((uint64_t{1} << (15 + l)) + u - 1) / u);
+        d.shift = l - 1;
+    } else {
+        d.mode = Divider::Mode::kZero;  // 32768 and up, or negative: no sum reaches it
+    }
+    return d;
+}
+
+// The quotient of a sum known to be 0 ... 32767, by the divider's mode.
+template <Divider D>
+VX_TONE_INLINE uint16_t NonNegativeQuotient(uint16_t s) {
+    if constexpr (D.mode == Divider::Mode::kShift) return static_cast<uint16_t>(s >> D.shift);
+    else if constexpr (D.mode == Divider::Mode::kMagic)
+        return static_cast<uint16_t>(static_cast<uint16_t>((uint32_t{s} * D.magic) >> 16) >> D.shift);
+    else return 0;
+}
 
 template <bool ClampFirst, typename Body>
 VX_TONE_INLINE void QuotientLoop(const Divider& d, const int16_t* sums, size_t n, Body& body) {
@@ -254,6 +296,18 @@ inline bool RingFits(uint64_t width, int n) { return width * static_cast<uint64_
 inline void StoreClipped(uint8_t* to, const uint8_t* from, uint64_t count, uint64_t room) {
     const uint64_t n = std::min(count, room);
     if (n > 0) std::memcpy(to, from, static_cast<size_t>(n));
+}
+
+// For a result block that is not zero-filled: zeroes the bytes of [from, end) that rows of
+// rowBytes at from + y * stride (y < rows) leave alone: each row's padding and what follows the
+// last row. The caller writes the rows.
+inline void ZeroRowGaps(uint8_t* block, uint64_t from, uint64_t end, uint64_t stride, uint64_t rowBytes,
+                        uint64_t rows) {
+    uint64_t at = from;
+    for (uint64_t y = 0; y < rows && at < end; ++y, at += stride)
+        if (at + rowBytes < end && rowBytes < stride)
+            std::memset(block + at + rowBytes, 0, static_cast<size_t>(std::min(stride, end - at) - rowBytes));
+    if (at < end) std::memset(block + at, 0, static_cast<size_t>(end - at));
 }
 
 }  // namespace vx::tone
