@@ -265,15 +265,14 @@ public:
             }
             const int16_t* rows[kMaxKernel];
             for (int64_t a = 0; a < n; ++a) rows[a] = this->slot(std::clamp<int64_t>(y + h - a, 0, height - 1));
-            worker_(rows, kernel_, sums_, scratch_, w);
+            worker_(rows, kernel_, sums_, w);
             emit(static_cast<uint64_t>(y), sums_, this->slot(y) + left);
         }
     }
 
     // The row worker: sums[x] for x < width from the n padded rows, rows[a] being the row that
-    // kernel row a meets. Scratch holds width + n - 1 values.
-    using Worker = void (*)(const int16_t* const* rows, const Kernel& kernel, int16_t* sums,
-                            int16_t* scratch, size_t width);
+    // kernel row a meets.
+    using Worker = void (*)(const int16_t* const* rows, const Kernel& kernel, int16_t* sums, size_t width);
 
 private:
     int16_t* slot(int64_t row) { return storage_.data() + static_cast<size_t>(row % kernel_.size) * padded_; }
@@ -284,7 +283,6 @@ private:
     Worker worker_;
     std::vector<int16_t> storage_;
     int16_t* sums_ = nullptr;
-    int16_t* scratch_ = nullptr;
 };
 
 // The ring as the library has always sized it: n rows of width 32-bit cells. Runs whose ring would
