@@ -62,18 +62,19 @@ Outcome<HDIB> ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, in
     std::vector<uint8_t> row(static_cast<size_t>(width) * 3);
 
     // The destination: the source itself, or a new block every byte of which is written below
-    // (the gaps the rows leave are zeroed first).
+    // (the gaps the rows leave are zeroed first, see ResultFill).
     std::optional<NewDib> result;
     uint8_t* dst = src;
     uint64_t dstBytes = source.size(), dstPixels = layout.pixelOffset;
     if (newDib) {
         const uint64_t image = layout.sizeImage != 0 ? layout.sizeImage : stride * height;
-        result = AllocateDibLike(src, kInfoHeaderSize, image, 0, /*retry=*/true, BlockFill::kWrittenWhole);
+        const BlockFill fill = ResultFill(image, stride * height);
+        result = AllocateDibLike(src, kInfoHeaderSize, image, 0, /*retry=*/true, fill);
         if (!result) return Fail(IMGERR_NOMEMORY);
         dst = result->data();
         dstBytes = kInfoHeaderSize + image;
         dstPixels = kInfoHeaderSize;
-        ZeroRowGaps(dst, dstPixels, dstBytes, stride, width * 3, height);
+        if (fill == BlockFill::kWrittenWhole) ZeroRowGaps(dst, dstPixels, dstBytes, stride, width * 3, height);
     }
 
     const Divider divider = MakeDivider(k.divisor);

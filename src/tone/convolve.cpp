@@ -103,21 +103,24 @@ Outcome<HDIB> ConvolveDib(HDIB dib, BOOL newDib, int type, int size, const char*
     std::vector<uint8_t> row(static_cast<size_t>(width));
 
     // The destination: the source itself, or a new block laid out as the header says, every
-    // byte of which is written below (the gaps the rows leave are zeroed first).
+    // byte of which is written below (the gaps the rows leave are zeroed first, see ResultFill).
     std::optional<NewDib> result;
     uint8_t* dst = src;
     uint64_t dstBytes = source.size(), dstPixels = layout.pixelOffset;
     if (newDib) {
         const uint64_t table = layout.colorCount * uint64_t{4};
         const uint64_t image = layout.sizeImage != 0 ? layout.sizeImage : stride * height;
-        result = AllocateDibLike(src, kInfoHeaderSize, table + image, 0, false, BlockFill::kWrittenWhole);
+        const BlockFill fill = ResultFill(image, stride * height);
+        result = AllocateDibLike(src, kInfoHeaderSize, table + image, 0, false, fill);
         if (!result) return Fail(IMGERR_NOMEMORY);
         dst = result->data();
         dstBytes = kInfoHeaderSize + table + image;
         dstPixels = kInfoHeaderSize + table;
         const uint64_t rampEnd = kInfoHeaderSize + kRampEntries * 4;
-        if (rampEnd < dstPixels) std::memset(dst + rampEnd, 0, static_cast<size_t>(dstPixels - rampEnd));
-        ZeroRowGaps(dst, dstPixels, dstBytes, stride, width, height);
+        if (fill == BlockFill::kWrittenWhole) {
+            if (rampEnd < dstPixels) std::memset(dst + rampEnd, 0, static_cast<size_t>(dstPixels - rampEnd));
+            ZeroRowGaps(dst, dstPixels, dstBytes, stride, width, height);
+        }
     }
 
     WriteGrayRamp(dst + kInfoHeaderSize, dstBytes - kInfoHeaderSize);

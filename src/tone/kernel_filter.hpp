@@ -1,6 +1,7 @@
 // kernel_filter.hpp - what Convolve and ColorConvolution share: the kernel (caller kernels from
-// memory or from a file, and the built-in filters), the row ring that runs it over an image,
-// and the divisor stage. The two exports differ only in what a row of values is (gray bytes,
+// memory or from a file, and the built-in filters), the row ring that runs a dense kernel over
+// an image (separable_filter.hpp has the ring for the outer-product kernels), and the divisor
+// stage. The two exports differ only in what a row of values is (gray bytes,
 // or gray levels computed from colour pixels), in the width of a caller kernel's entries
 // (32 or 16 bits) and in what they do with a filtered row; all three are theirs.
 //
@@ -24,6 +25,7 @@
 #include "vexora.h"
 
 #include "dib_layout.hpp"
+#include "dib_result.hpp"
 #include "guards.hpp"
 #include "simd.hpp"
 
@@ -294,6 +296,14 @@ inline bool RingFits(uint64_t width, int n) { return width * static_cast<uint64_
 inline void StoreClipped(uint8_t* to, const uint8_t* from, uint64_t count, uint64_t room) {
     const uint64_t n = std::min(count, room);
     if (n > 0) std::memcpy(to, from, static_cast<size_t>(n));
+}
+
+// How a new result of imageBytes is filled when its rows write rowBytes of it. A block the rows
+// cover (up to a little tail) is left unfilled and its gaps are zeroed by ZeroRowGaps; one whose
+// header claims far more (biSizeImage can say 4 GiB of a few rows) keeps the zero fill, which
+// costs nothing for pages the rows never touch.
+inline BlockFill ResultFill(uint64_t imageBytes, uint64_t rowBytes) {
+    return imageBytes <= rowBytes + 65536 ? BlockFill::kWrittenWhole : BlockFill::kZero;
 }
 
 // For a result block that is not zero-filled: zeroes the bytes of [from, end) that rows of
