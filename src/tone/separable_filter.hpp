@@ -69,7 +69,8 @@ private:
             for (const int64_t need = std::min(y + h, height - 1); loaded < need;) {
                 ++loaded;
                 const size_t s = static_cast<size_t>(loaded % n);
-                const Value* v = load(static_cast<uint64_t>(loaded), slots_.data() + s * width_);
+                Value* slot = slots_.empty() ? nullptr : slots_.data() + s * width_;  // none for gray bytes
+                const Value* v = load(static_cast<uint64_t>(loaded), slot);
                 values_[s] = v;
                 horizontal_(v, hsums_.data() + s * width_, width_);
             }
