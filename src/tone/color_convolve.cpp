@@ -35,7 +35,6 @@
 #include "tone/kernel_filter.hpp"
 #include "tone/separable_filter.hpp"
 
-
 namespace vx::tone {
 namespace {
 
