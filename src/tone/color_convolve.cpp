@@ -31,55 +31,12 @@
 #include "dib_result.hpp"
 #include "guards.hpp"
 #include "outcome.hpp"
+#include "tone/color_convolve_rows.hpp"
 #include "tone/kernel_filter.hpp"
+#include "tone/separable_filter.hpp"
 
 namespace vx::tone {
 namespace {
-
-// The row loops. Gray levels of a row of blue, green, red pixels:
-template <bool Weighted>
-VX_TONE_INLINE void GrayBody(const uint8_t* __restrict from, int16_t* __restrict gray, size_t n) {
-    for (size_t x = 0; x < n; ++x) {
-        const unsigned b = from[3 * x], g = from[3 * x + 1], r = from[3 * x + 2];
-        gray[x] = static_cast<int16_t>(Weighted ? (8 * b + 15 * g + 3 * r) / 26 : (b + g + r) / 3);
-    }
-}
-
-VX_TONE_INLINE uint8_t ClampByte(int v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
-
-// The filtered row: each pixel's three bytes moved by the change of its gray level.
-VX_TONE_INLINE void ShiftBody(const Divider& d, const int16_t* sums, const int16_t* gray,
-                              const uint8_t* __restrict from, uint8_t* __restrict out, size_t n) {
-    ForEachQuotient(d, false, sums, n, [=](size_t x, int16_t q) {
-        const int delta = static_cast<int16_t>(q - gray[x]);
-        out[3 * x] = ClampByte(from[3 * x] + delta);
-        out[3 * x + 1] = ClampByte(from[3 * x + 1] + delta);
-        out[3 * x + 2] = ClampByte(from[3 * x + 2] + delta);
-    });
-}
-
-struct RowLoops {
-    void (*gray)(const uint8_t*, int16_t*, size_t);
-    void (*shift)(const Divider&, const int16_t*, const int16_t*, const uint8_t*, uint8_t*, size_t);
-};
-
-template <bool Weighted>
-void GrayBaseline(const uint8_t* from, int16_t* gray, size_t n) { GrayBody<Weighted>(from, gray, n); }
-template <bool Weighted>
-VX_TARGET_AVX2 void GrayAvx2(const uint8_t* from, int16_t* gray, size_t n) { GrayBody<Weighted>(from, gray, n); }
-void ShiftBaseline(const Divider& d, const int16_t* sums, const int16_t* gray, const uint8_t* from, uint8_t* out,
-                   size_t n) {
-    ShiftBody(d, sums, gray, from, out, n);
-}
-VX_TARGET_AVX2 void ShiftAvx2(const Divider& d, const int16_t* sums, const int16_t* gray, const uint8_t* from,
-                              uint8_t* out, size_t n) {
-    ShiftBody(d, sums, gray, from, out, n);
-}
-
-RowLoops SelectRowLoops(bool weighted) {
-    if (CurrentVectorLevel() == VectorLevel::kAvx2) return {weighted ? GrayAvx2<true> : GrayAvx2<false>, ShiftAvx2};
-    return {weighted ? GrayBaseline<true> : GrayBaseline<false>, ShiftBaseline};
-}
 
 Outcome<HDIB> ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, int size, const char* kernelFile,
                                const int16_t* kernel) {
@@ -101,30 +58,47 @@ Outcome<HDIB> ColorConvolveDib(HDIB dib, BOOL newDib, int grayMode, int type, in
 
     const auto width = static_cast<uint64_t>(w), height = layout.rows, stride = layout.stride;
     if (!RingFits(width, k.size)) return Fail(IMGERR_NOMEMORY);
-    KernelRing ring(k, width, height);
     std::vector<uint8_t> row(static_cast<size_t>(width) * 3);
 
+    // The destination: the source itself, or a new block every byte of which is written below
+    // (the gaps the rows leave are zeroed first, see ResultFill).
     std::optional<NewDib> result;
     uint8_t* dst = src;
     uint64_t dstBytes = source.size(), dstPixels = layout.pixelOffset;
     if (newDib) {
         const uint64_t image = layout.sizeImage != 0 ? layout.sizeImage : stride * height;
-        result = AllocateDibLike(src, kInfoHeaderSize, image, 0, /*retry=*/true);
+        const BlockFill fill = ResultFill(image, stride * height);
+        result = AllocateDibLike(src, kInfoHeaderSize, image, 0, /*retry=*/true, fill);
         if (!result) return Fail(IMGERR_NOMEMORY);
         dst = result->data();
         dstBytes = kInfoHeaderSize + image;
         dstPixels = kInfoHeaderSize;
+        if (fill == BlockFill::kWrittenWhole) ZeroRowGaps(dst, dstPixels, dstBytes, stride, width * 3, height);
     }
 
     const Divider divider = MakeDivider(k.divisor);
-    const RowLoops loops = SelectRowLoops(grayMode == 1);
+    const ColorRowLoops loops = ColorRowLoopsFor(FastestColorRowPath(), grayMode == 1);
     const uint8_t* pixels = src + layout.pixelOffset;
-    ring.run([&](uint64_t y, int16_t* gray) { loops.gray(pixels + y * stride, gray, width); },
-             [&](uint64_t y, const int16_t* sums, const int16_t* gray) {
-                 loops.shift(divider, sums, gray, pixels + y * stride, row.data(), width);
-                 const uint64_t at = dstPixels + y * stride;
-                 if (at < dstBytes) StoreClipped(dst + at, row.data(), width * 3, dstBytes - at);
-             });
+    // Rows that fit the block are written where they go; a clipped one through `row`.
+    const auto emit = [&](uint64_t y, const int16_t* sums, const int16_t* gray) {
+        const uint64_t at = dstPixels + y * stride;
+        if (at + width * 3 <= dstBytes) {
+            loops.shift(divider, sums, gray, pixels + y * stride, dst + at, width);
+        } else if (at < dstBytes) {
+            loops.shift(divider, sums, gray, pixels + y * stride, row.data(), width);
+            StoreClipped(dst + at, row.data(), width * 3, dstBytes - at);
+        }
+    };
+    if (RunsSeparable(k)) {
+        SeparableRing<int16_t> ring(k, width, height);
+        ring.runToSums([&](uint64_t y, int16_t* gray) {
+            loops.gray(pixels + y * stride, gray, width);
+            return gray;
+        }, emit);
+    } else {
+        KernelRing ring(k, width, height);
+        ring.run([&](uint64_t y, int16_t* gray) { loops.gray(pixels + y * stride, gray, width); }, emit);
+    }
 
     if (!result) return dib;
     return result->release();

@@ -37,6 +37,7 @@
 #include "guards.hpp"
 #include "outcome.hpp"
 #include "tone/kernel_filter.hpp"
+#include "tone/separable_filter.hpp"
 
 namespace vx::tone {
 namespace {
@@ -99,33 +100,53 @@ Outcome<HDIB> ConvolveDib(HDIB dib, BOOL newDib, int type, int size, const char*
 
     const auto width = static_cast<uint64_t>(layout.width), height = layout.rows, stride = layout.stride;
     if (!RingFits(width, k.size)) return Fail(IMGERR_NOMEMORY);
-    KernelRing ring(k, width, height);
     std::vector<uint8_t> row(static_cast<size_t>(width));
 
-    // The destination: the source itself, or a new block laid out as the header says.
+    // The destination: the source itself, or a new block laid out as the header says, every
+    // byte of which is written below (the gaps the rows leave are zeroed first, see ResultFill).
     std::optional<NewDib> result;
     uint8_t* dst = src;
     uint64_t dstBytes = source.size(), dstPixels = layout.pixelOffset;
     if (newDib) {
         const uint64_t table = layout.colorCount * uint64_t{4};
         const uint64_t image = layout.sizeImage != 0 ? layout.sizeImage : stride * height;
-        result = AllocateDibLike(src, kInfoHeaderSize, table + image);
+        const BlockFill fill = ResultFill(image, stride * height);
+        result = AllocateDibLike(src, kInfoHeaderSize, table + image, 0, false, fill);
         if (!result) return Fail(IMGERR_NOMEMORY);
         dst = result->data();
         dstBytes = kInfoHeaderSize + table + image;
         dstPixels = kInfoHeaderSize + table;
+        const uint64_t rampEnd = kInfoHeaderSize + kRampEntries * 4;
+        if (fill == BlockFill::kWrittenWhole) {
+            if (rampEnd < dstPixels) std::memset(dst + rampEnd, 0, static_cast<size_t>(dstPixels - rampEnd));
+            ZeroRowGaps(dst, dstPixels, dstBytes, stride, width, height);
+        }
     }
 
     WriteGrayRamp(dst + kInfoHeaderSize, dstBytes - kInfoHeaderSize);
-    const Divider divider = MakeDivider(k.divisor);
-    const RowLoops loops = SelectRowLoops();
     const uint8_t* pixels = src + layout.pixelOffset;
-    ring.run([&](uint64_t y, int16_t* values) { loops.widen(pixels + y * stride, values, width); },
-             [&](uint64_t y, const int16_t* sums, const int16_t*) {
-                 loops.bytes(divider, k.clamp, sums, row.data(), width);
-                 const uint64_t at = dstPixels + y * stride;
-                 if (at < dstBytes) StoreClipped(dst + at, row.data(), width, dstBytes - at);
-             });
+    // Rows that fit the block are written where they go; a clipped one through `row`.
+    const auto target = [&](uint64_t y) {
+        const uint64_t at = dstPixels + y * stride;
+        return at + width <= dstBytes ? dst + at : row.data();
+    };
+    const auto commit = [&](uint64_t y) {
+        const uint64_t at = dstPixels + y * stride;
+        if (at + width > dstBytes && at < dstBytes) StoreClipped(dst + at, row.data(), width, dstBytes - at);
+    };
+    if (RunsSeparable(k)) {
+        SeparableRing<uint8_t> ring(k, width, height);
+        ring.runToBytes([&](uint64_t y, uint8_t*) { return pixels + y * stride; }, target, commit);
+    } else {
+        KernelRing ring(k, width, height);
+        const Divider divider = MakeDivider(k.divisor);
+        const RowLoops loops = SelectRowLoops();
+        ring.run([&](uint64_t y, int16_t* values) { loops.widen(pixels + y * stride, values, width); },
+                 [&](uint64_t y, const int16_t* sums, const int16_t*) {
+                     loops.bytes(divider, k.clamp, sums, target(y), width);
+                     commit(y);
+                 });
+    }
 
     if (!result) return dib;
     return result->release();

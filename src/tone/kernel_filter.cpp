@@ -11,12 +11,12 @@
 // size 4, 37 at size 5). Every built-in kernel stays inside the caller kernels' weight limits.
 // At size 4 the centre is matrix cell (2, 2), the one that meets the output pixel itself.
 //
-// Workers. Every kernel size has its own worker with the taps unrolled at compile time; the
-// built-in kernels get workers with their weights as constants (zero taps vanish, unit taps
-// become additions), and the mean and the smoothing kernels of sizes 3 and 4, which are outer
-// products, run as a vertical pass over the padded rows followed by a horizontal pass: 2n
-// operations a pixel instead of n * n, with the same integer sums. Each worker's loop over x
-// is written so that it vectorises on 16-bit lanes (modular 16-bit sums, exact by the limits).
+// Workers. The built-in kernels that are outer products, or the centre minus one, run on the
+// separable ring (separable_filter.hpp); the kernel ring here runs the rest. Every kernel size
+// has its own worker for caller kernels with the taps unrolled at compile time, and the 5 x 5
+// smoothing and sharpening tables get workers with their weights as constants (zero taps
+// vanish, unit taps become additions). Each worker's loop over x is written so that it
+// vectorises on 16-bit lanes (modular 16-bit sums, exact by the limits).
 #include "kernel_filter.hpp"
 
 #include <bit>
@@ -26,21 +26,6 @@ namespace vx::tone {
 namespace {
 
 using Taps = std::array<int16_t, kMaxKernel * kMaxKernel>;  // a 7 x 7 matrix, row by row
-using Line = std::array<int16_t, kMaxKernel>;
-
-constexpr Line BinomialLine(int n) {
-    Line l{};
-    const int16_t three[] = {1, 2, 1}, four[] = {1, 3, 3, 1};
-    for (int i = 0; i < n; ++i) l[i] = n == 3 ? three[i] : four[i];
-    return l;
-}
-
-constexpr Line OnesLine(int n) {
-    Line l{};
-    for (int i = 0; i < n; ++i) l[i] = 1;
-    return l;
-}
-
 constexpr Taps Outer(const Line& v, const Line& h) {
     Taps t{};
     for (int a = 0; a < kMaxKernel; ++a)
@@ -125,101 +110,36 @@ VX_TONE_INLINE void DenseFixedBody(const int16_t* const* rows, int16_t* sums, si
     DenseLoop<N>(rows, k, sums, width, std::make_index_sequence<N * N>{});
 }
 
-// Vertical taps over the whole padded width into scratch, then horizontal taps.
-template <int N, Line V, Line H, size_t... I>
-VX_TONE_INLINE void SeparableLoop(const int16_t* const* rows, int16_t* __restrict sums, int16_t* __restrict scratch,
-                                  size_t width, std::index_sequence<I...>) {
-    const int16_t* r[N];
-    for (int a = 0; a < N; ++a) r[a] = rows[a];
-    for (size_t i = 0; i < width + N - 1; ++i) {
-        uint16_t s = 0;
-        ((s = static_cast<uint16_t>(s + V[I] * r[I][i])), ...);
-        scratch[i] = static_cast<int16_t>(s);
-    }
-    for (size_t x = 0; x < width; ++x) {
-        uint16_t s = 0;
-        ((s = static_cast<uint16_t>(s + H[I] * scratch[x + N - 1 - I])), ...);
-        sums[x] = static_cast<int16_t>(s);
-    }
-}
-
 // Each worker at both vector levels.
 template <int N>
-void DenseRuntime(const int16_t* const* rows, const Kernel& k, int16_t* sums, int16_t*, size_t width) {
+void DenseRuntime(const int16_t* const* rows, const Kernel& k, int16_t* sums, size_t width) {
     DenseRuntimeBody<N>(rows, k, sums, width);
 }
 template <int N>
-VX_TARGET_AVX2 void DenseRuntimeAvx2(const int16_t* const* rows, const Kernel& k, int16_t* sums, int16_t*,
-                                     size_t width) {
+VX_TARGET_AVX2 void DenseRuntimeAvx2(const int16_t* const* rows, const Kernel& k, int16_t* sums, size_t width) {
     DenseRuntimeBody<N>(rows, k, sums, width);
 }
 template <int N, Taps T>
-void DenseFixed(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t*, size_t width) {
+void DenseFixed(const int16_t* const* rows, const Kernel&, int16_t* sums, size_t width) {
     DenseFixedBody<N, T>(rows, sums, width);
 }
 template <int N, Taps T>
-VX_TARGET_AVX2 void DenseFixedAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t*,
-                                   size_t width) {
+VX_TARGET_AVX2 void DenseFixedAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, size_t width) {
     DenseFixedBody<N, T>(rows, sums, width);
 }
-template <int N, Line V, Line H>
-void Separable(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t* scratch, size_t width) {
-    SeparableLoop<N, V, H>(rows, sums, scratch, width, std::make_index_sequence<N>{});
-}
-template <int N, Line V, Line H>
-VX_TARGET_AVX2 void SeparableAvx2(const int16_t* const* rows, const Kernel&, int16_t* sums, int16_t* scratch,
-                                  size_t width) {
-    SeparableLoop<N, V, H>(rows, sums, scratch, width, std::make_index_sequence<N>{});
-}
-
 using Worker = KernelRing::Worker;
 
-// The workers of one vector level, by type and size.
-struct WorkerSet {
-    Worker runtime[5], mean[5], smooth[3], sharpSmooth[3], sharpMean[3];
-};
-
-template <bool Avx2>
-struct Pick {
-    template <int N>
-    static constexpr Worker kRuntime = Avx2 ? DenseRuntimeAvx2<N> : DenseRuntime<N>;
-    template <int N, Taps T>
-    static constexpr Worker kDense = Avx2 ? DenseFixedAvx2<N, T> : DenseFixed<N, T>;
-    template <int N, Line V>
-    static constexpr Worker kSeparable = Avx2 ? SeparableAvx2<N, V, V> : Separable<N, V, V>;
-};
-
-template <bool Avx2>
-constexpr WorkerSet MakeWorkerSet() {
-    using P = Pick<Avx2>;
-    return WorkerSet{
-        {P::template kRuntime<3>, P::template kRuntime<4>, P::template kRuntime<5>, P::template kRuntime<6>,
-         P::template kRuntime<7>},
-        {P::template kSeparable<3, OnesLine(3)>, P::template kSeparable<4, OnesLine(4)>,
-         P::template kSeparable<5, OnesLine(5)>, P::template kSeparable<6, OnesLine(6)>,
-         P::template kSeparable<7, OnesLine(7)>},
-        {P::template kSeparable<3, BinomialLine(3)>, P::template kSeparable<4, BinomialLine(4)>,
-         P::template kDense<5, SmoothTaps(5)>},
-        {P::template kDense<3, Sharpen(SmoothTaps(3), 3)>, P::template kDense<4, Sharpen(SmoothTaps(4), 4)>,
-         P::template kDense<5, Sharpen(SmoothTaps(5), 5)>},
-        {P::template kDense<3, Sharpen(MeanTaps(3), 3)>, P::template kDense<4, Sharpen(MeanTaps(4), 4)>,
-         P::template kDense<5, Sharpen(MeanTaps(5), 5)>},
-    };
-}
-
-constexpr WorkerSet kBaselineWorkers = MakeWorkerSet<false>();
-constexpr WorkerSet kAvx2Workers = MakeWorkerSet<true>();
-
+// The worker for a kernel at the current vector level: the 5 x 5 smoothing and sharpening
+// tables with constant weights, any other kernel with the weights it carries.
 Worker SelectWorker(const Kernel& k) {
-    const WorkerSet& set = CurrentVectorLevel() == VectorLevel::kAvx2 ? kAvx2Workers : kBaselineWorkers;
-    const int i = k.size - 3;
-    switch (k.type) {
-    case 3: return set.mean[i];
-    case 4: return set.smooth[i];
-    case 5: return set.sharpSmooth[i];
-    case 6: return set.sharpMean[i];
-    default: return set.runtime[i];
-    }
+    const bool avx2 = CurrentVectorLevel() == VectorLevel::kAvx2;
+    constexpr Taps kSmooth = SmoothTaps(5), kSharpen = Sharpen(SmoothTaps(5), 5);
+    if (k.size == 5 && k.type == 4) return avx2 ? DenseFixedAvx2<5, kSmooth> : DenseFixed<5, kSmooth>;
+    if (k.size == 5 && k.type == 5) return avx2 ? DenseFixedAvx2<5, kSharpen> : DenseFixed<5, kSharpen>;
+    constexpr Worker kRuntime[2][5] = {
+        {DenseRuntime<3>, DenseRuntime<4>, DenseRuntime<5>, DenseRuntime<6>, DenseRuntime<7>},
+        {DenseRuntimeAvx2<3>, DenseRuntimeAvx2<4>, DenseRuntimeAvx2<5>, DenseRuntimeAvx2<6>, DenseRuntimeAvx2<7>}};
+    return kRuntime[avx2][k.size - 3];
 }
 
 }  // namespace
@@ -240,23 +160,6 @@ bool BuiltInKernel(int type, int n, Kernel& k) {
     return true;
 }
 
-Divider MakeDivider(int32_t divisor) {
-    Divider d;
-    if (divisor >= 1 && divisor <= 64 && std::has_single_bit(static_cast<uint32_t>(divisor))) {
-        d.mode = Divider::Mode::kShift;
-        d.shift = static_cast<unsigned>(std::countr_zero(static_cast<uint32_t>(divisor)));
-    } else if (divisor >= 3 && divisor <= 32767) {
-        const auto u = static_cast<uint32_t>(divisor);
-        const unsigned l = static_cast<unsigned>(std::bit_width(u - 1));  // 2^(l-1) < d <= 2^l
-        d.mode = Divider::Mode::kMagic;
-        d.magic = static_cast<uint16_t>(((uint64_t{1} << (15 + l)) + u - 1) / u);
-        d.shift = l - 1;
-    } else {
-        d.mode = Divider::Mode::kZero;  // 32768 and up, or negative: no sum reaches it
-    }
-    return d;
-}
-
 VectorLevel CurrentVectorLevel() {
     return SimdAllows(SimdLevel::kAvx2) ? VectorLevel::kAvx2 : VectorLevel::kBaseline;
 }
@@ -264,10 +167,9 @@ VectorLevel CurrentVectorLevel() {
 KernelRing::KernelRing(const Kernel& kernel, uint64_t width, uint64_t height)
     : kernel_(kernel), width_(width), height_(height),
       padded_(static_cast<size_t>(width) + static_cast<size_t>(kernel.size) - 1), worker_(SelectWorker(kernel)) {
-    // n ring rows, the sums and the separable passes' scratch row.
-    storage_.resize(padded_ * static_cast<size_t>(kernel.size) + static_cast<size_t>(width) + padded_);
+    // n ring rows and the sums.
+    storage_.resize(padded_ * static_cast<size_t>(kernel.size) + static_cast<size_t>(width));
     sums_ = storage_.data() + padded_ * static_cast<size_t>(kernel.size);
-    scratch_ = sums_ + width;
 }
 
 }  // namespace vx::tone

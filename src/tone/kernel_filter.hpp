@@ -1,6 +1,7 @@
 // kernel_filter.hpp - what Convolve and ColorConvolution share: the kernel (caller kernels from
-// memory or from a file, and the built-in filters), the row ring that runs it over an image,
-// and the divisor stage. The two exports differ only in what a row of values is (gray bytes,
+// memory or from a file, and the built-in filters), the row ring that runs a dense kernel over
+// an image (separable_filter.hpp has the ring for the outer-product kernels), and the divisor
+// stage. The two exports differ only in what a row of values is (gray bytes,
 // or gray levels computed from colour pixels), in the width of a caller kernel's entries
 // (32 or 16 bits) and in what they do with a filtered row; all three are theirs.
 //
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -23,6 +25,7 @@
 #include "vexora.h"
 
 #include "dib_layout.hpp"
+#include "dib_result.hpp"
 #include "guards.hpp"
 #include "simd.hpp"
 
@@ -51,6 +54,23 @@ VectorLevel CurrentVectorLevel();
 
 inline constexpr int kMaxKernel = 7;
 inline constexpr int kWeightLimit = 127;
+
+// One line of a kernel that is an outer product: the ones of the mean, the binomial weights of
+// the smoothing kernels of sizes 3 (1 2 1) and 4 (1 3 3 1).
+using Line = std::array<int16_t, kMaxKernel>;
+
+constexpr Line BinomialLine(int n) {
+    Line l{};
+    const int16_t three[] = {1, 2, 1}, four[] = {1, 3, 3, 1};
+    for (int i = 0; i < n; ++i) l[i] = n == 3 ? three[i] : four[i];
+    return l;
+}
+
+constexpr Line OnesLine(int n) {
+    Line l{};
+    for (int i = 0; i < n; ++i) l[i] = 1;
+    return l;
+}
 
 // A kernel ready to run. weights[a][b] multiplies the value at stored row y + n/2 - a and
 // column x + n/2 - b for output pixel (y, x): a true convolution, reflected, with the image's
@@ -155,7 +175,31 @@ struct Divider {
     uint16_t magic = 0;
 };
 
-Divider MakeDivider(int32_t divisor);
+constexpr Divider MakeDivider(int32_t divisor) {
+    Divider d;
+    if (divisor >= 1 && divisor <= 64 && std::has_single_bit(static_cast<uint32_t>(divisor))) {
+        d.mode = Divider::Mode::kShift;
+        d.shift = static_cast<unsigned>(std::countr_zero(static_cast<uint32_t>(divisor)));
+    } else if (divisor >= 3 && divisor <= 32767) {
+        const auto u = static_cast<uint32_t>(divisor);
+        const auto l = static_cast<unsigned>(std::bit_width(u - 1));  // 2^(l-1) < d <= 2^l
+        d.mode = Divider::Mode::kMagic;
+        d.magic = static_cast<uint16_t>(((uint64_t{1} << (15 + l)) + u - 1) / u);
+        d.shift = l - 1;
+    } else {
+        d.mode = Divider::Mode::kZero;  // 32768 and up, or negative: no sum reaches it
+    }
+    return d;
+}
+
+// The quotient of a sum known to be 0 ... 32767, by the divider's mode.
+template <Divider D>
+VX_TONE_INLINE uint16_t NonNegativeQuotient(uint16_t s) {
+    if constexpr (D.mode == Divider::Mode::kShift) return static_cast<uint16_t>(s >> D.shift);
+    else if constexpr (D.mode == Divider::Mode::kMagic)
+        return static_cast<uint16_t>(static_cast<uint16_t>((uint32_t{s} * D.magic) >> 16) >> D.shift);
+    else return 0;
+}
 
 template <bool ClampFirst, typename Body>
 VX_TONE_INLINE void QuotientLoop(const Divider& d, const int16_t* sums, size_t n, Body& body) {
@@ -223,15 +267,14 @@ public:
             }
             const int16_t* rows[kMaxKernel];
             for (int64_t a = 0; a < n; ++a) rows[a] = this->slot(std::clamp<int64_t>(y + h - a, 0, height - 1));
-            worker_(rows, kernel_, sums_, scratch_, w);
+            worker_(rows, kernel_, sums_, w);
             emit(static_cast<uint64_t>(y), sums_, this->slot(y) + left);
         }
     }
 
     // The row worker: sums[x] for x < width from the n padded rows, rows[a] being the row that
-    // kernel row a meets. Scratch holds width + n - 1 values.
-    using Worker = void (*)(const int16_t* const* rows, const Kernel& kernel, int16_t* sums,
-                            int16_t* scratch, size_t width);
+    // kernel row a meets.
+    using Worker = void (*)(const int16_t* const* rows, const Kernel& kernel, int16_t* sums, size_t width);
 
 private:
     int16_t* slot(int64_t row) { return storage_.data() + static_cast<size_t>(row % kernel_.size) * padded_; }
@@ -242,7 +285,6 @@ private:
     Worker worker_;
     std::vector<int16_t> storage_;
     int16_t* sums_ = nullptr;
-    int16_t* scratch_ = nullptr;
 };
 
 // The ring as the library has always sized it: n rows of width 32-bit cells. Runs whose ring would
@@ -254,6 +296,26 @@ inline bool RingFits(uint64_t width, int n) { return width * static_cast<uint64_
 inline void StoreClipped(uint8_t* to, const uint8_t* from, uint64_t count, uint64_t room) {
     const uint64_t n = std::min(count, room);
     if (n > 0) std::memcpy(to, from, static_cast<size_t>(n));
+}
+
+// How a new result of imageBytes is filled when its rows write rowBytes of it. A block the rows
+// cover (up to a little tail) is left unfilled and its gaps are zeroed by ZeroRowGaps; one whose
+// header claims far more (biSizeImage can say 4 GiB of a few rows) keeps the zero fill, which
+// costs nothing for pages the rows never touch.
+inline BlockFill ResultFill(uint64_t imageBytes, uint64_t rowBytes) {
+    return imageBytes <= rowBytes + 65536 ? BlockFill::kWrittenWhole : BlockFill::kZero;
+}
+
+// For a result block that is not zero-filled: zeroes the bytes of [from, end) that rows of
+// rowBytes at from + y * stride (y < rows) leave alone: each row's padding and what follows the
+// last row. The caller writes the rows.
+inline void ZeroRowGaps(uint8_t* block, uint64_t from, uint64_t end, uint64_t stride, uint64_t rowBytes,
+                        uint64_t rows) {
+    uint64_t at = from;
+    for (uint64_t y = 0; y < rows && at < end; ++y, at += stride)
+        if (at + rowBytes < end && rowBytes < stride)
+            std::memset(block + at + rowBytes, 0, static_cast<size_t>(std::min(stride, end - at) - rowBytes));
+    if (at < end) std::memset(block + at, 0, static_cast<size_t>(end - at));
 }
 
 }  // namespace vx::tone

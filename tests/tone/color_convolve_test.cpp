@@ -6,6 +6,7 @@
 #include <random>
 
 #include "dib_builder.hpp"
+#include "tone/color_convolve_rows.hpp"
 #include "tone_convolution_model.hpp"
 
 using namespace vxtest;
@@ -76,6 +77,40 @@ TEST(ColorConvolution, KernelFiles) {
         16, {-1, 0, 1, -2, 9, 2, -1, 0, 1, 0}, {cut},
         [&](const std::string& path, DWORD* error) { return Filtered(src, 2, 3, error, path.c_str()); },
         [&](const ModelKernel& k) { return ReferenceColor(src, true, 1, k); });
+}
+
+// The shuffled row loops against the portable ones, on widths around their 16- and 32-pixel
+// steps, sums over the whole range the weight limits allow, every division mode, into another
+// row and in place.
+TEST(ColorConvolution, EveryRowPathGivesThePortableBytes) {
+    using namespace vx::tone;
+    std::mt19937 rng(5);
+    const int32_t divisors[] = {1, 2, 16, 64, 3, 9, 26, 255, 30000, 32768};
+    for (const ColorRowPath path : {ColorRowPath::kSsse3, ColorRowPath::kAvx2}) {
+        if (!ColorRowPathRuns(path)) continue;
+        for (const bool weighted : {false, true})
+            for (const size_t width : {size_t{1}, size_t{15}, size_t{16}, size_t{33}, size_t{63}, size_t{64}, size_t{97}}) {
+                SCOPED_TRACE(testing::Message() << "path " << int(path) << " weighted " << weighted << " width " << width);
+                Bytes pixels(width * 3);
+                std::vector<int16_t> sums(width), gray(width), fastGray(width);
+                for (uint8_t& b : pixels) b = rng() % 4 == 0 ? uint8_t(rng() % 2 * 255) : uint8_t(rng());
+                const ColorRowLoops plain = ColorRowLoopsFor(ColorRowPath::kPortable, weighted);
+                const ColorRowLoops fast = ColorRowLoopsFor(path, weighted);
+                plain.gray(pixels.data(), gray.data(), width);
+                fast.gray(pixels.data(), fastGray.data(), width);
+                EXPECT_EQ(fastGray, gray);
+                for (const int32_t divisor : divisors) {
+                    for (int16_t& v : sums) v = int16_t(rng() % 3 == 0 ? (rng() % 2 ? 32385 : -32385) : int(rng() % 64771) - 32385);
+                    Bytes expected(width * 3), got(width * 3), inPlace = pixels;
+                    const Divider d = MakeDivider(divisor);
+                    plain.shift(d, sums.data(), gray.data(), pixels.data(), expected.data(), width);
+                    fast.shift(d, sums.data(), gray.data(), pixels.data(), got.data(), width);
+                    fast.shift(d, sums.data(), gray.data(), inPlace.data(), inPlace.data(), width);
+                    EXPECT_EQ(got, expected) << divisor;
+                    EXPECT_EQ(inPlace, expected) << divisor;
+                }
+            }
+    }
 }
 
 TEST(ColorConvolution, RefusalsReportThroughTheErrorWordOnly) {
