@@ -32,17 +32,22 @@
 // - on success the source block keeps the lock taken on it; every failure unlocks it.
 //
 // Exactness and speed. The double-precision arithmetic of mode 0 is evaluated with the same
-// operations in the same order as documented (products, then differences, then the half size;
-// steps accumulated by repeated addition), so the rounded source coordinates are identical;
-// nothing in it is replaced by fixed point, and 32-bit x86 builds are held to SSE2 doubles
-// rather than x87 extended precision. Each walk is monotone along the sign of its step (the
-// sign decides the walking direction, and rounding preserves order), so the one-sided "still
-// inside" test of a direction equals the two-sided test 0 <= x < W, which is no dearer and
-// keeps every read inside the source whatever the step computes to. Source rows are reached
-// through a table of row pointers built once, so the walk needs neither multiplication nor
-// division per pixel; 1- and 4-bit results are assembled a byte at a time in a register.
-// Walking the rows side by side in strips of columns, to keep the source band in cache, was
-// measured and gained nothing: the walk is bound by its arithmetic, not by memory.
+// operations in the same order the library always used (products, then differences, then the
+// half size; steps accumulated by repeated addition), so the rounded source coordinates are
+// identical; nothing in it is replaced by fixed point, and 32-bit x86 builds are held to SSE2
+// doubles rather than x87 extended precision. Each walk is monotone along the sign of its step
+// (the sign decides the walking direction, and rounding preserves order), so the one-sided
+// "still inside" test of a direction equals the two-sided test 0 <= x < W, and the pixels a
+// row copies are exactly those whose point lies inside the source.
+//
+// That makes each result pixel a function of its own point, which the AVX2 path exploits: it
+// walks eight result rows at once, one per lane (the rows' walks are independent chains, so
+// the additions of eight rows cost what one row's did), gathers the eight source pixels of a
+// column, zero where a point lies outside, and writes whole rows, padding included, so the
+// result block is not zero-filled first. A group of rows stops walking once every lane has
+// passed the source on its exit side. The portable path walks one row at a time through a
+// table of source row pointers, clearing the row before it copies, and also takes the rows
+// left over after the groups of eight.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
