@@ -306,10 +306,11 @@ struct FloatLanes {
           py{_mm256_loadu_pd(startY), _mm256_loadu_pd(startY + 4)},
           stepX(_mm256_set1_pd(p.colX)), stepY(_mm256_set1_pd(p.colY)) {}
     // RoundHalfAway per lane: v + 0.5 for v >= 0, v - 0.5 (the same as v + -0.5) otherwise,
-    // truncated.
+    // truncated. The half takes v's sign bit, which differs from the comparison only at -0.0,
+    // where both sums truncate to 0.
     static VX_TARGET_AVX2 __m128i RoundFour(__m256d v) {
-        const __m256d up = _mm256_cmp_pd(v, _mm256_setzero_pd(), _CMP_GE_OQ);
-        return _mm256_cvttpd_epi32(_mm256_add_pd(v, _mm256_blendv_pd(_mm256_set1_pd(-0.5), _mm256_set1_pd(0.5), up)));
+        const __m256d half = _mm256_or_pd(_mm256_set1_pd(0.5), _mm256_and_pd(v, _mm256_set1_pd(-0.0)));
+        return _mm256_cvttpd_epi32(_mm256_add_pd(v, half));
     }
     static VX_TARGET_AVX2 __m256i Round(const __m256d* v) { return _mm256_set_m128i(RoundFour(v[1]), RoundFour(v[0])); }
     VX_TARGET_AVX2 __m256i x() const { return Round(px); }
