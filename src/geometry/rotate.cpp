@@ -32,17 +32,22 @@
 // - on success the source block keeps the lock taken on it; every failure unlocks it.
 //
 // Exactness and speed. The double-precision arithmetic of mode 0 is evaluated with the same
-// operations in the same order as documented (products, then differences, then the half size;
-// steps accumulated by repeated addition), so the rounded source coordinates are identical;
-// nothing in it is replaced by fixed point, and 32-bit x86 builds are held to SSE2 doubles
-// rather than x87 extended precision. Each walk is monotone along the sign of its step (the
-// sign decides the walking direction, and rounding preserves order), so the one-sided "still
-// inside" test of a direction equals the two-sided test 0 <= x < W, which is no dearer and
-// keeps every read inside the source whatever the step computes to. Source rows are reached
-// through a table of row pointers built once, so the walk needs neither multiplication nor
-// division per pixel; 1- and 4-bit results are assembled a byte at a time in a register.
-// Walking the rows side by side in strips of columns, to keep the source band in cache, was
-// measured and gained nothing: the walk is bound by its arithmetic, not by memory.
+// operations in the same order the library always used (products, then differences, then the
+// half size; steps accumulated by repeated addition), so the rounded source coordinates are
+// identical; nothing in it is replaced by fixed point, and 32-bit x86 builds are held to SSE2
+// doubles rather than x87 extended precision. Each walk is monotone along the sign of its step
+// (the sign decides the walking direction, and rounding preserves order), so the one-sided
+// "still inside" test of a direction equals the two-sided test 0 <= x < W, and the pixels a
+// row copies are exactly those whose point lies inside the source.
+//
+// That makes each result pixel a function of its own point, which the AVX2 path exploits: it
+// walks eight result rows at once, one per lane (the rows' walks are independent chains, so
+// the additions of eight rows cost what one row's did), gathers the eight source pixels of a
+// column, zero where a point lies outside, and writes whole rows, padding included, so the
+// result block is not zero-filled first. A group of rows stops walking once every lane has
+// passed the source on its exit side. The portable path walks one row at a time through a
+// table of source row pointers, clearing the row before it copies, and also takes the rows
+// left over after the groups of eight.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -56,6 +61,12 @@
 #include "guards.hpp"
 #include "outcome.hpp"
 #include "pixels.hpp"
+#include "simd.hpp"
+
+#if defined(VX_SIMD_SSE2) && defined(VX_SIMD_TARGETS)
+#include <immintrin.h>
+#define VX_ROTATE_AVX2 1
+#endif
 
 // The walk's arithmetic is IEEE double, operation by operation. 32-bit x86 builds would
 // otherwise evaluate it on the x87 stack in extended precision and round differently.
@@ -227,9 +238,27 @@ private:
     int shift_ = 0;
 };
 
-// The walk over every result row. `rows` holds the address of each of the H source rows.
+// The source points at which each result row starts: the first, then one row step added per
+// row, in double precision.
+struct RowStarts {
+    std::vector<double> x, y;
+};
+
+RowStarts ComputeRowStarts(const RotationPlan& p) {
+    RowStarts starts{std::vector<double>(static_cast<size_t>(p.outH)), std::vector<double>(static_cast<size_t>(p.outH))};
+    double x = p.originX, y = p.originY;
+    for (int32_t j = 0; j < p.outH; ++j, x += p.rowX, y += p.rowY) {
+        starts.x[j] = x;
+        starts.y[j] = y;
+    }
+    return starts;
+}
+
+// The walk over result rows [first, p.outH), each cleared first (the block is not zero-filled).
+// `rows` holds the address of each of the H source rows.
 template <unsigned Bits, typename Walk>
-void WalkRows(const RotationPlan& p, const uint8_t* const* rows, uint8_t* out, uint64_t outStride) {
+void WalkRows(const RotationPlan& p, const RowStarts& starts, int32_t first, const uint8_t* const* rows,
+              uint8_t* out, uint64_t outStride) {
     Walk walk(p);
     const auto w = static_cast<uint32_t>(p.width), h = static_cast<uint32_t>(p.height);
     // Outside on the entry side: before column 0 (or past the last one when walking left),
@@ -239,9 +268,10 @@ void WalkRows(const RotationPlan& p, const uint8_t* const* rows, uint8_t* out, u
         const bool outY = p.dirY > 0 ? y < 0 : y >= p.height;
         return outX || outY;
     };
-    double startX = p.originX, startY = p.originY;
-    for (int32_t j = 0; j < p.outH; ++j, out += outStride) {
-        walk.start(startX, startY);
+    out += outStride * static_cast<uint64_t>(first);
+    for (int32_t j = first; j < p.outH; ++j, out += outStride) {
+        std::memset(out, 0, outStride);
+        walk.start(starts.x[j], starts.y[j]);
         int32_t k = 0;
         while (k < p.outW && entering(walk.x(), walk.y())) {
             walk.step();
@@ -255,10 +285,209 @@ void WalkRows(const RotationPlan& p, const uint8_t* const* rows, uint8_t* out, u
             ++k;
         }
         writer.flush();
-        startX += p.rowX;
-        startY += p.rowY;
     }
 }
+
+#if defined(VX_ROTATE_AVX2)
+// Eight result rows at once, one row per 32-bit lane. Each lane repeats the scalar walk of its
+// row operation for operation (the same double additions and roundings, or the same integer
+// accumulators), so every lane visits the source points its row visits one at a time. The
+// walk of a row is monotone along each axis, so the pixels the scalar walk copies (after
+// skipping those outside on the entry side, until one falls outside) are exactly those whose
+// point lies inside the source: a lane takes the source pixel where 0 <= x < W and 0 <= y < H,
+// zero elsewhere, and the whole row, padding included, is written.
+
+// Mode 0 lanes: the double-precision points of rows 0-3 and 4-7.
+struct FloatLanes {
+    __m256d px[2], py[2];
+    __m256d stepX, stepY;
+    VX_TARGET_AVX2 FloatLanes(const RotationPlan& p, const double* startX, const double* startY)
+        : px{_mm256_loadu_pd(startX), _mm256_loadu_pd(startX + 4)},
+          py{_mm256_loadu_pd(startY), _mm256_loadu_pd(startY + 4)},
+          stepX(_mm256_set1_pd(p.colX)), stepY(_mm256_set1_pd(p.colY)) {}
+    // RoundHalfAway per lane: v + 0.5 for v >= 0, v - 0.5 (the same as v + -0.5) otherwise,
+    // truncated. The half takes v's sign bit, which differs from the comparison only at -0.0,
+    // where both sums truncate to 0.
+    static VX_TARGET_AVX2 __m128i RoundFour(__m256d v) {
+        const __m256d half = _mm256_or_pd(_mm256_set1_pd(0.5), _mm256_and_pd(v, _mm256_set1_pd(-0.0)));
+        return _mm256_cvttpd_epi32(_mm256_add_pd(v, half));
+    }
+    static VX_TARGET_AVX2 __m256i Round(const __m256d* v) { return _mm256_set_m128i(RoundFour(v[1]), RoundFour(v[0])); }
+    VX_TARGET_AVX2 __m256i x() const { return Round(px); }
+    VX_TARGET_AVX2 __m256i y() const { return Round(py); }
+    VX_TARGET_AVX2 void step() {
+        px[0] = _mm256_add_pd(px[0], stepX);
+        px[1] = _mm256_add_pd(px[1], stepX);
+        py[0] = _mm256_add_pd(py[0], stepY);
+        py[1] = _mm256_add_pd(py[1], stepY);
+    }
+};
+
+// Mode 1 lanes: the rounded row starts moved by the error accumulators of IntegerWalk.
+struct IntegerLanes {
+    __m256i px, py, errX, errY;
+    __m256i feedX, feedY, limit, twiceLimit, dirX, dirY;
+    VX_TARGET_AVX2 IntegerLanes(const RotationPlan& p, const double* startX, const double* startY) {
+        const __m256d sx[2] = {_mm256_loadu_pd(startX), _mm256_loadu_pd(startX + 4)};
+        const __m256d sy[2] = {_mm256_loadu_pd(startY), _mm256_loadu_pd(startY + 4)};
+        px = FloatLanes::Round(sx);
+        py = FloatLanes::Round(sy);
+        errX = errY = _mm256_setzero_si256();
+        feedX = _mm256_set1_epi32(2 * TruncToInt32(std::fabs(p.colX * (p.outW - 1)) + 0.5));
+        feedY = _mm256_set1_epi32(2 * TruncToInt32(std::fabs(p.colY * (p.outW - 1)) + 0.5));
+        limit = _mm256_set1_epi32(p.outW - 1);
+        twiceLimit = _mm256_set1_epi32(2 * (p.outW - 1));
+        dirX = _mm256_set1_epi32(p.dirX);
+        dirY = _mm256_set1_epi32(p.dirY);
+    }
+    VX_TARGET_AVX2 __m256i x() const { return px; }
+    VX_TARGET_AVX2 __m256i y() const { return py; }
+    static VX_TARGET_AVX2 void Advance(__m256i& err, __m256i& at, __m256i feed, __m256i limit, __m256i twice, __m256i dir) {
+        err = _mm256_add_epi32(err, feed);
+        const __m256i over = _mm256_cmpgt_epi32(err, limit);
+        err = _mm256_sub_epi32(err, _mm256_and_si256(over, twice));
+        at = _mm256_add_epi32(at, _mm256_and_si256(over, dir));
+    }
+    VX_TARGET_AVX2 void step() {
+        Advance(errX, px, feedX, limit, twiceLimit, dirX);
+        Advance(errY, py, feedY, limit, twiceLimit, dirY);
+    }
+};
+
+// What the lanes read of the source: its pixels and size. Gathers load 32 bits ending at the
+// pixel's last byte (or, at 24 bits, starting one byte before it), so no read passes the end
+// of the block; the header before the pixels covers the bytes read ahead of the first one.
+struct LaneSource {
+    const uint8_t* pixels;
+    __m256i stride, widthBiased, heightBiased, lastX, lastY;
+};
+
+template <unsigned Bits>
+VX_TARGET_AVX2 inline __m256i FetchLanes(const LaneSource& s, __m256i x, __m256i y) {
+    const __m256i bias = _mm256_set1_epi32(INT32_MIN);
+    const __m256i inside = _mm256_and_si256(_mm256_cmpgt_epi32(s.widthBiased, _mm256_xor_si256(x, bias)),
+                                            _mm256_cmpgt_epi32(s.heightBiased, _mm256_xor_si256(y, bias)));
+    if (_mm256_testz_si256(inside, inside)) return _mm256_setzero_si256();
+    const __m256i rowOffset = _mm256_mullo_epi32(y, s.stride);  // one lane multiply beats a table gather
+    const __m256i zero = _mm256_setzero_si256();
+    if constexpr (Bits == 24) {
+        const __m256i at = _mm256_add_epi32(rowOffset, _mm256_add_epi32(x, _mm256_slli_epi32(x, 1)));
+        const __m256i v = _mm256_mask_i32gather_epi32(zero, reinterpret_cast<const int*>(s.pixels - 1), at, inside, 1);
+        return _mm256_srli_epi32(v, 8);
+    } else {
+        constexpr int kPerByteShift = Bits == 1 ? 3 : Bits == 4 ? 1 : 0;
+        const __m256i at = _mm256_add_epi32(rowOffset, _mm256_srli_epi32(x, kPerByteShift));
+        const __m256i v = _mm256_mask_i32gather_epi32(zero, reinterpret_cast<const int*>(s.pixels - 3), at, inside, 1);
+        if constexpr (Bits == 8) return _mm256_srli_epi32(v, 24);
+        // The pixel's bits counted from the byte's most significant end.
+        const __m256i within = _mm256_and_si256(x, _mm256_set1_epi32(7 >> (3 - kPerByteShift)));
+        const __m256i shift = _mm256_sub_epi32(_mm256_set1_epi32(32 - Bits), _mm256_slli_epi32(within, Bits == 4 ? 2 : 0));
+        return _mm256_and_si256(_mm256_srlv_epi32(v, shift), _mm256_set1_epi32((1 << Bits) - 1));
+    }
+}
+
+// Whether every lane's point has passed the source on its exit side, which no later point of
+// the row leaves again.
+VX_TARGET_AVX2 inline bool AllPast(const RotationPlan& p, const LaneSource& s, __m256i x, __m256i y) {
+    const __m256i pastX = p.dirX > 0 ? _mm256_cmpgt_epi32(x, s.lastX) : _mm256_cmpgt_epi32(_mm256_setzero_si256(), x);
+    const __m256i pastY = p.dirY > 0 ? _mm256_cmpgt_epi32(y, s.lastY) : _mm256_cmpgt_epi32(_mm256_setzero_si256(), y);
+    return _mm256_movemask_epi8(_mm256_or_si256(pastX, pastY)) == -1;
+}
+
+// Rows r of eight 32-bit lanes from lanes r of eight column vectors.
+VX_TARGET_AVX2 inline void Transpose8x8(__m256i* v) {
+    __m256i t[8], u[8];
+    for (int i = 0; i < 8; i += 2) {
+        t[i] = _mm256_unpacklo_epi32(v[i], v[i + 1]);
+        t[i + 1] = _mm256_unpackhi_epi32(v[i], v[i + 1]);
+    }
+    for (int i = 0; i < 8; i += 4) {
+        u[i] = _mm256_unpacklo_epi64(t[i], t[i + 2]);
+        u[i + 1] = _mm256_unpackhi_epi64(t[i], t[i + 2]);
+        u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
+        u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
+    }
+    for (int i = 0; i < 4; ++i) {
+        v[i] = _mm256_permute2x128_si256(u[i], u[i + 4], 0x20);
+        v[i + 4] = _mm256_permute2x128_si256(u[i], u[i + 4], 0x31);
+    }
+}
+
+// Result rows j .. j + 7 (at `out`). A chunk of kColumns result pixels fills 8 bytes of each
+// row (24 at 24 bits); a chunk running past the row's end is staged and cut to the row.
+template <unsigned Bits, typename Lanes>
+VX_TARGET_AVX2 void WalkEightRows(const RotationPlan& p, const LaneSource& s, Lanes lanes, uint8_t* out,
+                                  uint64_t outStride) {
+    constexpr int32_t kColumns = Bits == 24 ? 8 : 64 / Bits;
+    constexpr uint64_t kChunkBytes = Bits == 24 ? 24 : 8;
+    const uint64_t rowBytes = (static_cast<uint64_t>(p.outW) * Bits + 7) / 8;
+    int32_t k0 = 0;
+    for (; k0 < p.outW; k0 += kColumns) {
+        if (AllPast(p, s, lanes.x(), lanes.y())) break;
+        const int32_t count = std::min(kColumns, p.outW - k0);
+        alignas(32) uint8_t staged[8][32];
+        if constexpr (Bits == 24) {
+            __m256i v[8];
+            for (int32_t c = 0; c < 8; ++c) {
+                v[c] = c < count ? FetchLanes<24>(s, lanes.x(), lanes.y()) : _mm256_setzero_si256();
+                lanes.step();
+            }
+            Transpose8x8(v);
+            const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,
+                                                  0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+            const __m256i gather = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
+            for (int r = 0; r < 8; ++r)
+                _mm256_store_si256(reinterpret_cast<__m256i*>(staged[r]),
+                                   _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(v[r], pack), gather));
+        } else {
+            // Pixel c of the chunk lands in 32-bit word c / kHalf at its bit position there
+            // (bytes in memory order, pixels from each byte's most significant end).
+            constexpr int32_t kHalf = kColumns / 2;
+            __m256i words[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()};
+            for (int32_t c = 0; c < count; ++c) {
+                const int32_t bit = (c % kHalf) * static_cast<int32_t>(Bits);
+                const int32_t shift = (bit & ~7) + 8 - static_cast<int32_t>(Bits) - (bit & 7);
+                words[c / kHalf] = _mm256_or_si256(
+                    words[c / kHalf], _mm256_sll_epi32(FetchLanes<Bits>(s, lanes.x(), lanes.y()), _mm_cvtsi32_si128(shift)));
+                lanes.step();
+            }
+            alignas(32) uint32_t word[2][8];
+            _mm256_store_si256(reinterpret_cast<__m256i*>(word[0]), words[0]);
+            _mm256_store_si256(reinterpret_cast<__m256i*>(word[1]), words[1]);
+            for (int r = 0; r < 8; ++r) {
+                std::memcpy(staged[r], &word[0][r], 4);
+                std::memcpy(staged[r] + 4, &word[1][r], 4);
+            }
+        }
+        const uint64_t at = static_cast<uint64_t>(k0) * Bits / 8;
+        if (count == kColumns) {
+            for (int r = 0; r < 8; ++r) std::memcpy(out + outStride * r + at, staged[r], kChunkBytes);
+        } else {
+            for (int r = 0; r < 8; ++r) std::memcpy(out + outStride * r + at, staged[r], rowBytes - at);
+        }
+    }
+    const uint64_t done = std::min<uint64_t>(rowBytes, static_cast<uint64_t>(k0) * Bits / 8);
+    for (int r = 0; r < 8; ++r) std::memset(out + outStride * r + done, 0, outStride - done);
+}
+
+// Rows in groups of eight; returns the number of rows written, the rest left to WalkRows.
+template <unsigned Bits>
+VX_TARGET_AVX2 int32_t WalkRowsAvx2(const RotationPlan& p, const RowStarts& starts, int mode, const uint8_t* pixels,
+                                    uint64_t stride, uint8_t* out, uint64_t outStride) {
+    const LaneSource s{pixels,
+                       _mm256_set1_epi32(static_cast<int32_t>(stride)),
+                       _mm256_set1_epi32(p.width ^ INT32_MIN),
+                       _mm256_set1_epi32(p.height ^ INT32_MIN),
+                       _mm256_set1_epi32(p.width - 1),
+                       _mm256_set1_epi32(p.height - 1)};
+    int32_t j = 0;
+    for (; j + 8 <= p.outH; j += 8, out += 8 * outStride) {
+        if (mode == 0) WalkEightRows<Bits>(p, s, FloatLanes(p, &starts.x[j], &starts.y[j]), out, outStride);
+        else WalkEightRows<Bits>(p, s, IntegerLanes(p, &starts.x[j], &starts.y[j]), out, outStride);
+    }
+    return j;
+}
+#endif
 
 // The new resolution of one axis, blended towards the other axis by r degrees of 90.
 int32_t BlendResolution(int32_t own, int32_t other, int64_t r) {
@@ -320,14 +549,25 @@ void RenderRotation(const RotationSource& s, const RotationPlan& plan, int angle
     StoreI32(out + bih::kYPels, BlendResolution(yPels, xPels, r));
 
     if (s.copiesPixels) {
-        std::vector<const uint8_t*> rows(static_cast<size_t>(s.height));
-        for (int32_t y = 0; y < s.height; ++y) rows[y] = src + s.headerAndTable + s.stride * y;
-        uint8_t* pixels = out + s.headerAndTable;
+        const RowStarts starts = ComputeRowStarts(plan);
+        const uint8_t* pixels = src + s.headerAndTable;
+        uint8_t* outPixels = out + s.headerAndTable;
         DispatchDepth(s.bits, [&](auto depth) {
             constexpr unsigned kBits = decltype(depth)::value;
-            if (mode == 0) WalkRows<kBits, FloatWalk>(plan, rows.data(), pixels, outStride);
-            else WalkRows<kBits, IntegerWalk>(plan, rows.data(), pixels, outStride);
+            int32_t first = 0;
+#if defined(VX_ROTATE_AVX2)
+            // The lanes address the source with 32-bit offsets.
+            if (s.stride * static_cast<uint64_t>(s.height) < uint64_t{INT32_MAX} - 64 && SimdAllows(SimdLevel::kAvx2))
+                first = WalkRowsAvx2<kBits>(plan, starts, mode, pixels, s.stride, outPixels, outStride);
+#endif
+            if (first == plan.outH) return;
+            std::vector<const uint8_t*> rows(static_cast<size_t>(s.height));
+            for (int32_t y = 0; y < s.height; ++y) rows[y] = pixels + s.stride * y;
+            if (mode == 0) WalkRows<kBits, FloatWalk>(plan, starts, first, rows.data(), outPixels, outStride);
+            else WalkRows<kBits, IntegerWalk>(plan, starts, first, rows.data(), outPixels, outStride);
         });
+    } else {
+        std::memset(out + s.headerAndTable, 0, imageBytes);
     }
 }
 
@@ -347,7 +587,11 @@ Outcome<HDIB> Rotate(HDIB dib, int angle, int mode, const DWORD* status, int* co
     const uint64_t outStride = uint64_t{outWords} * 4;
     const uint64_t imageBytes = outStride * static_cast<uint64_t>(plan.outH);
     OwnedBlock block;
-    if (imageBytes <= kMaxBlockBytes) block = AllocateRetrying(checked->headerAndTable + imageBytes);
+    // Every byte after the header and table is written by RenderRotation.
+    if (imageBytes <= kMaxBlockBytes) {
+        block = OwnedBlock::Allocate(checked->headerAndTable + imageBytes, GMEM_MOVEABLE);
+        if (!block) block = OwnedBlock::Allocate(checked->headerAndTable + imageBytes, GMEM_MOVEABLE);
+    }
     if (!block) return Fail(ROTATE_ERR_NOMEMORY);
     BlockLock result(block.get());
     if (!result) return Fail(ROTATE_ERR_LOCK);
