@@ -68,16 +68,18 @@ struct FloydBit {
 };
 
 // FloydBit::Of for the sums that pictures reach, looked up. Errors stay within -96..128 (an
-// error is at most 12/16 of earlier ones plus the threshold's step), so sums stay within
-// -96..351; the window is wider and a walker computes any sum outside it instead. The look-up
-// cuts the serial chain from pixel to pixel to an add and a load, and the arithmetic per pixel
-// to a few selects.
+// error is at most 12/16 of earlier ones plus the threshold's step), so the slot plus pixel
+// stays within -40..295 and the carry within -42..56; the table takes any pair in
+// -256..511 and -128..127, and a walker computes the others instead. The look-up cuts the
+// serial chain from pixel to pixel to an add and a load, and the arithmetic per pixel to a
+// few selects.
 class FloydBitTable {
 public:
-    static constexpr int32_t kLowest = -512, kCount = 1280;
+    static constexpr int32_t kLowest = -384, kCount = 1024;
+    // The shares below the row and the flags; the carry is kept apart, so that its load is
+    // the only one on the serial chain and takes the sum as its index unchanged.
     struct Entry {
-        int16_t carry, three, five;
-        int8_t one;
+        int8_t three, five, one;
         uint8_t flags;  // kOn: the bit; kSpreads: a non-zero error
     };
     static constexpr uint8_t kOn = 1, kSpreads = 0x80;
@@ -86,18 +88,24 @@ public:
         static const FloydBitTable table;
         return table;
     }
-    static bool Holds(ptrdiff_t sum) { return static_cast<size_t>(sum - kLowest) < size_t{kCount}; }
-    // The entry of a sum the table holds.
+    // Whether the table holds slot + pixel + carry.
+    static bool Holds(ptrdiff_t slotAndPixel, ptrdiff_t carry) {
+        return static_cast<size_t>(slotAndPixel + 256) < 768 && static_cast<size_t>(carry + 128) < 256;
+    }
+    // For a sum the table holds: the carry and the entry.
+    ptrdiff_t carry(ptrdiff_t sum) const { return carries_[sum - kLowest]; }
     const Entry& operator[](ptrdiff_t sum) const { return entries_[sum - kLowest]; }
 
 private:
     FloydBitTable() {
         for (int32_t i = 0; i < kCount; ++i) {
             const FloydBit b = FloydBit::Of(kLowest + i);
-            entries_[i] = {static_cast<int16_t>(b.carry), static_cast<int16_t>(b.three), static_cast<int16_t>(b.five),
-                           static_cast<int8_t>(b.one), static_cast<uint8_t>((b.on ? kOn : 0) | (b.spreads ? kSpreads : 0))};
+            carries_[i] = static_cast<int16_t>(b.carry);
+            entries_[i] = {static_cast<int8_t>(b.three), static_cast<int8_t>(b.five), static_cast<int8_t>(b.one),
+                           static_cast<uint8_t>((b.on ? kOn : 0) | (b.spreads ? kSpreads : 0))};
         }
     }
+    int16_t carries_[kCount];
     Entry entries_[kCount];
 };
 
@@ -161,16 +169,17 @@ public:
         if constexpr (KeepsNext) m0_ = next_[-1], m1_ = next_[0];
     }
     int step(int32_t x) {
-        // The sum in pointer width: the look-up indexes with it directly.
-        const ptrdiff_t sum = above_[x] + plane_[x] + carry_;
-        if (!FloydBitTable::Holds(sum)) [[unlikely]] {
-            const FloydBit b = FloydBit::Of(static_cast<int32_t>(sum));
+        // In pointer width: the look-up indexes with the sum directly.
+        const ptrdiff_t slotAndPixel = above_[x] + plane_[x];
+        if (!FloydBitTable::Holds(slotAndPixel, carry_)) [[unlikely]] {
+            const FloydBit b = FloydBit::Of(static_cast<int32_t>(slotAndPixel + carry_));
             carry_ = b.carry;
             spread(x, b.spreads, b.three, b.five, b.one);
             return b.on ? 1 : 0;
         }
+        const ptrdiff_t sum = slotAndPixel + carry_;
+        carry_ = table_.carry(sum);
         const FloydBitTable::Entry& en = table_[sum];
-        carry_ = en.carry;
         spread(x, (en.flags & FloydBitTable::kSpreads) != 0, en.three, en.five, en.one);
         return en.flags & FloydBitTable::kOn;
     }
