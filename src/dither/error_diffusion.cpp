@@ -45,6 +45,16 @@ namespace {
 
 inline int16_t Wrap(int32_t v) { return static_cast<int16_t>(v); }
 
+// p, its origin hidden from the optimiser, which would otherwise fold an address p[i] back
+// into one sum of p's terms and i, and put that add back on a serial chain.
+template <typename T>
+inline const T* Opaque(const T* p) {
+#if defined(__GNUC__)
+    asm("" : "+r"(p));
+#endif
+    return p;
+}
+
 // 1-bit quantiser: the bit and the error.
 struct Threshold {
     static int Code(int32_t v, int32_t& e) {
@@ -92,8 +102,10 @@ public:
     static bool Holds(ptrdiff_t slotAndPixel, ptrdiff_t carry) {
         return static_cast<size_t>(slotAndPixel + 256) < 768 && static_cast<size_t>(carry + 128) < 256;
     }
-    // For a sum the table holds: the carry and the entry.
-    ptrdiff_t carry(ptrdiff_t sum) const { return carries_[sum - kLowest]; }
+    // For a sum the table holds: its entry.
+    // The carries of slotAndPixel + c, indexed by c: the add of the two terms goes into the
+    // load's address, which leaves the load alone on the serial chain.
+    const int16_t* carries(ptrdiff_t slotAndPixel) const { return carries_ + (slotAndPixel - kLowest); }
     const Entry& operator[](ptrdiff_t sum) const { return entries_[sum - kLowest]; }
 
 private:
@@ -178,7 +190,7 @@ public:
             return b.on ? 1 : 0;
         }
         const ptrdiff_t sum = slotAndPixel + carry_;
-        carry_ = table_.carry(sum);
+        carry_ = Opaque(table_.carries(slotAndPixel))[carry_];
         const FloydBitTable::Entry& en = table_[sum];
         spread(x, (en.flags & FloydBitTable::kSpreads) != 0, en.three, en.five, en.one);
         return en.flags & FloydBitTable::kOn;
