@@ -31,7 +31,9 @@
 // only; what a row adds into it is never read after that row), every channel of a pixel is
 // done in one pass so that their dependency chains overlap, and the divisions are a shift
 // with a sign bias (/16) and a multiply-shift (/48), both exact over every product of a 16-bit
-// error and a weight.
+// error and a weight. The 1-bit Floyd-Steinberg walkers, whose time is the serial chain from
+// one pixel's carry to the next, look the bit, the carry and the shares up by the pixel's sum
+// (FloydBitTable), so that the chain is one load.
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
