@@ -143,16 +143,18 @@ void BitsRow(int32_t width, uint8_t* const* out, Walkers... walkers) {
     constexpr int kChannels = sizeof...(Walkers);
     uint8_t* rows[kChannels];
     for (int k = 0; k < kChannels; ++k) rows[k] = out[k];
-    unsigned bits[kChannels] = {};
-    for (int32_t x = 0; x < width; ++x) {
-        int c = 0;
-        ((bits[c] = bits[c] << 1 | static_cast<unsigned>(walkers.step(x)), ++c), ...);
-        if ((x & 7) == 7) {
-            for (int k = 0; k < kChannels; ++k) rows[k][x >> 3] = static_cast<uint8_t>(bits[k]), bits[k] = 0;
+    // A group of n pixels, its bits assembled in registers and stored as one byte per channel.
+    const auto group = [&](int32_t x0, int n) {
+        unsigned bits[kChannels] = {};
+        for (int i = 0; i < n; ++i) {
+            int c = 0;
+            ((bits[c] = bits[c] << 1 | static_cast<unsigned>(walkers.step(x0 + i)), ++c), ...);
         }
-    }
-    if (width & 7)
-        for (int k = 0; k < kChannels; ++k) rows[k][width >> 3] = static_cast<uint8_t>(bits[k] << (8 - (width & 7)));
+        for (int k = 0; k < kChannels; ++k) rows[k][x0 >> 3] = static_cast<uint8_t>(bits[k] << (8 - n));
+    };
+    const int32_t whole = width & ~7;
+    for (int32_t x = 0; x < whole; x += 8) group(x, 8);
+    if (width & 7) group(whole, width & 7);
     (walkers.finish(width), ...);
 }
 

@@ -31,8 +31,11 @@
 // only; what a row adds into it is never read after that row), every channel of a pixel is
 // done in one pass so that their dependency chains overlap, and the divisions are a shift
 // with a sign bias (/16) and a multiply-shift (/48), both exact over every product of a 16-bit
-// error and a weight.
+// error and a weight. The 1-bit Floyd-Steinberg walkers, whose time is the serial chain from
+// one pixel's carry to the next, look the bit, the carry and the shares up by the pixel's sum
+// (FloydBitTable), so that the chain is one load.
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "vexora.h"
@@ -44,6 +47,16 @@ namespace {
 
 inline int16_t Wrap(int32_t v) { return static_cast<int16_t>(v); }
 
+// p, its origin hidden from the optimiser, which would otherwise fold an address p[i] back
+// into one sum of p's terms and i, and put that add back on a serial chain.
+template <typename T>
+inline const T* Opaque(const T* p) {
+#if defined(__GNUC__)
+    asm("" : "+r"(p));
+#endif
+    return p;
+}
+
 // 1-bit quantiser: the bit and the error.
 struct Threshold {
     static int Code(int32_t v, int32_t& e) {
@@ -52,6 +65,64 @@ struct Threshold {
         return on;
     }
 };
+
+// What a 1-bit Floyd-Steinberg pixel gives, as a function of its sum s = slot + pixel + carry
+// alone (the sum wraps to 16 bits first): its bit, whether its error e is non-zero, and the
+// shares 7e/16, 3e/16, 5e/16 and e/16.
+struct FloydBit {
+    int32_t carry, three, five, one;
+    bool on, spreads;
+    static FloydBit Of(int32_t sum) {
+        int32_t e;
+        const bool on = Threshold::Code(Wrap(sum), e) != 0;
+        return {Div16(7 * e), Div16(3 * e), Div16(5 * e), Div16(e), on, e != 0};
+    }
+};
+
+// FloydBit::Of for the sums that pictures reach, looked up. Errors stay within -96..128 (an
+// error is at most 12/16 of earlier ones plus the threshold's step), so the slot plus pixel
+// stays within -40..295 and the carry within -42..56; the table takes any pair in
+// -256..511 and -128..127, and a walker computes the others instead. The look-up cuts the
+// serial chain from pixel to pixel to an add and a load, and the arithmetic per pixel to a
+// few selects.
+class FloydBitTable {
+public:
+    static constexpr int32_t kLowest = -384, kCount = 1024;
+    // The shares below the row and the flags; the carry is kept apart, so that its load is
+    // the only one on the serial chain and takes the sum as its index unchanged.
+    struct Entry {
+        int8_t three, five, one;
+        uint8_t flags;  // kOn: the bit; kSpreads: a non-zero error
+    };
+    static constexpr uint8_t kOn = 1, kSpreads = 0x80;
+
+    static const FloydBitTable& Get() {
+        static const FloydBitTable table;
+        return table;
+    }
+    // Whether the table holds slot + pixel + carry.
+    static bool Holds(ptrdiff_t slotAndPixel, ptrdiff_t carry) {
+        return static_cast<size_t>(slotAndPixel + 256) < 768 && static_cast<size_t>(carry + 128) < 256;
+    }
+    // For a sum the table holds: its entry.
+    // The carries of slotAndPixel + c, indexed by c: the add of the two terms goes into the
+    // load's address, which leaves the load alone on the serial chain.
+    const int16_t* carries(ptrdiff_t slotAndPixel) const { return carries_ + (slotAndPixel - kLowest); }
+    const Entry& operator[](ptrdiff_t sum) const { return entries_[sum - kLowest]; }
+
+private:
+    FloydBitTable() {
+        for (int32_t i = 0; i < kCount; ++i) {
+            const FloydBit b = FloydBit::Of(kLowest + i);
+            carries_[i] = static_cast<int16_t>(b.carry);
+            entries_[i] = {static_cast<int8_t>(b.three), static_cast<int8_t>(b.five), static_cast<int8_t>(b.one),
+                           static_cast<uint8_t>((b.on ? kOn : 0) | (b.spreads ? kSpreads : 0))};
+        }
+    }
+    int16_t carries_[kCount];
+    Entry entries_[kCount];
+};
+
 // Level v / 2^Shift (truncated; every negative v gives 0) clamped to 0..Top, and the error.
 template <int Shift, int Top>
 struct Levels {
@@ -101,6 +172,53 @@ private:
     const uint8_t* plane_;
     int16_t* next_;
     int32_t carry_ = 0, m0_ = 0, m1_ = 0;
+};
+
+// FloydWalker for the 1-bit quantiser, through FloydBitTable.
+template <bool KeepsNext>
+class FloydBitWalker {
+public:
+    FloydBitWalker(const int16_t* above, const uint8_t* plane, int16_t* next)
+        : above_(above), plane_(plane), next_(next), table_(FloydBitTable::Get()) {
+        if constexpr (KeepsNext) m0_ = next_[-1], m1_ = next_[0];
+    }
+    int step(int32_t x) {
+        // In pointer width: the look-up indexes with the sum directly.
+        const ptrdiff_t slotAndPixel = above_[x] + plane_[x];
+        if (!FloydBitTable::Holds(slotAndPixel, carry_)) [[unlikely]] {
+            const FloydBit b = FloydBit::Of(static_cast<int32_t>(slotAndPixel + carry_));
+            carry_ = b.carry;
+            spread(x, b.spreads, b.three, b.five, b.one);
+            return b.on ? 1 : 0;
+        }
+        const ptrdiff_t sum = slotAndPixel + carry_;
+        carry_ = Opaque(table_.carries(slotAndPixel))[carry_];
+        const FloydBitTable::Entry& en = table_[sum];
+        spread(x, (en.flags & FloydBitTable::kSpreads) != 0, en.three, en.five, en.one);
+        return en.flags & FloydBitTable::kOn;
+    }
+    void finish(int32_t width) {
+        if constexpr (KeepsNext) next_[width - 1] = Wrap(m0_), next_[width] = Wrap(m1_);
+    }
+
+private:
+    void spread(int32_t x, bool spreads, int32_t three, int32_t five, int32_t one) {
+        if constexpr (KeepsNext) {
+            const int32_t held = next_[x + 1];
+            m0_ = spreads ? three : m0_;
+            m1_ = spreads ? five : m1_;
+            const int32_t m2 = spreads ? one : held;
+            next_[x - 1] = Wrap(m0_);
+            m0_ = m1_, m1_ = m2;
+        }
+    }
+
+    const int16_t* above_;
+    const uint8_t* plane_;
+    int16_t* next_;
+    const FloydBitTable& table_;
+    ptrdiff_t carry_ = 0;
+    int32_t m0_ = 0, m1_ = 0;
 };
 
 // Jarvis-Judice-Ninke: next[x-2 .. x+2] added to, after[x-2 .. x+2] stored into (for e != 0,
@@ -159,7 +277,7 @@ void FloydRows(DitherFrame& f) {
     int16_t* above = f.errorRow(0);
     int16_t* next = f.errorRow(1);
     const uint8_t *red = f.plane(0), *green = f.plane(1), *blue = f.plane(2);
-    using Carrier = FloydWalker<Threshold, false>;
+    using Carrier = FloydBitWalker<false>;
     using LevelCarrier = FloydWalker<RedGreenLevels, false>;
     const auto run = [&](auto row) {
         f.loadFirstRow();
@@ -173,13 +291,13 @@ void FloydRows(DitherFrame& f) {
     case 1:
         run([&](int32_t y) {
             uint8_t* out[1] = {f.outputRow(0, y)};
-            BitsRow(width, out, FloydWalker<Threshold, true>(above, red, next));
+            BitsRow(width, out, FloydBitWalker<true>(above, red, next));
         });
         break;
     case 4:
         run([&](int32_t y) {
             uint8_t* out[3] = {f.outputRow(0, y), f.outputRow(1, y), f.outputRow(2, y)};
-            BitsRow(width, out, FloydWalker<Threshold, true>(above, red, next), Carrier(above, green, nullptr),
+            BitsRow(width, out, FloydBitWalker<true>(above, red, next), Carrier(above, green, nullptr),
                     Carrier(above, blue, nullptr));
         });
         break;

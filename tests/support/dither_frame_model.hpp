@@ -142,7 +142,7 @@ struct DepthPair { uint16_t from; int to; };
 template <typename Model>
 void ExpectModelBytes(Export call, const std::vector<DepthPair>& pairs, Model model) {
     std::vector<std::pair<int32_t, int32_t>> sizes;
-    for (int32_t w : {1, 2, 3, 5, 7, 8, 9, 13, 33})
+    for (int32_t w : {1, 2, 3, 5, 7, 8, 9, 13, 21, 33, 50})
         for (int32_t h : {1, 2, 3, 6}) sizes.emplace_back(w, h);
     sizes.insert(sizes.end(), {{67, 41}, {32767, 2}});
     uint32_t seed = 100;
