@@ -7,7 +7,8 @@
 // Usage: vexora_peer_bench [--rounds N] [--markdown] [--list] [SUBSTRING...]
 // Rows whose name contains any SUBSTRING run (all rows without one). Each row runs one warm-up
 // round, then N rounds (5 by default); a round calls every contender once, in turn, so that a
-// change in the machine's load falls on all of them alike. A contender's figure is its fastest
+// change in the machine's load falls on all of them alike, and the next round starts with the
+// next contender. A contender's figure is its fastest
 // round. The ratio is the fastest peer's time over the library's: above 1, the library is
 // ahead; rows under the goal of 1.5 are marked with '<'.
 #include "peer_bench.hpp"
@@ -298,6 +299,7 @@ int main(int argc, char** argv) {
     cv::setNumThreads(0);
     peers::FreeImageStart();
     setLeptDebugOK(0);
+    setMsgSeverity(L_SEVERITY_NONE);  // rows probe which formats Leptonica reads
 
     std::vector<peers::RowMaker> rows;
     for (const auto& family : peers::Families()) family(rows);
@@ -321,8 +323,12 @@ int main(int argc, char** argv) {
         peers::g_running = maker.name;
         peers::Row row = maker.make();
         std::map<std::string, double> best;
-        for (int round = 0; round <= rounds; ++round)  // round 0 warms caches and pages up
-            for (const auto& contender : row.contenders) {
+        // Round 0 warms caches and pages up. Each round starts with the next contender, so that
+        // none always runs first or right after the same neighbour.
+        const size_t count = row.contenders.size();
+        for (int round = 0; round <= rounds; ++round)
+            for (size_t k = 0; k < count; ++k) {
+                const peers::Contender& contender = row.contenders[(size_t(round) + k) % count];
                 const double ms = Milliseconds(contender.run);
                 if (round == 0) continue;
                 auto [at, fresh] = best.try_emplace(contender.library, ms);
