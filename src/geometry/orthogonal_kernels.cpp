@@ -47,6 +47,8 @@
 #endif
 #if defined(VX_SIMD_SSE2) && defined(VX_SIMD_TARGETS)
 #include <immintrin.h>
+
+#include "geometry/transpose_avx2.hpp"
 #define VX_ORTHOGONAL_AVX2 1
 #endif
 
@@ -307,22 +309,10 @@ VX_TARGET_AVX2 void StageSquares24Avx2(const uint8_t* const* rows, uint64_t x0, 
     const uint64_t squareColumns = columns / 8 * 8, squareRows = count / 8 * 8;
     for (uint64_t t = 0; t < squareColumns; t += 8) {
         for (uint64_t k = 0; k < squareRows; k += 8) {
-            __m256i r[8], a[8], b[8];
+            __m256i r[8];
             for (unsigned i = 0; i < 8; ++i) r[i] = LoadPixels24(rows[t + i] ? rows[t + i] + (x0 + k) * 3 : nullptr);
-            for (unsigned i = 0; i < 8; i += 2) {
-                a[i] = _mm256_unpacklo_epi32(r[i], r[i + 1]);
-                a[i + 1] = _mm256_unpackhi_epi32(r[i], r[i + 1]);
-            }
-            for (unsigned i = 0; i < 8; i += 4) {
-                b[i] = _mm256_unpacklo_epi64(a[i], a[i + 2]);
-                b[i + 1] = _mm256_unpackhi_epi64(a[i], a[i + 2]);
-                b[i + 2] = _mm256_unpacklo_epi64(a[i + 1], a[i + 3]);
-                b[i + 3] = _mm256_unpackhi_epi64(a[i + 1], a[i + 3]);
-            }
-            for (unsigned i = 0; i < 4; ++i) {
-                StorePixels24(&stage[k + i][t * 3], _mm256_permute2x128_si256(b[i], b[i + 4], 0x20));
-                StorePixels24(&stage[k + i + 4][t * 3], _mm256_permute2x128_si256(b[i], b[i + 4], 0x31));
-            }
+            Transpose8x8Epi32(r);
+            for (unsigned i = 0; i < 8; ++i) StorePixels24(&stage[k + i][t * 3], r[i]);
         }
     }
     StagePixels24(rows, x0, 0, squareColumns, squareRows, count, lastOfRow, stage);

@@ -65,6 +65,8 @@
 
 #if defined(VX_SIMD_SSE2) && defined(VX_SIMD_TARGETS)
 #include <immintrin.h>
+
+#include "geometry/transpose_avx2.hpp"
 #define VX_ROTATE_AVX2 1
 #endif
 
@@ -394,25 +396,6 @@ VX_TARGET_AVX2 inline bool AllPast(const RotationPlan& p, const LaneSource& s, _
     return _mm256_movemask_epi8(_mm256_or_si256(pastX, pastY)) == -1;
 }
 
-// Rows r of eight 32-bit lanes from lanes r of eight column vectors.
-VX_TARGET_AVX2 inline void Transpose8x8(__m256i* v) {
-    __m256i t[8], u[8];
-    for (int i = 0; i < 8; i += 2) {
-        t[i] = _mm256_unpacklo_epi32(v[i], v[i + 1]);
-        t[i + 1] = _mm256_unpackhi_epi32(v[i], v[i + 1]);
-    }
-    for (int i = 0; i < 8; i += 4) {
-        u[i] = _mm256_unpacklo_epi64(t[i], t[i + 2]);
-        u[i + 1] = _mm256_unpackhi_epi64(t[i], t[i + 2]);
-        u[i + 2] = _mm256_unpacklo_epi64(t[i + 1], t[i + 3]);
-        u[i + 3] = _mm256_unpackhi_epi64(t[i + 1], t[i + 3]);
-    }
-    for (int i = 0; i < 4; ++i) {
-        v[i] = _mm256_permute2x128_si256(u[i], u[i + 4], 0x20);
-        v[i + 4] = _mm256_permute2x128_si256(u[i], u[i + 4], 0x31);
-    }
-}
-
 // Result rows j .. j + 7 (at `out`). A chunk of kColumns result pixels fills 8 bytes of each
 // row (24 at 24 bits); a chunk running past the row's end is staged and cut to the row.
 template <unsigned Bits, typename Lanes>
@@ -432,7 +415,7 @@ VX_TARGET_AVX2 void WalkEightRows(const RotationPlan& p, const LaneSource& s, La
                 v[c] = c < count ? FetchLanes<24>(s, lanes.x(), lanes.y()) : _mm256_setzero_si256();
                 lanes.step();
             }
-            Transpose8x8(v);
+            Transpose8x8Epi32(v);
             const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,
                                                   0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
             const __m256i gather = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
